@@ -1,0 +1,35 @@
+# Settings that every target shares.
+include(GNUInstallDirs)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE}")
+endif()
+
+add_library(velunor_options INTERFACE)
+target_include_directories(velunor_options INTERFACE "${CMAKE_SOURCE_DIR}")
+target_compile_options(velunor_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    -fstack-protector-strong -fvisibility=hidden)
+target_compile_definitions(velunor_options INTERFACE
+    $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
+target_link_options(velunor_options INTERFACE -Wl,-z,relro,-z,now)
+if(VELUNOR_SANITIZE)
+    target_compile_options(velunor_options INTERFACE
+        -fsanitize=${VELUNOR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(velunor_options INTERFACE -fsanitize=${VELUNOR_SANITIZE})
+endif()
+
+# velunor_logic(NAME DEPENDENCIES... ) in a folder of logic: a static library of the sources given
+# after SOURCES that sees the source tree and the standard library, and nothing else.
+function(velunor_logic name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_link_libraries(${name} PUBLIC velunor_options ${arg_USES})
+endfunction()

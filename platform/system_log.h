@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string_view>
+
+namespace velunor {
+
+/// The system log, where every diagnostic line of the program goes. Any thread.
+class SystemLog {
+  public:
+    virtual ~SystemLog() = default;
+
+    /// Writes one record. Line breaks inside `message` are escaped, so it stays one. A failure to
+    /// write is not reported.
+    virtual void write(std::string_view message) = 0;
+};
+
+}  // namespace velunor

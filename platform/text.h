@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace velunor {
+
+/// Whether `text` is well-formed UTF-8 (no overlong forms, no surrogates, at most U+10FFFF).
+[[nodiscard]] bool isValidUtf8(std::string_view text) noexcept;
+
+/// The list as log lines print it: ["a", "b"]. Quotation marks, backslashes and control
+/// characters inside an element are escaped with a backslash.
+[[nodiscard]] std::string listDescription(std::span<const std::string> elements);
+
+/// `value` in plain decimal without leading zeros.
+[[nodiscard]] std::string decimal(long long value);
+
+/// Finds the boundaries of what a reader perceives as one character.
+class TextSegmenter {
+  public:
+    virtual ~TextSegmenter() = default;
+    /// Number of user-perceived characters of a UTF-8 text. Any thread.
+    [[nodiscard]] virtual std::size_t characterCount(std::string_view text) const = 0;
+};
+
+}  // namespace velunor
