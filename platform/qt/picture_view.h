@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QColor>
+#include <QImage>
+#include <QPainter>
+#include <QString>
+#include <QWidget>
+
+namespace velunor {
+
+/// Draws one of the program's own vector pictures into `area`, sharp at the device's resolution;
+/// with a valid `tint` all of it in that one colour.
+void drawVectorPicture(QPainter& painter, const QRect& area, const QString& resource,
+                       const QColor& tint);
+
+/// `drawVectorPicture` for single-coloured glyphs.
+inline void drawGlyph(QPainter& painter, const QRect& area, const QString& resource,
+                      const QColor& color) {
+    drawVectorPicture(painter, area, resource, color);
+}
+
+/// Shows a picture, scaled into its area with its proportions kept. Decorative: a screen reader
+/// passes over it.
+class PictureView : public QWidget {
+    Q_OBJECT
+    /// Resource path of the vector picture that is shown until an image is set.
+    Q_PROPERTY(QString source READ source WRITE setSource)
+    /// Length of the square's sides in points.
+    Q_PROPERTY(int side READ side WRITE setSide)
+    /// Draw the picture in the colour of notices.
+    Q_PROPERTY(bool noticeTint READ noticeTint WRITE setNoticeTint)
+
+  public:
+    explicit PictureView(QWidget* parent = nullptr);
+
+    [[nodiscard]] QString source() const { return source_; }
+    void setSource(const QString& source);
+    [[nodiscard]] int side() const { return side_; }
+    void setSide(int side);
+    [[nodiscard]] bool noticeTint() const { return noticeTint_; }
+    void setNoticeTint(bool tint);
+
+    void setImage(const QImage& image);
+    /// The image that was set; null while the design's own picture shows.
+    [[nodiscard]] QImage image() const { return image_; }
+
+    [[nodiscard]] QSize sizeHint() const override { return {side_, side_}; }
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    QString source_;
+    QImage image_;
+    int side_ = 16;
+    bool noticeTint_ = false;
+};
+
+}  // namespace velunor

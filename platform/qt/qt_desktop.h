@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QRect>
+#include <QWidget>
+#include <optional>
+#include <vector>
+
+#include "platform/desktop.h"
+
+namespace velunor {
+
+/// Usable area of the main screen in the toolkit's own coordinates (y downwards), panels excluded;
+/// empty without a screen.
+[[nodiscard]] QRect usableArea();
+
+/// A widget that is a window, as the logic sees it. The widget must outlive it.
+class QtWindow : public Window {
+  public:
+    explicit QtWindow(QWidget& widget) : widget_(widget) {}
+    [[nodiscard]] Rect frame() const override;
+    void setFrameOrigin(const Point& origin) override;
+    /// Every level above the normal one floats.
+    void setLevel(int level) override;
+    [[nodiscard]] QWidget& widget() const { return widget_; }
+
+  private:
+    QWidget& widget_;
+};
+
+class QtScreens : public Screens {
+  public:
+    [[nodiscard]] std::optional<Rect> mainScreenVisibleFrame() const override;
+};
+
+/// The application behind the `QApplication` object, which must exist.
+class QtApplication : public Application {
+  public:
+    /// Adds a window after those that are there; it must outlive this object.
+    void addWindow(QtWindow& window) { windows_.push_back(&window); }
+
+    [[nodiscard]] std::vector<Window*> windows() override;
+    void requestCriticalAttention() override;
+    void setApplicationIconImage(const ImagePointer& image) override;
+
+  private:
+    std::vector<QtWindow*> windows_;
+};
+
+}  // namespace velunor

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QImage>
+
+#include "platform/image.h"
+
+namespace velunor {
+
+/// Largest width and height of a picture in pixels.
+inline constexpr int largestImageSide = 4096;
+
+/// A decoded picture.
+class QtImage : public Image {
+  public:
+    explicit QtImage(QImage picture) : picture_(std::move(picture)) {}
+    [[nodiscard]] Size size() const override;
+    [[nodiscard]] const QImage& picture() const { return picture_; }
+
+  private:
+    QImage picture_;
+};
+
+/// The picture behind an image of this reader; a null picture for any other.
+[[nodiscard]] QImage pictureOf(const ImagePointer& image);
+
+/// Reads PNG, JPEG, GIF (its first picture), BMP and WebP, told apart by their content. Vector
+/// formats, files that are not regular ones, files over `largestReadableFile` and sides over
+/// `largestImageSide` are refused before anything is decoded.
+class QtImageReader : public ImageReader {
+  public:
+    QtImageReader();
+    [[nodiscard]] ImagePointer imageFromFile(const std::string& path) const override;
+    [[nodiscard]] ImagePointer imageFromData(std::span<const std::byte> data) const override;
+    [[nodiscard]] ImagePointer clippedToRoundedRectangle(const ImagePointer& image, double radiusX,
+                                                         double radiusY) const override;
+};
+
+}  // namespace velunor

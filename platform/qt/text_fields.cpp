@@ -1,0 +1,152 @@
+#include "platform/qt/text_fields.h"
+
+#include <QEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <limits>
+
+#include "platform/qt/picture_view.h"
+#include "platform/qt/theme.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr double cornerRadius = 8;
+constexpr double ringWidth = 2;
+constexpr int leastFieldHeight = 40;
+constexpr int verticalRoom = 10;
+constexpr int edgeRoom = 10;
+constexpr int glyphSize = 16;
+constexpr int longestText = 1 << 20;
+
+bool isForbiddenInPassword(const QKeyEvent& event) {
+    for (const auto key :
+         {QKeySequence::Undo, QKeySequence::Redo, QKeySequence::Copy, QKeySequence::Cut}) {
+        if (event.matches(key)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+RoundedField::RoundedField(QWidget* parent) : QLineEdit(parent) {
+    setFrame(false);
+    setMaxLength(longestText);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    placeText();
+    applyTheme();
+}
+
+void RoundedField::setGlyph(const QString& path) {
+    glyph_ = path;
+    placeText();
+    update();
+}
+
+void RoundedField::placeText() {
+    const int leading = glyph_.isEmpty() ? edgeRoom : edgeRoom + glyphSize + edgeRoom - 2;
+    const bool mirrored = layoutDirection() == Qt::RightToLeft;
+    setTextMargins(mirrored ? edgeRoom : leading, 0, mirrored ? leading : edgeRoom, 0);
+}
+
+QSize RoundedField::sizeHint() const {
+    const int height = std::max(leastFieldHeight, fontMetrics().height() + 2 * verticalRoom);
+    return {QLineEdit::sizeHint().width(), height};
+}
+
+QSize RoundedField::minimumSizeHint() const {
+    return {QLineEdit::minimumSizeHint().width(), sizeHint().height()};
+}
+
+void RoundedField::drawFocusRingMask(QPainter& painter) const {
+    painter.drawRoundedRect(focusRingMaskBounds(), cornerRadius, cornerRadius);
+}
+
+void RoundedField::paintEvent(QPaintEvent* event) {
+    const Theme& theme = currentTheme();
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(hasFocus() ? theme.link : theme.fieldBorder);
+        drawFocusRingMask(painter);
+        const double line = hasFocus() ? ringWidth : 1;
+        painter.setBrush(theme.field);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(line, line, -line, -line),
+                                cornerRadius - line, cornerRadius - line);
+        if (!glyph_.isEmpty()) {
+            const bool mirrored = layoutDirection() == Qt::RightToLeft;
+            const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
+            drawGlyph(painter, QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize), glyph_,
+                      theme.secondaryText);
+        }
+    }
+    QLineEdit::paintEvent(event);
+}
+
+void RoundedField::changeEvent(QEvent* event) {
+    QLineEdit::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange) {
+        placeText();
+    } else if (event->type() == QEvent::PaletteChange) {
+        applyTheme();
+    }
+}
+
+void RoundedField::applyTheme() {
+    const Theme& theme = currentTheme();
+    QPalette colours = palette();
+    if (colours.color(QPalette::Text) == theme.text) {
+        return;
+    }
+    colours.setColor(QPalette::Text, theme.text);
+    colours.setColor(QPalette::Base, Qt::transparent);
+    colours.setColor(QPalette::Highlight, theme.accent);
+    colours.setColor(QPalette::HighlightedText, theme.onAccent);
+    setPalette(colours);
+}
+
+CustomSecureTextField::CustomSecureTextField(QWidget* parent) : RoundedField(parent) {
+    setEchoMode(QLineEdit::Password);
+    setDragEnabled(false);
+    setContextMenuPolicy(Qt::NoContextMenu);
+    setInputMethodHints(Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText |
+                        Qt::ImhNoAutoUppercase);
+}
+
+void CustomSecureTextField::wipeText() {
+    const QString shared = text();
+    // The copy shares the field's own storage, so that writing through it reaches the original.
+    auto* units = const_cast<QChar*>(shared.constData());
+    volatile char16_t* cursor = reinterpret_cast<char16_t*>(units);
+    for (qsizetype index = 0; index < shared.size(); ++index) {
+        cursor[index] = u'\0';
+    }
+    // Unlike clear(), this drops the undo history as well.
+    setText(QString());
+}
+
+void CustomSecureTextField::keyPressEvent(QKeyEvent* event) {
+    if (isForbiddenInPassword(*event)) {
+        event->accept();
+        return;
+    }
+    RoundedField::keyPressEvent(event);
+}
+
+bool CustomSecureTextField::event(QEvent* event) {
+    // Otherwise the editor claims these shortcuts for itself.
+    if (event->type() == QEvent::ShortcutOverride &&
+        isForbiddenInPassword(*static_cast<QKeyEvent*>(event))) {
+        event->accept();
+        return true;
+    }
+    return RoundedField::event(event);
+}
+
+}  // namespace velunor

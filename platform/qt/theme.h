@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QColor>
+#include <QPalette>
+
+namespace velunor {
+
+/// The colours of the prompt. Every text and its ground differ by at least 4.5 : 1, every outline
+/// of a control and its ground by at least 3 : 1.
+struct Theme {
+    bool dark = false;
+    QColor card;
+    QColor cardBorder;
+    QColor panel;
+    QColor text;
+    QColor secondaryText;
+    QColor link;
+    QColor accent;
+    QColor accentHover;
+    QColor accentPressed;
+    QColor onAccent;
+    QColor button;
+    QColor buttonHover;
+    QColor buttonPressed;
+    QColor buttonBorder;
+    QColor field;
+    QColor fieldBorder;
+    QColor notice;
+    QColor noticeBorder;
+    QColor noticeText;
+};
+
+/// The dark theme where the palette shows light text on a dark ground, else the light one.
+[[nodiscard]] const Theme& themeFor(const QPalette& palette);
+
+/// The theme of the desktop's present palette. Main thread only.
+[[nodiscard]] const Theme& currentTheme();
+
+}  // namespace velunor
