@@ -1,0 +1,73 @@
+#include "tests/e2e/support/bus.h"
+
+#include <stdexcept>
+
+#include "tests/e2e/support/files.h"
+
+namespace velunor::e2e {
+namespace {
+
+std::string configuration(const std::string& address) {
+    return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>)" +
+           address + R"(</listen>
+  <auth>EXTERNAL</auth>
+  <servicedir>/usr/share/dbus-1/accessibility-services</servicedir>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+}
+
+bool accepts(const std::string& address) {
+    try {
+        return connectToBus(address) != nullptr;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+BusConnection connectToBus(const std::string& address) {
+    sd_bus* made = nullptr;
+    sd_bus_new(&made);
+    BusConnection bus(made);
+    if (sd_bus_set_address(made, address.c_str()) < 0 || sd_bus_set_bus_client(made, 1) < 0 ||
+        sd_bus_start(made) < 0) {
+        throw std::runtime_error("no message bus at " + address);
+    }
+    const char* name = nullptr;
+    if (sd_bus_get_unique_name(made, &name) < 0) {
+        throw std::runtime_error("the message bus does not answer at " + address);
+    }
+    return bus;
+}
+
+Bus::Bus(const std::filesystem::path& directory)
+    : address_("unix:path=" + (directory / "bus").string()) {
+    const std::filesystem::path settings = directory / "bus.conf";
+    writeFile(settings, configuration(address_));
+    daemon_ = std::make_unique<ChildProcess>(
+        Command{.arguments = {"dbus-daemon", "--nofork", "--nopidfile",
+                              "--config-file=" + settings.string()},
+                .environment = {{"PATH", "/usr/local/bin:/usr/bin:/bin"},
+                                {"HOME", directory.string()},
+                                {"XDG_RUNTIME_DIR", directory.string()},
+                                {"DBUS_SESSION_BUS_ADDRESS", address_},
+                                {"AT_SPI_BUS_ADDRESS", address_},
+                                {"GSETTINGS_BACKEND", "memory"}},
+                .output = {},
+                .errors = directory / "bus.log"});
+    if (!eventually([this] { return accepts(address_); })) {
+        throw std::runtime_error("the private message bus did not start");
+    }
+}
+
+}  // namespace velunor::e2e
