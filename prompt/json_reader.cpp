@@ -1,6 +1,5 @@
 #include "prompt/json_reader.h"
 
-#include <cstdint>
 #include <utility>
 
 #include "platform/text.h"
@@ -13,24 +12,6 @@ constexpr int deepestNesting = 128;
 
 constexpr bool isDigit(char character) {
     return character >= '0' && character <= '9';
-}
-
-void appendUtf8(Secret& out, std::uint32_t code) {
-    const auto byte = [](std::uint32_t bits) { return static_cast<char>(bits); };
-    const auto tail = [&](unsigned shift) { return byte(0x80U | ((code >> shift) & 0x3FU)); };
-    if (code < 0x80U) {
-        const char bytes[] = {byte(code)};
-        out.append({bytes, 1});
-    } else if (code < 0x800U) {
-        const char bytes[] = {byte(0xC0U | (code >> 6U)), tail(0)};
-        out.append({bytes, 2});
-    } else if (code < 0x10000U) {
-        const char bytes[] = {byte(0xE0U | (code >> 12U)), tail(6), tail(0)};
-        out.append({bytes, 3});
-    } else {
-        const char bytes[] = {byte(0xF0U | (code >> 18U)), tail(12), tail(6), tail(0)};
-        out.append({bytes, 4});
-    }
 }
 
 /// A recursive-descent parser; each operation consumes what it accepts and answers false or none
@@ -167,37 +148,11 @@ class Parser {
     }
 
     bool parseUnicodeEscape(Secret& text) {
-        const auto first = parseFourHexDigits();
-        if (!first || (*first >= 0xDC00U && *first <= 0xDFFFU)) {
-            return false;
+        const auto code = takeEscapedCodePoint(rest_);
+        if (code) {
+            text.append(encodedUtf8(*code));
         }
-        if (*first < 0xD800U || *first > 0xDBFFU) {
-            appendUtf8(text, *first);
-            return true;
-        }
-        if (!accept("\\u")) {
-            return false;
-        }
-        const auto second = parseFourHexDigits();
-        if (!second || *second < 0xDC00U || *second > 0xDFFFU) {
-            return false;
-        }
-        appendUtf8(text, 0x10000U + ((*first - 0xD800U) << 10U) + (*second - 0xDC00U));
-        return true;
-    }
-
-    std::optional<std::uint32_t> parseFourHexDigits() {
-        constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
-        std::uint32_t code = 0;
-        for (int count = 0; count < 4; ++count) {
-            const auto digit = rest_.empty() ? std::string_view::npos : digits.find(rest_.front());
-            if (digit == std::string_view::npos) {
-                return std::nullopt;
-            }
-            code = code * 16 + static_cast<std::uint32_t>(digit % 16);
-            rest_.remove_prefix(1);
-        }
-        return code;
+        return code.has_value();
     }
 
     bool acceptDigits() {

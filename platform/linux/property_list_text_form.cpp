@@ -17,27 +17,6 @@ constexpr bool isBare(char character) {
            std::string_view("_$/:.-").find(character) != std::string_view::npos;
 }
 
-void appendCodePoint(std::string& out, std::uint32_t code) {
-    const auto tail = [&](unsigned shift) {
-        return static_cast<char>(0x80U | ((code >> shift) & 0x3FU));
-    };
-    if (code < 0x80U) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800U) {
-        out += static_cast<char>(0xC0U | (code >> 6U));
-        out += tail(0);
-    } else if (code < 0x10000U) {
-        out += static_cast<char>(0xE0U | (code >> 12U));
-        out += tail(6);
-        out += tail(0);
-    } else {
-        out += static_cast<char>(0xF0U | (code >> 18U));
-        out += tail(12);
-        out += tail(6);
-        out += tail(0);
-    }
-}
-
 /// A recursive-descent parser. Each operation consumes what it accepts; the first error stops all.
 class TextParser {
   public:
@@ -255,13 +234,13 @@ class TextParser {
             return parseUnicodeEscape(out);
         }
         if (letter >= '0' && letter <= '7') {
-            std::uint32_t code = 0;
+            char32_t code = 0;
             for (int count = 0; count < 3 && position_ < text_.size() && text_[position_] >= '0' &&
                                 text_[position_] <= '7';
                  ++count) {
-                code = code * 8 + static_cast<std::uint32_t>(text_[position_++] - '0');
+                code = code * 8 + static_cast<char32_t>(text_[position_++] - '0');
             }
-            appendCodePoint(out, code);
+            out += encodedUtf8(code);
             return true;
         }
         const auto found = letters.find(letter);
@@ -273,37 +252,14 @@ class TextParser {
         return true;
     }
 
-    std::optional<std::uint32_t> codeUnit() {
-        std::uint32_t unit = 0;
-        for (int count = 0; count < 4; ++count) {
-            const auto digit = hexDigit();
-            if (!digit) {
-                return std::nullopt;
-            }
-            unit = unit * 16 + *digit;
-        }
-        return unit;
-    }
-
     bool parseUnicodeEscape(std::string& out) {
-        const auto unit = codeUnit();
-        if (!unit || (*unit >= 0xDC00U && *unit <= 0xDFFFU)) {
-            return false;
+        std::string_view ahead = rest();
+        const auto code = takeEscapedCodePoint(ahead);
+        position_ = text_.size() - ahead.size();
+        if (code) {
+            out += encodedUtf8(*code);
         }
-        if (*unit < 0xD800U || *unit > 0xDBFFU) {
-            appendCodePoint(out, *unit);
-            return true;
-        }
-        if (!rest().starts_with("\\U") && !rest().starts_with("\\u")) {
-            return false;
-        }
-        position_ += 2;
-        const auto second = codeUnit();
-        if (!second || *second < 0xDC00U || *second > 0xDFFFU) {
-            return false;
-        }
-        appendCodePoint(out, 0x10000U + ((*unit - 0xD800U) << 10U) + (*second - 0xDC00U));
-        return true;
+        return code.has_value();
     }
 
     std::string_view text_;
