@@ -43,12 +43,12 @@ bool hasState(std::uint64_t states, unsigned state) {
 AccessibilityReader::AccessibilityReader(const std::string& address)
     : bus_(connectToBus(address)) {}
 
-std::vector<Accessible> AccessibilityReader::controlsOf(pid_t process) const {
+std::vector<Accessible> AccessibilityReader::controlsOf(std::optional<pid_t> process) const {
     std::vector<Accessible> controls;
     std::vector<Reference> open;
     for (const Reference& program :
          children({"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"})) {
-        if (processOf(program.owner) == process) {
+        if (!process || processOf(program.owner) == *process) {
             open.push_back(program);
         }
     }

@@ -29,9 +29,9 @@ class AccessibilityReader {
     /// `address` is the bus that the program and the registry are on. Throws when it is not there.
     explicit AccessibilityReader(const std::string& address);
 
-    /// All controls of the process, parents first; empty while it has not registered. A control
-    /// that vanishes meanwhile is left out.
-    [[nodiscard]] std::vector<Accessible> controlsOf(pid_t process) const;
+    /// All controls of the process, or of every program on the bus; parents first. Empty while none
+    /// has registered. A control that vanishes meanwhile is left out.
+    [[nodiscard]] std::vector<Accessible> controlsOf(std::optional<pid_t> process) const;
 
   private:
     struct Reference {
