@@ -8,7 +8,9 @@ die() {
     exit 1
 }
 
-# Debian packages by purpose.
+# Debian packages by purpose, for the verbs.
+# shellcheck disable=SC2034
+{
 readonly PACKAGES_BUILD=(
     build-essential cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-svg-dev libtomlplusplus-dev libplist-dev libsystemd-dev libpam0g-dev
@@ -21,6 +23,7 @@ readonly PACKAGES_TEST=(
 readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck libgtest-dev libgmock-dev)
 readonly PACKAGES_BENCH=(x11-utils zenity time)
 readonly PACKAGES_PACKAGE=(dpkg-dev file lintian)
+}
 
 # need PACKAGE... : installs those that are missing.
 need() {

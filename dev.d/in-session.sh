@@ -1,10 +1,10 @@
 #!/bin/sh
-# Runs a command inside a private session bus that carries the accessibility services as well, and
-# leaves the bus's address where ./dev run looks for it.
+# Runs a command on a private session bus after starting the accessibility services there (they tell
+# where a button is), and leaves their address where ./dev run looks for it.
 set -eu
-export AT_SPI_BUS_ADDRESS="$DBUS_SESSION_BUS_ADDRESS"
 export QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
 directory=$(dirname "$VELUNOR_AGENT_SETTINGS")
-printf '%s\n' "$DBUS_SESSION_BUS_ADDRESS" >"$directory/bus.new"
+dbus-send --session --print-reply=literal --dest=org.a11y.Bus /org/a11y/bus \
+    org.a11y.Bus.GetAddress | sed 's/^ *//' >"$directory/bus.new"
 mv "$directory/bus.new" "$directory/bus"
 exec "$@"

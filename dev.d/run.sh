@@ -42,9 +42,7 @@ dev_run() {
         return
     fi
     start_display 1280x800
-    # The private bus carries the accessibility services too: they tell where a button is.
-    setsid dbus-run-session --config-file="$ROOT/dev.d/session-bus.conf" -- \
-        "$ROOT/dev.d/in-session.sh" "$ROOT/build/release/ostrel-agent" prompt -- \
+    setsid dbus-run-session -- "$ROOT/dev.d/in-session.sh" "$ROOT/build/release/ostrel-agent" prompt -- \
         "${arguments[@]}" >"$ROOT/build/run/answer" &
     local session=$!
     keep $session

@@ -32,15 +32,15 @@ class Answers : public PromptTest {
 
 TEST_F(Answers, UpdateNowDeliversProceedWithoutCredentials) {
     answer(patientPrompt(), "Go ahead");
-    EXPECT_EQ(requests(), (std::vector<Request>{
-                              {"PatchOSUpdateNotificationStatus", R"({"proceed":{}})"}}));
+    EXPECT_EQ(requests(),
+              (std::vector<Request>{{"PatchOSUpdateNotificationStatus", R"({"proceed":{}})"}}));
     EXPECT_NE(systemLog().find("Reply Received status noted"), std::string::npos) << systemLog();
 }
 
 TEST_F(Answers, PostponeDeliversPostponementThatNamesNobody) {
     answer(patientPrompt(), "Later");
-    EXPECT_EQ(requests(), (std::vector<Request>{
-                              {"PatchOSUpdateNotificationStatus", R"({"postponse":{}})"}}));
+    EXPECT_EQ(requests(),
+              (std::vector<Request>{{"PatchOSUpdateNotificationStatus", R"({"postponse":{}})"}}));
     EXPECT_NE(systemLog().find("User Clicked Postpone now - Disabled user --"), std::string::npos)
         << systemLog();
 }
@@ -48,9 +48,8 @@ TEST_F(Answers, PostponeDeliversPostponementThatNamesNobody) {
 TEST_F(Answers, AccessLogHoldsOneLinePerPromptByteForByte) {
     answer(patientPrompt(), "Go ahead");
     answer(patientPrompt(), "Later");
-    const std::string prefix =
-        std::string("\n") + stamp + "\t\tOSUpdate\t\t[^\t\n]+\t\t" +
-        "Without Credentials - false - Debian 12\\.9 - 15 mins\t\t";
+    const std::string prefix = std::string("\n") + stamp + "\t\tOSUpdate\t\t[^\t\n]+\t\t" +
+                               "Without Credentials - false - Debian 12\\.9 - 15 mins\t\t";
     const std::regex expected(prefix + "proceed - NA\t\tUpdate Now Clicked\t\t" + stamp + prefix +
                               "postpone - NA\t\tPostpone Clicked\t\t" + stamp);
     EXPECT_TRUE(std::regex_match(readFile(accessLogPath()), expected)) << readFile(accessLogPath());

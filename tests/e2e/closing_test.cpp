@@ -17,8 +17,7 @@ class Closing : public PromptTest {
         if (window && active) {
             const Accessible title = waitForControl("label", "An update is ready").value();
             display().screen().click(title.extents.x + 1, title.extents.y + 1);
-            EXPECT_TRUE(
-                eventually([&] { return display().screen().activeWindow() == *window; }));
+            EXPECT_TRUE(eventually([&] { return display().screen().activeWindow() == *window; }));
         }
         return window;
     }

@@ -53,8 +53,8 @@ TEST_F(Countdown, ShowsMinutesAndSecondsOneSecondLessAtEachTick) {
 TEST_F(Countdown, ProceedingPromptShowsTheInstallText) {
     start({"OSUpdate", "Debian 12.9", "true", "15", "false", "2"});
     ASSERT_TRUE(waitForWindow()) << systemLog();
-    EXPECT_TRUE(eventually(
-        [&] { return secondsShown("Installs in (\\d+) min (\\d+) sec\\.") > 800; }));
+    EXPECT_TRUE(
+        eventually([&] { return secondsShown("Installs in (\\d+) min (\\d+) sec\\.") > 800; }));
     EXPECT_NE(systemLog().find("Starting with Installs in 15 min 0 sec."), std::string::npos);
 }
 
@@ -67,8 +67,8 @@ TEST_F(Countdown, EndProceedsWhereThatIsTheDefault) {
     startService();
     start({"OSUpdate", "Debian 12.9", "true", "0", "true", "2"});
     EXPECT_EQ(process().wait(), (Ending{0, 0})) << systemLog();
-    EXPECT_EQ(requests(), (std::vector<Request>{
-                              {"PatchOSUpdateNotificationStatus", R"({"proceed":{}})"}}));
+    EXPECT_EQ(requests(),
+              (std::vector<Request>{{"PatchOSUpdateNotificationStatus", R"({"proceed":{}})"}}));
     EXPECT_NE(readFile(accessLogPath()).find("\t\tproceed - NA\t\tTime ran out - Proceeding\t\t"),
               std::string::npos);
 }
@@ -77,8 +77,8 @@ TEST_F(Countdown, EndPostponesOtherwise) {
     startService();
     start({"OSUpdate", "Debian 12.9", "false", "0", "false", "2"});
     EXPECT_EQ(process().wait(), (Ending{0, 0})) << systemLog();
-    EXPECT_EQ(requests(), (std::vector<Request>{
-                              {"PatchOSUpdateNotificationStatus", R"({"postponse":{}})"}}));
+    EXPECT_EQ(requests(),
+              (std::vector<Request>{{"PatchOSUpdateNotificationStatus", R"({"postponse":{}})"}}));
     EXPECT_NE(readFile(accessLogPath()).find("\t\tpostpone - NA\t\tTime ran out - Postponing\t\t"),
               std::string::npos);
 }

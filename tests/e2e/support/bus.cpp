@@ -7,7 +7,10 @@
 namespace velunor::e2e {
 namespace {
 
-std::string configuration(const std::string& address) {
+// The only service that the bus starts: the one that this file of the system describes.
+constexpr const char* accessibilityService = "/usr/share/dbus-1/services/org.a11y.Bus.service";
+
+std::string configuration(const std::string& address, const std::string& services) {
     return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -15,7 +18,8 @@ std::string configuration(const std::string& address) {
   <listen>)" +
            address + R"(</listen>
   <auth>EXTERNAL</auth>
-  <servicedir>/usr/share/dbus-1/accessibility-services</servicedir>
+  <servicedir>)" +
+           services + R"(</servicedir>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
@@ -31,6 +35,19 @@ bool accepts(const std::string& address) {
     } catch (const std::runtime_error&) {
         return false;
     }
+}
+
+std::string askForAccessibilityAddress(const std::string& address) {
+    const BusConnection bus = connectToBus(address);
+    sd_bus_message* message = nullptr;
+    sd_bus_call_method(bus.get(), "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress",
+                       nullptr, &message, nullptr);
+    const BusMessage reply(message);
+    const char* found = nullptr;
+    if (reply == nullptr || sd_bus_message_read(reply.get(), "s", &found) <= 0 || *found == '\0') {
+        throw std::runtime_error("the accessibility services did not start");
+    }
+    return found;
 }
 
 }  // namespace
@@ -53,21 +70,25 @@ BusConnection connectToBus(const std::string& address) {
 Bus::Bus(const std::filesystem::path& directory)
     : address_("unix:path=" + (directory / "bus").string()) {
     const std::filesystem::path settings = directory / "bus.conf";
-    writeFile(settings, configuration(address_));
+    const std::filesystem::path services = directory / "services";
+    const std::filesystem::path runtime = directory / "bus-runtime";
+    std::filesystem::create_directories(runtime);
+    std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
+    writeFile(services / "org.a11y.Bus.service", readFile(accessibilityService));
+    writeFile(settings, configuration(address_, services.string()));
     daemon_ = std::make_unique<ChildProcess>(
         Command{.arguments = {"dbus-daemon", "--nofork", "--nopidfile",
                               "--config-file=" + settings.string()},
                 .environment = {{"PATH", "/usr/local/bin:/usr/bin:/bin"},
                                 {"HOME", directory.string()},
-                                {"XDG_RUNTIME_DIR", directory.string()},
-                                {"DBUS_SESSION_BUS_ADDRESS", address_},
-                                {"AT_SPI_BUS_ADDRESS", address_},
+                                {"XDG_RUNTIME_DIR", runtime.string()},
                                 {"GSETTINGS_BACKEND", "memory"}},
                 .output = {},
                 .errors = directory / "bus.log"});
     if (!eventually([this] { return accepts(address_); })) {
         throw std::runtime_error("the private message bus did not start");
     }
+    accessibilityAddress_ = askForAccessibilityAddress(address_);
 }
 
 }  // namespace velunor::e2e

@@ -24,16 +24,20 @@ using BusMessage = std::unique_ptr<sd_bus_message, MessageReleaser>;
 /// Connects to the bus at `address`. Throws when it is not there.
 [[nodiscard]] BusConnection connectToBus(const std::string& address);
 
-/// A message bus of its own for one test, which starts the accessibility registry on demand.
+/// A session bus of its own for one test, with the accessibility services and nothing else on it.
 class Bus {
   public:
-    /// Starts the bus and waits until it accepts clients. Throws on failure.
+    /// Starts the bus and waits until it accepts clients and the accessibility services are there:
+    /// the toolkit looks for them once, when a program starts. Throws on failure.
     explicit Bus(const std::filesystem::path& directory);
 
     [[nodiscard]] const std::string& address() const { return address_; }
+    /// Address of the bus on which programs describe their controls.
+    [[nodiscard]] const std::string& accessibilityAddress() const { return accessibilityAddress_; }
 
   private:
     std::string address_;
+    std::string accessibilityAddress_;
     std::unique_ptr<ChildProcess> daemon_;
 };
 

@@ -36,8 +36,8 @@ PromptTest::PromptTest() {
             environment_[passed] = value;
         }
     }
-    for (const char* name : {"home", "runtime", "base/i18n", "base/images", "data",
-                             "log/UserLogs"}) {
+    for (const char* name :
+         {"home", "runtime", "base/i18n", "base/images", "data", "log/UserLogs"}) {
         std::filesystem::create_directories(directory() / name);
     }
     std::filesystem::permissions(directory() / "runtime", std::filesystem::perms::owner_all);
@@ -45,8 +45,8 @@ PromptTest::PromptTest() {
     writeFile(settingsPath(), "[agent]\nproduct_name = \"Test Agent\"\nbase_path = \"" + root +
                                   "/base\"\ndata_path = \"" + root + "/data\"\nlog_path = \"" +
                                   root + "/log\"\n\n[service]\nbus = \"session\"\n\n" +
-                                  "[credentials]\nsecure_token_tool = \"" +
-                                  SYSADMINCTL_PROGRAM + "\"\n");
+                                  "[credentials]\nsecure_token_tool = \"" + SYSADMINCTL_PROGRAM +
+                                  "\"\n");
     writeTexts(testTexts());
 }
 
@@ -62,7 +62,6 @@ Bus& PromptTest::bus() {
     if (!bus_) {
         bus_ = std::make_unique<Bus>(directory());
         environment_["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
-        environment_["AT_SPI_BUS_ADDRESS"] = bus_->address();
         environment_["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
     }
     return *bus_;
@@ -131,7 +130,7 @@ std::optional<Accessible> PromptTest::waitForControl(const std::string& role,
 
 std::vector<Accessible> PromptTest::controls() {
     if (!reader_) {
-        reader_ = std::make_unique<AccessibilityReader>(bus().address());
+        reader_ = std::make_unique<AccessibilityReader>(bus().accessibilityAddress());
     }
     return reader_->controlsOf(prompt_);
 }
@@ -154,8 +153,9 @@ bool PromptTest::clickButton(const std::string& title) {
 
 bool PromptTest::waitForLog(const std::string& text) const {
     return eventually([&] {
-        return systemLog().find(text) != std::string::npos || !process_->isRunning();
-    }) && systemLog().find(text) != std::string::npos;
+               return systemLog().find(text) != std::string::npos || !process_->isRunning();
+           }) &&
+           systemLog().find(text) != std::string::npos;
 }
 
 }  // namespace velunor::e2e

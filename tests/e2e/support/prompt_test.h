@@ -29,8 +29,8 @@ class PromptTest : public ::testing::Test {
   protected:
     PromptTest();
 
-    [[nodiscard]] Display& display();
-    [[nodiscard]] Bus& bus();
+    Display& display();
+    Bus& bus();
     [[nodiscard]] std::filesystem::path directory() const { return directory_.path(); }
     [[nodiscard]] std::filesystem::path dataPath() const { return directory() / "data"; }
     [[nodiscard]] std::filesystem::path accessLogPath() const;

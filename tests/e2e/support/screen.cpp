@@ -130,7 +130,7 @@ std::optional<Decoration> Screen::decorationOf(WindowId window) const {
         return std::nullopt;
     }
     return Decoration{static_cast<int>(extents[0]), static_cast<int>(extents[1]),
-                     static_cast<int>(extents[2]), static_cast<int>(extents[3])};
+                      static_cast<int>(extents[2]), static_cast<int>(extents[3])};
 }
 
 PixelRect Screen::workArea() const {
@@ -211,8 +211,7 @@ void Screen::click(int x, int y) {
 }
 
 void Screen::pressKey(const std::string& key, bool withAlt) {
-    const KeyCode code =
-        XKeysymToKeycode(connection_->display, XStringToKeysym(key.c_str()));
+    const KeyCode code = XKeysymToKeycode(connection_->display, XStringToKeysym(key.c_str()));
     const KeyCode alt = XKeysymToKeycode(connection_->display, XK_Alt_L);
     if (withAlt) {
         XTestFakeKeyEvent(connection_->display, alt, 1, CurrentTime);
