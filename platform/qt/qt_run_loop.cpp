@@ -1,0 +1,45 @@
+#include "platform/qt/qt_run_loop.h"
+
+#include <QMetaObject>
+#include <QThreadPool>
+#include <QTimer>
+
+namespace velunor {
+
+namespace {
+
+class QtTimer : public Timer {
+  public:
+    explicit QtTimer(QTimer& timer) : timer_(timer) {}
+    void invalidate() override { timer_.stop(); }
+
+  private:
+    QTimer& timer_;
+};
+
+}  // namespace
+
+void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+                              std::function<void(Timer&)> block) {
+    auto* timer = new QTimer(&mainThread_);
+    timer->setTimerType(Qt::PreciseTimer);
+    timer->setSingleShot(!repeats);
+    QObject::connect(timer, &QTimer::timeout, &mainThread_, [timer, block = std::move(block)] {
+        QtTimer handle(*timer);
+        block(handle);
+        if (!timer->isActive()) {
+            timer->deleteLater();
+        }
+    });
+    timer->start(interval);
+}
+
+void QtRunLoop::performOnMainThread(std::function<void()> work) {
+    QMetaObject::invokeMethod(&mainThread_, std::move(work), Qt::QueuedConnection);
+}
+
+void QtRunLoop::performInBackground(std::function<void()> work) {
+    QThreadPool::globalInstance()->start(std::move(work));
+}
+
+}  // namespace velunor

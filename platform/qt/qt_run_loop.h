@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QObject>
+
+#include "platform/run_loop.h"
+
+namespace velunor {
+
+/// The application's event loop. Timers are precise and count by ticks; those that are still active
+/// end with this object.
+class QtRunLoop : public RunLoop {
+  public:
+    void scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+                       std::function<void(Timer&)> block) override;
+    void performOnMainThread(std::function<void()> work) override;
+    void performInBackground(std::function<void()> work) override;
+
+  private:
+    /// Lives on the main thread: owner of the timers and addressee of work for that thread.
+    QObject mainThread_;
+};
+
+}  // namespace velunor
