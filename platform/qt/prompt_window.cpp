@@ -13,14 +13,11 @@
 #include "platform/qt/theme.h"
 #include "ui_prompt_window.h"
 
-namespace {
-
-/// The linker drops a static library's resources unless somebody asks for them by name.
-void initializeResources() {
+/// Makes the drawings known; the linker would drop a static library's resources unless somebody
+/// asks for them by name, and that must be done outside of any namespace.
+static void initializeResources() {
     Q_INIT_RESOURCE(prompt_window);
 }
-
-}  // namespace
 
 namespace velunor {
 
@@ -103,8 +100,12 @@ PromptWindow::PromptWindow() : form_(std::make_unique<Ui::PromptWindow>()) {
             view_.constraints.push_back(constraints_.back().get());
         }
     }
-    form_->body->installEventFilter(this);
-    form_->footer->installEventFilter(this);
+    for (QScrollArea* area : {form_->bodyScroll, form_->footerScroll}) {
+        // The card shows through.
+        area->viewport()->setAutoFillBackground(false);
+        area->widget()->setAutoFillBackground(false);
+        area->widget()->installEventFilter(this);
+    }
     connectSignals();
     followScreens();
 }
