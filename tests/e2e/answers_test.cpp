@@ -13,10 +13,9 @@ constexpr const char* stamp = R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2})";
 
 class Answers : public PromptTest {
   protected:
-    // Starts a prompt with a service and clicks one of its buttons.
+    // Starts a prompt and clicks one of its buttons.
     void answer(const std::vector<std::string>& arguments, const std::string& button,
                 mode_t umask = 022) {
-        startService();
         start(arguments, umask);
         ASSERT_TRUE(waitForWindow()) << systemLog();
         ASSERT_TRUE(clickButton(button)) << systemLog();
@@ -31,6 +30,7 @@ class Answers : public PromptTest {
 };
 
 TEST_F(Answers, UpdateNowDeliversProceedWithoutCredentials) {
+    startService();
     answer(patientPrompt(), "Go ahead");
     EXPECT_EQ(requests(),
               (std::vector<Request>{{"PatchOSUpdateNotificationStatus", R"({"proceed":{}})"}}));
@@ -38,6 +38,7 @@ TEST_F(Answers, UpdateNowDeliversProceedWithoutCredentials) {
 }
 
 TEST_F(Answers, PostponeDeliversPostponementThatNamesNobody) {
+    startService();
     answer(patientPrompt(), "Later");
     EXPECT_EQ(requests(),
               (std::vector<Request>{{"PatchOSUpdateNotificationStatus", R"({"postponse":{}})"}}));
@@ -46,6 +47,7 @@ TEST_F(Answers, PostponeDeliversPostponementThatNamesNobody) {
 }
 
 TEST_F(Answers, AccessLogHoldsOneLinePerPromptByteForByte) {
+    startService();
     answer(patientPrompt(), "Go ahead");
     answer(patientPrompt(), "Later");
     const std::string prefix = std::string("\n") + stamp + "\t\tOSUpdate\t\t[^\t\n]+\t\t" +
@@ -56,6 +58,7 @@ TEST_F(Answers, AccessLogHoldsOneLinePerPromptByteForByte) {
 }
 
 TEST_F(Answers, AccessLogIsMadeForEverybodyWhateverTheUmask) {
+    startService();
     answer(patientPrompt(), "Later", 077);
     EXPECT_EQ(accessLogMode(), 0666U);
     EXPECT_NE(systemLog().find("Log file created at " + accessLogPath().string()),
@@ -64,6 +67,7 @@ TEST_F(Answers, AccessLogIsMadeForEverybodyWhateverTheUmask) {
 }
 
 TEST_F(Answers, AccessLogThatIsThereKeepsItsModeAndContent) {
+    startService();
     writeFile(accessLogPath(), "before");
     ASSERT_EQ(::chmod(accessLogPath().c_str(), 0640), 0);
     answer(patientPrompt(), "Later");
@@ -74,6 +78,7 @@ TEST_F(Answers, AccessLogThatIsThereKeepsItsModeAndContent) {
 }
 
 TEST_F(Answers, MissingLogDirectoryDoesNotStopThePrompt) {
+    startService();
     std::filesystem::remove_all(accessLogPath().parent_path());
     answer(patientPrompt(), "Go ahead");
     EXPECT_EQ(requests().size(), 1U);

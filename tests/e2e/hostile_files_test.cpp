@@ -1,5 +1,7 @@
 // Files of the administrator that are not what they should be: the prompt shows its own texts.
 
+#include <ostream>
+
 #include "tests/e2e/support/prompt_test.h"
 
 namespace velunor::e2e {
@@ -45,6 +47,10 @@ std::vector<Hostile> hostileFiles() {
         {"Huge", std::string(std::size_t{17} * 1024 * 1024, 'x'), notReadable, rebrandError},
         {"Array", xml("<array><string>title</string></array>"), notADictionary, rebrandError},
     };
+}
+
+void PrintTo(const Hostile& file, std::ostream* out) {
+    *out << file.name;
 }
 
 class HostileFile : public PromptTest, public ::testing::WithParamInterface<Hostile> {

@@ -1,6 +1,7 @@
 // Texts as they come out on the window: literally, whatever they hold.
 
 #include <algorithm>
+#include <ostream>
 
 #include "tests/e2e/support/prompt_test.h"
 
@@ -84,22 +85,40 @@ TEST_F(TextsOnWindow, EmptyUpdateNameLeavesTheBulletAndTwoSpaces) {
     EXPECT_TRUE(waitForControl("label", bullet)) << systemLog();
 }
 
-class LiteralName : public PromptTest, public ::testing::WithParamInterface<const char*> {};
+struct NamedText {
+    const char* name;
+    const char* text;
+};
 
-TEST_P(LiteralName, UpdateNameIsShownAsGiven) {
-    const std::string name = GetParam();
+std::string nameOf(const ::testing::TestParamInfo<NamedText>& one) {
+    return one.param.name;
+}
+
+void PrintTo(const NamedText& text, std::ostream* out) {
+    *out << text.name;
+}
+
+class LiteralName : public PromptTest, public ::testing::WithParamInterface<NamedText> {};
+
+TEST_P(LiteralName, IsShownAsGiven) {
+    const std::string name = GetParam().text;
     start({"OSUpdate", name, "false", "15", "false", "2"});
     ASSERT_TRUE(waitForWindow()) << systemLog();
     EXPECT_TRUE(waitForControl("label", bullet + name)) << systemLog();
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, LiteralName,
-                         ::testing::Values("<b>bold</b> & <img src=x>", "&Save && go",
-                                           "%s %d %n 100%", "first\nsecond\n\nfourth",
-                                           "\U0001F680\U0001F468\u200D\U0001F469\u200D\U0001F467",
-                                           "\u05E2\u05D3\u05DB\u05D5\u05DF 12.9 \u0645\u0631\u062D"
-                                           "\u0628\u0627",
-                                           "  blanks \t kept  "));
+INSTANTIATE_TEST_SUITE_P(
+    Texts, LiteralName,
+    ::testing::Values(NamedText{"Markup", "<b>bold</b> & <img src=x>"},
+                      NamedText{"Ampersands", "&Save && go"},
+                      NamedText{"FormatSigns", "%s %d %n 100%"},
+                      NamedText{"LineBreaks", "first\nsecond\n\nfourth"},
+                      NamedText{"Emoji", "\U0001F680\U0001F468\u200D\U0001F469\u200D\U0001F467"},
+                      NamedText{
+                          "RightToLeft",
+                          "\u05E2\u05D3\u05DB\u05D5\u05DF 12.9 \u0645\u0631\u062D\u0628\u0627"},
+                      NamedText{"Blanks", "  blanks \t kept  "}),
+    nameOf);
 
 TEST_F(TextsOnWindow, TenThousandCharactersAreReadBackWhole) {
     std::string name;

@@ -58,7 +58,7 @@ Display::Display(const std::filesystem::path& directory) {
                                                       .output = {},
                                                       .errors = directory / "openbox.log"});
     screen_ = std::make_unique<Screen>(name_);
-    if (!eventually([this] { return screen_->hasWindowManager(); })) {
+    if (!screen_->waitForWindowManager()) {
         throw std::runtime_error("the window manager did not start");
     }
 }

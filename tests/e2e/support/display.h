@@ -41,7 +41,9 @@ class Screen {
     Screen& operator=(const Screen&) = delete;
     ~Screen();
 
-    [[nodiscard]] bool hasWindowManager() const;
+    /// Waits until a window manager takes in windows; whether one does. It says that it is there
+    /// earlier than that, and forgets what is shown in between.
+    [[nodiscard]] bool waitForWindowManager();
     /// The window of this process that is on the screen, once it is mapped.
     [[nodiscard]] std::optional<WindowId> windowOf(pid_t process) const;
     /// Where the window is, its decoration included.

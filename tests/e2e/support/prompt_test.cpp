@@ -84,6 +84,7 @@ void PromptTest::writeTexts(const Texts& texts) const {
 }
 
 void PromptTest::startService(Treatment treatment) {
+    service_.reset();
     service_ = std::make_unique<TestAgentService>(bus().address(), treatment);
 }
 

@@ -92,8 +92,23 @@ struct XConnection {
 Screen::Screen(const std::string& name) : connection_(std::make_unique<XConnection>(name)) {}
 Screen::~Screen() = default;
 
-bool Screen::hasWindowManager() const {
-    return !connection_->property(connection_->root, "_NET_SUPPORTING_WM_CHECK").empty();
+bool Screen::waitForWindowManager() {
+    if (!eventually([this] {
+            return !connection_->property(connection_->root, "_NET_SUPPORTING_WM_CHECK").empty();
+        })) {
+        return false;
+    }
+    const WindowId probe = connection_->makeWindow({0, 0, 1, 1});
+    const bool managed = eventually([&] {
+        XMapWindow(connection_->display, probe);
+        const auto clients = connection_->property(connection_->root, "_NET_CLIENT_LIST");
+        return std::find(clients.begin(), clients.end(), probe) != clients.end();
+    });
+    XDestroyWindow(connection_->display, probe);
+    XSync(connection_->display, 0);
+    return managed && eventually([this] {
+               return connection_->property(connection_->root, "_NET_CLIENT_LIST").empty();
+           });
 }
 
 std::optional<WindowId> Screen::windowOf(pid_t process) const {
