@@ -87,7 +87,8 @@ int runApplication(int argc, char** argv, Machine& machine, const velunor::Globa
     velunor::AppDelegate delegate(application, machine.activity);
     QObject::connect(&qtApplication, &QCoreApplication::aboutToQuit, &qtApplication,
                      [&] { delegate.applicationWillTerminate(); });
-    const velunor::TerminationSignals terminationSignals([] { QCoreApplication::quit(); });
+    // Quitting would ask the window first, and it refuses to close.
+    const velunor::TerminationSignals terminationSignals([] { QCoreApplication::exit(0); });
 
     controller.viewDidLoad();
     delegate.applicationDidFinishLaunching();

@@ -1,5 +1,6 @@
 #include "platform/qt/prompt_window.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QMouseEvent>
@@ -218,7 +219,15 @@ void PromptWindow::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void PromptWindow::mousePressEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton && windowHandle() != nullptr &&
+    pressedAt_ = event->globalPosition();
+}
+
+void PromptWindow::mouseMoveEvent(QMouseEvent* event) {
+    // A mere click must not begin a move: the window manager could take the pointer after the
+    // button is up again, and keep it.
+    const QPointF way = event->globalPosition() - pressedAt_;
+    if (event->buttons() == Qt::LeftButton && windowHandle() != nullptr &&
+        way.manhattanLength() >= QApplication::startDragDistance() &&
         windowHandle()->startSystemMove()) {
         movedByUser_ = true;
     }

@@ -41,6 +41,7 @@ class PromptWindow : public QWidget {
     void closeEvent(QCloseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
     class OutletConnector;
@@ -61,6 +62,7 @@ class PromptWindow : public QWidget {
     std::function<void()> changeUserName_ = [] {};
     std::function<void()> appear_ = [] {};
     bool fitQueued_ = false;
+    QPointF pressedAt_;
     /// The user has dragged the window; it stays where they put it.
     bool movedByUser_ = false;
     bool hasSeeThroughCorners_ = false;
