@@ -69,6 +69,20 @@ void appendEscaped(std::string& out, char character) {
     out += '}';
 }
 
+std::optional<char32_t> takeCodeUnit(std::string_view& text) {
+    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
+    char32_t unit = 0;
+    for (int count = 0; count < 4; ++count) {
+        const auto digit = text.empty() ? std::string_view::npos : digits.find(text.front());
+        if (digit == std::string_view::npos) {
+            return std::nullopt;
+        }
+        unit = unit * 16 + static_cast<char32_t>(digit % 16);
+        text.remove_prefix(1);
+    }
+    return unit;
+}
+
 }  // namespace
 
 bool isValidUtf8(std::string_view text) noexcept {
@@ -99,6 +113,44 @@ std::string listDescription(std::span<const std::string> elements) {
 
 std::string decimal(long long value) {
     return std::to_string(value);
+}
+
+std::string encodedUtf8(char32_t code) {
+    const auto lead = [&](unsigned marker, unsigned shift) {
+        return static_cast<char>(marker | (code >> shift));
+    };
+    const auto tail = [&](unsigned shift) {
+        return static_cast<char>(0x80U | ((code >> shift) & 0x3FU));
+    };
+    if (code < 0x80U) {
+        return {static_cast<char>(code)};
+    }
+    if (code < 0x800U) {
+        return {lead(0xC0U, 6), tail(0)};
+    }
+    if (code < 0x10000U) {
+        return {lead(0xE0U, 12), tail(6), tail(0)};
+    }
+    return {lead(0xF0U, 18), tail(12), tail(6), tail(0)};
+}
+
+std::optional<char32_t> takeEscapedCodePoint(std::string_view& text) {
+    const auto first = takeCodeUnit(text);
+    if (!first || (*first >= 0xDC00U && *first <= 0xDFFFU)) {
+        return std::nullopt;
+    }
+    if (*first < 0xD800U || *first > 0xDBFFU) {
+        return first;
+    }
+    if (!text.starts_with("\\u")) {
+        return std::nullopt;
+    }
+    text.remove_prefix(2);
+    const auto second = takeCodeUnit(text);
+    if (!second || *second < 0xDC00U || *second > 0xDFFFU) {
+        return std::nullopt;
+    }
+    return 0x10000U + ((*first - 0xD800U) << 10U) + (*second - 0xDC00U);
 }
 
 }  // namespace velunor

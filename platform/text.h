@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -16,6 +17,14 @@ namespace velunor {
 
 /// `value` in plain decimal without leading zeros.
 [[nodiscard]] std::string decimal(long long value);
+
+/// The code point in UTF-8. `code` is a Unicode scalar value.
+[[nodiscard]] std::string encodedUtf8(char32_t code);
+
+/// Takes from the front of `text` what follows the "\u" of an escape: four hexadecimal digits, and
+/// for the first half of a surrogate pair the escape of the second half too. None, with `text`
+/// partly consumed, when that is malformed.
+[[nodiscard]] std::optional<char32_t> takeEscapedCodePoint(std::string_view& text);
 
 /// Finds the boundaries of what a reader perceives as one character.
 class TextSegmenter {

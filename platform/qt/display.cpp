@@ -72,7 +72,7 @@ bool platformReachable(const QByteArray& platform) {
 
 }  // namespace
 
-bool displayReachable() {
+bool prepareDisplay() {
     const QByteArray wanted = qgetenv(platformVariable);
     if (!wanted.isEmpty()) {
         const QByteArrayList platforms = wanted.split(';');

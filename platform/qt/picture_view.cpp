@@ -27,6 +27,14 @@ void drawVectorPicture(QPainter& painter, const QRect& area, const QString& reso
     painter.drawImage(area.topLeft(), picture);
 }
 
+QPixmap vectorPicture(const QString& resource, int side) {
+    QPixmap picture(side, side);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    drawVectorPicture(painter, picture.rect(), resource, QColor());
+    return picture;
+}
+
 PictureView::PictureView(QWidget* parent) : QWidget(parent) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }

@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QImage>
 #include <QPainter>
+#include <QPixmap>
 #include <QString>
 #include <QWidget>
 
@@ -13,11 +14,8 @@ namespace velunor {
 void drawVectorPicture(QPainter& painter, const QRect& area, const QString& resource,
                        const QColor& tint);
 
-/// `drawVectorPicture` for single-coloured glyphs.
-inline void drawGlyph(QPainter& painter, const QRect& area, const QString& resource,
-                      const QColor& color) {
-    drawVectorPicture(painter, area, resource, color);
-}
+/// One of the program's own square vector pictures, `side` pixels wide and high.
+[[nodiscard]] QPixmap vectorPicture(const QString& resource, int side);
 
 /// Shows a picture, scaled into its area with its proportions kept. Decorative: a screen reader
 /// passes over it.

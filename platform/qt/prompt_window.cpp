@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
+#include <QIcon>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
@@ -14,8 +15,15 @@
 
 #include "platform/qt/form_views.h"
 #include "platform/qt/qt_controls.h"
+#include "platform/qt/qt_desktop.h"
 #include "platform/qt/theme.h"
 #include "ui_prompt_window.h"
+
+/// Makes the drawings known; the linker would drop a static library's resources unless somebody
+/// asks for them by name, and that must be done outside of any namespace.
+static void initializeResources() {
+    Q_INIT_RESOURCE(prompt_window);
+}
 
 namespace velunor {
 
@@ -91,9 +99,11 @@ void setAreaHeight(QScrollArea& area, int height, int contentHeight) {
 }  // namespace
 
 PromptWindow::PromptWindow()
-    : QWidget(nullptr, cardFlags), form_(std::make_unique<Ui::PromptForm>()), window_(*this) {
+    : QWidget(nullptr, cardFlags), form_(std::make_unique<Ui::PromptForm>()) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground, hasCompositor());
+    initializeResources();
+    QGuiApplication::setWindowIcon(QIcon(vectorPicture(":/icons/velunor-os-update.svg", 256)));
     form_->setupUi(this);
     for (QScrollArea* area : {form_->bodyArea, form_->footerArea}) {
         area->viewport()->setAutoFillBackground(false);
@@ -131,18 +141,13 @@ void PromptWindow::connectOutlets() {
     for (ConstraintSpacer* constraint : findChildren<ConstraintSpacer*>()) {
         view_.constraints.push_back(constraint);
     }
-    view_.window = &window_;
     // The shake needs a layer from the start, as every view of a layered window has one.
     view_.outlets.passwordTextFiled->setWantsLayer(true);
 }
 
 void PromptWindow::connectActions() {
     const auto onClick = [this](QAbstractButton* button, std::function<void()>& action) {
-        connect(button, &QAbstractButton::clicked, this, [&action] {
-            if (action) {
-                action();
-            }
-        });
+        connect(button, &QAbstractButton::clicked, this, [&action] { action(); });
     };
     onClick(form_->updateNowButton, updateNow_);
     onClick(form_->postponeButton, postpone_);
@@ -228,14 +233,18 @@ void PromptWindow::relayout() {
     const int body = std::min(bodyContent, limit - footer);
     setAreaHeight(*form_->bodyArea, body, bodyContent);
     setAreaHeight(*form_->footerArea, footer, footerContent);
+    const int lowerEdge = geometry().bottom();
     setFixedSize(width, body + footer + 2);
+    if (movedByUser_) {
+        move(x(), lowerEdge - height() + 1);
+    }
     settleLayouts(*this);
     place();
 }
 
 void PromptWindow::place() {
-    if (dragged_ && pos() != placedAt_) {
-        // A window that the user has moved stays there; it only comes back in when it grew out.
+    if (movedByUser_) {
+        // It only comes back into the usable area when it has grown out of it.
         const QRect usable = usableArea();
         const QRect frame = frameGeometry();
         move(std::clamp(frame.x(), usable.x(),
@@ -244,11 +253,7 @@ void PromptWindow::place() {
                         std::max(usable.y(), usable.bottom() + 1 - frame.height())));
         return;
     }
-    dragged_ = false;
-    if (viewDidAppear_) {
-        viewDidAppear_();
-    }
-    placedAt_ = pos();
+    appear_();
 }
 
 void PromptWindow::showEvent(QShowEvent* event) {
@@ -297,8 +302,17 @@ void PromptWindow::applyTheme() {
 }
 
 void PromptWindow::mousePressEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton && windowHandle()->startSystemMove()) {
-        dragged_ = true;
+    pressedAt_ = event->globalPosition();
+}
+
+void PromptWindow::mouseMoveEvent(QMouseEvent* event) {
+    // A mere click must not begin a move: the window manager could take the pointer after the
+    // button is up again, and keep it.
+    const QPointF way = event->globalPosition() - pressedAt_;
+    if (event->buttons() == Qt::LeftButton &&
+        way.manhattanLength() >= QApplication::startDragDistance() &&
+        windowHandle()->startSystemMove()) {
+        movedByUser_ = true;
     }
 }
 

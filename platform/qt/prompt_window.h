@@ -5,7 +5,6 @@
 #include <memory>
 #include <vector>
 
-#include "platform/qt/qt_desktop.h"
 #include "platform/qt/x11_desktop.h"
 #include "window/prompt_view.h"
 
@@ -27,16 +26,19 @@ class PromptWindow : public QWidget {
     PromptWindow& operator=(const PromptWindow&) = delete;
     ~PromptWindow() override;
 
-    /// What the controller works with; valid as long as the window.
-    [[nodiscard]] PromptView& view() { return view_; }
-    [[nodiscard]] QtWindow& window() { return window_; }
+    /// The controls for the logic, connected to the outlets by their names in the form, without a
+    /// window. Valid as long as this object.
+    [[nodiscard]] PromptView view() const { return view_; }
 
-    void setUpdateNow(std::function<void()> action) { updateNow_ = std::move(action); }
-    void setPostpone(std::function<void()> action) { postpone_ = std::move(action); }
-    void setChangeUserName(std::function<void()> action) { changeUserName_ = std::move(action); }
+    void onUpdateNow(std::function<void()> action) { updateNow_ = std::move(action); }
+    void onPostpone(std::function<void()> action) { postpone_ = std::move(action); }
+    void onChangeUserName(std::function<void()> action) { changeUserName_ = std::move(action); }
     /// Called when the window is about to appear at its final size, and again whenever its size,
     /// the screen or the usable area changes.
-    void setViewDidAppear(std::function<void()> callback) { viewDidAppear_ = std::move(callback); }
+    void onAppear(std::function<void()> action) { appear_ = std::move(action); }
+
+    /// Shows the window, placed and without taking the focus.
+    void present() { show(); }
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -46,6 +48,7 @@ class PromptWindow : public QWidget {
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
     void connectOutlets();
@@ -58,17 +61,16 @@ class PromptWindow : public QWidget {
     void applyTheme();
     std::unique_ptr<Ui::PromptForm> form_;
     std::vector<std::shared_ptr<void>> controls_;
-    QtWindow window_;
     PromptView view_;
-    std::function<void()> updateNow_;
-    std::function<void()> postpone_;
-    std::function<void()> changeUserName_;
-    std::function<void()> viewDidAppear_;
+    std::function<void()> updateNow_ = [] {};
+    std::function<void()> postpone_ = [] {};
+    std::function<void()> changeUserName_ = [] {};
+    std::function<void()> appear_ = [] {};
     std::unique_ptr<X11DesktopChanges> desktopChanges_;
     bool relayoutScheduled_ = false;
-    /// Whether a drag was begun, and where the logic placed the window last.
-    bool dragged_ = false;
-    QPoint placedAt_;
+    QPointF pressedAt_;
+    /// The user has dragged the window; it stays where they put it.
+    bool movedByUser_ = false;
     bool sessionEnds_ = false;
 };
 

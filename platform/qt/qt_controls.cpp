@@ -3,7 +3,7 @@
 #include <QLayout>
 #include <cmath>
 
-#include "platform/qt/qt_images.h"
+#include "platform/qt/qt_image.h"
 
 namespace velunor {
 
@@ -115,7 +115,7 @@ void QtButton::activateWidthConstraint(double width) {
 }
 
 void QtImageView::setImage(ImagePointer image) {
-    view_.setImage(pictureOf(image));
+    view_.setImage(bitmapOf(image));
 }
 
 }  // namespace velunor

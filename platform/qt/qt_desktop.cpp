@@ -5,7 +5,7 @@
 #include <QScreen>
 #include <QWindow>
 
-#include "platform/qt/qt_images.h"
+#include "platform/qt/qt_image.h"
 #include "platform/qt/x11_desktop.h"
 
 namespace velunor {
@@ -66,18 +66,12 @@ std::optional<Rect> QtScreens::mainScreenVisibleFrame() const {
     return upwards(usableArea());
 }
 
-std::vector<Window*> QtApplication::windows() {
-    return {windows_.begin(), windows_.end()};
-}
-
 void QtApplication::requestCriticalAttention() {
-    for (const QtWindow* window : windows_) {
-        QApplication::alert(&window->widget());
-    }
+    QApplication::alert(&widget_);
 }
 
 void QtApplication::setApplicationIconImage(const ImagePointer& image) {
-    const QImage picture = pictureOf(image);
+    const QImage picture = bitmapOf(image);
     if (!picture.isNull()) {
         QApplication::setWindowIcon(QIcon(QPixmap::fromImage(picture)));
     }

@@ -21,7 +21,6 @@ class QtWindow : public Window {
     void setFrameOrigin(const Point& origin) override;
     /// Every level above the normal one floats.
     void setLevel(int level) override;
-    [[nodiscard]] QWidget& widget() const { return widget_; }
 
   private:
     QWidget& widget_;
@@ -32,18 +31,18 @@ class QtScreens : public Screens {
     [[nodiscard]] std::optional<Rect> mainScreenVisibleFrame() const override;
 };
 
-/// The application behind the `QApplication` object, which must exist.
+/// The application with its one window, which outlives this object.
 class QtApplication : public Application {
   public:
-    /// Adds a window after those that are there; it must outlive this object.
-    void addWindow(QtWindow& window) { windows_.push_back(&window); }
+    QtApplication(QWidget& widget, Window& window) : widget_(widget), window_(window) {}
 
-    [[nodiscard]] std::vector<Window*> windows() override;
+    [[nodiscard]] std::vector<Window*> windows() override { return {&window_}; }
     void requestCriticalAttention() override;
     void setApplicationIconImage(const ImagePointer& image) override;
 
   private:
-    std::vector<QtWindow*> windows_;
+    QWidget& widget_;
+    Window& window_;
 };
 
 }  // namespace velunor

@@ -4,7 +4,7 @@
 
 namespace velunor {
 
-/// Counts extended grapheme clusters by the Unicode rules.
+/// Counts grapheme clusters by the Unicode rules. Any thread.
 class QtTextSegmenter : public TextSegmenter {
   public:
     [[nodiscard]] std::size_t characterCount(std::string_view text) const override;

@@ -1,61 +1,43 @@
 #include "platform/qt/termination_signals.h"
 
-#include <fcntl.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
-
-#include "platform/fatal_stop.h"
+#include <csignal>
+#include <cstdint>
+#include <utility>
 
 namespace velunor {
 
 namespace {
 
-std::atomic<int> writeEnd{-1};
+/// What the signal handler writes to; a handler may use nothing but such a number.
+int wakeUpDescriptor = -1;
 
-void noteSignal(int number) {
+void wakeUp(int /*number*/) {
     const int kept = errno;
-    const auto byte = static_cast<unsigned char>(number);
-    // A full pipe already holds a signal that nobody has read yet.
-    [[maybe_unused]] const ssize_t written = write(writeEnd.load(), &byte, 1);
+    const std::uint64_t one = 1;
+    static_cast<void>(!::write(wakeUpDescriptor, &one, sizeof one));
     errno = kept;
 }
 
 }  // namespace
 
-TerminationSignals::TerminationSignals(std::function<void(int)> received)
-    : received_(std::move(received)) {
-    if (writeEnd.load() != -1 || pipe2(pipe_.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
-        fatalStop();
-    }
-    writeEnd.store(pipe_[1]);
-    notifier_ = std::make_unique<QSocketNotifier>(pipe_[0], QSocketNotifier::Read);
-    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
-                     [this] { readSignal(); });
+TerminationSignals::TerminationSignals(std::function<void()> terminate)
+    : terminate_(std::move(terminate)) {
+    wakeUpDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    notifier_ = std::make_unique<QSocketNotifier>(wakeUpDescriptor, QSocketNotifier::Read);
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] {
+        notifier_->setEnabled(false);
+        terminate_();
+    });
     struct sigaction action {};
-    action.sa_handler = &noteSignal;
+    action.sa_handler = wakeUp;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    for (std::size_t index = 0; index < signals_.size(); ++index) {
-        sigaction(signals_[index], &action, &former_[index]);
-    }
-}
-
-TerminationSignals::~TerminationSignals() {
-    for (std::size_t index = 0; index < signals_.size(); ++index) {
-        sigaction(signals_[index], &former_[index], nullptr);
-    }
-    writeEnd.store(-1);
-    notifier_.reset();
-    close(pipe_[0]);
-    close(pipe_[1]);
-}
-
-void TerminationSignals::readSignal() {
-    unsigned char number = 0;
-    if (read(pipe_[0], &number, 1) == 1) {
-        received_(number);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+        sigaction(number, &action, nullptr);
     }
 }
 

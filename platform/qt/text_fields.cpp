@@ -82,8 +82,9 @@ void RoundedField::paintEvent(QPaintEvent* event) {
         if (!glyph_.isEmpty()) {
             const bool mirrored = layoutDirection() == Qt::RightToLeft;
             const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
-            drawGlyph(painter, QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize), glyph_,
-                      theme.secondaryText);
+            drawVectorPicture(painter,
+                              QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize), glyph_,
+                              theme.secondaryText);
         }
     }
     QLineEdit::paintEvent(event);

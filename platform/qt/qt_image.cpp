@@ -1,4 +1,4 @@
-#include "platform/qt/qt_images.h"
+#include "platform/qt/qt_image.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -44,13 +44,13 @@ bool isWithinLimits(const QSize& size) {
 }  // namespace
 
 Size QtImage::size() const {
-    const QSizeF points = picture_.deviceIndependentSize();
+    const QSizeF points = image_.deviceIndependentSize();
     return {points.width(), points.height()};
 }
 
-QImage pictureOf(const ImagePointer& image) {
+QImage bitmapOf(const ImagePointer& image) {
     const auto* decoded = dynamic_cast<const QtImage*>(image.get());
-    return decoded == nullptr ? QImage() : decoded->picture();
+    return decoded == nullptr ? QImage() : decoded->image();
 }
 
 QtImageReader::QtImageReader() {
@@ -85,7 +85,7 @@ ImagePointer QtImageReader::imageFromData(std::span<const std::byte> data) const
 
 ImagePointer QtImageReader::clippedToRoundedRectangle(const ImagePointer& image, double radiusX,
                                                       double radiusY) const {
-    const QImage source = pictureOf(image);
+    const QImage source = bitmapOf(image);
     if (source.isNull()) {
         return nullptr;
     }

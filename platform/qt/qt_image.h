@@ -12,16 +12,16 @@ inline constexpr int largestImageSide = 4096;
 /// A decoded picture.
 class QtImage : public Image {
   public:
-    explicit QtImage(QImage picture) : picture_(std::move(picture)) {}
+    explicit QtImage(QImage image) : image_(std::move(image)) {}
     [[nodiscard]] Size size() const override;
-    [[nodiscard]] const QImage& picture() const { return picture_; }
+    [[nodiscard]] const QImage& image() const { return image_; }
 
   private:
-    QImage picture_;
+    QImage image_;
 };
 
 /// The picture behind an image of this reader; a null picture for any other.
-[[nodiscard]] QImage pictureOf(const ImagePointer& image);
+[[nodiscard]] QImage bitmapOf(const ImagePointer& image);
 
 /// Reads PNG, JPEG, GIF (its first picture), BMP and WebP, told apart by their content. Vector
 /// formats, files that are not regular ones, files over `largestReadableFile` and sides over

@@ -1,0 +1,164 @@
+#include <systemd/sd-bus.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "agent/linux/agent_bus.h"
+#include "agent/linux/library_log.h"
+#include "agent/linux/loaded_settings.h"
+#include "agent/ltarnutils.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr std::uint64_t lookUpTimeoutMicroseconds = 5'000'000;
+constexpr std::uint64_t callTimeoutMicroseconds = 30'000'000;
+
+struct CloseBus {
+    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+};
+using Bus = std::unique_ptr<sd_bus, CloseBus>;
+
+struct DropMessage {
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using Message = std::unique_ptr<sd_bus_message, DropMessage>;
+
+struct DropCredentials {
+    void operator()(sd_bus_creds* credentials) const { sd_bus_creds_unref(credentials); }
+};
+using Credentials = std::unique_ptr<sd_bus_creds, DropCredentials>;
+
+void report(const char* step, int error) {
+    library_log::write(std::string("Agent service: ") + step + ": " +
+                       std::generic_category().message(-error));
+}
+
+/// Who owns the service's name, started first where the bus knows how; null when nobody does.
+Credentials ownerOfService(sd_bus* bus) {
+    constexpr std::uint64_t wanted = SD_BUS_CREDS_UNIQUE_NAME | SD_BUS_CREDS_EUID;
+    sd_bus_creds* credentials = nullptr;
+    int error = sd_bus_get_name_creds(bus, agentBusName, wanted, &credentials);
+    if (error < 0) {
+        // Its answer does not matter: the second look-up tells whether there is an owner now.
+        sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                           "org.freedesktop.DBus", "StartServiceByName", nullptr, nullptr, "su",
+                           agentBusName, 0U);
+        error = sd_bus_get_name_creds(bus, agentBusName, wanted, &credentials);
+    }
+    if (error < 0) {
+        report("no owner", error);
+        return nullptr;
+    }
+    return Credentials(credentials);
+}
+
+/// The unique name to send to; none when it may not be trusted with an answer.
+std::string trustedDestination(sd_bus* bus, ServiceBus kind) {
+    const Credentials owner = ownerOfService(bus);
+    const char* name = nullptr;
+    if (!owner || sd_bus_creds_get_unique_name(owner.get(), &name) < 0) {
+        return {};
+    }
+    uid_t user = 0;
+    const bool isRoot = sd_bus_creds_get_euid(owner.get(), &user) >= 0 && user == 0;
+    if (kind == ServiceBus::system && !isRoot) {
+        library_log::write("Agent service: its owner is not root; nothing was sent");
+        return {};
+    }
+    return name;
+}
+
+Message requestFor(sd_bus* bus, const std::string& destination, const std::string& key,
+                   const Secret& message) {
+    sd_bus_message* raw = nullptr;
+    int error = sd_bus_message_new_method_call(bus, &raw, destination.c_str(), agentObjectPath,
+                                               agentInterface, agentReplyMethod);
+    Message request(raw);
+    if (error >= 0) {
+        // The bus library wipes the message when it drops it.
+        error = sd_bus_message_sensitive(raw);
+    }
+    if (error >= 0) {
+        error = sd_bus_message_append(raw, "s", key.c_str());
+    }
+    if (error >= 0) {
+        error = sd_bus_message_append_array(raw, 'y', message.reveal().data(), message.size());
+    }
+    if (error < 0) {
+        report("no request", error);
+        return nullptr;
+    }
+    return request;
+}
+
+/// The whole exchange, on the library's own thread.
+void exchange(Bus bus, ServiceBus kind, const std::string& key, Secret message,
+              const AgentService::ReplyData& withReplyData) {
+    sd_bus_set_method_call_timeout(bus.get(), lookUpTimeoutMicroseconds);
+    const std::string destination = trustedDestination(bus.get(), kind);
+    if (destination.empty()) {
+        return;
+    }
+    Message request = requestFor(bus.get(), destination, key, message);
+    message.clear();
+    if (!request) {
+        return;
+    }
+    sd_bus_error failure = SD_BUS_ERROR_NULL;
+    sd_bus_message* raw = nullptr;
+    const int error =
+        sd_bus_call(bus.get(), request.get(), callTimeoutMicroseconds, &failure, &raw);
+    const Message reply(raw);
+    request.reset();
+    const char* text = nullptr;
+    if (error < 0) {
+        library_log::write(std::string("Agent service: no reply: ") +
+                           (failure.message == nullptr ? "" : failure.message));
+    } else if (sd_bus_message_read(raw, "s", &text) < 0) {
+        library_log::write("Agent service: the reply is not a text");
+    } else {
+        withReplyData(text);
+    }
+    sd_bus_error_free(&failure);
+}
+
+/// The service behind one connection of its own.
+class BusAgentService : public AgentService {
+  public:
+    BusAgentService(Bus bus, ServiceBus kind) : bus_(std::move(bus)), kind_(kind) {}
+
+    void replyDataBlockForKey(const std::string& key, Secret message,
+                              ReplyData withReplyData) override {
+        std::thread([bus = std::move(bus_), kind = kind_, key, message = std::move(message),
+                     withReplyData = std::move(withReplyData)]() mutable {
+            exchange(std::move(bus), kind, key, std::move(message), withReplyData);
+        }).detach();
+    }
+
+  private:
+    Bus bus_;
+    ServiceBus kind_;
+};
+
+}  // namespace
+
+std::shared_ptr<AgentService> AgentServiceConnection::getService() const {
+    const ServiceBus kind = loadedSettings().bus;
+    sd_bus* bus = nullptr;
+    // Only the socket is opened here; authentication goes on where the first call is made.
+    const int error =
+        kind == ServiceBus::system ? sd_bus_open_system(&bus) : sd_bus_open_user(&bus);
+    if (error < 0) {
+        report("no bus", error);
+        return nullptr;
+    }
+    return std::make_shared<BusAgentService>(Bus(bus), kind);
+}
+
+}  // namespace velunor

@@ -1,0 +1,158 @@
+#include "agent/ltarnutils.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include "agent/linux/library_log.h"
+#include "agent/linux/loaded_settings.h"
+#include "agent/linux/properties.h"
+#include "platform/file.h"
+
+namespace velunor {
+
+const TarnGlobalVariables* gv_globvars = nullptr;
+
+namespace {
+
+/// The library's state. Never destroyed, because a thread of the library may outlive main.
+struct LibraryState {
+    TarnGlobalVariables variables;
+    AgentSettings settings;
+    bool settingsFailed = false;
+};
+
+LibraryState& state() {
+    static auto* const instance = new LibraryState;
+    return *instance;
+}
+
+std::string errorText(int number) {
+    return std::generic_category().message(number);
+}
+
+std::string_view environmentText(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string_view() : value;
+}
+
+/// The pairs of one language's file; a file that is there and cannot be used is a line in the log.
+std::optional<Properties> loadLanguage(const std::string& language) {
+    const std::string path =
+        state().variables.tarnagentBasePath + "/i18n/application_" + language + ".properties";
+    if (!fileExists(path)) {
+        return std::nullopt;
+    }
+    const auto bytes = readWholeFile(path);
+    if (const auto* error = std::get_if<FileError>(&bytes)) {
+        library_log::write(path + ": " + error->description);
+        return std::nullopt;
+    }
+    const auto& content = std::get<std::vector<std::byte>>(bytes);
+    auto properties =
+        parseProperties({reinterpret_cast<const char*>(content.data()), content.size()});
+    if (!properties) {
+        library_log::write(path + ": malformed property file");
+    }
+    return properties;
+}
+
+}  // namespace
+
+const AgentSettings& loadedSettings() {
+    return state().settings;
+}
+
+void TarnUtilMac::initializeTarnGlobal() {
+    gv_globvars = &state().variables;
+}
+
+void TarnUtilMac::initializeAgentParams() {
+    auto result = loadSettings(settingsPath());
+    if (const auto* error = std::get_if<SettingsError>(&result)) {
+        state().settingsFailed = true;
+        library_log::writeError(error->description);
+        return;
+    }
+    AgentSettings& settings = state().settings = std::get<AgentSettings>(std::move(result));
+    state().variables = {settings.basePath, settings.dataPath, settings.logPath};
+    for (const std::string& line : settings.unknownKeys) {
+        library_log::write(line);
+    }
+}
+
+bool UtilsWrapper::changeDirectoryTo(const std::string& path) const {
+    return ::chdir(path.c_str()) == 0;
+}
+
+std::string UtilsWrapper::productName() const {
+    return state().settings.productName;
+}
+
+void UtilsWrapper::printAccessToFile(const std::string& path, std::string_view logContent) const {
+    const int file =
+        ::open(path.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0) {
+        library_log::write(path + ": " + errorText(errno));
+        return;
+    }
+    // One write for the entry, so that the entries of several users do not mix.
+    while (!logContent.empty()) {
+        const ssize_t count = ::write(file, logContent.data(), logContent.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            library_log::write(path + ": " + errorText(errno));
+            break;
+        }
+        logContent.remove_prefix(static_cast<std::size_t>(count));
+    }
+    ::close(file);
+}
+
+void Log::changeLogStream(const std::string& fileName, bool isUserLog) {
+    const std::string& logPath = state().variables.tarnagentLogPath;
+    const bool plainName = fileName.find('/') == std::string::npos;
+    const std::string folder = isUserLog ? logPath + "/UserLogs/" : logPath + "/";
+    library_log::open(logPath.empty() || !plainName ? std::string() : folder + fileName + ".log");
+}
+
+int I18NUtility::loadI18NPropertyFile() {
+    constexpr int failed = 1;
+    if (state().settingsFailed) {
+        return failed;
+    }
+    auto english = loadLanguage("en");
+    if (!english) {
+        library_log::writeError(state().variables.tarnagentBasePath +
+                                "/i18n/application_en.properties: cannot be used");
+        return failed;
+    }
+    const auto languages =
+        preferredLanguages(environmentText("LANGUAGE"), environmentText("LC_ALL"),
+                           environmentText("LC_MESSAGES"), environmentText("LANG"));
+    for (const std::string& language : languages) {
+        if (auto texts = loadLanguage(language)) {
+            // What the language lacks stays English.
+            texts->merge(*english);
+            texts_ = std::move(*texts);
+            return 0;
+        }
+    }
+    texts_ = std::move(*english);
+    return 0;
+}
+
+std::optional<std::string> I18NUtility::getValueForKeyString(std::string_view key) const {
+    const auto found = texts_.find(key);
+    return found == texts_.end() ? std::nullopt : std::optional(found->second);
+}
+
+}  // namespace velunor

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace velunor {
+
+/// Which message bus the agent service is on.
+enum class ServiceBus { system, session };
+
+/// A network directory node.
+struct DirectoryNodeSettings {
+    std::string uri;
+    std::string userBase;
+    std::string userFilter = "(uid=%u)";
+    /// Limit for connecting, TLS and each answer; 1 to 60.
+    int timeoutSeconds = 5;
+};
+
+/// The agent's settings, as its file has them.
+struct AgentSettings {
+    std::string productName = "Ostrel Agent";
+    std::string basePath;
+    std::string dataPath;
+    std::string logPath;
+    ServiceBus bus = ServiceBus::system;
+    std::vector<std::string> adminGroups{"sudo", "wheel", "admin"};
+    std::string secureTokenTool = "/usr/sbin/sysadminctl";
+    std::vector<std::string> searchPath{"/Local/Default"};
+    std::map<std::string, DirectoryNodeSettings> directoryNodes;
+    /// Keys that the file has and the agent does not know, each with its place.
+    std::vector<std::string> unknownKeys;
+};
+
+/// Why settings cannot be used: one line that names file, line and key as far as they apply.
+struct SettingsError {
+    std::string description;
+};
+
+using SettingsResult = std::variant<AgentSettings, SettingsError>;
+
+/// Reads the settings in `text`; `file` is the name for error messages.
+[[nodiscard]] SettingsResult parseSettings(std::string_view text, const std::string& file);
+
+/// Reads the settings file at `path`.
+[[nodiscard]] SettingsResult loadSettings(const std::string& path);
+
+/// The settings file to use: the system's, or the one that the environment variable
+/// VELUNOR_AGENT_SETTINGS names unless the process is privileged.
+[[nodiscard]] std::string settingsPath();
+
+}  // namespace velunor

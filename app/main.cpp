@@ -1,0 +1,114 @@
+#include <sys/prctl.h>
+
+#include <QApplication>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "agent/linux/loaded_settings.h"
+#include "app/app_delegate.h"
+#include "app/globals.h"
+#include "app/start_up.h"
+#include "platform/linux/linux_child_process.h"
+#include "platform/linux/linux_console_users.h"
+#include "platform/linux/linux_process.h"
+#include "platform/linux/linux_process_activity.h"
+#include "platform/linux/linux_property_list_reader.h"
+#include "platform/linux/linux_system_log.h"
+#include "platform/qt/display.h"
+#include "platform/qt/prompt_window.h"
+#include "platform/qt/qt_desktop.h"
+#include "platform/qt/qt_image.h"
+#include "platform/qt/qt_run_loop.h"
+#include "platform/qt/qt_text_segmenter.h"
+#include "platform/qt/termination_signals.h"
+#include "window/view_controller.h"
+
+namespace {
+
+/// A machine whose directory cannot be asked: every check of a password answers no.
+class NoDirectory : public velunor::DirectoryService {
+  public:
+    std::shared_ptr<velunor::DirectorySession> defaultSession() override { return nullptr; }
+};
+
+/// The parts that work without a display, alive from the first step to the last.
+struct Machine {
+    velunor::LinuxSystemLog log;
+    velunor::LinuxProcessInfo processInfo;
+    velunor::LinuxProcessExit processExit;
+    velunor::SystemClock clock;
+    velunor::LinuxProcessActivity activity{log};
+    velunor::LinuxPropertyListReader propertyLists;
+    velunor::LinuxChildProcess childProcess;
+    velunor::LinuxConsoleUsers consoleUsers;
+    NoDirectory directory;
+};
+
+/// Runs the prompt on the desktop until an answer or the session ends the process.
+[[noreturn]] void runApplication(int argc, char** argv, Machine& machine, const velunor::Globals& globals) {
+    const std::vector<std::string> arguments(argv, argv + argc);
+    const QApplication qtApplication(argc, argv);
+    QApplication::setDesktopFileName(QStringLiteral("velunor-os-update"));
+
+    velunor::QtRunLoop runLoop;
+    const velunor::QtScreens screens;
+    const velunor::QtImageReader images;
+    const velunor::QtTextSegmenter segmenter;
+    velunor::PromptWindow promptWindow;
+    velunor::QtWindow window(promptWindow);
+    velunor::QtApplication application(promptWindow, window);
+
+    velunor::PromptView view = promptWindow.view();
+    view.window = &window;
+    velunor::PromptServices services{machine.log,
+                                     runLoop,
+                                     screens,
+                                     machine.propertyLists,
+                                     images,
+                                     segmenter,
+                                     machine.processInfo,
+                                     machine.processExit,
+                                     machine.clock,
+                                     machine.childProcess,
+                                     machine.consoleUsers,
+                                     machine.directory,
+                                     velunor::loadedSettings().secureTokenTool,
+                                     {}};
+    services.application.connect(&application);
+    velunor::ViewController controller(arguments, velunor::promptEnvironment(globals), services,
+                                       view);
+    promptWindow.onUpdateNow([&] { controller.updateNow(); });
+    promptWindow.onPostpone([&] { controller.postponeDeployment(); });
+    promptWindow.onChangeUserName([&] { controller.changeUserName(); });
+    promptWindow.onAppear([&] { controller.viewDidAppear(); });
+
+    velunor::AppDelegate delegate(application, machine.activity);
+    QObject::connect(&qtApplication, &QCoreApplication::aboutToQuit, &qtApplication,
+                     [&] { delegate.applicationWillTerminate(); });
+    // Quitting would ask the window first, and it refuses to close.
+    const velunor::TerminationSignals terminationSignals([] { QCoreApplication::exit(0); });
+
+    controller.viewDidLoad();
+    delegate.applicationDidFinishLaunching();
+    promptWindow.present();
+    // Background work may still use what lives here, so nothing of it is taken down.
+    machine.processExit.exit(QApplication::exec());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // The process will hold a typed password: no core dump, no reading by other programs.
+    prctl(PR_SET_DUMPABLE, 0);
+
+    Machine machine;
+    velunor::Globals globals;
+    velunor::fillGlobals(globals, machine.processInfo, machine.log, machine.processExit);
+    if (!velunor::prepareDisplay()) {
+        std::fputs("VelunorOSUpdate: no display can be reached\n", stderr);
+        return 1;
+    }
+    runApplication(argc, argv, machine, globals);
+}

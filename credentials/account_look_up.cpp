@@ -1,0 +1,84 @@
+#include <variant>
+
+#include "credentials/os_update_util.h"
+
+namespace velunor::OSUpdateUtil {
+
+namespace {
+
+/// The first byte string of the values, or null when they are of the other type or none.
+const std::vector<std::byte>* firstData(const DirectoryValues& values) {
+    const auto* list = std::get_if<std::vector<std::vector<std::byte>>>(&values);
+    return list == nullptr || list->empty() ? nullptr : &list->front();
+}
+
+/// The first text of the values, or null when they are of the other type or none.
+const std::string* firstText(const DirectoryValues& values) {
+    const auto* list = std::get_if<std::vector<std::string>>(&values);
+    return list == nullptr || list->empty() ? nullptr : &list->front();
+}
+
+DirectoryResult<ImagePointer> pictureOf(const DirectoryRecord& record, const ImageReader& images) {
+    const auto photo = record.valuesForAttribute(attributeJPEGPhoto);
+    if (const auto* error = std::get_if<DirectoryError>(&photo)) {
+        return *error;
+    }
+    if (const auto* data = firstData(std::get<DirectoryValues>(photo))) {
+        return images.imageFromData(*data);
+    }
+    const auto picture = record.valuesForAttribute(attributePicture);
+    if (const auto* error = std::get_if<DirectoryError>(&picture)) {
+        return *error;
+    }
+    const auto* path = firstText(std::get<DirectoryValues>(picture));
+    return path == nullptr ? ImagePointer() : images.imageFromFile(*path);
+}
+
+DirectoryResult<ImagePointer> findPicture(const std::string& user, DirectoryService& directory,
+                                          const ImageReader& images) {
+    const auto session = directory.defaultSession();
+    if (!session) {
+        return DirectoryError{"Directory", 0, "No directory session"};
+    }
+    const auto node = session->openNode(DirectoryNodeType::localNodes);
+    if (const auto* error = std::get_if<DirectoryError>(&node)) {
+        return *error;
+    }
+    const auto found = std::get<DirectoryNodePointer>(node)->usersNamed(user, 1);
+    if (const auto* error = std::get_if<DirectoryError>(&found)) {
+        return *error;
+    }
+    const auto& records = std::get<DirectoryRecords>(found);
+    return records.empty() ? ImagePointer() : pictureOf(*records.front(), images);
+}
+
+}  // namespace
+
+std::optional<std::string> getUserName(ConsoleUsers& consoleUsers, SystemLog& log) {
+    const auto identifier = consoleUsers.consoleUserIdentifier();
+    if (!identifier) {
+        log.write("No Console User at the moment");
+        return std::nullopt;
+    }
+    auto entry = consoleUsers.passwordEntry(*identifier);
+    if (!entry) {
+        log.write("Dint get Pw for " + std::to_string(*identifier));
+        return std::nullopt;
+    }
+    if (!entry->name) {
+        log.write("UID " + std::to_string(*identifier));
+    }
+    return std::move(entry->name);
+}
+
+ImagePointer getUserPicture(const std::string& forUser, DirectoryService& directory,
+                            const ImageReader& images, SystemLog& log) {
+    auto picture = findPicture(forUser, directory, images);
+    if (const auto* error = std::get_if<DirectoryError>(&picture)) {
+        log.write("Error: " + error->description());
+        return nullptr;
+    }
+    return std::get<ImagePointer>(std::move(picture));
+}
+
+}  // namespace velunor::OSUpdateUtil

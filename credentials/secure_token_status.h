@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/child_process.h"
+#include "platform/system_log.h"
+
+namespace velunor {
+
+/// Whether an account may authorise system updates.
+enum class SecureTokenStatus { enabled, disabled, unknownUser };
+
+/// The system tool that knows about secure tokens.
+inline constexpr std::string_view systemSecureTokenTool = "/usr/sbin/sysadminctl";
+
+/// What a command answered: its termination status and its merged output.
+struct ShellResult {
+    std::int32_t status = 0;
+    std::string output;
+};
+
+/// Runs a command (the program first, then its arguments) through "/usr/bin/env" and waits for it.
+/// Output that is not UTF-8 ends the process. Blocks; any thread.
+[[nodiscard]] ShellResult shell(std::span<const std::string> args, ChildProcess& childProcess);
+
+/// Asks `tool` about the account's secure token. Blocks until the tool exits; any thread.
+[[nodiscard]] SecureTokenStatus secureTokenStatus(std::string_view forUser, const std::string& tool,
+                                                  ChildProcess& childProcess, SystemLog& log);
+
+}  // namespace velunor

@@ -1,0 +1,104 @@
+#include "platform/linux/linux_child_process.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <vector>
+
+#include "platform/linux/file_descriptor.h"
+
+namespace velunor {
+
+namespace {
+
+/// What a shell answers for a program that cannot be run.
+constexpr std::int32_t cannotRun = 126;
+
+ChildProcessResult notStarted(int error) {
+    return {cannotRun, std::generic_category().message(error) + "\n"};
+}
+
+bool holdsNul(std::span<const std::string> arguments) {
+    for (const std::string& argument : arguments) {
+        if (argument.find('\0') != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// File actions of a spawn: both output streams to `output`, nothing to read.
+class SpawnStreams {
+  public:
+    explicit SpawnStreams(int output) {
+        posix_spawn_file_actions_init(&actions_);
+        posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions_, output, STDERR_FILENO);
+    }
+    SpawnStreams(const SpawnStreams&) = delete;
+    SpawnStreams& operator=(const SpawnStreams&) = delete;
+    ~SpawnStreams() { posix_spawn_file_actions_destroy(&actions_); }
+
+    [[nodiscard]] const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+  private:
+    posix_spawn_file_actions_t actions_{};
+};
+
+std::int32_t waitFor(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return cannotRun;
+        }
+    }
+    return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+std::string wholeContent(int file) {
+    std::string content;
+    std::array<char, 4096> block{};
+    ssize_t count = 0;
+    while ((count = pread(file, block.data(), block.size(), static_cast<off_t>(content.size()))) >
+           0) {
+        content.append(block.data(), static_cast<std::size_t>(count));
+    }
+    return content;
+}
+
+}  // namespace
+
+ChildProcessResult LinuxChildProcess::run(const std::string& launchPath,
+                                          std::span<const std::string> arguments) {
+    // An argument cannot carry a NUL; cutting it there would ask about another account.
+    if (holdsNul(arguments)) {
+        return notStarted(EINVAL);
+    }
+    const FileDescriptor output(memfd_create("output", MFD_CLOEXEC));
+    if (!output.isOpen() || fcntl(output.get(), F_SETFL, O_APPEND) != 0) {
+        return notStarted(errno);
+    }
+    std::vector<char*> argv{const_cast<char*>(launchPath.c_str())};
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    const SpawnStreams streams(output.get());
+    pid_t child = 0;
+    const int error =
+        posix_spawn(&child, launchPath.c_str(), streams.get(), nullptr, argv.data(), environ);
+    if (error != 0) {
+        return notStarted(error);
+    }
+    const std::int32_t status = waitFor(child);
+    return {status, wholeContent(output.get())};
+}
+
+}  // namespace velunor

@@ -1,0 +1,126 @@
+#include "platform/linux/linux_process_activity.h"
+
+#include <fcntl.h>
+#include <systemd/sd-bus.h>
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "platform/linux/file_descriptor.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr std::uint64_t answerTimeoutMicroseconds = 5'000'000;
+
+struct CloseBus {
+    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+};
+using Bus = std::unique_ptr<sd_bus, CloseBus>;
+
+struct DropMessage {
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using Message = std::unique_ptr<sd_bus_message, DropMessage>;
+
+Bus openBus(int (*open)(sd_bus**)) {
+    sd_bus* bus = nullptr;
+    if (open(&bus) < 0) {
+        return nullptr;
+    }
+    sd_bus_set_method_call_timeout(bus, answerTimeoutMicroseconds);
+    return Bus(bus);
+}
+
+/// The login manager's lock; it lasts as long as the descriptor is open.
+FileDescriptor loginManagerLock(const std::string& reason) {
+    const Bus bus = openBus(sd_bus_open_system);
+    sd_bus_message* reply = nullptr;
+    if (!bus ||
+        sd_bus_call_method(bus.get(), "org.freedesktop.login1", "/org/freedesktop/login1",
+                           "org.freedesktop.login1.Manager", "Inhibit", nullptr, &reply, "ssss",
+                           "idle", "VelunorOSUpdate", reason.c_str(), "block") < 0) {
+        return FileDescriptor();
+    }
+    const Message owner(reply);
+    int descriptor = -1;
+    if (sd_bus_message_read(reply, "h", &descriptor) < 0) {
+        return FileDescriptor();
+    }
+    // The message closes its own descriptor with itself.
+    return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, 3));
+}
+
+/// The desktop portal's lock; it lasts as long as the connection is open.
+Bus portalLock(const std::string& reason) {
+    constexpr std::uint32_t idle = 8;
+    Bus bus = openBus(sd_bus_open_user);
+    sd_bus_message* reply = nullptr;
+    if (!bus || sd_bus_call_method(bus.get(), "org.freedesktop.portal.Desktop",
+                                   "/org/freedesktop/portal/desktop",
+                                   "org.freedesktop.portal.Inhibit", "Inhibit", nullptr, &reply,
+                                   "sua{sv}", "", idle, 1, "reason", "s", reason.c_str()) < 0) {
+        return nullptr;
+    }
+    const Message owner(reply);
+    return bus;
+}
+
+}  // namespace
+
+class LinuxProcessActivity::Lock {
+  public:
+    /// Asks for the lock; false when nobody grants one. On the asking thread.
+    bool acquire(const std::string& reason) {
+        FileDescriptor descriptor = loginManagerLock(reason);
+        Bus bus = descriptor.isOpen() ? nullptr : portalLock(reason);
+        const bool granted = descriptor.isOpen() || bus;
+        const std::lock_guard guard(mutex_);
+        // One that was given back before it was granted is dropped here.
+        if (!released_) {
+            descriptor_ = std::move(descriptor);
+            bus_ = std::move(bus);
+        }
+        return granted;
+    }
+
+    void release() {
+        const std::lock_guard guard(mutex_);
+        released_ = true;
+        descriptor_ = FileDescriptor();
+        bus_.reset();
+    }
+
+  private:
+    std::mutex mutex_;
+    bool released_ = false;
+    FileDescriptor descriptor_;
+    Bus bus_;
+};
+
+LinuxProcessActivity::LinuxProcessActivity(SystemLog& log) : log_(log) {}
+
+ProcessActivity::Token LinuxProcessActivity::beginUserInitiated(std::string_view reason) {
+    const auto lock = std::make_shared<Lock>();
+    locks_.emplace(++lastToken_, lock);
+    std::thread([lock, text = std::string(reason), &log = log_] {
+        if (!lock->acquire(text)) {
+            log.write("No idle inhibitor available");
+        }
+    }).detach();
+    return lastToken_;
+}
+
+void LinuxProcessActivity::end(Token token) {
+    const auto found = locks_.find(token);
+    if (found != locks_.end()) {
+        found->second->release();
+        locks_.erase(found);
+    }
+}
+
+}  // namespace velunor

@@ -1,0 +1,205 @@
+#include "platform/linux/property_list_limits.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace velunor {
+
+namespace {
+
+/// The markup declaration that every XML property list may carry; nothing else may stand there.
+bool isHarmlessDocumentType(std::string_view declaration) {
+    return declaration.find('[') == std::string_view::npos;
+}
+
+/// A walk over the objects of a binary property list, with every offset checked.
+class BinaryWalk {
+  public:
+    explicit BinaryWalk(std::span<const std::byte> bytes) : bytes_(bytes) {}
+
+    BinaryPropertyListCheck run() {
+        constexpr std::size_t headerSize = 8;
+        constexpr std::size_t trailerSize = 32;
+        if (bytes_.size() < headerSize + trailerSize) {
+            object("Binary property list is too short");
+            return result_;
+        }
+        const std::size_t trailer = bytes_.size() - trailerSize;
+        offsetSize_ = byteAt(trailer + 6);
+        referenceSize_ = byteAt(trailer + 7);
+        objectCount_ = numberAt(trailer + 8, 8);
+        const std::uint64_t top = numberAt(trailer + 16, 8);
+        offsetTable_ = numberAt(trailer + 24, 8);
+        end_ = trailer;
+        const bool sane = offsetSize_ >= 1 && offsetSize_ <= 8 && referenceSize_ >= 1 &&
+                          referenceSize_ <= 8 && objectCount_ > 0 && top < objectCount_ &&
+                          offsetTable_ >= headerSize && offsetTable_ <= end_ &&
+                          objectCount_ <= (end_ - offsetTable_) / offsetSize_;
+        if (!sane) {
+            object("Binary property list has an impossible trailer");
+            return result_;
+        }
+        open_.assign(objectCount_, false);
+        visit(top, 0);
+        return result_;
+    }
+
+  private:
+    struct Extent {
+        std::uint64_t position = 0;
+        std::uint64_t count = 0;
+    };
+
+    void object(const char* reason) {
+        if (!result_.objection) {
+            result_.objection = reason;
+        }
+    }
+
+    [[nodiscard]] std::uint8_t byteAt(std::size_t position) const {
+        return std::to_integer<std::uint8_t>(bytes_[position]);
+    }
+
+    [[nodiscard]] std::uint64_t numberAt(std::size_t position, std::size_t size) const {
+        std::uint64_t value = 0;
+        for (std::size_t index = 0; index < size; ++index) {
+            value = (value << 8U) | byteAt(position + index);
+        }
+        return value;
+    }
+
+    /// Where the object begins, or none when that is outside of the objects.
+    [[nodiscard]] std::optional<std::uint64_t> positionOf(std::uint64_t index) const {
+        if (index >= objectCount_) {
+            return std::nullopt;
+        }
+        const std::uint64_t position = numberAt(offsetTable_ + index * offsetSize_, offsetSize_);
+        return position < offsetTable_ ? std::optional(position) : std::nullopt;
+    }
+
+    /// Where an object's content begins and how many elements it has.
+    [[nodiscard]] std::optional<Extent> extentOf(std::uint64_t position) const {
+        constexpr std::uint8_t lengthFollows = 0x0F;
+        const std::uint8_t low = byteAt(position) & 0x0FU;
+        if (low != lengthFollows) {
+            return Extent{position + 1, low};
+        }
+        if (position + 1 >= offsetTable_ || (byteAt(position + 1) & 0xF0U) != 0x10U) {
+            return std::nullopt;
+        }
+        const std::size_t size = std::size_t{1} << (byteAt(position + 1) & 0x0FU);
+        if (size > 8 || position + 2 + size > offsetTable_) {
+            return std::nullopt;
+        }
+        return Extent{position + 2 + size, numberAt(position + 2, size)};
+    }
+
+    void visit(std::uint64_t index, int depth) {
+        const auto position = positionOf(index);
+        if (!position) {
+            object("Binary property list refers to a place outside of it");
+            return;
+        }
+        if (++visited_ > mostPropertyListValues) {
+            object("Binary property list holds too many values");
+            return;
+        }
+        const std::uint8_t kind = byteAt(*position) >> 4U;
+        if (kind < 0xAU) {
+            return;
+        }
+        if (open_[index]) {
+            object("Binary property list contains itself");
+            return;
+        }
+        if (depth >= deepestPropertyList) {
+            object("Binary property list is nested too deeply");
+            return;
+        }
+        const auto extent = extentOf(*position);
+        const std::uint64_t references = kind == 0xDU ? 2 : 1;
+        if (!extent || extent->position > offsetTable_ ||
+            extent->count > (offsetTable_ - extent->position) / referenceSize_ / references) {
+            object("Binary property list has an impossible length");
+            return;
+        }
+        open_[index] = true;
+        visitElements(*extent, kind == 0xDU, depth);
+        open_[index] = false;
+    }
+
+    void visitElements(const Extent& extent, bool isDictionary, int depth) {
+        const std::uint64_t count = extent.count * (isDictionary ? 2 : 1);
+        for (std::uint64_t element = 0; element < count && !result_.objection; ++element) {
+            const std::uint64_t reference =
+                numberAt(extent.position + element * referenceSize_, referenceSize_);
+            if (isDictionary && element < extent.count && !isText(reference)) {
+                result_.hasForeignKeys = true;
+                result_.topLevelHasForeignKeys |= depth == 0;
+            }
+            visit(reference, depth + 1);
+        }
+    }
+
+    [[nodiscard]] bool isText(std::uint64_t index) const {
+        const auto position = positionOf(index);
+        const unsigned kind = position ? byteAt(*position) >> 4U : 0U;
+        return kind == 0x5U || kind == 0x6U;
+    }
+
+    std::span<const std::byte> bytes_;
+    std::size_t offsetSize_ = 0;
+    std::size_t referenceSize_ = 0;
+    std::uint64_t objectCount_ = 0;
+    std::uint64_t offsetTable_ = 0;
+    std::size_t end_ = 0;
+    std::size_t visited_ = 0;
+    /// Which containers the walk is inside of.
+    std::vector<bool> open_;
+    BinaryPropertyListCheck result_;
+};
+
+}  // namespace
+
+std::optional<std::string> xmlPropertyListObjection(std::string_view text) {
+    int depth = 0;
+    std::size_t values = 0;
+    for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
+        const std::string_view rest = text.substr(at);
+        const bool comment = rest.starts_with("<!--");
+        const bool section = rest.starts_with("<![CDATA[");
+        const std::string_view terminator = comment ? "-->" : section ? "]]>" : ">";
+        const auto length = rest.find(terminator);
+        if (length == std::string_view::npos) {
+            return "XML property list ends inside of a tag";
+        }
+        const std::string_view tag = rest.substr(0, length + terminator.size());
+        at += tag.size();
+        if (comment || section || tag.starts_with("<?")) {
+            continue;
+        }
+        if (tag.starts_with("<!")) {
+            if (!isHarmlessDocumentType(tag)) {
+                return "XML property list defines a document type of its own";
+            }
+            continue;
+        }
+        if (tag.starts_with("</")) {
+            --depth;
+            continue;
+        }
+        if (++values > mostPropertyListValues) {
+            return "XML property list holds too many values";
+        }
+        if (!tag.ends_with("/>") && ++depth > deepestPropertyList) {
+            return "XML property list is nested too deeply";
+        }
+    }
+    return std::nullopt;
+}
+
+BinaryPropertyListCheck checkBinaryPropertyList(std::span<const std::byte> bytes) {
+    return BinaryWalk(bytes).run();
+}
+
+}  // namespace velunor

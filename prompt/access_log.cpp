@@ -1,0 +1,86 @@
+#include "prompt/access_log.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "agent/ltarnutils.h"
+#include "platform/file.h"
+#include "platform/text.h"
+#include "prompt/os_update_util.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr std::string_view separator = "\t\t";
+
+}  // namespace
+
+void OSUpdateUtil::createLogFileIfNeeded(const std::string& at, SystemLog& log) {
+    if (fileExists(at)) {
+        log.write("Log file already exists at " + at);
+        return;
+    }
+    // Exclusive creation: of two prompts that start together one makes the file, and a link that
+    // somebody planted under its name is not followed.
+    std::FILE* file = std::fopen(at.c_str(), "wxe");
+    if (file == nullptr) {
+        log.write("Failed to create log file at " + at);
+        return;
+    }
+    static_cast<void>(std::fclose(file));
+    log.write("Log file created at " + at);
+    constexpr auto readAndWriteForAll = static_cast<std::filesystem::perms>(0666);
+    std::error_code error;
+    std::filesystem::permissions(at, readAndWriteForAll, error);
+    log.write(error ? "Failed to set permissions: " + error.message() : "Permissions set to 0666");
+}
+
+std::string OSUpdateUtil::getLocalDateTimeString(const Clock& clock) {
+    const std::time_t moment = std::chrono::system_clock::to_time_t(clock.now());
+    std::tm local{};
+    if (localtime_r(&moment, &local) == nullptr) {
+        return {};
+    }
+    std::array<char, 64> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
+    return {text.data(), length};
+}
+
+AccessLog::AccessLog(std::string path, const ProcessInfo& processInfo, const Clock& clock,
+                     SystemLog& log)
+    : path_(std::move(path)), processInfo_(processInfo), clock_(clock), log_(log) {}
+
+void AccessLog::printStartingEntry(const OSUpdateInput& input) {
+    OSUpdateUtil::createLogFileIfNeeded(path_, log_);
+    std::string entry = "\n";
+    entry += OSUpdateUtil::getLocalDateTimeString(clock_);
+    entry += separator;
+    entry += "OSUpdate";
+    entry += separator;
+    entry += processInfo_.userName();
+    entry += separator;
+    entry += description(input.updateType);
+    entry += input.defaultToProceed ? " - true - " : " - false - ";
+    entry += input.updateName;
+    entry += " - " + decimal(input.timer) + " mins";
+    UtilsWrapper().printAccessToFile(path_, entry);
+}
+
+void AccessLog::printEndingEntry(const OSUpdateNotificationResponse& response,
+                                 std::string_view reason) {
+    std::string entry(separator);
+    entry += response.description();
+    entry += separator;
+    entry += reason;
+    entry += separator;
+    entry += OSUpdateUtil::getLocalDateTimeString(clock_);
+    UtilsWrapper().printAccessToFile(path_, entry);
+}
+
+}  // namespace velunor

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/process.h"
+#include "platform/system_log.h"
+#include "prompt/os_update_input.h"
+#include "prompt/os_update_notification_response.h"
+
+namespace velunor {
+
+/// The record, shared by all users of the machine, of every prompt and of how it ended: one line a
+/// prompt, begun when it opens and completed when it is answered. Main thread only.
+class AccessLog {
+  public:
+    AccessLog(std::string path, const ProcessInfo& processInfo, const Clock& clock, SystemLog& log);
+
+    /// Makes the file where needed and begins this prompt's line.
+    void printStartingEntry(const OSUpdateInput& input);
+
+    /// Completes this prompt's line with the answer, the reason for it and the time.
+    void printEndingEntry(const OSUpdateNotificationResponse& response, std::string_view reason);
+
+  private:
+    std::string path_;
+    const ProcessInfo& processInfo_;
+    const Clock& clock_;
+    SystemLog& log_;
+};
+
+}  // namespace velunor

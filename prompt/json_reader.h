@@ -1,0 +1,32 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/secret.h"
+
+namespace velunor {
+
+struct JsonValue;
+
+/// Members by key; of a key that stands twice the first one counts.
+using JsonObject = std::map<std::string, JsonValue, std::less<>>;
+
+/// A JSON value, as far as the answers need it: texts are kept as secrets because one of them may
+/// be a password; numbers and truth values keep no value, arrays no elements.
+struct JsonValue {
+    struct Null {};
+    struct Boolean {};
+    struct Number {};
+    struct Array {};
+    std::variant<Null, Boolean, Number, Array, Secret, JsonObject> value;
+};
+
+/// Parses one JSON text (RFC 8259, UTF-8). None when it is malformed or nested too deeply.
+[[nodiscard]] std::optional<JsonValue> parseJson(std::string_view text);
+
+}  // namespace velunor

@@ -1,0 +1,156 @@
+#include <utility>
+
+#include "platform/text.h"
+#include "prompt/json_reader.h"
+#include "prompt/os_update_notification_response.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr std::string_view proceedKey = "proceed";
+constexpr std::string_view postponseKey = "postponse";
+constexpr std::string_view userNameKey = "userName";
+constexpr std::string_view passwdKey = "passwd";
+
+void appendString(Secret& out, std::string_view text) {
+    constexpr std::string_view hexadecimal = "0123456789abcdef";
+    constexpr std::string_view special = "\"\\/\b\f\n\r\t";
+    constexpr std::string_view letters = "\"\\/bfnrt";
+    out.append("\"");
+    for (const char& character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (const auto index = special.find(character); index != std::string_view::npos) {
+            out.append("\\");
+            out.append(letters.substr(index, 1));
+        } else if (byte < 0x20U) {
+            out.append("\\u00");
+            out.append(hexadecimal.substr(byte >> 4U, 1));
+            out.append(hexadecimal.substr(byte & 0x0FU, 1));
+        } else {
+            out.append({&character, 1});
+        }
+    }
+    out.append("\"");
+}
+
+/// Writes one object whose single member is an object of text members.
+class AnswerWriter {
+  public:
+    explicit AnswerWriter(std::string_view outerKey) {
+        json_.append("{");
+        appendString(json_, outerKey);
+        json_.append(":{");
+    }
+
+    void add(std::string_view key, std::optional<std::string_view> text) {
+        if (!text) {
+            return;
+        }
+        if (!isValidUtf8(*text)) {
+            error_ = "The text of \"" + std::string(key) + "\" is not valid UTF-8.";
+            return;
+        }
+        if (!std::exchange(empty_, false)) {
+            json_.append(",");
+        }
+        appendString(json_, key);
+        json_.append(":");
+        appendString(json_, *text);
+    }
+
+    std::variant<Secret, EncodingError> finish() {
+        if (error_) {
+            return EncodingError{std::move(*error_)};
+        }
+        json_.append("}}");
+        return std::move(json_);
+    }
+
+  private:
+    Secret json_;
+    bool empty_ = true;
+    std::optional<std::string> error_;
+};
+
+DecodingError typeMismatch(std::string_view codingPath, std::string_view debugDescription) {
+    return {DecodingError::Kind::typeMismatch, std::string(codingPath),
+            std::string(debugDescription)};
+}
+
+/// The optional text under `key`: absent and null are none; another type is an error.
+std::variant<std::optional<Secret>, DecodingError> takeText(JsonObject& members,
+                                                            std::string_view outerKey,
+                                                            std::string_view key) {
+    const auto member = members.find(key);
+    if (member == members.end() || std::holds_alternative<JsonValue::Null>(member->second.value)) {
+        return std::nullopt;
+    }
+    if (auto* text = std::get_if<Secret>(&member->second.value)) {
+        return std::optional<Secret>(std::move(*text));
+    }
+    return typeMismatch(std::string(outerKey) + "." + std::string(key),
+                        "Expected to decode a text but found something else instead.");
+}
+
+std::optional<std::string> revealed(const std::optional<Secret>& text) {
+    return text ? std::optional<std::string>(text->reveal()) : std::nullopt;
+}
+
+std::variant<OSUpdateNotificationResponse, DecodingError> decodeAnswer(std::string_view caseName,
+                                                                       JsonObject& members) {
+    auto userName = takeText(members, caseName, userNameKey);
+    if (auto* error = std::get_if<DecodingError>(&userName)) {
+        return std::move(*error);
+    }
+    auto name = revealed(std::get<std::optional<Secret>>(userName));
+    if (caseName == postponseKey) {
+        return OSUpdateNotificationResponse{Postponse{std::move(name)}};
+    }
+    auto passwd = takeText(members, caseName, passwdKey);
+    if (auto* error = std::get_if<DecodingError>(&passwd)) {
+        return std::move(*error);
+    }
+    return OSUpdateNotificationResponse{
+        Proceed{std::move(name), std::move(std::get<std::optional<Secret>>(passwd))}};
+}
+
+}  // namespace
+
+std::variant<Secret, EncodingError> encodeJson(const OSUpdateNotificationResponse& response) {
+    if (const auto* proceed = std::get_if<Proceed>(&response.answer)) {
+        AnswerWriter writer(proceedKey);
+        writer.add(userNameKey, proceed->userName);
+        writer.add(passwdKey,
+                   proceed->passwd ? std::optional(proceed->passwd->reveal()) : std::nullopt);
+        return writer.finish();
+    }
+    AnswerWriter writer(postponseKey);
+    writer.add(userNameKey, std::get<Postponse>(response.answer).userName);
+    return writer.finish();
+}
+
+std::variant<OSUpdateNotificationResponse, DecodingError> decodeJson(std::string_view json) {
+    auto value = parseJson(json);
+    if (!value) {
+        return DecodingError{DecodingError::Kind::dataCorrupted, "",
+                             "The given data was not valid JSON."};
+    }
+    auto* members = std::get_if<JsonObject>(&value->value);
+    if (members == nullptr) {
+        return typeMismatch("", "Expected to decode an object but found something else instead.");
+    }
+    const bool proceeds = members->contains(proceedKey);
+    if (proceeds == members->contains(postponseKey)) {
+        return typeMismatch("", "Invalid number of keys found, expected one.");
+    }
+    const std::string_view caseName = proceeds ? proceedKey : postponseKey;
+    auto* inner = std::get_if<JsonObject>(&members->find(caseName)->second.value);
+    if (inner == nullptr) {
+        return typeMismatch(caseName,
+                            "Expected to decode an object but found something else instead.");
+    }
+    return decodeAnswer(caseName, *inner);
+}
+
+}  // namespace velunor

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/unit/support/agent_recording.h"
+#include "tests/unit/support/fakes.h"
+#include "tests/unit/support/temporary_directory.h"
+#include "tests/unit/window/plain_controls.h"
+#include "tests/unit/window/recording_services.h"
+#include "window/view_controller.h"
+
+namespace velunor::testing {
+
+/// A controller over plain controls and recording services.
+class PromptFixture : public ::testing::Test {
+  protected:
+    PromptFixture() {
+        resetAgent();
+        i18n.loadI18NPropertyFile();
+        data = directory.path();
+        base = directory.path();
+        std::filesystem::create_directory(base + "/images");
+    }
+    ~PromptFixture() override { agent().join(); }
+
+    void makeController(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "/opt/prompt");
+        PromptServices services{
+            log,         runLoop, screens,      propertyLists, images,   segmenter,    processInfo,
+            processExit, clock,   childProcess, consoleUsers,  accounts, "/the/token", {}};
+        if (hasApplication) {
+            services.application.connect(&application);
+        }
+        controller =
+            std::make_unique<ViewController>(std::move(arguments), environment, services, view);
+    }
+
+    /// Opens a prompt as the agent would.
+    void open(const std::string& kind = "OSUpdate", const std::string& proceeds = "false",
+              const std::string& minutes = "15", const std::string& hidesPostpone = "false",
+              const std::string& count = "2") {
+        makeController({kind, "Debian 12.9", proceeds, minutes, hidesPostpone, count});
+        controller->viewDidLoad();
+        openingLines = log.lines().size();
+    }
+
+    /// What was logged since the prompt was opened.
+    [[nodiscard]] std::vector<std::string> linesSinceOpening() const {
+        const auto lines = log.lines();
+        return {lines.begin() + static_cast<std::ptrdiff_t>(openingLines), lines.end()};
+    }
+
+    /// The exit status that `action` ends the process with; -1 when it does not end it.
+    template <class Action>
+    int exitStatusOf(Action&& action) {
+        try {
+            action();
+        } catch (const ExitCalled& exit) {
+            agent().join();
+            return exit.status;
+        }
+        return -1;
+    }
+
+    /// The only message that the service received.
+    [[nodiscard]] static std::string sentJson() {
+        return agent().requests.size() == 1 ? agent().requests.front().second : "not one request";
+    }
+
+    TemporaryDirectory directory;
+    RecordingLog log;
+    ManualRunLoop runLoop;
+    FakeScreens screens;
+    ScriptedPropertyLists propertyLists;
+    FakeImageReader images;
+    FakeSegmenter segmenter;
+    FakeProcessInfo processInfo;
+    ThrowingExit processExit;
+    FixedClock clock;
+    ScriptedChildProcess childProcess;
+    FakeConsoleUsers consoleUsers;
+    FakeDirectory accounts;
+    FakeApplication application;
+    bool hasApplication = true;
+    PlainControls controls;
+    PromptView view = controls.view();
+    std::string productName = "Ostrel Agent";
+    std::string base;
+    std::string data;
+    std::string accessLogPath = directory.file("rebootaccess.log");
+    I18NUtility i18n;
+    PromptEnvironment environment{productName, base, data, accessLogPath, i18n};
+    std::unique_ptr<ViewController> controller;
+    std::size_t openingLines = 0;
+};
+
+}  // namespace velunor::testing

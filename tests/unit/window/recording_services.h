@@ -1,0 +1,153 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/child_process.h"
+#include "platform/console_user.h"
+#include "platform/desktop.h"
+#include "platform/directory_service.h"
+#include "platform/image.h"
+#include "platform/property_list.h"
+#include "platform/run_loop.h"
+#include "platform/text.h"
+
+namespace velunor::testing {
+
+/// A run loop whose time is moved by the test.
+class ManualRunLoop : public RunLoop {
+  public:
+    struct Entry : Timer {
+        void invalidate() override { active = false; }
+        std::chrono::milliseconds interval{0};
+        std::chrono::milliseconds due{0};
+        bool repeats = false;
+        bool active = true;
+        std::function<void(Timer&)> block;
+    };
+
+    void scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+                       std::function<void(Timer&)> block) override;
+    void performOnMainThread(std::function<void()> work) override;
+    void performInBackground(std::function<void()> work) override;
+
+    /// Moves the time on and runs what falls due, in order.
+    void advance(std::chrono::milliseconds time);
+
+    /// Runs all queued work, the background's first.
+    void drain();
+
+    std::vector<std::shared_ptr<Entry>> timers;
+    std::vector<std::function<void()>> mainQueue;
+    std::vector<std::function<void()>> backgroundQueue;
+
+  private:
+    std::chrono::milliseconds now_{0};
+};
+
+struct FakeScreens : Screens {
+    [[nodiscard]] std::optional<Rect> mainScreenVisibleFrame() const override { return visible; }
+    std::optional<Rect> visible = Rect{{0, 0}, {1440, 900}};
+};
+
+struct FakeImage : Image {
+    explicit FakeImage(Size size) : size_(size) {}
+    [[nodiscard]] Size size() const override { return size_; }
+
+  private:
+    Size size_;
+};
+
+/// Knows images by path or by their bytes.
+struct FakeImageReader : ImageReader {
+    [[nodiscard]] ImagePointer imageFromFile(const std::string& path) const override;
+    [[nodiscard]] ImagePointer imageFromData(std::span<const std::byte> data) const override;
+    [[nodiscard]] ImagePointer clippedToRoundedRectangle(const ImagePointer& image, double radiusX,
+                                                         double radiusY) const override;
+
+    std::map<std::string, ImagePointer> byPath;
+    ImagePointer fromAnyData;
+    ImagePointer clipped;
+    mutable std::vector<std::string> askedPaths;
+    mutable std::vector<std::pair<double, double>> clips;
+};
+
+/// Gives the result that the test set, whatever the bytes are.
+struct ScriptedPropertyLists : PropertyListReader {
+    [[nodiscard]] PropertyListResult parse(std::span<const std::byte> bytes) const override;
+    PropertyListResult result = PropertyListError{"not set"};
+};
+
+/// Counts as the test says, or one character a byte.
+struct FakeSegmenter : TextSegmenter {
+    [[nodiscard]] std::size_t characterCount(std::string_view text) const override;
+    std::map<std::string, std::size_t, std::less<>> counts;
+};
+
+/// Answers each run with the output that stands for the last argument.
+struct ScriptedChildProcess : ChildProcess {
+    [[nodiscard]] ChildProcessResult run(const std::string& launchPath,
+                                         std::span<const std::string> arguments) override;
+    std::map<std::string, std::string> outputForUser;
+    std::string otherwise = "ENABLED\n";
+    std::int32_t terminationStatus = 0;
+    std::vector<std::vector<std::string>> runs;
+};
+
+struct FakeConsoleUsers : ConsoleUsers {
+    [[nodiscard]] std::optional<std::uint32_t> consoleUserIdentifier() override {
+        return identifier;
+    }
+    [[nodiscard]] std::optional<PasswordEntry> passwordEntry(std::uint32_t asked) override {
+        askedIdentifier = asked;
+        return entry;
+    }
+    std::optional<std::uint32_t> identifier;
+    std::optional<PasswordEntry> entry;
+    std::optional<std::uint32_t> askedIdentifier;
+};
+
+struct FakeApplication : Application {
+    [[nodiscard]] std::vector<Window*> windows() override { return windowList; }
+    void requestCriticalAttention() override { ++attentionRequests; }
+    void setApplicationIconImage(const ImagePointer& image) override { icon = image; }
+
+    std::vector<Window*> windowList;
+    int attentionRequests = 0;
+    ImagePointer icon;
+};
+
+/// A directory whose nodes accept the passwords that the test lists.
+class FakeDirectory : public DirectoryService {
+  public:
+    struct Account {
+        DirectoryResult<DirectoryValues> photo = DirectoryError{"Fake", 1, "no photo"};
+        DirectoryResult<DirectoryValues> picture = DirectoryError{"Fake", 2, "no picture"};
+    };
+
+    [[nodiscard]] std::shared_ptr<DirectorySession> defaultSession() override;
+
+    bool hasSession = true;
+    /// Node name, then accepted "user:password" texts.
+    std::map<std::string, std::vector<std::string>> accepted{{"/Local/Default", {}}};
+    /// Details of "/Search"; none when it does not tell.
+    std::optional<PropertyListDictionary> searchDetails;
+    bool searchOpens = true;
+    std::optional<DirectoryError> localNodesError;
+    std::optional<DirectoryError> queryError;
+    std::map<std::string, Account> accounts;
+    /// Every credentials check as "node user:password".
+    std::vector<std::string> checks;
+    std::vector<std::string> queries;
+};
+
+/// A search path as the search node tells it.
+[[nodiscard]] PropertyListDictionary searchPathDetails(const std::vector<std::string>& names);
+
+}  // namespace velunor::testing

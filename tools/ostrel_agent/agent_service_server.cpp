@@ -1,0 +1,65 @@
+#include "tools/ostrel_agent/agent_service_server.h"
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "agent/linux/agent_bus.h"
+
+namespace velunor {
+
+AgentServiceServer::AgentServiceServer(Handler handler) : handler_(std::move(handler)) {}
+
+AgentServiceServer::~AgentServiceServer() {
+    if (bus_ != nullptr) {
+        sd_bus_flush_close_unref(bus_);
+    }
+}
+
+std::string AgentServiceServer::start(ServiceBus kind, sd_event* loop) {
+    static const sd_bus_vtable table[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD_WITH_NAMES("ReplyDataForKey", "say", SD_BUS_PARAM(key) SD_BUS_PARAM(message),
+                                 "s", SD_BUS_PARAM(reply), handleMessage,
+                                 SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END};
+    int error = kind == ServiceBus::system ? sd_bus_open_system(&bus_) : sd_bus_open_user(&bus_);
+    const char* step = "no message bus";
+    if (error >= 0) {
+        step = "no object on the bus";
+        error =
+            sd_bus_add_object_vtable(bus_, nullptr, agentObjectPath, agentInterface, table, this);
+    }
+    if (error >= 0) {
+        step = "the service's name is not to be had";
+        error = sd_bus_request_name(bus_, agentBusName, 0);
+    }
+    if (error >= 0) {
+        step = "no event loop";
+        error = sd_bus_attach_event(bus_, loop, SD_EVENT_PRIORITY_NORMAL);
+    }
+    return error >= 0 ? std::string()
+                      : std::string(step) + ": " + std::generic_category().message(-error);
+}
+
+void AgentServiceServer::flush() {
+    sd_bus_flush(bus_);
+}
+
+int AgentServiceServer::handleMessage(sd_bus_message* message, void* userdata,
+                                      sd_bus_error* /*error*/) {
+    auto& server = *static_cast<AgentServiceServer*>(userdata);
+    const char* key = nullptr;
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    sd_bus_message_sensitive(message);
+    if (sd_bus_message_read(message, "s", &key) < 0 ||
+        sd_bus_message_read_array(message, 'y', &bytes, &size) < 0) {
+        return -EINVAL;
+    }
+    const auto* text = static_cast<const char*>(bytes);
+    const std::string reply = server.handler_({key, Secret(std::string_view(text, size))});
+    return sd_bus_reply_method_return(message, "s", reply.c_str());
+}
+
+}  // namespace velunor

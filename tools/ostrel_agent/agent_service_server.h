@@ -1,0 +1,44 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <functional>
+#include <string>
+
+#include "agent/linux/settings.h"
+#include "platform/secret.h"
+
+namespace velunor {
+
+/// One request as it came over the bus.
+struct AgentRequest {
+    std::string key;
+    Secret message;
+};
+
+/// The agent service's side of the bus: owns its name and hands each request on. One thread.
+class AgentServiceServer {
+  public:
+    /// Answers a request with the text of the reply.
+    using Handler = std::function<std::string(AgentRequest)>;
+
+    explicit AgentServiceServer(Handler handler);
+    AgentServiceServer(const AgentServiceServer&) = delete;
+    AgentServiceServer& operator=(const AgentServiceServer&) = delete;
+    ~AgentServiceServer();
+
+    /// Connects to the bus, takes the name and serves on `loop`. Empty on success, else one line
+    /// that says why not.
+    [[nodiscard]] std::string start(ServiceBus kind, sd_event* loop);
+
+    /// Sends what is still waiting to be sent.
+    void flush();
+
+  private:
+    static int handleMessage(sd_bus_message* message, void* userdata, sd_bus_error* error);
+
+    Handler handler_;
+    sd_bus* bus_ = nullptr;
+};
+
+}  // namespace velunor

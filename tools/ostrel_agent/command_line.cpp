@@ -1,0 +1,111 @@
+#include "tools/ostrel_agent/command_line.h"
+
+#include <charconv>
+
+namespace velunor {
+
+namespace {
+
+/// Walks over options; a value follows its option.
+class Options {
+  public:
+    explicit Options(const std::vector<std::string>& arguments) : arguments_(arguments) {}
+
+    /// The next argument, or none at the end.
+    std::optional<std::string> next() {
+        if (position_ == arguments_.size()) {
+            return std::nullopt;
+        }
+        return arguments_[position_++];
+    }
+
+    [[nodiscard]] std::vector<std::string> rest() const {
+        return {arguments_.begin() + static_cast<std::ptrdiff_t>(position_), arguments_.end()};
+    }
+
+  private:
+    const std::vector<std::string>& arguments_;
+    std::size_t position_ = 1;
+};
+
+std::optional<std::chrono::seconds> parseSeconds(const std::string& text) {
+    constexpr int longest = 7 * 24 * 3600;
+    int value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end || value < 1 || value > longest) {
+        return std::nullopt;
+    }
+    return std::chrono::seconds(value);
+}
+
+Command parseServe(Options options) {
+    ServeCommand command;
+    while (const auto option = options.next()) {
+        if (*option == "--once") {
+            command.once = true;
+        } else if (*option == "--reply") {
+            const auto reply = options.next();
+            if (!reply) {
+                return UsageError{"--reply needs a text"};
+            }
+            command.reply = *reply;
+        } else {
+            return UsageError{"unknown argument " + *option};
+        }
+    }
+    return command;
+}
+
+Command parsePrompt(Options options) {
+    constexpr std::size_t promptArguments = 6;
+    PromptCommand command;
+    while (const auto option = options.next()) {
+        if (*option == "--") {
+            command.arguments = options.rest();
+            if (command.arguments.size() != promptArguments) {
+                return UsageError{"the prompt takes six arguments after --"};
+            }
+            return command;
+        }
+        const auto value = options.next();
+        if (!value) {
+            return UsageError{*option + " needs a value"};
+        }
+        if (*option == "--timeout") {
+            command.timeout = parseSeconds(*value);
+            if (!command.timeout) {
+                return UsageError{"--timeout takes a whole number of seconds up to a week"};
+            }
+        } else if (*option == "--program") {
+            command.program = *value;
+        } else {
+            return UsageError{"unknown argument " + *option};
+        }
+    }
+    return UsageError{"the prompt's six arguments are missing after --"};
+}
+
+}  // namespace
+
+Command parseCommandLine(const std::vector<std::string>& arguments) {
+    if (arguments.empty()) {
+        return UsageError{"no command given"};
+    }
+    const std::string& verb = arguments.front();
+    if (verb == "serve") {
+        return parseServe(Options(arguments));
+    }
+    if (verb == "prompt") {
+        return parsePrompt(Options(arguments));
+    }
+    if (verb == "--help" || verb == "help") {
+        return HelpCommand{};
+    }
+    if (verb == "--version") {
+        return VersionCommand{};
+    }
+    return UsageError{"unknown command " + verb};
+}
+
+}  // namespace velunor

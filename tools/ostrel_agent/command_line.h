@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace velunor {
+
+/// Own the service's name and answer each request.
+struct ServeCommand {
+    bool once = false;
+    std::string reply = "OK";
+};
+
+/// Show one prompt and report its answer.
+struct PromptCommand {
+    std::string program;
+    /// Longest time to wait for the answer; none waits as long as the prompt does.
+    std::optional<std::chrono::seconds> timeout;
+    /// What the prompt is started with.
+    std::vector<std::string> arguments;
+};
+
+struct HelpCommand {};
+struct VersionCommand {};
+
+/// Why a command line is not understood, as one line of text.
+struct UsageError {
+    std::string description;
+};
+
+using Command = std::variant<ServeCommand, PromptCommand, HelpCommand, VersionCommand, UsageError>;
+
+/// Reads the arguments that follow the program's name.
+[[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);
+
+}  // namespace velunor

@@ -1,0 +1,67 @@
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "agent/linux/settings.h"
+#include "tools/ostrel_agent/command_line.h"
+#include "tools/ostrel_agent/exit_status.h"
+#include "tools/ostrel_agent/prompt_session.h"
+
+namespace {
+
+constexpr const char* usage =
+    "Usage: ostrel-agent serve [--once] [--reply TEXT]\n"
+    "       ostrel-agent prompt [--timeout SECONDS] [--program PATH] -- KIND NAME PROCEED MINUTES\n"
+    "                    POSTPONE-DISABLED POSTPONE-COUNT\n"
+    "       ostrel-agent --help | --version\n"
+    "\n"
+    "serve   owns the agent service's name on the bus of the settings, prints each request (key,\n"
+    "        blank, JSON) and replies to it.\n"
+    "prompt  serves, shows one prompt and prints its answer's JSON. Exits with 0 for proceed, 10\n"
+    "        for postpone, 2 for a wrong command line, 3 without a bus or when the name is taken,\n"
+    "        4 when the prompt did not start or ended without an answer, 5 after the time-out.\n";
+
+using velunor::AgentExit;
+
+AgentExit fail(const std::string& text) {
+    std::fprintf(stderr, "ostrel-agent: %s\n", text.c_str());
+    return AgentExit::usage;
+}
+
+template <class Run>
+AgentExit withSettings(Run&& run) {
+    const auto settings = velunor::loadSettings(velunor::settingsPath());
+    if (const auto* error = std::get_if<velunor::SettingsError>(&settings)) {
+        fail(error->description);
+        return AgentExit::noService;
+    }
+    return run(std::get<velunor::AgentSettings>(settings).bus);
+}
+
+AgentExit run(const velunor::Command& command) {
+    if (const auto* serve = std::get_if<velunor::ServeCommand>(&command)) {
+        return withSettings(
+            [&](velunor::ServiceBus bus) { return velunor::runService(*serve, bus); });
+    }
+    if (const auto* prompt = std::get_if<velunor::PromptCommand>(&command)) {
+        return withSettings(
+            [&](velunor::ServiceBus bus) { return velunor::runPrompt(*prompt, bus); });
+    }
+    if (std::holds_alternative<velunor::HelpCommand>(command)) {
+        std::fputs(usage, stdout);
+        return AgentExit::proceed;
+    }
+    if (std::holds_alternative<velunor::VersionCommand>(command)) {
+        std::printf("ostrel-agent %s\n", VELUNOR_VERSION);
+        return AgentExit::proceed;
+    }
+    std::fputs(usage, stderr);
+    return fail(std::get<velunor::UsageError>(command).description);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    return static_cast<int>(run(velunor::parseCommandLine(arguments)));
+}

@@ -1,0 +1,216 @@
+#include "tools/ostrel_agent/prompt_session.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <systemd/sd-event.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "platform/linux/linux_process.h"
+#include "platform/linux/linux_system_log.h"
+#include "prompt/os_update_notification_response.h"
+#include "tools/ostrel_agent/agent_service_server.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr const char* statusKey = "PatchOSUpdateNotificationStatus";
+/// How long a prompt that was told to end is waited for before it is killed.
+constexpr std::uint64_t endingMicroseconds = 3'000'000;
+
+struct DropLoop {
+    void operator()(sd_event* loop) const { sd_event_unref(loop); }
+};
+using Loop = std::unique_ptr<sd_event, DropLoop>;
+
+Loop makeLoop() {
+    sigset_t handled;
+    sigemptyset(&handled);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+        sigaddset(&handled, number);
+    }
+    sigprocmask(SIG_BLOCK, &handled, nullptr);
+    sd_event* loop = nullptr;
+    sd_event_new(&loop);
+    return Loop(loop);
+}
+
+void complain(const std::string& text) {
+    std::fprintf(stderr, "ostrel-agent: %s\n", escapedForLog(text).c_str());
+}
+
+void print(std::string_view line) {
+    // Control characters of a request must not reach the reader's terminal.
+    std::string text = escapedForLog(line);
+    std::printf("%s\n", text.c_str());
+    std::fflush(stdout);
+    wipe(text);
+}
+
+/// The running prompt and what has become of it.
+class PromptSession {
+  public:
+    PromptSession(const PromptCommand& command, ServiceBus bus)
+        : command_(command),
+          bus_(bus),
+          loop_(makeLoop()),
+          server_([this](AgentRequest request) { return receive(std::move(request)); }) {}
+
+    AgentExit run() {
+        if (const std::string error = server_.start(bus_, loop_.get()); !error.empty()) {
+            complain(error);
+            return AgentExit::noService;
+        }
+        if (const std::string error = startPrompt(); !error.empty()) {
+            complain(error);
+            return AgentExit::noAnswer;
+        }
+        watch();
+        sd_event_loop(loop_.get());
+        server_.flush();
+        return outcome();
+    }
+
+  private:
+    std::string receive(AgentRequest request) {
+        if (request.key != statusKey) {
+            return "Unknown key";
+        }
+        answer_ = std::move(request.message);
+        return "OK";
+    }
+
+    std::string startPrompt() {
+        const std::string program = command_.program.empty()
+                                        ? LinuxProcessInfo().bundlePath() + "/VelunorOSUpdate"
+                                        : command_.program;
+        std::vector<char*> argv{const_cast<char*>(program.c_str())};
+        for (const std::string& argument : command_.arguments) {
+            argv.push_back(const_cast<char*>(argument.c_str()));
+        }
+        argv.push_back(nullptr);
+
+        posix_spawn_file_actions_t actions{};
+        posix_spawnattr_t attributes{};
+        sigset_t none;
+        sigemptyset(&none);
+        posix_spawn_file_actions_init(&actions);
+        // Standard output belongs to the answer alone.
+        posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO);
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setsigmask(&attributes, &none);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+        const int error =
+            posix_spawnp(&prompt_, program.c_str(), &actions, &attributes, argv.data(), environ);
+        posix_spawnattr_destroy(&attributes);
+        posix_spawn_file_actions_destroy(&actions);
+        return error == 0 ? std::string() : program + ": " + std::generic_category().message(error);
+    }
+
+    void watch() {
+        sd_event* loop = loop_.get();
+        sd_event_add_child(loop, nullptr, prompt_, WEXITED, promptEnded, this);
+        for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+            sd_event_add_signal(loop, nullptr, number, interrupted, this);
+        }
+        if (command_.timeout) {
+            sd_event_add_time_relative(
+                loop, nullptr, CLOCK_MONOTONIC,
+                static_cast<std::uint64_t>(std::chrono::microseconds(*command_.timeout).count()), 0,
+                timedOut, this);
+        }
+    }
+
+    void endPrompt() {
+        kill(prompt_, SIGTERM);
+        sd_event_add_time_relative(loop_.get(), nullptr, CLOCK_MONOTONIC, endingMicroseconds, 0,
+                                   promptStays, this);
+    }
+
+    static int promptEnded(sd_event_source*, const siginfo_t*, void* userdata) {
+        auto& session = *static_cast<PromptSession*>(userdata);
+        sd_event_exit(session.loop_.get(), 0);
+        return 0;
+    }
+
+    static int interrupted(sd_event_source*, const signalfd_siginfo*, void* userdata) {
+        static_cast<PromptSession*>(userdata)->endPrompt();
+        return 0;
+    }
+
+    static int timedOut(sd_event_source*, std::uint64_t, void* userdata) {
+        auto& session = *static_cast<PromptSession*>(userdata);
+        session.timedOut_ = true;
+        session.endPrompt();
+        return 0;
+    }
+
+    static int promptStays(sd_event_source*, std::uint64_t, void* userdata) {
+        kill(static_cast<PromptSession*>(userdata)->prompt_, SIGKILL);
+        return 0;
+    }
+
+    [[nodiscard]] AgentExit outcome() const {
+        if (!answer_) {
+            complain(timedOut_ ? "no answer in time" : "the prompt ended without an answer");
+            return timedOut_ ? AgentExit::timeout : AgentExit::noAnswer;
+        }
+        const auto decoded = decodeJson(answer_->reveal());
+        const auto* response = std::get_if<OSUpdateNotificationResponse>(&decoded);
+        if (response == nullptr) {
+            complain("the answer is malformed: " +
+                     std::get<DecodingError>(decoded).debugDescription);
+            return AgentExit::noAnswer;
+        }
+        print(answer_->reveal());
+        return std::holds_alternative<Proceed>(response->answer) ? AgentExit::proceed
+                                                                 : AgentExit::postpone;
+    }
+
+    const PromptCommand& command_;
+    ServiceBus bus_;
+    Loop loop_;
+    AgentServiceServer server_;
+    pid_t prompt_ = 0;
+    bool timedOut_ = false;
+    std::optional<Secret> answer_;
+};
+
+}  // namespace
+
+AgentExit runPrompt(const PromptCommand& command, ServiceBus bus) {
+    return PromptSession(command, bus).run();
+}
+
+AgentExit runService(const ServeCommand& command, ServiceBus bus) {
+    const Loop loop = makeLoop();
+    AgentServiceServer server([&](const AgentRequest& request) {
+        print(request.key + " " + std::string(request.message.reveal()));
+        if (command.once) {
+            sd_event_exit(loop.get(), 0);
+        }
+        return command.reply;
+    });
+    if (const std::string error = server.start(bus, loop.get()); !error.empty()) {
+        complain(error);
+        return AgentExit::noService;
+    }
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        sd_event_add_signal(loop.get(), nullptr, number, nullptr, nullptr);
+    }
+    complain("serving");
+    sd_event_loop(loop.get());
+    server.flush();
+    return AgentExit::proceed;
+}
+
+}  // namespace velunor

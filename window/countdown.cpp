@@ -1,0 +1,62 @@
+#include <array>
+#include <chrono>
+
+#include "platform/checked_arithmetic.h"
+#include "window/styled_text.h"
+#include "window/view_controller.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr std::chrono::seconds tickInterval{1};
+constexpr std::int64_t secondsPerMinute = 60;
+
+}  // namespace
+
+AttributedString ViewController::buildAttributedUpdateString(
+    std::string_view templateText, std::span<const std::string> values) const {
+    return velunor::buildAttributedUpdateString(templateText, values, services_.segmenter);
+}
+
+void ViewController::showRemainingTime() {
+    const std::array values{decimal(remainingTimeInSecond_ / secondsPerMinute),
+                            decimal(remainingTimeInSecond_ % secondsPerMinute)};
+    outlets().timerInfoLabel->setAttributedStringValue(
+        buildAttributedUpdateString(timerInfoMessage_, values));
+}
+
+void ViewController::updateTimerInfoLabel() {
+    showRemainingTime();
+    services_.log.write("Starting with " + outlets().timerInfoLabel->stringValue());
+    services_.runLoop.scheduleTimer(tickInterval, true, [this](Timer& timer) { tick(timer); });
+}
+
+void ViewController::tick(Timer& timer) {
+    remainingTimeInSecond_ = orFatalStop(added(remainingTimeInSecond_, -1));
+    if (remainingTimeInSecond_ < 1) {
+        timer.invalidate();
+        timerFired();
+        return;
+    }
+    showRemainingTime();
+}
+
+void ViewController::timerFired() {
+    services_.log.write("Timer Fired");
+    if (!promptData_) {
+        services_.log.write("Unable to get Prompt Data");
+        finish({Postponse{lastSecureTokenDisabledUser()}},
+               "Time ran out - Postponing due to Issue");
+    } else if (promptData_->defaultToProceed &&
+               promptData_->updateType == UpdateType::withoutCredentials) {
+        services_.log.write("Sending Data to as proceed with no credentials");
+        finish({Proceed{}}, "Time ran out - Proceeding");
+    } else {
+        services_.log.write("Sending Data to as postpone with disabled user " +
+                            lastSecureTokenDisabledUser().value_or("--"));
+        finish({Postponse{lastSecureTokenDisabledUser()}}, "Time ran out - Postponing");
+    }
+}
+
+}  // namespace velunor
