@@ -69,9 +69,9 @@ TEST(ShownTextTest, HasNoStyleForAnEmptyRun) {
 TEST(LiteralTextTest, GrowsWithEveryKindOfLineBreak) {
     const int one = heightOf("a");
 
-    for (const QString& text : {"a\nb", "a\rb", "a\r\nb", "a\u2028b", "a\u2029b"}) {
-        EXPECT_GT(heightOf(text), one) << text.toStdString();
-        EXPECT_EQ(heightOf(text), heightOf("a\nb")) << text.toStdString();
+    for (const char* text : {"a\nb", "a\rb", "a\r\nb", "a\u2028b", "a\u2029b"}) {
+        EXPECT_GT(heightOf(text), one) << text;
+        EXPECT_EQ(heightOf(text), heightOf("a\nb")) << text;
     }
 }
 
