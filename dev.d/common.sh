@@ -14,7 +14,7 @@ die() {
 readonly PACKAGES_BUILD=(
     build-essential cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-svg-dev libtomlplusplus-dev libplist-dev libsystemd-dev libpam0g-dev
-    libldap-dev)
+    libldap-dev libxcb1-dev)
 readonly PACKAGES_DISPLAY=(
     dbus xvfb xauth openbox at-spi2-core libx11-dev libxtst-dev imagemagick
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
