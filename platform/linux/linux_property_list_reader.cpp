@@ -41,7 +41,8 @@ std::optional<std::string> inUtf8(std::string_view text) {
     if (!text.starts_with("\xFF\xFE") && !text.starts_with("\xFE\xFF")) {
         return std::string(text);
     }
-    const iconv_t converter = iconv_open("UTF-8", "UTF-16");
+    iconv_t converter = iconv_open("UTF-8", "UTF-16");
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how the call tells an error.
     if (converter == iconv_t(-1)) {
         return std::nullopt;
     }
