@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 namespace velunor {
 
@@ -68,9 +69,9 @@ bool isCompositing() {
         return QGuiApplication::platformName().startsWith(u"wayland"_qs);
     }
     xcb_connection_t* connection = x11->connection();
-    constexpr char selection[] = "_NET_WM_CM_S0";
+    constexpr std::string_view selection = "_NET_WM_CM_S0";
     const std::unique_ptr<xcb_intern_atom_reply_t, FreeReply> atom(xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, sizeof selection - 1, selection), nullptr));
+        connection, xcb_intern_atom(connection, 0, selection.size(), selection.data()), nullptr));
     if (!atom) {
         return false;
     }

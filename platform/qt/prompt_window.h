@@ -21,6 +21,8 @@ class PromptWindow : public QWidget {
 
   public:
     PromptWindow();
+    PromptWindow(const PromptWindow&) = delete;
+    PromptWindow& operator=(const PromptWindow&) = delete;
     ~PromptWindow() override;
 
     /// The controls for the logic, connected to the outlets by their names in the form.

@@ -88,7 +88,9 @@ bool CustomSecureTextField::event(QEvent* event) {
     if (event->type() == QEvent::ShortcutOverride) {
         const auto* key = static_cast<QKeyEvent*>(event);
         if (key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo)) {
-            return QWidget::event(event);
+            // Unclaimed, so that the window and not the field decides on the keys.
+            event->ignore();
+            return true;
         }
     }
     return CustomTextField::event(event);
