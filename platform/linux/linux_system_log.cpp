@@ -68,12 +68,12 @@ void writeToStandardError(std::string_view record) {
     const FileDescriptor pipe(isPipe ? open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_CLOEXEC)
                                      : -1);
     if (pipe.isOpen()) {
-        static_cast<void>(::write(pipe.get(), record.data(), record.size()));
+        static_cast<void>(!::write(pipe.get(), record.data(), record.size()));
     } else if (isReadyForWriting(STDERR_FILENO)) {
         // Another user's pipe cannot be opened; up to this size it takes a record without waiting.
         const std::size_t size =
             isPipe ? std::min<std::size_t>(record.size(), PIPE_BUF) : record.size();
-        static_cast<void>(::write(STDERR_FILENO, record.data(), size));
+        static_cast<void>(!::write(STDERR_FILENO, record.data(), size));
     }
 }
 
