@@ -188,6 +188,9 @@ PropertyListResult parseXml(const std::string& text) {
     if (!isValidUtf8(text)) {
         return PropertyListError{"XML property list is not valid UTF-8"};
     }
+    if (text.find('\0') != std::string::npos) {
+        return PropertyListError{"XML property list holds a NUL character"};
+    }
     if (auto objection = xmlPropertyListObjection(text)) {
         return PropertyListError{std::move(*objection)};
     }
