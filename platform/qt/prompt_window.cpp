@@ -90,10 +90,13 @@ QString scrollBarStyle(const Theme& theme) {
         .arg(theme.fieldBorder.name());
 }
 
-/// Settles an area's height and lets the keyboard scroll it when its contents do not fit.
+/// Settles an area's height; one whose contents do not fit can be scrolled, by keyboard as well.
 void setAreaHeight(QScrollArea& area, int height, int contentHeight) {
+    const bool scrolls = contentHeight > height;
+    // Left to itself the area would keep a scroll bar that only its own width makes necessary.
+    area.setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
     area.setFixedHeight(height);
-    area.setFocusPolicy(contentHeight > height ? Qt::StrongFocus : Qt::NoFocus);
+    area.setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
 }
 
 }  // namespace
