@@ -10,6 +10,7 @@
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTimer>
 #include <QWindow>
 #include <algorithm>
 
@@ -206,16 +207,11 @@ void PromptWindow::scheduleRelayout() {
         return;
     }
     relayoutScheduled_ = true;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            relayoutScheduled_ = false;
-            relayout();
-        },
-        Qt::QueuedConnection);
+    QTimer::singleShot(0, this, &PromptWindow::relayout);
 }
 
 void PromptWindow::relayout() {
+    relayoutScheduled_ = false;
     const int lowerEdge = geometry().bottom();
     takeSize();
     if (movedByUser_) {
@@ -226,8 +222,7 @@ void PromptWindow::relayout() {
 
 void PromptWindow::takeSize() {
     const TextButton& updateNow = *form_->updateNowButton;
-    setLayoutDirection(updateNow.literalText().isRightToLeft() ? Qt::RightToLeft
-                                                               : Qt::LeftToRight);
+    setLayoutDirection(updateNow.literalText().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     setWindowTitle(form_->titleLabel->text().replace("[*]", "[*][*]"));
 
     const QRect usable = usableArea();

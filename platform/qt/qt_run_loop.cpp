@@ -1,6 +1,5 @@
 #include "platform/qt/qt_run_loop.h"
 
-#include <QMetaObject>
 #include <QThreadPool>
 #include <QTimer>
 
@@ -35,7 +34,7 @@ void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
 }
 
 void QtRunLoop::performOnMainThread(std::function<void()> work) {
-    QMetaObject::invokeMethod(&mainThread_, std::move(work), Qt::QueuedConnection);
+    QTimer::singleShot(0, &mainThread_, std::move(work));
 }
 
 void QtRunLoop::performInBackground(std::function<void()> work) {
