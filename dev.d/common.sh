@@ -14,14 +14,13 @@ die() {
 readonly PACKAGES_BUILD=(
     build-essential cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-svg-dev libtomlplusplus-dev libplist-dev libsystemd-dev libpam0g-dev
-    libldap-dev)
+    libldap-dev libxcb1-dev libgtest-dev libgmock-dev)
 readonly PACKAGES_DISPLAY=(
-    dbus xvfb xauth openbox at-spi2-core libx11-dev libxtst-dev imagemagick
+    dbus xvfb openbox x11-utils at-spi2-core libx11-dev libxtst-dev imagemagick
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
-readonly PACKAGES_TEST=(
-    libgtest-dev libgmock-dev valgrind clang-format shellcheck)
-readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck libgtest-dev libgmock-dev)
-readonly PACKAGES_BENCH=(x11-utils zenity time)
+readonly PACKAGES_TEST=(valgrind clang-format shellcheck)
+readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck)
+readonly PACKAGES_BENCH=(zenity)
 readonly PACKAGES_PACKAGE=(dpkg-dev file lintian)
 }
 
@@ -118,4 +117,10 @@ start_display() {
     unset WAYLAND_DISPLAY XAUTHORITY
     setsid openbox --sm-disable >/dev/null 2>&1 </dev/null &
     keep $!
+    # The window manager is at work once it has set the usable area of the screen.
+    local tries=0
+    until xprop -root _NET_WORKAREA 2>/dev/null | grep -q '='; do
+        [ $((tries += 1)) -le 300 ] || die "the window manager did not start"
+        sleep 0.1
+    done
 }

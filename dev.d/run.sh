@@ -27,7 +27,7 @@ dev_run() {
         headless=yes
     fi
     need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}"
-    build release -DVELUNOR_TESTS=OFF -- VelunorOSUpdate ostrel-agent sysadminctl press
+    build release -- VelunorOSUpdate ostrel-agent sysadminctl press
     use_utf8
     development_directories "$ROOT/build/run"
     export VELUNOR_AGENT_SETTINGS=$ROOT/build/run/ostrel-agent.toml
@@ -43,7 +43,7 @@ dev_run() {
     fi
     start_display 1280x800
     setsid dbus-run-session -- "$ROOT/dev.d/in-session.sh" "$ROOT/build/release/ostrel-agent" prompt -- \
-        "${arguments[@]}" >"$ROOT/build/run/answer" &
+        "${arguments[@]}" >"$ROOT/build/run/answer" 4>&2 2>"$ROOT/build/run/bus.log" &
     local session=$!
     keep $session
     press_when_shown "$session" "$press"
@@ -55,6 +55,10 @@ development_directories() {
     local directory=$1
     mkdir -p "$directory/base/images" "$directory/data" "$directory/log/UserLogs"
     rm -rf "$directory/base/i18n" "$directory/bus"
+    if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
+        export XDG_RUNTIME_DIR=$directory/runtime
+        mkdir -p -m 700 "$XDG_RUNTIME_DIR"
+    fi
     cp -R "$ROOT/i18n" "$directory/base/i18n"
     cat >"$directory/ostrel-agent.toml" <<TOML
 [agent]
@@ -81,9 +85,12 @@ press_when_shown() {
     done
     AT_SPI_BUS_ADDRESS=$(cat "$ROOT/build/run/bus")
     export AT_SPI_BUS_ADDRESS
-    quietly "$ROOT/build/release/press" --find "$name"
-    import -window root "$ROOT/build/run/prompt.png"
-    say "the screen is in build/run/prompt.png; pressing $name"
+    local place
+    place=$("$ROOT/build/release/press" --find "$name") || die "the prompt did not show"
+    import -window root "$ROOT/build/run/screen.png"
+    convert "$ROOT/build/run/screen.png" -crop "$place" +repage "$ROOT/build/run/prompt.png"
+    say "a picture is in build/run/prompt.png, the whole screen in build/run/screen.png"
+    say "pressing $name"
     quietly "$ROOT/build/release/press" "$name"
 }
 

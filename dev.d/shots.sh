@@ -22,6 +22,6 @@ dev_shots() {
 
     # The README shows the window as ./dev run shows it.
     "$ROOT/dev" run
-    cp "$ROOT/build/run/window.png" "$ROOT/docs/prompt.png"
+    cp "$ROOT/build/run/prompt.png" "$ROOT/docs/prompt.png"
     say "docs/prompt.png is new"
 }

@@ -134,7 +134,7 @@ std::string encodedUtf8(char32_t code) {
     return {lead(0xF0U, 18), tail(12), tail(6), tail(0)};
 }
 
-std::optional<char32_t> takeEscapedCodePoint(std::string_view& text) {
+std::optional<char32_t> takeEscapedCodePoint(std::string_view& text, std::string_view letters) {
     const auto first = takeCodeUnit(text);
     if (!first || (*first >= 0xDC00U && *first <= 0xDFFFU)) {
         return std::nullopt;
@@ -142,7 +142,7 @@ std::optional<char32_t> takeEscapedCodePoint(std::string_view& text) {
     if (*first < 0xD800U || *first > 0xDBFFU) {
         return first;
     }
-    if (!text.starts_with("\\u")) {
+    if (text.size() < 2 || text[0] != '\\' || letters.find(text[1]) == std::string_view::npos) {
         return std::nullopt;
     }
     text.remove_prefix(2);

@@ -22,9 +22,10 @@ namespace velunor {
 [[nodiscard]] std::string encodedUtf8(char32_t code);
 
 /// Takes from the front of `text` what follows the "\u" of an escape: four hexadecimal digits, and
-/// for the first half of a surrogate pair the escape of the second half too. None, with `text`
-/// partly consumed, when that is malformed.
-[[nodiscard]] std::optional<char32_t> takeEscapedCodePoint(std::string_view& text);
+/// for the first half of a surrogate pair the escape of the second half too, which may begin with
+/// any of `letters`. None, with `text` partly consumed, when that is malformed.
+[[nodiscard]] std::optional<char32_t> takeEscapedCodePoint(std::string_view& text,
+                                                           std::string_view letters = "u");
 
 /// Finds the boundaries of what a reader perceives as one character.
 class TextSegmenter {

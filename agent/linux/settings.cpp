@@ -140,12 +140,13 @@ void readAgent(Reader& reader, const toml::table& root, AgentSettings& settings)
         return;
     }
     reader.text(*agent, "agent", "product_name", settings.productName);
-    for (const char* key : {"base_path", "data_path", "log_path"}) {
-        reader.required(*agent, "agent", key);
-    }
     reader.path(*agent, "agent", "base_path", settings.basePath);
     reader.path(*agent, "agent", "data_path", settings.dataPath);
     reader.path(*agent, "agent", "log_path", settings.logPath);
+    // A key that is there and wrong is told before one that is missing.
+    for (const char* key : {"base_path", "data_path", "log_path"}) {
+        reader.required(*agent, "agent", key);
+    }
     reader.noteUnknown(*agent, "agent", {"product_name", "base_path", "data_path", "log_path"});
 }
 

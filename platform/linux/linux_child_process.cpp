@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <system_error>
 #include <vector>
 
@@ -33,24 +34,50 @@ bool holdsNul(std::span<const std::string> arguments) {
     return false;
 }
 
-/// File actions of a spawn: both output streams to `output`, nothing to read.
-class SpawnStreams {
+/// What a spawn does to the child: both output streams to `output`, nothing to read, no other
+/// descriptor, and the signals as a fresh program expects them.
+class SpawnSettings {
   public:
-    explicit SpawnStreams(int output) {
+    explicit SpawnSettings(int output) {
         posix_spawn_file_actions_init(&actions_);
         posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&actions_, output, STDERR_FILENO);
+        posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        posix_spawnattr_init(&attributes_);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setsigdefault(&attributes_, &all);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }
-    SpawnStreams(const SpawnStreams&) = delete;
-    SpawnStreams& operator=(const SpawnStreams&) = delete;
-    ~SpawnStreams() { posix_spawn_file_actions_destroy(&actions_); }
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
+    ~SpawnSettings() {
+        posix_spawnattr_destroy(&attributes_);
+        posix_spawn_file_actions_destroy(&actions_);
+    }
 
-    [[nodiscard]] const posix_spawn_file_actions_t* get() const { return &actions_; }
+    [[nodiscard]] const posix_spawn_file_actions_t* actions() const { return &actions_; }
+    [[nodiscard]] const posix_spawnattr_t* attributes() const { return &attributes_; }
 
   private:
     posix_spawn_file_actions_t actions_{};
+    posix_spawnattr_t attributes_{};
 };
+
+/// A file in memory, none with the reason in errno. Every write goes to its end.
+FileDescriptor newOutput() {
+    const FileDescriptor file(memfd_create("output", MFD_CLOEXEC));
+    if (!file.isOpen() || fcntl(file.get(), F_SETFL, O_APPEND) != 0) {
+        return FileDescriptor();
+    }
+    // Where the program runs with a standard stream closed, the file must not take its number: the
+    // child's own streams are put there.
+    return FileDescriptor(fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
 
 std::int32_t waitFor(pid_t child) {
     int status = 0;
@@ -81,8 +108,8 @@ ChildProcessResult LinuxChildProcess::run(const std::string& launchPath,
     if (holdsNul(arguments)) {
         return notStarted(EINVAL);
     }
-    const FileDescriptor output(memfd_create("output", MFD_CLOEXEC));
-    if (!output.isOpen() || fcntl(output.get(), F_SETFL, O_APPEND) != 0) {
+    const FileDescriptor output = newOutput();
+    if (!output.isOpen()) {
         return notStarted(errno);
     }
     std::vector<char*> argv{const_cast<char*>(launchPath.c_str())};
@@ -90,10 +117,10 @@ ChildProcessResult LinuxChildProcess::run(const std::string& launchPath,
         argv.push_back(const_cast<char*>(argument.c_str()));
     }
     argv.push_back(nullptr);
-    const SpawnStreams streams(output.get());
+    const SpawnSettings settings(output.get());
     pid_t child = 0;
-    const int error =
-        posix_spawn(&child, launchPath.c_str(), streams.get(), nullptr, argv.data(), environ);
+    const int error = posix_spawn(&child, launchPath.c_str(), settings.actions(),
+                                  settings.attributes(), argv.data(), environ);
     if (error != 0) {
         return notStarted(error);
     }

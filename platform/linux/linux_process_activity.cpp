@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -107,11 +108,15 @@ LinuxProcessActivity::LinuxProcessActivity(SystemLog& log) : log_(log) {}
 ProcessActivity::Token LinuxProcessActivity::beginUserInitiated(std::string_view reason) {
     const auto lock = std::make_shared<Lock>();
     locks_.emplace(++lastToken_, lock);
-    std::thread([lock, text = std::string(reason), &log = log_] {
-        if (!lock->acquire(text)) {
-            log.write("No idle inhibitor available");
-        }
-    }).detach();
+    try {
+        std::thread([lock, text = std::string(reason), &log = log_] {
+            if (!lock->acquire(text)) {
+                log.write("No idle inhibitor available");
+            }
+        }).detach();
+    } catch (const std::system_error&) {
+        log_.write("No idle inhibitor available");
+    }
     return lastToken_;
 }
 

@@ -3,8 +3,9 @@
 #include <iconv.h>
 #include <plist/plist.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -41,7 +42,8 @@ std::optional<std::string> inUtf8(std::string_view text) {
     if (!text.starts_with("\xFF\xFE") && !text.starts_with("\xFE\xFF")) {
         return std::string(text);
     }
-    const iconv_t converter = iconv_open("UTF-8", "UTF-16");
+    iconv_t converter = iconv_open("UTF-8", "UTF-16");
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how the call tells an error.
     if (converter == iconv_t(-1)) {
         return std::nullopt;
     }
@@ -60,10 +62,10 @@ std::optional<std::string> inUtf8(std::string_view text) {
 std::optional<PropertyListValue> converted(plist_t node);
 
 std::optional<PropertyListValue> convertedText(plist_t node) {
-    char* text = nullptr;
-    plist_get_string_val(node, &text);
-    const std::unique_ptr<char, FreeMemory> owner(text);
-    if (text == nullptr || !isValidUtf8(text)) {
+    std::uint64_t length = 0;
+    const char* first = plist_get_string_ptr(node, &length);
+    const std::string_view text(first == nullptr ? "" : first, length);
+    if (first == nullptr || !isValidUtf8(text)) {
         return std::nullopt;
     }
     return PropertyListValue{std::string(text)};
@@ -194,13 +196,13 @@ PropertyListResult parseXml(const std::string& text) {
     return resultOf(Node(root), "XML");
 }
 
+/// Whether the text is XML. A lone "<" may also begin the data of the old text form.
 bool isXml(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) {
-        return false;
-    }
-    text.remove_prefix(first);
-    return text.starts_with("<?xml") || text.starts_with("<!") || text.starts_with("<plist");
+    constexpr std::array<std::string_view, 8> beginnings{"<?",     "<!",      "<plist",   "<dict",
+                                                         "<array", "<string", "<integer", "<real"};
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    return std::any_of(beginnings.begin(), beginnings.end(),
+                       [&](std::string_view beginning) { return text.starts_with(beginning); });
 }
 
 }  // namespace

@@ -1,7 +1,11 @@
 #include "platform/linux/linux_system_log.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
+#include <sys/un.h>
 #include <syslog.h>
 #include <systemd/sd-journal.h>
 #include <unistd.h>
@@ -14,6 +18,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/linux/file_descriptor.h"
 #include "platform/text.h"
 
 namespace velunor {
@@ -22,6 +27,7 @@ namespace {
 
 constexpr const char* identifier = "VelunorOSUpdate";
 constexpr const char* journalSocket = "/run/systemd/journal/socket";
+constexpr const char* syslogSocket = "/dev/log";
 
 /// Local time with milliseconds, then the program and its process id.
 std::string recordHead() {
@@ -40,24 +46,56 @@ std::string recordHead() {
     return {head.data(), static_cast<std::size_t>(length)};
 }
 
-/// Writes the record, up to a pipe's atomic size in one piece. A reader that does not read, or is
-/// gone, costs the record and never stops the program.
+bool isReadyForWriting(int descriptor) {
+    pollfd ready{descriptor, POLLOUT, 0};
+    return poll(&ready, 1, 0) == 1 && (ready.revents & POLLOUT) != 0;
+}
+
+/// Writes the record in one piece. A reader that does not read, or is gone, costs the record and
+/// never stops the program. Whoever shares standard error keeps its blocking mode: a pipe is opened
+/// anew for this write instead of being changed.
 void writeToStandardError(std::string_view record) {
-    while (!record.empty()) {
-        pollfd ready{STDERR_FILENO, POLLOUT, 0};
-        if (poll(&ready, 1, 0) != 1 || (ready.revents & POLLOUT) == 0) {
-            return;
-        }
-        const ssize_t count =
-            ::write(STDERR_FILENO, record.data(), std::min<std::size_t>(record.size(), PIPE_BUF));
-        if (count <= 0) {
-            return;
-        }
-        record.remove_prefix(static_cast<std::size_t>(count));
+    struct stat about {};
+    if (fstat(STDERR_FILENO, &about) != 0) {
+        return;
+    }
+    if (S_ISSOCK(about.st_mode)) {
+        static_cast<void>(
+            ::send(STDERR_FILENO, record.data(), record.size(), MSG_DONTWAIT | MSG_NOSIGNAL));
+        return;
+    }
+    const bool isPipe = S_ISFIFO(about.st_mode);
+    const FileDescriptor pipe(isPipe ? open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_CLOEXEC)
+                                     : -1);
+    if (pipe.isOpen()) {
+        static_cast<void>(::write(pipe.get(), record.data(), record.size()));
+    } else if (isReadyForWriting(STDERR_FILENO)) {
+        // Another user's pipe cannot be opened; up to this size it takes a record without waiting.
+        const std::size_t size =
+            isPipe ? std::min<std::size_t>(record.size(), PIPE_BUF) : record.size();
+        static_cast<void>(::write(STDERR_FILENO, record.data(), size));
     }
 }
 
-bool sendToJournal(const std::string& message) {
+/// Whether somebody listens on the socket, and has room for a record now: the calls that send one
+/// would wait.
+struct Listener {
+    bool present = false;
+    bool hasRoom = false;
+};
+
+Listener listenerAt(const char* path) {
+    const FileDescriptor probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::string_view(path).copy(address.sun_path, sizeof address.sun_path - 1);
+    const bool connected =
+        probe.isOpen() &&
+        connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    return {connected, connected && isReadyForWriting(probe.get())};
+}
+
+void sendToJournal(const std::string& message) {
     const std::string text = "MESSAGE=" + message;
     const std::string name = std::string("SYSLOG_IDENTIFIER=") + identifier;
     const std::string priority = "PRIORITY=" + std::to_string(LOG_NOTICE);
@@ -65,7 +103,7 @@ bool sendToJournal(const std::string& message) {
         return iovec{const_cast<char*>(value.data()), value.size()};
     };
     const std::array fields{field(text), field(name), field(priority)};
-    return sd_journal_sendv(fields.data(), static_cast<int>(fields.size())) == 0;
+    static_cast<void>(sd_journal_sendv(fields.data(), static_cast<int>(fields.size())));
 }
 
 }  // namespace
@@ -116,7 +154,7 @@ std::string escapedForLog(std::string_view message) {
     return out;
 }
 
-LinuxSystemLog::LinuxSystemLog() : journalListens_(access(journalSocket, W_OK) == 0) {
+LinuxSystemLog::LinuxSystemLog() {
     // A reader of standard error that goes away must not take the prompt with it.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     openlog(identifier, LOG_PID | LOG_NDELAY, LOG_USER);
@@ -125,7 +163,10 @@ LinuxSystemLog::LinuxSystemLog() : journalListens_(access(journalSocket, W_OK) =
 void LinuxSystemLog::write(std::string_view message) {
     const std::string text = escapedForLog(message);
     writeToStandardError(recordHead() + text + "\n");
-    if (!journalListens_ || !sendToJournal(text)) {
+    const Listener journal = listenerAt(journalSocket);
+    if (journal.hasRoom) {
+        sendToJournal(text);
+    } else if (!journal.present && listenerAt(syslogSocket).hasRoom) {
         syslog(LOG_NOTICE, "%s", text.c_str());
     }
 }

@@ -17,9 +17,6 @@ class LinuxSystemLog : public SystemLog {
   public:
     LinuxSystemLog();
     void write(std::string_view message) override;
-
-  private:
-    bool journalListens_ = false;
 };
 
 }  // namespace velunor

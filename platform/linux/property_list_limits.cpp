@@ -7,11 +7,6 @@ namespace velunor {
 
 namespace {
 
-/// The markup declaration that every XML property list may carry; nothing else may stand there.
-bool isHarmlessDocumentType(std::string_view declaration) {
-    return declaration.find('[') == std::string_view::npos;
-}
-
 /// A walk over the objects of a binary property list, with every offset checked.
 class BinaryWalk {
   public:
@@ -106,6 +101,7 @@ class BinaryWalk {
         }
         const std::uint8_t kind = byteAt(*position) >> 4U;
         if (kind < 0xAU) {
+            countScalar(*position, kind);
             return;
         }
         if (open_[index]) {
@@ -126,6 +122,24 @@ class BinaryWalk {
         open_[index] = true;
         visitElements(*extent, kind == 0xDU, depth);
         open_[index] = false;
+    }
+
+    /// A text or data object can be long and referred to many times, and is copied each time.
+    void countScalar(std::uint64_t position, std::uint8_t kind) {
+        if (kind < 0x4U || kind > 0x6U) {
+            return;
+        }
+        const auto extent = extentOf(position);
+        const std::uint64_t unit = kind == 0x6U ? 2 : 1;
+        if (!extent || extent->position > offsetTable_ ||
+            extent->count > (offsetTable_ - extent->position) / unit) {
+            object("Binary property list has an impossible length");
+            return;
+        }
+        content_ += extent->count * unit;
+        if (content_ > mostPropertyListContent) {
+            object("Binary property list holds too much content");
+        }
     }
 
     void visitElements(const Extent& extent, bool isDictionary, int depth) {
@@ -154,49 +168,13 @@ class BinaryWalk {
     std::uint64_t offsetTable_ = 0;
     std::size_t end_ = 0;
     std::size_t visited_ = 0;
+    std::uint64_t content_ = 0;
     /// Which containers the walk is inside of.
     std::vector<bool> open_;
     BinaryPropertyListCheck result_;
 };
 
 }  // namespace
-
-std::optional<std::string> xmlPropertyListObjection(std::string_view text) {
-    int depth = 0;
-    std::size_t values = 0;
-    for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
-        const std::string_view rest = text.substr(at);
-        const bool comment = rest.starts_with("<!--");
-        const bool section = rest.starts_with("<![CDATA[");
-        const std::string_view terminator = comment ? "-->" : section ? "]]>" : ">";
-        const auto length = rest.find(terminator);
-        if (length == std::string_view::npos) {
-            return "XML property list ends inside of a tag";
-        }
-        const std::string_view tag = rest.substr(0, length + terminator.size());
-        at += tag.size();
-        if (comment || section || tag.starts_with("<?")) {
-            continue;
-        }
-        if (tag.starts_with("<!")) {
-            if (!isHarmlessDocumentType(tag)) {
-                return "XML property list defines a document type of its own";
-            }
-            continue;
-        }
-        if (tag.starts_with("</")) {
-            --depth;
-            continue;
-        }
-        if (++values > mostPropertyListValues) {
-            return "XML property list holds too many values";
-        }
-        if (!tag.ends_with("/>") && ++depth > deepestPropertyList) {
-            return "XML property list is nested too deeply";
-        }
-    }
-    return std::nullopt;
-}
 
 BinaryPropertyListCheck checkBinaryPropertyList(std::span<const std::byte> bytes) {
     return BinaryWalk(bytes).run();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -13,8 +14,13 @@ inline constexpr int deepestPropertyList = 64;
 /// Most values that a property list may hold, shared ones counted each time they are referred to.
 inline constexpr std::size_t mostPropertyListValues = 100'000;
 
-/// Why an XML property list is not safe to hand to the parser, or none: nested too deeply, or with
-/// a document type of its own (which could define entities that grow without end).
+/// Most bytes that the texts and data of a binary property list may have, shared ones counted each
+/// time they are referred to.
+inline constexpr std::uint64_t mostPropertyListContent = std::uint64_t{32} * 1024 * 1024;
+
+/// Why an XML property list is not safe to hand to the parser, or none: not well-formed, nested too
+/// deeply, too much of everything, or with a document type of its own (which could define entities
+/// that grow without end).
 [[nodiscard]] std::optional<std::string> xmlPropertyListObjection(std::string_view text);
 
 /// What a look at the structure of a binary property list tells.

@@ -30,7 +30,7 @@ class TextParser {
         if (value && !atEnd()) {
             value = pairsWithoutBraces();
         }
-        if (value && atEnd()) {
+        if (value && atEnd() && !error_) {
             return std::move(*value);
         }
         return PropertyListError{error_.value_or("Unexpected text after the property list") +
@@ -57,18 +57,23 @@ class TextParser {
 
     [[nodiscard]] std::string_view rest() const { return text_.substr(position_); }
 
-    void skipThrough(std::string_view terminator) {
+    bool skipThrough(std::string_view terminator) {
         const auto found = text_.find(terminator, position_);
-        position_ = found == std::string_view::npos ? text_.size() : found + terminator.size();
+        const bool isThere = found != std::string_view::npos;
+        position_ = isThere ? found + terminator.size() : text_.size();
+        return isThere;
     }
 
     void skipBlanks() {
         while (position_ < text_.size()) {
             const auto ahead = rest();
             if (ahead.starts_with("//")) {
-                skipThrough("\n");
+                static_cast<void>(skipThrough("\n"));
             } else if (ahead.starts_with("/*")) {
-                skipThrough("*/");
+                position_ += 2;
+                if (!skipThrough("*/")) {
+                    fail("Comment has no end");
+                }
             } else if (std::string_view(" \t\r\n\v\f").find(ahead.front()) !=
                        std::string_view::npos) {
                 ++position_;
@@ -234,27 +239,30 @@ class TextParser {
             return parseUnicodeEscape(out);
         }
         if (letter >= '0' && letter <= '7') {
-            char32_t code = 0;
-            for (int count = 0; count < 3 && position_ < text_.size() && text_[position_] >= '0' &&
-                                text_[position_] <= '7';
-                 ++count) {
-                code = code * 8 + static_cast<char32_t>(text_[position_++] - '0');
-            }
-            out += encodedUtf8(code);
-            return true;
+            return parseOctalEscape(out);
         }
         const auto found = letters.find(letter);
-        if (found == std::string_view::npos) {
-            return false;
-        }
-        out += meanings[found];
+        // A sign that needs no escape stands for itself.
+        out += found == std::string_view::npos ? letter : meanings[found];
         ++position_;
         return true;
     }
 
+    bool parseOctalEscape(std::string& out) {
+        constexpr char32_t largest = 0xFF;
+        char32_t code = 0;
+        for (int count = 0; count < 3 && position_ < text_.size() && text_[position_] >= '0' &&
+                            text_[position_] <= '7';
+             ++count) {
+            code = code * 8 + static_cast<char32_t>(text_[position_++] - '0');
+        }
+        out += encodedUtf8(code);
+        return code <= largest;
+    }
+
     bool parseUnicodeEscape(std::string& out) {
         std::string_view ahead = rest();
-        const auto code = takeEscapedCodePoint(ahead);
+        const auto code = takeEscapedCodePoint(ahead, "Uu");
         position_ = text_.size() - ahead.size();
         if (code) {
             out += encodedUtf8(*code);

@@ -1,43 +1,59 @@
-// Finds a button on this display by its title and clicks it with the pointer, as
-// somebody who sits there would. For development: ./dev run answers a prompt with it.
+// Finds a button on this display by its title and clicks it with the pointer, as somebody who sits
+// there would. For development: ./dev run answers a prompt with it.
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/e2e/support/accessible.h"
 
 namespace {
 
-using namespace velunor::e2e;
+using velunor::e2e::AccessibilityReader;
+using velunor::e2e::Accessible;
 
-std::optional<Accessible> waitForRestingButton(const AccessibilityReader& reader,
-                                               const std::string& title) {
+/// All controls, once the button is among them and rests where its window put it.
+std::vector<Accessible> waitForRestingButton(const AccessibilityReader& reader,
+                                             const std::string& title) {
+    std::vector<Accessible> controls;
     std::optional<Accessible> button;
-    const bool resting = eventually([&] {
+    const bool resting = velunor::e2e::eventually([&] {
         const std::optional<Accessible> before = button;
-        button = findControl(reader.controlsOf(std::nullopt), "push button", title);
+        controls = reader.controlsOf(std::nullopt);
+        button = findControl(controls, "push button", title);
         return before && button && before->extents == button->extents;
     });
-    return resting ? button : std::nullopt;
+    return resting ? controls : std::vector<Accessible>();
+}
+
+/// Tells where the window is, as the picture tools write a place; it comes before its controls.
+void printWindow(const std::vector<Accessible>& controls) {
+    const auto window = std::find_if(controls.begin(), controls.end(), [](const Accessible& one) {
+        return one.showing && one.extents.width > 0;
+    });
+    std::cout << window->extents.width << 'x' << window->extents.height << '+' << window->extents.x
+              << '+' << window->extents.y << '\n';
 }
 
 int press(const std::string& address, const std::string& display, const std::string& title,
           bool onlyFind) {
-    const AccessibilityReader reader(address);
-    const std::optional<Accessible> button = waitForRestingButton(reader, title);
+    const std::vector<Accessible> controls =
+        waitForRestingButton(AccessibilityReader(address), title);
+    const std::optional<Accessible> button = findControl(controls, "push button", title);
     if (!button) {
         std::cerr << "press: no button " << title << " is showing\n";
         return 1;
     }
-    const int x = button->extents.x + button->extents.width / 2;
-    const int y = button->extents.y + button->extents.height / 2;
-    std::cout << x << ' ' << y << '\n';
-    if (!onlyFind) {
-        Screen(display).click(x, y);
+    if (onlyFind) {
+        printWindow(controls);
+        return 0;
     }
+    velunor::e2e::Screen(display).click(button->extents.x + button->extents.width / 2,
+                                        button->extents.y + button->extents.height / 2);
     return 0;
 }
 
@@ -46,10 +62,10 @@ int press(const std::string& address, const std::string& display, const std::str
 int main(int count, char** values) {
     const char* address = std::getenv("AT_SPI_BUS_ADDRESS");
     const char* display = std::getenv("DISPLAY");
-    const std::string option = count > 1 ? values[1] : "";
-    const bool onlyFind = option == "--find";
+    const bool onlyFind = count > 1 && std::string(values[1]) == "--find";
     if (address == nullptr || display == nullptr || count != (onlyFind ? 3 : 2)) {
-        std::cerr << "usage: press [--find] TITLE, with DISPLAY and AT_SPI_BUS_ADDRESS\n";
+        std::cerr << "usage: press [--find] TITLE, with DISPLAY and AT_SPI_BUS_ADDRESS\n"
+                     "--find waits for the button and prints the place of its window.\n";
         return 2;
     }
     try {

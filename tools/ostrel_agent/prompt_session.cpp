@@ -1,12 +1,12 @@
 #include "tools/ostrel_agent/prompt_session.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <systemd/sd-event.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <optional>

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <ostream>
 
 #include "tests/unit/credentials/recording_log.h"
 #include "tests/unit/credentials/scripted_machine.h"
@@ -48,6 +49,8 @@ struct Answer {
     std::string name;
     std::string output;
     SecureTokenStatus status;
+
+    friend void PrintTo(const Answer& answer, std::ostream* stream) { *stream << answer.name; }
 };
 
 class SecureTokenAnswer : public ::testing::TestWithParam<Answer> {};

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QColor>
+#include <QObject>
+#include <QVariantAnimation>
+#include <QWidget>
+
+#include "platform/controls.h"
+
+namespace velunor {
+
+/// The backing layer of a widget: a coloured ground that is painted beneath what the widget paints
+/// itself, and animations of the widget's place in its layout.
+class WidgetLayer : public QObject, public Layer {
+    Q_OBJECT
+
+  public:
+    /// `widget` owns the layer.
+    explicit WidgetLayer(QWidget* widget);
+
+    void setBackgroundColor(const Color& color) override;
+    void setCornerRadius(double radius) override;
+    void addAnimation(const KeyFrameAnimation& animation) override;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void moveBy(double offset);
+
+    QWidget* widget_;
+    QColor background_ = Qt::transparent;
+    double radius_ = 0;
+    QVariantAnimation animation_;
+};
+
+}  // namespace velunor
