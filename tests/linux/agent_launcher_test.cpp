@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "agent/ltarnutils.h"
+#include "platform/text.h"
 #include "tests/linux/agent_support.h"
 #include "tools/ostrel_agent/exit_status.h"
 
@@ -113,11 +114,17 @@ TEST_F(AgentPrompt, FirstAnswerCounts) {
 
 TEST_F(AgentPrompt, ControlCharactersAreEscapedAndTheAnswerStaysTheSame) {
     startBus();
-    EXPECT_EQ(startPrompt("answer", "{\n\t\"proceed\":{\"passwd\":\"\x7f\xC2\x9B\u202E\u2028z\"}}")
+    std::string controls = "\x7f";
+    for (const char32_t code : {0x80, 0x9B, 0x2028, 0x202E, 0x2069}) {
+        controls += encodedUtf8(code);
+    }
+    const std::string around = "\u00A0\u20AC\u2027";
+    EXPECT_EQ(startPrompt("answer", "{\n\t\"proceed\":{\"passwd\":\"" + controls + around + "\"}}")
                   .wait(),
               exited(AgentExit::proceed))
         << errors();
-    EXPECT_EQ(output(), "{  \"proceed\":{\"passwd\":\"\\u007F\\u009B\\u202E\\u2028z\"}}\n");
+    EXPECT_EQ(output(), "{  \"proceed\":{\"passwd\":\"\\u007F\\u0080\\u009B\\u2028\\u202E\\u2069" +
+                            around + "\"}}\n");
 }
 
 TEST_F(AgentPrompt, MalformedAnswerEndsWithFourAndIsNotPrinted) {

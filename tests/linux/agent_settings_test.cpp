@@ -255,7 +255,8 @@ TEST_F(AgentSettingsFile, LoopOfLinksIsAnError) {
 }
 
 TEST_F(AgentSettingsFile, FileOverTheLimitIsAnError) {
-    writeFile(settingsFile(), std::string(agentTable) + "# " + std::string(1024 * 1024, 'x'));
+    writeFile(settingsFile(),
+              std::string(agentTable) + "# " + std::string(largestSettingsFile, 'x'));
     EXPECT_EQ(errorOf(loadSettings(settingsFile())),
               settingsFile().string() + ": is larger than 1048576 bytes");
 }
