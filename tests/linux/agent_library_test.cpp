@@ -45,16 +45,6 @@ TEST_F(AgentLog, OtherStreamIsBesideTheUsersFolder) {
     EXPECT_THAT(readFile(directory() / "log/agent.log"), EndsWith(" a line\n"));
 }
 
-TEST_F(AgentLog, LinesFromBeforeTheStreamAreKeptForIt) {
-    EXPECT_EXIT(
-        {
-            library_log::write("an early line");
-            initialiseLibrary();
-            std::_Exit(readFile(userLog()).find(" an early line\n") != std::string::npos ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "^$");
-}
-
 TEST_F(AgentLog, LinesAreAddedToWhatIsThere) {
     writeFile(userLog(), "older\n");
     initialiseLibrary();

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include "agent/linux/library_log.h"
 #include "agent/linux/loaded_settings.h"
 #include "agent/linux/settings.h"
 #include "agent/ltarnutils.h"
@@ -282,42 +283,59 @@ TEST_F(AgentSettingsFile, InitialisationFillsTheGlobalsAndTheSettings) {
     EXPECT_EQ(loadedSettings().bus, ServiceBus::session);
 }
 
-TEST_F(AgentSettingsFile, UnknownKeyIsALineOfTheLibraryLog) {
-    writeFile(settingsFile(), readFile(settingsFile()) + "colour = 1\n");
-    initialiseLibrary();
-    EXPECT_THAT(libraryLog(),
-                HasSubstr(settingsFile().string() + ":9: unknown key service.colour"));
-}
+/// Start-up happens once in a process, so each of these has one of its own.
+class AgentStartUp : public AgentFiles {
+  protected:
+    AgentStartUp() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
 
-TEST_F(AgentSettingsFile, WrongSettingsAreOneLineAndMakeTheLocalisationFail) {
-    writeFile(directory() / "base/i18n/application_en.properties", "a = 1\n");
-    writeFile(settingsFile(), "[agent]\nbase_path = 3\n");
-    ::testing::internal::CaptureStderr();
-    initialiseLibrary();
-    I18NUtility texts;
-    const int status = texts.loadI18NPropertyFile();
-    const std::string errors = ::testing::internal::GetCapturedStderr();
-    EXPECT_NE(status, 0);
-    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
-    EXPECT_THAT(errors, HasSubstr(settingsFile().string() + ":2: agent.base_path is not a text\n"));
-    EXPECT_EQ(texts.getValueForKeyString("a"), std::nullopt);
-}
-
-TEST_F(AgentSettingsFile, GlobalsAreThereWithEmptyPathsWithoutSettings) {
-    // A process of its own: nothing was loaded before.
+TEST_F(AgentStartUp, UnknownKeyIsALineOfTheLibraryLog) {
     EXPECT_EXIT(
         {
-            setenv("VELUNOR_AGENT_SETTINGS", "/nowhere/agent.toml", 1);
-            TarnUtilMac util;
+            writeFile(settingsFile(), readFile(settingsFile()) + "colour = 1\n");
+            initialiseLibrary();
+            const bool noted = libraryLog().ends_with(settingsFile().string() +
+                                                      ":9: unknown key service.colour\n");
+            std::_Exit(noted ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "^$");
+}
+
+TEST_F(AgentStartUp, WrongSettingsAreOneLineAndMakeTheLocalisationFail) {
+    EXPECT_EXIT(
+        {
+            writeFile(directory() / "base/i18n/application_en.properties", "a = 1\n");
+            writeFile(settingsFile(), "[agent]\nbase_path = 3\n");
+            initialiseLibrary();
+            I18NUtility texts;
+            const bool failed = texts.loadI18NPropertyFile() != 0;
+            std::_Exit(failed && !texts.getValueForKeyString("a") ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "^[^\n]*/agent.toml:2: agent.base_path is not a text\n$");
+}
+
+TEST_F(AgentStartUp, GlobalsAreThereWithEmptyPathsWithoutSettings) {
+    EXPECT_EXIT(
+        {
+            std::filesystem::remove(settingsFile());
             const bool early = gv_globvars == nullptr;
-            util.initializeTarnGlobal();
-            util.initializeAgentParams();
+            initialiseLibrary();
             const bool empty = gv_globvars != nullptr && gv_globvars->tarnagentBasePath.empty() &&
                                gv_globvars->tarnagentDataDictPath.empty() &&
                                gv_globvars->tarnagentLogPath.empty();
             std::_Exit(early && empty ? 0 : 1);
         },
-        ::testing::ExitedWithCode(0), "/nowhere/agent.toml: No such file or directory");
+        ::testing::ExitedWithCode(0), "^[^\n]*/agent.toml: No such file or directory\n$");
+}
+
+TEST_F(AgentStartUp, LinesFromBeforeTheLogStreamAreKeptForIt) {
+    EXPECT_EXIT(
+        {
+            library_log::write("an early line");
+            initialiseLibrary();
+            std::_Exit(libraryLog().ends_with(" an early line\n") ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "^$");
 }
 
 }  // namespace
