@@ -299,7 +299,7 @@ TEST_F(AgentSettingsFile, WrongSettingsAreOneLineAndMakeTheLocalisationFail) {
     const std::string errors = ::testing::internal::GetCapturedStderr();
     EXPECT_NE(status, 0);
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
-    EXPECT_THAT(errors, HasSubstr(settingsFile().string() + ":1: agent.data_path is missing\n"));
+    EXPECT_THAT(errors, HasSubstr(settingsFile().string() + ":2: agent.base_path is not a text\n"));
     EXPECT_EQ(texts.getValueForKeyString("a"), std::nullopt);
 }
 
