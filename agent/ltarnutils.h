@@ -40,7 +40,7 @@ class TarnUtilMac {
 class UtilsWrapper {
   public:
     /// Makes `path` the working directory; whether that worked is the answer.
-    bool changeDirectoryTo(const std::string& path) const;
+    [[nodiscard]] bool changeDirectoryTo(const std::string& path) const;
 
     /// Display name of the agent product.
     [[nodiscard]] std::string productName() const;

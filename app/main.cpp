@@ -47,7 +47,7 @@ struct Machine {
 };
 
 /// Runs the prompt on the desktop until an answer or the session ends the process.
-int runApplication(int argc, char** argv, Machine& machine, const velunor::Globals& globals) {
+[[noreturn]] void runApplication(int argc, char** argv, Machine& machine, const velunor::Globals& globals) {
     const std::vector<std::string> arguments(argv, argv + argc);
     const QApplication qtApplication(argc, argv);
     QApplication::setDesktopFileName(QStringLiteral("velunor-os-update"));
@@ -87,12 +87,14 @@ int runApplication(int argc, char** argv, Machine& machine, const velunor::Globa
     velunor::AppDelegate delegate(application, machine.activity);
     QObject::connect(&qtApplication, &QCoreApplication::aboutToQuit, &qtApplication,
                      [&] { delegate.applicationWillTerminate(); });
-    const velunor::TerminationSignals terminationSignals([] { QCoreApplication::quit(); });
+    // Quitting would ask the window first, and it refuses to close.
+    const velunor::TerminationSignals terminationSignals([] { QCoreApplication::exit(0); });
 
     controller.viewDidLoad();
     delegate.applicationDidFinishLaunching();
     promptWindow.present();
-    return QApplication::exec();
+    // Background work may still use what lives here, so nothing of it is taken down.
+    machine.processExit.exit(QApplication::exec());
 }
 
 }  // namespace
@@ -108,5 +110,5 @@ int main(int argc, char** argv) {
         std::fputs("VelunorOSUpdate: no display can be reached\n", stderr);
         return 1;
     }
-    return runApplication(argc, argv, machine, globals);
+    runApplication(argc, argv, machine, globals);
 }

@@ -17,6 +17,9 @@ target_include_directories(velunor_options INTERFACE "${CMAKE_SOURCE_DIR}")
 target_compile_options(velunor_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
     -fstack-protector-strong -fvisibility=hidden)
+# GCC 12 takes the inactive members of an optimised std::variant for uninitialised values.
+target_compile_options(velunor_options INTERFACE
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-maybe-uninitialized>)
 target_compile_definitions(velunor_options INTERFACE
     $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 target_link_options(velunor_options INTERFACE -Wl,-z,relro,-z,now)

@@ -15,12 +15,25 @@ constexpr int priorityOf(bool wins) {
     return wins ? layoutPriorityDefaultHigh : layoutPriorityDefaultLow;
 }
 
+/// The account's picture inside an ellipse of its own size, or null.
+ImagePointer roundedPicture(const std::string& userName, const CredentialsPanelServices& services) {
+    const ImagePointer picture =
+        OSUpdateUtil::getUserPicture(userName, services.directory, services.images, services.log);
+    if (!picture) {
+        return nullptr;
+    }
+    const Size size = picture->size();
+    return services.images.clippedToRoundedRectangle(picture, size.width / 2, size.height / 2);
+}
+
 }  // namespace
 
 CredentialsPanel::CredentialsPanel(CredentialsPanelOutlets outlets,
                                    std::vector<LayoutConstraint*> constraints,
                                    CredentialsPanelServices services)
-    : outlets_(outlets), constraints_(std::move(constraints)), services_(std::move(services)) {}
+    : outlets_(std::make_shared<const CredentialsPanelOutlets>(outlets)),
+      constraints_(std::move(constraints)),
+      services_(std::move(services)) {}
 
 void CredentialsPanel::showCredentailsView(bool status) {
     for (LayoutConstraint* constraint : constraints_) {
@@ -35,19 +48,19 @@ void CredentialsPanel::showCredentailsView(bool status) {
                                        : "Showing Timer Below OS Info");
         }
     }
-    outlets_.credentailsRequiredView->setHidden(!status);
+    outlets_->credentailsRequiredView->setHidden(!status);
 }
 
 void CredentialsPanel::showUnspportedCredentailsAlert(bool status) {
-    if (!outlets_.unsupportedInfoStackView.isConnected()) {
+    if (!outlets_->unsupportedInfoStackView.isConnected()) {
         return;
     }
-    outlets_.unsupportedInfoStackView->setHidden(!status);
-    if (!outlets_.passwordToUnspportedInfoConstraint.isConnected()) {
+    outlets_->unsupportedInfoStackView->setHidden(!status);
+    if (!outlets_->passwordToUnspportedInfoConstraint.isConnected()) {
         return;
     }
-    outlets_.passwordToUnspportedInfoConstraint->setPriority(priorityOf(status));
-    outlets_.passwordToUserNameConstraint->setPriority(priorityOf(!status));
+    outlets_->passwordToUnspportedInfoConstraint->setPriority(priorityOf(status));
+    outlets_->passwordToUserNameConstraint->setPriority(priorityOf(!status));
 }
 
 void CredentialsPanel::setInitialUserData() {
@@ -56,19 +69,20 @@ void CredentialsPanel::setInitialUserData() {
         changeUserName();
         return;
     }
-    outlets_.userNameLabel->setStringValue(*userName);
-    outlets_.userNameTextField->setStringValue(*userName);
+    outlets_->userNameLabel->setStringValue(*userName);
+    outlets_->userNameTextField->setStringValue(*userName);
     loadPicture(*userName);
-    checkTypedUser(*userName);
+    checkSecureToken(outlets_->userNameTextField->stringValue(), *userName);
 }
 
 void CredentialsPanel::changeUserName() {
-    outlets_.userStackView->setHidden(true);
-    outlets_.userNameTextField->setHidden(false);
+    outlets_->userStackView->setHidden(true);
+    outlets_->userNameTextField->setHidden(false);
 }
 
 void CredentialsPanel::controlTextDidEndEditing() {
-    checkTypedUser(outlets_.userNameTextField->stringValue());
+    const std::string typedUser = outlets_->userNameTextField->stringValue();
+    checkSecureToken(typedUser, typedUser);
 }
 
 SecureTokenStatus CredentialsPanel::tokenStatus(std::string_view forUser) {
@@ -81,29 +95,28 @@ void CredentialsPanel::setSecureTokenDisabledUser(std::optional<std::string> use
     lastSecureTokenDisabledUser_ = std::move(userName);
 }
 
-void CredentialsPanel::checkTypedUser(const std::string& disabledUser) {
-    const SecureTokenStatus status = tokenStatus(outlets_.userNameTextField->stringValue());
-    setSecureTokenDisabledUser(status == SecureTokenStatus::disabled
+void CredentialsPanel::checkSecureToken(const std::string& askedUser,
+                                        const std::string& disabledUser) {
+    setSecureTokenDisabledUser(tokenStatus(askedUser) == SecureTokenStatus::disabled
                                    ? std::optional<std::string>(disabledUser)
                                    : std::nullopt);
 }
 
 void CredentialsPanel::loadPicture(const std::string& userName) {
-    // The work outlives this call, so it takes the name by value; the services live as long as
-    // the process and the icon is touched on the main thread only.
-    services_.runLoop.performInBackground([this, userName] {
-        const ImagePointer picture = OSUpdateUtil::getUserPicture(userName, services_.directory,
-                                                                  services_.images, services_.log);
-        if (!picture) {
-            return;
-        }
-        const Size size = picture->size();
-        ImagePointer rounded =
-            services_.images.clippedToRoundedRectangle(picture, size.width / 2, size.height / 2);
-        services_.runLoop.performOnMainThread([this, rounded = std::move(rounded)]() mutable {
-            outlets_.userIcon->setImage(std::move(rounded));
+    // The panel may be gone before the work is done, so the work holds copies, never the panel. Its
+    // controls are asked for on the main thread, which alone lets them go.
+    services_.runLoop.performInBackground(
+        [services = services_, userName, panelOutlets = std::weak_ptr(outlets_)] {
+            const ImagePointer rounded = roundedPicture(userName, services);
+            if (!rounded) {
+                return;
+            }
+            services.runLoop.performOnMainThread([rounded, panelOutlets] {
+                if (const auto outlets = panelOutlets.lock()) {
+                    outlets->userIcon->setImage(rounded);
+                }
+            });
         });
-    });
 }
 
 }  // namespace velunor

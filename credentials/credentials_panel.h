@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,8 +29,8 @@ struct CredentialsPanelOutlets {
     WeakReference<LayoutConstraint> passwordToUserNameConstraint;
 };
 
-/// The platform parts that the panel works with; all must live until the process ends, because
-/// the picture is looked up in the background.
+/// The platform parts that the panel works with. All must outlive the picture work that the panel
+/// queues in the background, which may be longer than the panel itself.
 struct CredentialsPanelServices {
     SystemLog& log;
     RunLoop& runLoop;
@@ -47,6 +48,10 @@ class CredentialsPanel {
     /// `constraints` are those of the window's root view, in their order.
     CredentialsPanel(CredentialsPanelOutlets outlets, std::vector<LayoutConstraint*> constraints,
                      CredentialsPanelServices services);
+
+    CredentialsPanel(const CredentialsPanel&) = delete;
+    CredentialsPanel& operator=(const CredentialsPanel&) = delete;
+    ~CredentialsPanel() = default;
 
     /// Shows or hides the panel and places the countdown below it or below the update's text.
     void showCredentailsView(bool status);
@@ -77,10 +82,12 @@ class CredentialsPanel {
     void setSecureTokenDisabledUser(std::optional<std::string> userName);
 
   private:
-    void checkTypedUser(const std::string& disabledUser);
+    /// Asks about `askedUser`; when the token is missing, `disabledUser` is remembered.
+    void checkSecureToken(const std::string& askedUser, const std::string& disabledUser);
     void loadPicture(const std::string& userName);
 
-    CredentialsPanelOutlets outlets_;
+    /// Owned here alone; the picture work holds them weakly and looks on the main thread.
+    std::shared_ptr<const CredentialsPanelOutlets> outlets_;
     std::vector<LayoutConstraint*> constraints_;
     CredentialsPanelServices services_;
     std::optional<std::string> lastSecureTokenDisabledUser_;

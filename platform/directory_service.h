@@ -15,8 +15,9 @@
 
 namespace velunor {
 
-// Directory nodes of accounts. Everything here may be used from any thread, one object by one
-// thread at a time, and blocks while the directory answers; implementations bound that time.
+// Directory nodes of accounts. The service and its sessions may be used from several threads at
+// once; a node or a record by one thread at a time. Operations block while the directory answers;
+// implementations bound that time.
 
 /// Why a directory operation failed.
 struct DirectoryError {

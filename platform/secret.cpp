@@ -36,16 +36,13 @@ Secret Secret::taking(std::string& text) {
 }
 
 Secret::Secret(Secret&& other) noexcept
-    : bytes_(std::move(other.bytes_)),
-      size_(std::exchange(other.size_, 0)),
-      capacity_(std::exchange(other.capacity_, 0)) {}
+    : storage_(std::exchange(other.storage_, {})), size_(std::exchange(other.size_, 0)) {}
 
 Secret& Secret::operator=(Secret&& other) noexcept {
     if (this != &other) {
         clear();
-        bytes_ = std::move(other.bytes_);
+        storage_ = std::exchange(other.storage_, {});
         size_ = std::exchange(other.size_, 0);
-        capacity_ = std::exchange(other.capacity_, 0);
     }
     return *this;
 }
@@ -56,31 +53,26 @@ Secret::~Secret() {
 
 void Secret::append(std::string_view text) {
     reserve(size_ + text.size());
-    std::copy(text.begin(), text.end(), bytes_.get() + size_);
+    std::copy(text.begin(), text.end(), storage_.begin() + static_cast<std::ptrdiff_t>(size_));
     size_ += text.size();
 }
 
 void Secret::clear() noexcept {
-    if (bytes_) {
-        wipe(bytes_.get(), capacity_);
-    }
-    bytes_.reset();
+    wipe(storage_.data(), storage_.size());
+    storage_ = {};
     size_ = 0;
-    capacity_ = 0;
 }
 
 void Secret::reserve(std::size_t capacity) {
-    if (capacity <= capacity_) {
+    if (capacity <= storage_.size()) {
         return;
     }
-    const std::size_t grown = std::max({capacity, capacity_ * 2, smallestCapacity});
-    auto storage = std::make_unique<char[]>(grown);
-    std::copy_n(bytes_.get(), size_, storage.get());
+    std::vector<char> grown(std::max({capacity, storage_.size() * 2, smallestCapacity}));
+    std::copy_n(storage_.begin(), size_, grown.begin());
     const std::size_t size = size_;
     clear();
-    bytes_ = std::move(storage);
+    storage_ = std::move(grown);
     size_ = size;
-    capacity_ = grown;
 }
 
 }  // namespace velunor

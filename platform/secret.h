@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velunor {
 
@@ -33,7 +33,7 @@ class Secret {
     ~Secret();
 
     /// The clear bytes; the view is valid until the next change or the end of this object.
-    [[nodiscard]] std::string_view reveal() const noexcept { return {bytes_.get(), size_}; }
+    [[nodiscard]] std::string_view reveal() const noexcept { return {storage_.data(), size_}; }
 
     [[nodiscard]] std::size_t size() const noexcept { return size_; }
     [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
@@ -50,9 +50,9 @@ class Secret {
   private:
     void reserve(std::size_t capacity);
 
-    std::unique_ptr<char[]> bytes_;
+    /// Room for the bytes and for some more; it never grows in place, which would leave copies.
+    std::vector<char> storage_;
     std::size_t size_ = 0;
-    std::size_t capacity_ = 0;
 };
 
 }  // namespace velunor

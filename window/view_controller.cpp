@@ -13,12 +13,11 @@ namespace velunor {
 
 namespace {
 
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
-
 constexpr double screenMargin = 30;
 constexpr double updateButtonExtraWidth = 10;
-constexpr auto attentionDelay = 5s;
+constexpr std::chrono::seconds attentionDelay{5};
+
+constexpr std::chrono::milliseconds shakePass{70};
 
 constexpr Color gearDiscLight{234.0 / 255, 240.0 / 255, 252.0 / 255, 1};
 constexpr Color gearDiscDark{7.0 / 255, 18.0 / 255, 41.0 / 255, 1};
@@ -144,7 +143,7 @@ void ViewController::setUpdateGear() {
 void ViewController::shake(View& field) {
     Layer* layer = field.layer();
     if (layer != nullptr) {
-        layer->addAnimation({"transform", {-10, 10}, true, 2, 70ms});
+        layer->addAnimation({"transform", {-10, 10}, true, 2, shakePass});
     }
 }
 

@@ -117,10 +117,11 @@ void exchange(Bus bus, ServiceBus kind, const std::string& key, Secret message,
     const Message reply(raw);
     request.reset();
     const char* text = nullptr;
-    if (error < 0) {
-        library_log::write(std::string("Agent service: no reply: ") +
-                           (failure.message == nullptr ? "" : failure.message));
-    } else if (sd_bus_message_read(raw, "s", &text) < 0) {
+    if (error < 0 && failure.message != nullptr) {
+        library_log::write(std::string("Agent service: no reply: ") + failure.message);
+    } else if (error < 0) {
+        report("no reply", error);
+    } else if (sd_bus_message_read(raw, "s", &text) <= 0) {
         library_log::write("Agent service: the reply is not a text");
     } else {
         withReplyData(text);
@@ -135,10 +136,18 @@ class BusAgentService : public AgentService {
 
     void replyDataBlockForKey(const std::string& key, Secret message,
                               ReplyData withReplyData) override {
-        std::thread([bus = std::move(bus_), kind = kind_, key, message = std::move(message),
-                     withReplyData = std::move(withReplyData)]() mutable {
-            exchange(std::move(bus), kind, key, std::move(message), withReplyData);
-        }).detach();
+        if (!bus_) {
+            library_log::write("Agent service: one connection takes one message");
+            return;
+        }
+        try {
+            std::thread([bus = std::move(bus_), kind = kind_, key, message = std::move(message),
+                         withReplyData = std::move(withReplyData)]() mutable {
+                exchange(std::move(bus), kind, key, std::move(message), withReplyData);
+            }).detach();
+        } catch (const std::system_error& error) {
+            library_log::write(std::string("Agent service: no thread: ") + error.what());
+        }
     }
 
   private:

@@ -4,18 +4,26 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <ctime>
 #include <mutex>
+#include <system_error>
 #include <vector>
 
 namespace velunor::library_log {
 
 namespace {
 
+/// A line from before the stream was opened.
+struct KeptLine {
+    std::string text;
+    bool shown = false;
+};
+
 struct Stream {
     std::mutex mutex;
-    std::vector<std::string> kept;
+    std::vector<KeptLine> kept;
     bool opened = false;
     int file = STDERR_FILENO;
 };
@@ -44,48 +52,55 @@ void append(int file, const std::string& text) {
     static_cast<void>(!::write(file, text.data(), text.size()));
 }
 
-}  // namespace
-
-void write(std::string_view line) {
+/// Writes to the library's output, and to standard error first if the line has to be `shown` there.
+void put(std::string_view line, bool shown) {
     Stream& out = stream();
     const std::string text = record(line);
     const std::lock_guard lock(out.mutex);
+    const bool isStandardError = out.opened && out.file == STDERR_FILENO;
+    if (shown && !isStandardError) {
+        append(STDERR_FILENO, text);
+    }
     if (out.opened) {
         append(out.file, text);
     } else {
-        out.kept.push_back(text);
+        out.kept.push_back({text, shown});
     }
 }
 
+}  // namespace
+
+void write(std::string_view line) {
+    put(line, false);
+}
+
 void writeError(std::string_view line) {
-    Stream& out = stream();
-    bool shown = false;
-    {
-        const std::lock_guard lock(out.mutex);
-        shown = out.opened && out.file == STDERR_FILENO;
-    }
-    if (!shown) {
-        append(STDERR_FILENO, record(line));
-    }
-    write(line);
+    put(line, true);
 }
 
 void open(const std::string& path) {
     constexpr mode_t ownerOnly = 0600;
     Stream& out = stream();
     const std::lock_guard lock(out.mutex);
-    const int file =
-        path.empty() ? -1
-                     : ::open(path.c_str(),
-                              O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK,
-                              ownerOnly);
     if (out.file != STDERR_FILENO) {
         ::close(out.file);
+        out.file = STDERR_FILENO;
     }
-    out.file = file < 0 ? STDERR_FILENO : file;
     out.opened = true;
-    for (const std::string& line : out.kept) {
-        append(out.file, line);
+    if (!path.empty()) {
+        const int file =
+            ::open(path.c_str(),
+                   O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, ownerOnly);
+        if (file < 0) {
+            append(STDERR_FILENO, record(path + ": " + std::generic_category().message(errno)));
+        } else {
+            out.file = file;
+        }
+    }
+    for (const KeptLine& line : out.kept) {
+        if (out.file != STDERR_FILENO || !line.shown) {
+            append(out.file, line.text);
+        }
     }
     out.kept.clear();
 }

@@ -42,25 +42,41 @@ std::string_view environmentText(const char* name) {
     return value == nullptr ? std::string_view() : value;
 }
 
-/// The pairs of one language's file; a file that is there and cannot be used is a line in the log.
-std::optional<Properties> loadLanguage(const std::string& language) {
-    const std::string path =
-        state().variables.tarnagentBasePath + "/i18n/application_" + language + ".properties";
-    if (!fileExists(path)) {
-        return std::nullopt;
-    }
+std::string pathOfLanguage(const std::string& language) {
+    return state().variables.tarnagentBasePath + "/i18n/application_" + language + ".properties";
+}
+
+/// The pairs of one property file, or the line that says why there are none.
+PropertiesResult loadFile(const std::string& path) {
     const auto bytes = readWholeFile(path);
     if (const auto* error = std::get_if<FileError>(&bytes)) {
-        library_log::write(path + ": " + error->description);
-        return std::nullopt;
+        return PropertiesError{path + ": " + error->description};
     }
     const auto& content = std::get<std::vector<std::byte>>(bytes);
-    auto properties =
-        parseProperties({reinterpret_cast<const char*>(content.data()), content.size()});
-    if (!properties) {
-        library_log::write(path + ": malformed property file");
+    return parseProperties({reinterpret_cast<const char*>(content.data()), content.size()}, path);
+}
+
+/// The texts in the first of the languages that has a usable file. A regional language such as
+/// pt_BR takes from the one that it is a variety of what it lacks itself.
+Properties loadPreferred(const std::vector<std::string>& languages) {
+    Properties texts;
+    std::string chosen;
+    for (const std::string& language : languages) {
+        const std::string path = pathOfLanguage(language);
+        const bool wanted = chosen.empty() || chosen.starts_with(language + "_") ||
+                            chosen.starts_with(language + "-");
+        if (!wanted || !fileExists(path)) {
+            continue;
+        }
+        auto result = loadFile(path);
+        if (const auto* error = std::get_if<PropertiesError>(&result)) {
+            library_log::write(error->description);
+            continue;
+        }
+        texts.merge(std::get<Properties>(result));
+        chosen = chosen.empty() ? language : chosen;
     }
-    return properties;
+    return texts;
 }
 
 }  // namespace
@@ -80,6 +96,7 @@ void TarnUtilMac::initializeAgentParams() {
         library_log::writeError(error->description);
         return;
     }
+    state().settingsFailed = false;
     AgentSettings& settings = state().settings = std::get<AgentSettings>(std::move(result));
     state().variables = {settings.basePath, settings.dataPath, settings.logPath};
     for (const std::string& line : settings.unknownKeys) {
@@ -129,24 +146,17 @@ int I18NUtility::loadI18NPropertyFile() {
     if (state().settingsFailed) {
         return failed;
     }
-    auto english = loadLanguage("en");
-    if (!english) {
-        library_log::writeError(state().variables.tarnagentBasePath +
-                                "/i18n/application_en.properties: cannot be used");
+    auto english = loadFile(pathOfLanguage("en"));
+    if (const auto* error = std::get_if<PropertiesError>(&english)) {
+        library_log::writeError(error->description);
         return failed;
     }
     const auto languages =
         preferredLanguages(environmentText("LANGUAGE"), environmentText("LC_ALL"),
                            environmentText("LC_MESSAGES"), environmentText("LANG"));
-    for (const std::string& language : languages) {
-        if (auto texts = loadLanguage(language)) {
-            // What the language lacks stays English.
-            texts->merge(*english);
-            texts_ = std::move(*texts);
-            return 0;
-        }
-    }
-    texts_ = std::move(*english);
+    texts_ = loadPreferred(languages);
+    // What the language lacks stays English.
+    texts_.merge(std::get<Properties>(english));
     return 0;
 }
 

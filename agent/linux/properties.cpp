@@ -1,6 +1,7 @@
 #include "agent/linux/properties.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "platform/text.h"
@@ -114,25 +115,30 @@ void addLanguage(std::vector<std::string>& languages, const std::string& languag
 
 }  // namespace
 
-std::optional<Properties> parseProperties(std::string_view text) {
+PropertiesResult parseProperties(std::string_view text, const std::string& file) {
     if (!isValidUtf8(text)) {
-        return std::nullopt;
+        return PropertiesError{file + ": is not UTF-8"};
     }
     if (text.starts_with("\xEF\xBB\xBF")) {
         text.remove_prefix(3);
     }
     Properties properties;
+    int number = 0;
     while (!text.empty()) {
+        ++number;
+        const int first = number;
         std::string line(withoutLeadingBlanks(takeLine(text)));
         if (line.empty() || line.front() == '#' || line.front() == '!') {
             continue;
         }
         while (isContinued(line)) {
             line.pop_back();
+            ++number;
             line += withoutLeadingBlanks(takeLine(text));
         }
         if (!addPair(line, properties)) {
-            return std::nullopt;
+            return PropertiesError{file + ":" + std::to_string(first) +
+                                   R"(: malformed "\u" escape)"};
         }
     }
     return properties;

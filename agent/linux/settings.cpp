@@ -48,15 +48,17 @@ class Reader {
         }
     }
 
-    /// An absolute directory path; it must be there.
-    void directory(const toml::table& table, const std::string& section, std::string_view key,
-                   std::string& target) {
+    void path(const toml::table& table, const std::string& section, std::string_view key,
+              std::string& target) {
         text(table, section, key, target);
-        if (const toml::node* node = table.get(key)) {
-            if (!target.starts_with('/')) {
-                fail(*node, named(section, key), "is not an absolute path");
-            }
-        } else {
+        const toml::node* node = table.get(key);
+        if (node != nullptr && !target.starts_with('/')) {
+            fail(*node, named(section, key), "is not an absolute path");
+        }
+    }
+
+    void required(const toml::table& table, const std::string& section, std::string_view key) {
+        if (table.get(key) == nullptr) {
             fail(table, named(section, key), "is missing");
         }
     }
@@ -75,7 +77,7 @@ class Reader {
         }
         for (const toml::node& element : *array) {
             const auto value = element.value_exact<std::string>();
-            if (!value) {
+            if (!value || value->find('\0') != std::string::npos) {
                 fail(element, named(section, key), "is not a list of texts");
                 return;
             }
@@ -138,9 +140,13 @@ void readAgent(Reader& reader, const toml::table& root, AgentSettings& settings)
         return;
     }
     reader.text(*agent, "agent", "product_name", settings.productName);
-    reader.directory(*agent, "agent", "base_path", settings.basePath);
-    reader.directory(*agent, "agent", "data_path", settings.dataPath);
-    reader.directory(*agent, "agent", "log_path", settings.logPath);
+    reader.path(*agent, "agent", "base_path", settings.basePath);
+    reader.path(*agent, "agent", "data_path", settings.dataPath);
+    reader.path(*agent, "agent", "log_path", settings.logPath);
+    // A key that is there and wrong is told before one that is missing.
+    for (const char* key : {"base_path", "data_path", "log_path"}) {
+        reader.required(*agent, "agent", key);
+    }
     reader.noteUnknown(*agent, "agent", {"product_name", "base_path", "data_path", "log_path"});
 }
 
@@ -164,7 +170,7 @@ void readCredentials(Reader& reader, const toml::table& root, AgentSettings& set
         return;
     }
     reader.texts(*credentials, "credentials", "admin_groups", settings.adminGroups);
-    reader.text(*credentials, "credentials", "secure_token_tool", settings.secureTokenTool);
+    reader.path(*credentials, "credentials", "secure_token_tool", settings.secureTokenTool);
     reader.noteUnknown(*credentials, "credentials", {"admin_groups", "secure_token_tool"});
 }
 
@@ -193,9 +199,7 @@ void readDirectory(Reader& reader, const toml::table& root, AgentSettings& setti
         reader.text(*node, section, "user_filter", target.userFilter);
         reader.integer(*node, section, "timeout_seconds", 1, longestTimeout, target.timeoutSeconds);
         reader.noteUnknown(*node, section, {"uri", "user_base", "user_filter", "timeout_seconds"});
-        if (target.uri.empty()) {
-            reader.fail(*node, section + ".uri", "is missing");
-        }
+        reader.required(*node, section, "uri");
     }
 }
 
@@ -228,6 +232,10 @@ SettingsResult loadSettings(const std::string& path) {
         return SettingsError{path + ": " + error->description};
     }
     const auto& content = std::get<std::vector<std::byte>>(bytes);
+    if (content.size() > largestSettingsFile) {
+        return SettingsError{path + ": is larger than " + std::to_string(largestSettingsFile) +
+                             " bytes"};
+    }
     return parseSettings({reinterpret_cast<const char*>(content.data()), content.size()}, path);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <string_view>
@@ -41,6 +42,9 @@ struct SettingsError {
 };
 
 using SettingsResult = std::variant<AgentSettings, SettingsError>;
+
+/// The largest settings file: 1 MiB.
+inline constexpr std::size_t largestSettingsFile = std::size_t{1024} * 1024;
 
 /// Reads the settings in `text`; `file` is the name for error messages.
 [[nodiscard]] SettingsResult parseSettings(std::string_view text, const std::string& file);

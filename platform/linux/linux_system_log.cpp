@@ -51,6 +51,11 @@ bool isReadyForWriting(int descriptor) {
     return poll(&ready, 1, 0) == 1 && (ready.revents & POLLOUT) != 0;
 }
 
+/// A log that cannot be written has nowhere else to say so.
+void tryToWrite(int descriptor, std::string_view record) {
+    [[maybe_unused]] const ssize_t written = ::write(descriptor, record.data(), record.size());
+}
+
 /// Writes the record in one piece. A reader that does not read, or is gone, costs the record and
 /// never stops the program. Whoever shares standard error keeps its blocking mode: a pipe is opened
 /// anew for this write instead of being changed.
@@ -68,12 +73,10 @@ void writeToStandardError(std::string_view record) {
     const FileDescriptor pipe(isPipe ? open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_CLOEXEC)
                                      : -1);
     if (pipe.isOpen()) {
-        static_cast<void>(::write(pipe.get(), record.data(), record.size()));
+        tryToWrite(pipe.get(), record);
     } else if (isReadyForWriting(STDERR_FILENO)) {
         // Another user's pipe cannot be opened; up to this size it takes a record without waiting.
-        const std::size_t size =
-            isPipe ? std::min<std::size_t>(record.size(), PIPE_BUF) : record.size();
-        static_cast<void>(::write(STDERR_FILENO, record.data(), size));
+        tryToWrite(STDERR_FILENO, isPipe ? record.substr(0, PIPE_BUF) : record);
     }
 }
 

@@ -5,79 +5,86 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
-#include <QGuiApplication>
-#include <QString>
-#include <QtGlobal>
-#include <cstdlib>
+#include <QByteArray>
+#include <QByteArrayList>
+#include <QDir>
+#include <QLibraryInfo>
 #include <cstring>
-#include <memory>
 
 namespace velunor {
 
 namespace {
 
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
+constexpr const char* platformVariable = "QT_QPA_PLATFORM";
 
-bool xServerAnswers() {
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    const bool answers = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return answers;
-}
-
-bool waylandServerAnswers() {
-    const QByteArray name = qgetenv("WAYLAND_DISPLAY");
-    if (name.isEmpty()) {
+bool xServerReachable() {
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
         return false;
     }
-    const QByteArray path = name.startsWith('/') ? name : qgetenv("XDG_RUNTIME_DIR") + '/' + name;
+    // A failed attempt gives a connection object as well.
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool reached = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return reached;
+}
+
+bool connects(const QByteArray& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (static_cast<std::size_t>(path.size()) >= sizeof address.sun_path) {
+    if (path.isEmpty() || static_cast<std::size_t>(path.size()) >= sizeof(address.sun_path)) {
         return false;
     }
     std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
     const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool answers =
-        connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    if (descriptor < 0) {
+        return false;
+    }
+    const bool reached = connect(descriptor, reinterpret_cast<const sockaddr*>(&address),
+                                 static_cast<socklen_t>(sizeof(address))) == 0;
     close(descriptor);
-    return answers;
+    return reached;
+}
+
+bool waylandReachable() {
+    // Without the plug-in the toolkit could not use the compositor it finds.
+    const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) + "/platforms");
+    if (plugins.entryList({"libqwayland*"}, QDir::Files).isEmpty()) {
+        return false;
+    }
+    QByteArray name = qgetenv("WAYLAND_DISPLAY");
+    if (name.isEmpty()) {
+        name = "wayland-0";
+    }
+    return connects(name.startsWith('/') ? name : qgetenv("XDG_RUNTIME_DIR") + '/' + name);
+}
+
+bool platformReachable(const QByteArray& platform) {
+    const QByteArray name = platform.split(':').constFirst().trimmed();
+    if (name == "xcb") {
+        return xServerReachable();
+    }
+    if (name.startsWith("wayland")) {
+        return waylandReachable();
+    }
+    return name == "offscreen" || name.startsWith("minimal") || name == "vnc" ||
+           name == "linuxfb" || name.startsWith("eglfs");
 }
 
 }  // namespace
 
 bool prepareDisplay() {
-    // Without this the usable area of several monitors would ignore the panels on them.
-    qputenv("QT_RELY_ON_NET_WORKAREA_ATOM", "1");
-    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-    if (!platform.isEmpty() && !platform.startsWith("xcb") && !platform.startsWith("wayland")) {
-        return true;
+    const QByteArray wanted = qgetenv(platformVariable);
+    if (!wanted.isEmpty()) {
+        const QByteArrayList platforms = wanted.split(';');
+        return std::any_of(platforms.begin(), platforms.end(), platformReachable);
     }
-    if (!platform.startsWith("wayland") && xServerAnswers()) {
-        qputenv("QT_QPA_PLATFORM", "xcb");
-        return true;
+    for (const char* platform : {"xcb", "wayland"}) {
+        if (platformReachable(platform)) {
+            qputenv(platformVariable, platform);
+            return true;
+        }
     }
-    return !platform.startsWith("xcb") && waylandServerAnswers();
-}
-
-bool isCompositing() {
-    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (x11 == nullptr) {
-        return QGuiApplication::platformName().startsWith(u"wayland"_qs);
-    }
-    xcb_connection_t* connection = x11->connection();
-    constexpr char selection[] = "_NET_WM_CM_S0";
-    const std::unique_ptr<xcb_intern_atom_reply_t, FreeReply> atom(xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, sizeof selection - 1, selection), nullptr));
-    if (!atom) {
-        return false;
-    }
-    const std::unique_ptr<xcb_get_selection_owner_reply_t, FreeReply> owner(
-        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, atom->atom),
-                                      nullptr));
-    return owner && owner->owner != XCB_WINDOW_NONE;
+    return false;
 }
 
 }  // namespace velunor

@@ -1,37 +1,78 @@
 #include "platform/qt/picture_view.h"
 
-#include <QPainter>
+#include <QSvgRenderer>
+
+#include "platform/qt/theme.h"
 
 namespace velunor {
 
-PictureView::PictureView(QWidget* parent) : QWidget(parent) {
-    renderer_.setAspectRatioMode(Qt::KeepAspectRatio);
-}
-
-void PictureView::setDrawing(const QString& resource) {
-    drawing_ = resource;
-    renderer_.load(resource);
-    update();
-}
-
-void PictureView::setBitmap(const QImage& image) {
-    bitmap_ = image;
-    update();
-}
-
-void PictureView::paintEvent(QPaintEvent* /*event*/) {
-    QPainter painter(this);
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    if (bitmap_.isNull()) {
-        renderer_.render(&painter, QRectF(rect()));
+void drawVectorPicture(QPainter& painter, const QRect& area, const QString& resource,
+                       const QColor& tint) {
+    QSvgRenderer renderer(resource);
+    if (!renderer.isValid()) {
         return;
     }
-    const QSize fitted = bitmap_.size().scaled(size() * devicePixelRatioF(), Qt::KeepAspectRatio);
-    QImage sharp = bitmap_.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    sharp.setDevicePixelRatio(devicePixelRatioF());
-    const QSizeF shown = sharp.deviceIndependentSize();
+    const double scale = painter.device()->devicePixelRatioF();
+    QImage picture(area.size() * scale, QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(scale);
+    picture.fill(Qt::transparent);
+    QPainter canvas(&picture);
+    const QRectF whole(QPointF(0, 0), QSizeF(area.size()));
+    renderer.render(&canvas, whole);
+    if (tint.isValid()) {
+        canvas.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        canvas.fillRect(whole, tint);
+    }
+    canvas.end();
+    painter.drawImage(area.topLeft(), picture);
+}
+
+QPixmap vectorPicture(const QString& resource, int side) {
+    QPixmap picture(side, side);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    drawVectorPicture(painter, picture.rect(), resource, QColor());
+    return picture;
+}
+
+PictureView::PictureView(QWidget* parent) : QWidget(parent) {
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+void PictureView::setSource(const QString& source) {
+    source_ = source;
+    update();
+}
+
+void PictureView::setSide(int side) {
+    side_ = side;
+    updateGeometry();
+}
+
+void PictureView::setNoticeTint(bool tint) {
+    noticeTint_ = tint;
+    update();
+}
+
+void PictureView::setImage(const QImage& image) {
+    image_ = image;
+    update();
+}
+
+void PictureView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    if (image_.isNull()) {
+        drawVectorPicture(painter, rect(), source_,
+                          noticeTint_ ? currentTheme().noticeText : QColor());
+        return;
+    }
+    const double scale = devicePixelRatioF();
+    QImage fitted =
+        image_.scaled(size() * scale, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    fitted.setDevicePixelRatio(scale);
+    const QSizeF shown = fitted.deviceIndependentSize();
     painter.drawImage(QPointF((width() - shown.width()) / 2, (height() - shown.height()) / 2),
-                      sharp);
+                      fitted);
 }
 
 }  // namespace velunor

@@ -1,34 +1,57 @@
 #pragma once
 
+#include <QColor>
 #include <QImage>
-#include <QSvgRenderer>
+#include <QPainter>
+#include <QPixmap>
+#include <QString>
 #include <QWidget>
 
 namespace velunor {
 
-/// Shows one picture, centred and sharp at any scale: a bitmap, or a vector drawing of the program.
+/// Draws one of the program's own vector pictures into `area`, sharp at the device's resolution;
+/// with a valid `tint` all of it in that one colour.
+void drawVectorPicture(QPainter& painter, const QRect& area, const QString& resource,
+                       const QColor& tint);
+
+/// One of the program's own square vector pictures, `side` pixels wide and high.
+[[nodiscard]] QPixmap vectorPicture(const QString& resource, int side);
+
+/// Shows a picture, scaled into its area with its proportions kept. Decorative: a screen reader
+/// passes over it.
 class PictureView : public QWidget {
     Q_OBJECT
-    /// Resource path of the vector drawing that is shown until a bitmap is set.
-    Q_PROPERTY(QString drawing READ drawing WRITE setDrawing)
+    /// Resource path of the vector picture that is shown until an image is set.
+    Q_PROPERTY(QString source READ source WRITE setSource)
+    /// Length of the square's sides in points.
+    Q_PROPERTY(int side READ side WRITE setSide)
+    /// Draw the picture in the colour of notices.
+    Q_PROPERTY(bool noticeTint READ noticeTint WRITE setNoticeTint)
 
   public:
     explicit PictureView(QWidget* parent = nullptr);
 
-    [[nodiscard]] QString drawing() const { return drawing_; }
-    void setDrawing(const QString& resource);
+    [[nodiscard]] QString source() const { return source_; }
+    void setSource(const QString& source);
+    [[nodiscard]] int side() const { return side_; }
+    void setSide(int side);
+    [[nodiscard]] bool noticeTint() const { return noticeTint_; }
+    void setNoticeTint(bool tint);
 
-    /// Shows the bitmap; a null one brings the drawing back.
-    void setBitmap(const QImage& image);
-    [[nodiscard]] const QImage& bitmap() const { return bitmap_; }
+    void setImage(const QImage& image);
+    /// The image that was set; null while the design's own picture shows.
+    [[nodiscard]] QImage image() const { return image_; }
+
+    [[nodiscard]] QSize sizeHint() const override { return {side_, side_}; }
 
   protected:
     void paintEvent(QPaintEvent* event) override;
 
   private:
-    QString drawing_;
-    QSvgRenderer renderer_;
-    QImage bitmap_;
+    QString source_;
+    QImage image_;
+    int side_ = 16;
+    bool noticeTint_ = false;
 };
 
 }  // namespace velunor

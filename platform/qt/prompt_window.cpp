@@ -1,15 +1,21 @@
 #include "platform/qt/prompt_window.h"
 
+#include <QAccessible>
+#include <QApplication>
+#include <QBoxLayout>
 #include <QCloseEvent>
-#include <QGuiApplication>
+#include <QIcon>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QScrollArea>
 #include <QScrollBar>
-#include <QTimer>
 #include <QWindow>
+#include <algorithm>
 
-#include "platform/qt/display.h"
+#include "platform/qt/form_views.h"
+#include "platform/qt/qt_controls.h"
+#include "platform/qt/qt_desktop.h"
 #include "platform/qt/theme.h"
 #include "ui_prompt_window.h"
 
@@ -24,201 +30,305 @@ namespace velunor {
 namespace {
 
 constexpr int cardWidth = 420;
-constexpr qreal cardRadius = 12;
-/// Distance that the window keeps from both ends of the usable area.
+constexpr double cardRadius = 12;
+/// Distance kept to every edge of the usable area.
 constexpr int screenMargin = 30;
+/// The part of the window's height that the buttons may take from long texts.
+constexpr double footerShare = 0.4;
+/// A screen reader hears the countdown once a minute, not at every tick.
+constexpr int ticksBetweenAnnouncements = 60;
 
-int contentHeight(const QWidget& content, int width) {
-    return content.layout()->totalHeightForWidth(width);
+constexpr Qt::WindowFlags cardFlags =
+    Qt::Window | Qt::FramelessWindowHint | Qt::WindowTitleHint | Qt::CustomizeWindowHint;
+
+/// The widget that stands for a control's kind in the form.
+template <class Control>
+struct FormKind;
+
+template <>
+struct FormKind<View> {
+    using Adapter = QtView;
+    using Widget = QWidget;
+};
+template <>
+struct FormKind<StackView> {
+    using Adapter = QtStackView;
+    using Widget = QWidget;
+};
+template <>
+struct FormKind<Label> {
+    using Adapter = QtLabel;
+    using Widget = TextLabel;
+};
+template <>
+struct FormKind<EditableField> {
+    using Adapter = QtEditableField;
+    using Widget = CustomTextField;
+};
+template <>
+struct FormKind<SecureField> {
+    using Adapter = QtSecureField;
+    using Widget = CustomSecureTextField;
+};
+template <>
+struct FormKind<Button> {
+    using Adapter = QtButton;
+    using Widget = TextButton;
+};
+template <>
+struct FormKind<ImageView> {
+    using Adapter = QtImageView;
+    using Widget = PictureView;
+};
+
+QString scrollBarStyle(const Theme& theme) {
+    return QStringLiteral(
+               "QScrollBar { background: transparent; width: 10px; margin: 4px 2px; }"
+               "QScrollBar::handle { background: %1; border-radius: 3px; min-height: 32px; }"
+               "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
+               "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }")
+        .arg(theme.fieldBorder.name());
+}
+
+/// Settles an area's height; one whose contents do not fit can be scrolled, by keyboard as well.
+void fitArea(QScrollArea& area, const QSize& size, int contentHeight) {
+    const bool scrolls = contentHeight > size.height();
+    // Left to itself the area would keep a scroll bar that only its own width makes necessary.
+    area.setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    area.setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
+    area.setFixedHeight(size.height());
+    if (!area.isVisible()) {
+        // The area does this itself only once it is shown.
+        area.widget()->resize(size);
+    }
 }
 
 }  // namespace
 
-/// Connects each outlet to the widget of its name, where the form has one of the right class.
-class PromptWindow::OutletConnector {
-  public:
-    explicit OutletConnector(PromptWindow& window) : window_(window) {}
-
-    void operator()(const char* name, WeakReference<Label>& outlet) {
-        connectTo<TextLabel, QtLabel>(name, outlet);
-    }
-    void operator()(const char* name, WeakReference<View>& outlet) {
-        connectTo<QWidget, QtPlainView>(name, outlet);
-    }
-    void operator()(const char* name, WeakReference<StackView>& outlet) {
-        connectTo<QWidget, QtStackView>(name, outlet);
-    }
-    void operator()(const char* name, WeakReference<ImageView>& outlet) {
-        connectTo<PictureView, QtImageView>(name, outlet);
-    }
-    void operator()(const char* name, WeakReference<Button>& outlet) {
-        connectTo<TextButton, QtButton>(name, outlet);
-    }
-    void operator()(const char* name, WeakReference<EditableField>& outlet) {
-        connectTo<CustomTextField, QtTextField>(name, outlet);
-    }
-    void operator()(const char* name, WeakReference<SecureField>& outlet) {
-        connectTo<CustomSecureTextField, QtSecureField>(name, outlet);
-    }
-    void operator()(const char* name, WeakReference<LayoutConstraint>& outlet) {
-        if (auto* gap = window_.findChild<ConstraintGap*>(QString::fromLatin1(name))) {
-            window_.constraints_.push_back(std::make_unique<QtLayoutConstraint>(*gap));
-            outlet.connect(window_.constraints_.back().get());
-        }
-    }
-
-  private:
-    template <class WidgetType, class Adapter, class Kind>
-    void connectTo(const char* name, WeakReference<Kind>& outlet) {
-        auto* widget = window_.findChild<WidgetType*>(QString::fromLatin1(name));
-        if (widget == nullptr) {
-            return;
-        }
-        auto adapter = std::make_unique<Adapter>(*widget);
-        outlet.connect(adapter.get());
-        window_.views_.push_back(std::move(adapter));
-    }
-
-    PromptWindow& window_;
-};
-
-PromptWindow::PromptWindow() : form_(std::make_unique<Ui::PromptWindow>()) {
-    initializeResources();
-    setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
+PromptWindow::PromptWindow()
+    : QWidget(nullptr, cardFlags), form_(std::make_unique<Ui::PromptForm>()) {
     setAttribute(Qt::WA_ShowWithoutActivating);
-    hasSeeThroughCorners_ = isCompositing();
-    setAttribute(Qt::WA_TranslucentBackground, hasSeeThroughCorners_);
+    setAttribute(Qt::WA_TranslucentBackground, hasCompositor());
+    initializeResources();
+    QGuiApplication::setWindowIcon(QIcon(vectorPicture(":/icons/velunor-os-update.svg", 256)));
     form_->setupUi(this);
-    // The window itself holds the focus at first: a person who types elsewhere and gets here by
-    // accident must not press a button.
-    setFocusPolicy(Qt::ClickFocus);
-    setFocus();
-    forEachOutlet(view_.outlets, OutletConnector(*this));
-    for (ConstraintGap* gap : findChildren<ConstraintGap*>()) {
-        if (!gap->identifier().isEmpty()) {
-            constraints_.push_back(std::make_unique<QtLayoutConstraint>(*gap));
-            view_.constraints.push_back(constraints_.back().get());
-        }
-    }
-    for (QScrollArea* area : {form_->bodyScroll, form_->footerScroll}) {
-        // The card shows through.
+    for (QScrollArea* area : {form_->bodyArea, form_->footerArea}) {
         area->viewport()->setAutoFillBackground(false);
         area->widget()->setAutoFillBackground(false);
         area->widget()->installEventFilter(this);
     }
-    connectSignals();
-    followScreens();
+    form_->timerInfoLabel->setAnnouncedChanges(ticksBetweenAnnouncements);
+    applyTheme();
+    connectOutlets();
+    connectActions();
+    followDesktop();
+    // The card itself starts with the focus, so that no button is ever pressed by a key that was
+    // meant for another window.
+    setFocusPolicy(Qt::ClickFocus);
+    setFocus();
 }
 
 PromptWindow::~PromptWindow() = default;
 
-PromptView PromptWindow::view() const {
-    return view_;
+void PromptWindow::connectOutlets() {
+    const auto connectOutlet = [this]<class Control>(const char* name,
+                                                     WeakReference<Control>& outlet) {
+        if constexpr (std::is_same_v<Control, LayoutConstraint>) {
+            outlet.connect(findChild<ConstraintSpacer*>(QLatin1String(name)));
+        } else {
+            using Kind = FormKind<Control>;
+            if (auto* widget = findChild<typename Kind::Widget*>(QLatin1String(name))) {
+                const auto adapter = std::make_shared<typename Kind::Adapter>(*widget);
+                controls_.push_back(adapter);
+                outlet.connect(adapter.get());
+            }
+        }
+    };
+    forEachOutlet(view_.outlets, connectOutlet);
+    for (ConstraintSpacer* constraint : findChildren<ConstraintSpacer*>()) {
+        view_.constraints.push_back(constraint);
+    }
+    // The shake needs a layer from the start, as every view of a layered window has one.
+    view_.outlets.passwordTextFiled->setWantsLayer(true);
 }
 
-void PromptWindow::connectSignals() {
-    connect(form_->updateNowButton, &QPushButton::clicked, this, [this] { updateNow_(); });
-    connect(form_->postponeButton, &QPushButton::clicked, this, [this] { postpone_(); });
-    connect(form_->usernameChangeButton, &QPushButton::clicked, this, [this] {
-        changeUserName_();
-        form_->userNameTextField->setFocus();
-        form_->userNameTextField->selectAll();
-    });
+void PromptWindow::connectActions() {
+    const auto onClick = [this](QAbstractButton* button, std::function<void()>& action) {
+        connect(button, &QAbstractButton::clicked, this, [&action] { action(); });
+    };
+    onClick(form_->updateNowButton, updateNow_);
+    onClick(form_->postponeButton, postpone_);
+    onClick(form_->usernameChangeButton, changeUserName_);
     for (QLineEdit* field : {static_cast<QLineEdit*>(form_->userNameTextField),
                              static_cast<QLineEdit*>(form_->passwordTextFiled)}) {
-        connect(field, &QLineEdit::returnPressed, form_->updateNowButton, &QPushButton::click);
+        connect(field, &QLineEdit::returnPressed, this, [this] {
+            if (!form_->updateNowButton->isHidden()) {
+                form_->updateNowButton->click();
+            }
+        });
     }
+    // The link goes away when it is pressed: typing goes on in the field that takes its place.
+    connect(form_->usernameChangeButton, &QAbstractButton::clicked, this, [this] {
+        if (!form_->userNameTextField->isHidden()) {
+            form_->userNameTextField->setFocus();
+            form_->userNameTextField->selectAll();
+        }
+    });
 }
 
-void PromptWindow::followScreens() {
-    const auto followMainScreen = [this](QScreen* screen) {
-        if (screen != nullptr) {
-            connect(screen, &QScreen::availableGeometryChanged, this, [this] {
-                fitToContent();
-                place();
-            });
-        }
-        place();
+void PromptWindow::followDesktop() {
+    const auto follow = [this](QScreen* screen) {
+        connect(screen, &QScreen::geometryChanged, this, &PromptWindow::scheduleRelayout);
+        connect(screen, &QScreen::availableGeometryChanged, this, &PromptWindow::scheduleRelayout);
     };
-    connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, followMainScreen);
-    followMainScreen(QGuiApplication::primaryScreen());
-}
-
-void PromptWindow::present() {
-    fitToContent();
-    place();
-    show();
-    // A window manager that adds a frame all the same has done so by the next turn of the loop.
-    QTimer::singleShot(0, this, &PromptWindow::place);
-}
-
-void PromptWindow::place() {
-    if (!movedByUser_) {
-        appear_();
+    for (QScreen* screen : QGuiApplication::screens()) {
+        follow(screen);
     }
-}
-
-void PromptWindow::fitToContent() {
-    fitQueued_ = false;
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    const int usable = screen == nullptr ? QWIDGETSIZE_MAX : screen->availableGeometry().height();
-    const int available = qMax(1, usable - 2 * screenMargin);
-    const int body = contentHeight(*form_->body, cardWidth);
-    const int footer = contentHeight(*form_->footer, cardWidth);
-    const int shownFooter = qMin(footer, qMax(available - body, available / 2));
-    const int shownBody = qMin(body, available - shownFooter);
-    form_->bodyScroll->setFixedHeight(shownBody);
-    form_->footerScroll->setFixedHeight(shownFooter);
-    const QSize wanted(cardWidth, shownBody + shownFooter);
-    if (size() != wanted) {
-        const int bottom = geometry().bottom();
-        setFixedSize(wanted);
-        if (movedByUser_) {
-            move(x(), bottom - wanted.height() + 1);
-        }
-        place();
-    }
-}
-
-void PromptWindow::fitLater() {
-    if (!fitQueued_ && isVisible()) {
-        fitQueued_ = true;
-        QTimer::singleShot(0, this, &PromptWindow::fitToContent);
-    }
-}
-
-bool PromptWindow::event(QEvent* event) {
-    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::PaletteChange) {
-        fitLater();
-        update();
-    }
-    return QWidget::event(event);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
+    connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &PromptWindow::scheduleRelayout);
+    desktopChanges_ = std::make_unique<X11DesktopChanges>([this] { scheduleRelayout(); });
+    qApp->installEventFilter(this);
 }
 
 bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::LayoutRequest) {
-        fitLater();
+    if (event->type() == QEvent::LayoutRequest &&
+        (watched == form_->bodyContents || watched == form_->footerContents)) {
+        scheduleRelayout();
+    } else if (event->type() == QEvent::Quit && watched == qApp) {
+        // The application ends by closing its windows, and this one must not stand in its way.
+        sessionEnds_ = true;
     }
     return QWidget::eventFilter(watched, event);
 }
 
-void PromptWindow::closeEvent(QCloseEvent* event) {
-    // Only an answer closes the prompt; the end of the session does not ask by this way.
-    event->ignore();
+void PromptWindow::scheduleRelayout() {
+    if (relayoutScheduled_ || !isVisible()) {
+        return;
+    }
+    relayoutScheduled_ = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            relayoutScheduled_ = false;
+            relayout();
+        },
+        Qt::QueuedConnection);
 }
 
-void PromptWindow::paintEvent(QPaintEvent* /*event*/) {
-    const Theme& theme = themeFor(palette());
-    const qreal radius = hasSeeThroughCorners_ ? cardRadius : 0;
+void PromptWindow::relayout() {
+    const int lowerEdge = geometry().bottom();
+    takeSize();
+    if (movedByUser_) {
+        move(x(), lowerEdge - height() + 1);
+    }
+    place();
+}
+
+void PromptWindow::takeSize() {
+    const TextButton& updateNow = *form_->updateNowButton;
+    setLayoutDirection(updateNow.literalText().isRightToLeft() ? Qt::RightToLeft
+                                                               : Qt::LeftToRight);
+    setWindowTitle(form_->titleLabel->text().replace("[*]", "[*][*]"));
+
+    const QRect usable = usableArea();
+    const int width = std::min(cardWidth, usable.width() - 2 * screenMargin);
+    const int innerWidth = width - 2;
+    const int limit = usable.height() - 2 * screenMargin - 2;
+
+    QHBoxLayout& buttons = *form_->footerLayout;
+    buttons.setDirection(QBoxLayout::LeftToRight);
+    settleLayouts(*this);
+    if (buttons.sizeHint().width() > innerWidth) {
+        buttons.setDirection(QBoxLayout::BottomToTop);
+        settleLayouts(*this);
+    }
+    const int bodyContent = form_->bodyLayout->totalHeightForWidth(innerWidth);
+    const int footerContent = buttons.totalHeightForWidth(innerWidth);
+    const int footer = std::min(
+        footerContent, std::max(limit - bodyContent, static_cast<int>(limit * footerShare)));
+    const int body = std::min(bodyContent, limit - footer);
+    fitArea(*form_->bodyArea, {innerWidth, body}, bodyContent);
+    fitArea(*form_->footerArea, {innerWidth, footer}, footerContent);
+    setFixedSize(width, body + footer + 2);
+    settleLayouts(*this);
+}
+
+void PromptWindow::place() {
+    if (movedByUser_) {
+        // It only comes back into the usable area when it has grown out of it.
+        const QRect usable = usableArea();
+        const QRect frame = frameGeometry();
+        move(std::clamp(frame.x(), usable.x(),
+                        std::max(usable.x(), usable.right() + 1 - frame.width())),
+             std::clamp(frame.y(), usable.y(),
+                        std::max(usable.y(), usable.bottom() + 1 - frame.height())));
+        return;
+    }
+    appear_();
+}
+
+bool PromptWindow::event(QEvent* event) {
+    if (event->type() == QEvent::LayoutRequest && !isVisible()) {
+        takeSize();
+    }
+    return QWidget::event(event);
+}
+
+void PromptWindow::showEvent(QShowEvent* event) {
+    relayout();
+    QWidget::showEvent(event);
+    QAccessibleEvent alert(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+}
+
+void PromptWindow::closeEvent(QCloseEvent* event) {
+    event->setAccepted(sessionEnds_);
+}
+
+void PromptWindow::paintEvent(QPaintEvent*) {
+    const Theme& theme = currentTheme();
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing, hasSeeThroughCorners_);
-    painter.setPen(theme.border);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(theme.cardBorder, 1));
     painter.setBrush(theme.card);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+    const QRectF edge = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    const double radius = testAttribute(Qt::WA_TranslucentBackground) ? cardRadius : 0;
+    painter.drawRoundedRect(edge, radius, radius);
+    if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
+        const double y = form_->footerArea->y() - 0.5;
+        painter.drawLine(QPointF(edge.left(), y), QPointF(edge.right(), y));
+    }
+}
+
+void PromptWindow::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        applyTheme();
+    } else if (event->type() == QEvent::FontChange) {
+        scheduleRelayout();
+    }
+}
+
+void PromptWindow::applyTheme() {
+    const QString style = scrollBarStyle(currentTheme());
+    for (QScrollArea* area : {form_->bodyArea, form_->footerArea}) {
+        if (area->verticalScrollBar()->styleSheet() != style) {
+            area->verticalScrollBar()->setStyleSheet(style);
+        }
+    }
+    update();
 }
 
 void PromptWindow::mousePressEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton && windowHandle() != nullptr &&
+    pressedAt_ = event->globalPosition();
+}
+
+void PromptWindow::mouseMoveEvent(QMouseEvent* event) {
+    // A mere click must not begin a move: the window manager could take the pointer after the
+    // button is up again, and keep it.
+    const QPointF way = event->globalPosition() - pressedAt_;
+    if (event->buttons() == Qt::LeftButton &&
+        way.manhattanLength() >= QApplication::startDragDistance() &&
         windowHandle()->startSystemMove()) {
         movedByUser_ = true;
     }

@@ -5,65 +5,75 @@
 #include <memory>
 #include <vector>
 
-#include "platform/qt/control_adapters.h"
+#include "platform/qt/x11_desktop.h"
 #include "window/prompt_view.h"
 
 namespace Ui {
-class PromptWindow;
+class PromptForm;
 }
 
 namespace velunor {
 
-/// The prompt's window: a card that takes the height of its content, never more than the usable
-/// area, and that only an answer closes. Main thread only.
+/// The prompt's window: a card without decoration that shows the form, grows with its texts up to
+/// the usable area (then the texts scroll and the buttons stay in sight), and cannot be closed.
+/// Every outlet is connected to the form's object of the same name. Main thread only.
 class PromptWindow : public QWidget {
     Q_OBJECT
 
   public:
     PromptWindow();
+    PromptWindow(const PromptWindow&) = delete;
+    PromptWindow& operator=(const PromptWindow&) = delete;
     ~PromptWindow() override;
 
-    /// The controls for the logic, connected to the outlets by their names in the form.
-    [[nodiscard]] PromptView view() const;
+    /// The controls for the logic, connected to the outlets by their names in the form, without a
+    /// window. Valid as long as this object.
+    [[nodiscard]] PromptView view() const { return view_; }
 
     void onUpdateNow(std::function<void()> action) { updateNow_ = std::move(action); }
     void onPostpone(std::function<void()> action) { postpone_ = std::move(action); }
     void onChangeUserName(std::function<void()> action) { changeUserName_ = std::move(action); }
-    /// Called when the window appears and again when its size or the usable area has changed.
+    /// Called when the window is about to appear at its final size, and again whenever its size,
+    /// the screen or the usable area changes.
     void onAppear(std::function<void()> action) { appear_ = std::move(action); }
 
-    /// Gives the window its final size, places it and shows it without taking the focus.
-    void present();
+    /// Shows the window, placed and without taking the focus.
+    void present() { show(); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   protected:
     bool event(QEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
-    class OutletConnector;
-
-    void connectSignals();
-    void followScreens();
+    void connectOutlets();
+    void connectActions();
+    void followDesktop();
+    void scheduleRelayout();
+    /// Takes the size that the texts need, at most what the usable area allows, and that place.
+    void relayout();
+    void takeSize();
     void place();
-    /// Gives the parts and the window the heights that their contents need.
-    void fitToContent();
-    void fitLater();
-
-    std::unique_ptr<Ui::PromptWindow> form_;
-    std::vector<std::unique_ptr<View>> views_;
-    std::vector<std::unique_ptr<QtLayoutConstraint>> constraints_;
+    void applyTheme();
+    std::unique_ptr<Ui::PromptForm> form_;
+    std::vector<std::shared_ptr<void>> controls_;
     PromptView view_;
     std::function<void()> updateNow_ = [] {};
     std::function<void()> postpone_ = [] {};
     std::function<void()> changeUserName_ = [] {};
     std::function<void()> appear_ = [] {};
-    bool fitQueued_ = false;
+    std::unique_ptr<X11DesktopChanges> desktopChanges_;
+    bool relayoutScheduled_ = false;
+    QPointF pressedAt_;
     /// The user has dragged the window; it stays where they put it.
     bool movedByUser_ = false;
-    bool hasSeeThroughCorners_ = false;
+    bool sessionEnds_ = false;
 };
 
 }  // namespace velunor

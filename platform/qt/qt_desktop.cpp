@@ -3,57 +3,67 @@
 #include <QApplication>
 #include <QIcon>
 #include <QScreen>
-#include <QWidget>
+#include <QWindow>
 
 #include "platform/qt/qt_image.h"
+#include "platform/qt/x11_desktop.h"
 
 namespace velunor {
 
 namespace {
 
-/// The toolkit counts downwards from the top; turned round at the main screen's lower edge.
-Rect upwards(const QRect& rect, const QScreen& main) {
-    const QRect whole = main.geometry();
-    const int bottom = whole.y() + whole.height();
-    return {
-        {static_cast<double>(rect.x()), static_cast<double>(bottom - (rect.y() + rect.height()))},
-        {static_cast<double>(rect.width()), static_cast<double>(rect.height())}};
+/// Geometry of the main screen, whose lower-left corner is the logic's origin.
+QRect mainScreen() {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return screen == nullptr ? QRect() : screen->geometry();
+}
+
+Rect upwards(const QRect& rect) {
+    const QRect screen = mainScreen();
+    const int bottom = screen.y() + screen.height() - (rect.y() + rect.height());
+    return {{static_cast<double>(rect.x() - screen.x()), static_cast<double>(bottom)},
+            {static_cast<double>(rect.width()), static_cast<double>(rect.height())}};
 }
 
 }  // namespace
 
-std::optional<Rect> QtScreens::mainScreenVisibleFrame() const {
-    const QScreen* main = QGuiApplication::primaryScreen();
-    if (main == nullptr) {
-        return std::nullopt;
+QRect usableArea() {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr) {
+        return {};
     }
-    return upwards(main->availableGeometry(), *main);
+    return x11UsableArea(*screen).value_or(screen->availableGeometry());
 }
 
 Rect QtWindow::frame() const {
-    const QScreen* main = QGuiApplication::primaryScreen();
-    return main == nullptr ? Rect() : upwards(widget_.frameGeometry(), *main);
+    return upwards(widget_.frameGeometry());
 }
 
 void QtWindow::setFrameOrigin(const Point& origin) {
-    const QScreen* main = QGuiApplication::primaryScreen();
-    if (main == nullptr) {
-        return;
-    }
-    const QRect whole = main->geometry();
-    const int bottom = whole.y() + whole.height();
-    widget_.move(qRound(origin.x), bottom - qRound(origin.y) - widget_.frameGeometry().height());
+    const QRect screen = mainScreen();
+    const int height = widget_.frameGeometry().height();
+    widget_.move(screen.x() + qRound(origin.x),
+                 screen.y() + screen.height() - qRound(origin.y) - height);
 }
 
 void QtWindow::setLevel(int level) {
-    const bool floats = level >= floatingWindowLevel;
-    if (widget_.windowFlags().testFlag(Qt::WindowStaysOnTopHint) == floats) {
+    const bool floats = level > normalWindowLevel;
+    Qt::WindowFlags flags = widget_.windowFlags();
+    flags.setFlag(Qt::WindowStaysOnTopHint, floats);
+    if (!widget_.isVisible()) {
+        widget_.setWindowFlags(flags);
         return;
     }
-    const bool shown = widget_.isVisible();
-    widget_.setWindowFlag(Qt::WindowStaysOnTopHint, floats);
-    // The toolkit hides a window whose flags change.
-    widget_.setVisible(shown);
+    // Changing the flags of a shown widget would hide it; its native window takes them in place.
+    widget_.overrideWindowFlags(flags);
+    widget_.windowHandle()->setFlags(flags);
+}
+
+std::optional<Rect> QtScreens::mainScreenVisibleFrame() const {
+    if (QGuiApplication::primaryScreen() == nullptr) {
+        return std::nullopt;
+    }
+    return upwards(usableArea());
 }
 
 void QtApplication::requestCriticalAttention() {
@@ -61,7 +71,10 @@ void QtApplication::requestCriticalAttention() {
 }
 
 void QtApplication::setApplicationIconImage(const ImagePointer& image) {
-    QGuiApplication::setWindowIcon(QIcon(QPixmap::fromImage(bitmapOf(image))));
+    const QImage picture = bitmapOf(image);
+    if (!picture.isNull()) {
+        QApplication::setWindowIcon(QIcon(QPixmap::fromImage(picture)));
+    }
 }
 
 }  // namespace velunor

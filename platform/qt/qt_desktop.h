@@ -1,33 +1,41 @@
 #pragma once
 
-#include "platform/desktop.h"
+#include <QRect>
+#include <QWidget>
+#include <optional>
+#include <vector>
 
-class QWidget;
+#include "platform/desktop.h"
 
 namespace velunor {
 
-/// The screens as the desktop's panels leave them.
-class QtScreens : public Screens {
-  public:
-    [[nodiscard]] std::optional<Rect> mainScreenVisibleFrame() const override;
-};
+/// Usable area of the main screen in the toolkit's own coordinates (y downwards), panels excluded;
+/// empty without a screen.
+[[nodiscard]] QRect usableArea();
 
-/// A top-level widget as a window. The widget outlives this object.
+/// A widget that is a window, as the logic sees it. The widget must outlive it.
 class QtWindow : public Window {
   public:
     explicit QtWindow(QWidget& widget) : widget_(widget) {}
     [[nodiscard]] Rect frame() const override;
     void setFrameOrigin(const Point& origin) override;
+    /// Every level above the normal one floats.
     void setLevel(int level) override;
 
   private:
     QWidget& widget_;
 };
 
+class QtScreens : public Screens {
+  public:
+    [[nodiscard]] std::optional<Rect> mainScreenVisibleFrame() const override;
+};
+
 /// The application with its one window, which outlives this object.
 class QtApplication : public Application {
   public:
     QtApplication(QWidget& widget, Window& window) : widget_(widget), window_(window) {}
+
     [[nodiscard]] std::vector<Window*> windows() override { return {&window_}; }
     void requestCriticalAttention() override;
     void setApplicationIconImage(const ImagePointer& image) override;

@@ -6,27 +6,29 @@
 
 namespace velunor {
 
-/// A decoded bitmap. Immutable; any thread.
+/// Largest width and height of a picture in pixels.
+inline constexpr int largestImageSide = 4096;
+
+/// A decoded picture.
 class QtImage : public Image {
   public:
     explicit QtImage(QImage image) : image_(std::move(image)) {}
-
-    [[nodiscard]] Size size() const override {
-        const QSizeF size = image_.deviceIndependentSize();
-        return {size.width(), size.height()};
-    }
+    [[nodiscard]] Size size() const override;
     [[nodiscard]] const QImage& image() const { return image_; }
 
   private:
     QImage image_;
 };
 
-/// The bitmap of an image that this toolkit made; a null bitmap for a null pointer.
+/// The picture behind an image of this reader; a null picture for any other.
 [[nodiscard]] QImage bitmapOf(const ImagePointer& image);
 
-/// Decodes bitmaps, by their content and not by their name, up to 4096 × 4096. Any thread.
+/// Reads PNG, JPEG, GIF (its first picture), BMP and WebP, told apart by their content. Vector
+/// formats, files that are not regular ones, files over `largestReadableFile` and sides over
+/// `largestImageSide` are refused before anything is decoded.
 class QtImageReader : public ImageReader {
   public:
+    QtImageReader();
     [[nodiscard]] ImagePointer imageFromFile(const std::string& path) const override;
     [[nodiscard]] ImagePointer imageFromData(std::span<const std::byte> data) const override;
     [[nodiscard]] ImagePointer clippedToRoundedRectangle(const ImagePointer& image, double radiusX,

@@ -1,6 +1,9 @@
 #include "platform/qt/text_button.h"
 
+#include <QEvent>
+#include <QKeyEvent>
 #include <QPainter>
+#include <algorithm>
 
 #include "platform/qt/theme.h"
 
@@ -8,11 +11,15 @@ namespace velunor {
 
 namespace {
 
-constexpr int lowestButton = 36;
-constexpr int verticalPadding = 8;
-constexpr int widestHint = 180;
-constexpr qreal cornerRadius = 8;
-constexpr qreal ringWidth = 2;
+constexpr int widestHint = 4000;
+/// What a button keeps of its title's width when its row is short of room.
+constexpr int narrowestText = 96;
+constexpr int leastButtonHeight = 40;
+/// Room for the focus ring around the plate.
+constexpr int ringRoom = 3;
+constexpr double radius = 8;
+constexpr double ringWidth = 2;
+constexpr double disabledOpacity = 0.5;
 
 }  // namespace
 
@@ -20,81 +27,124 @@ TextButton::TextButton(QWidget* parent) : QPushButton(parent) {
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
-    setAutoDefault(false);
     setAttribute(Qt::WA_Hover);
+    setAutoDefault(false);
+    setFocusPolicy(Qt::StrongFocus);
+    layout_.setCentered(true);
+    updateFont();
 }
 
-void TextButton::setCaption(const QString& caption) {
-    content_.setText(caption);
-    // Doubled ampersands are plain ones to the base class, which names the button to screen
-    // readers.
-    setText(QString(caption).replace(u"&"_qs, u"&&"_qs));
+void TextButton::setButtonRole(const QString& role) {
+    role_ = role;
+    setCursor(isLink() ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    updateFont();
+}
+
+void TextButton::setLiteralText(const QString& text) {
+    text_ = text;
+    layout_.setText({text, {}});
+    setAccessibleName(text);
+    updateGeometry();
+    update();
+}
+
+void TextButton::setLeastWidth(int width) {
+    leastWidth_ = width;
     updateGeometry();
 }
 
+QMargins TextButton::padding() const {
+    return isLink() ? QMargins(4 + ringRoom, 4 + ringRoom, 4 + ringRoom, 4 + ringRoom)
+                    : QMargins(20 + ringRoom, 8 + ringRoom, 20 + ringRoom, 8 + ringRoom);
+}
+
 QSize TextButton::sizeHint() const {
-    const int width =
-        qMin(widestHint, qCeil(content_.naturalWidth(captionFont())) + 2 * horizontalPadding());
+    const QMargins room = padding();
+    const int natural = layout_.naturalWidth() + room.left() + room.right();
+    const int width = std::min(std::max(natural, leastWidth_), widestHint);
     return {width, heightForWidth(width)};
 }
 
 QSize TextButton::minimumSizeHint() const {
-    return {qMin(sizeHint().width(), widestHint / 2), look_ == Look::Link ? 0 : lowestButton};
+    const QMargins room = padding();
+    const int width = std::min(narrowestText + room.left() + room.right(), sizeHint().width());
+    return {width, heightForWidth(widestHint)};
 }
 
 int TextButton::heightForWidth(int width) const {
-    const int inner = qMax(1, width - 2 * horizontalPadding());
-    const int textHeight = qCeil(content_.heightForWidth(captionFont(), inner));
-    const int lowest = look_ == Look::Link ? 0 : lowestButton;
-    const int padding = look_ == Look::Link ? 2 : verticalPadding;
-    return qMax(lowest, textHeight + 2 * padding);
+    const QMargins room = padding();
+    const int height = layout_.heightForWidth(width - room.left() - room.right()) + room.top() +
+                       room.bottom();
+    return isLink() ? height : std::max(height, leastButtonHeight + 2 * ringRoom);
 }
 
-void TextButton::paintEvent(QPaintEvent* /*event*/) {
-    const Theme& theme = themeFor(palette());
-    const auto state = [this](const QColor& normal, const QColor& hover, const QColor& pressed) {
-        return isDown() ? pressed : underMouse() ? hover : normal;
-    };
+void TextButton::drawPlate(QPainter& painter) const {
+    const Theme& theme = currentTheme();
+    const bool primary = role_ == QLatin1String("primary");
+    QColor fill = primary ? theme.accent : theme.button;
+    if (isDown()) {
+        fill = primary ? theme.accentPressed : theme.buttonPressed;
+    } else if (underMouse() && isEnabled()) {
+        fill = primary ? theme.accentHover : theme.buttonHover;
+    }
+    const QRectF plate = QRectF(rect()).marginsRemoved({ringRoom, ringRoom, ringRoom, ringRoom});
+    painter.setBrush(fill);
+    painter.setPen(primary ? QPen(Qt::NoPen) : QPen(theme.buttonBorder, 1));
+    const double inset = primary ? 0 : 0.5;
+    painter.drawRoundedRect(plate.adjusted(inset, inset, -inset, -inset), radius, radius);
+}
+
+void TextButton::paintEvent(QPaintEvent*) {
+    const Theme& theme = currentTheme();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF area(rect());
-    QColor pen = theme.text;
-    if (look_ == Look::Link) {
-        pen = state(theme.accent, theme.accentHover, theme.accentPressed);
-    } else {
-        const bool primary = look_ == Look::Primary;
-        pen = primary ? theme.accentText : theme.text;
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(primary ? state(theme.accent, theme.accentHover, theme.accentPressed)
-                                 : state(theme.button, theme.buttonHover, theme.buttonPressed));
-        painter.drawRoundedRect(area, cornerRadius, cornerRadius);
-    }
-    if (hasFocus()) {
-        // The ring lies inside of the shape, in a colour that stands out from it.
-        const qreal inset = look_ == Look::Primary ? 2.5 : ringWidth / 2;
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(look_ == Look::Primary ? theme.accentText : theme.accent, ringWidth));
-        painter.drawRoundedRect(area.adjusted(inset, inset, -inset, -inset), cornerRadius - 2,
-                                cornerRadius - 2);
-    }
     if (!isEnabled()) {
-        pen.setAlphaF(0.5F);
+        painter.setOpacity(disabledOpacity);
     }
-    const qreal inner = area.width() - 2.0 * horizontalPadding();
-    const qreal height = content_.heightForWidth(captionFont(), inner);
-    painter.setPen(pen);
-    content_.draw(
-        painter, captionFont(),
-        {static_cast<qreal>(horizontalPadding()), (area.height() - height) / 2, inner, height},
-        look_ == Look::Link ? Qt::AlignLeft : Qt::AlignHCenter);
+    QColor ink = theme.text;
+    if (isLink()) {
+        ink = isDown() ? theme.accentPressed : theme.link;
+    } else {
+        drawPlate(painter);
+        ink = role_ == QLatin1String("primary") ? theme.onAccent : theme.text;
+    }
+    const QRect room = rect().marginsRemoved(padding());
+    const int height = layout_.heightForWidth(room.width());
+    const int top = room.top() + std::max(0, (room.height() - height) / 2);
+    layout_.draw(painter, QRect(room.left(), top, room.width(), height), ink);
+    if (hasFocus()) {
+        const double inset = ringWidth / 2;
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(theme.link, ringWidth));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset),
+                                radius + ringRoom, radius + ringRoom);
+    }
 }
 
-QFont TextButton::captionFont() const {
-    return desktopFont(1, look_ != Look::Link);
+void TextButton::changeEvent(QEvent* event) {
+    QPushButton::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::LayoutDirectionChange) {
+        updateFont();
+    }
 }
 
-int TextButton::horizontalPadding() const {
-    return look_ == Look::Link ? 2 : 16;
+void TextButton::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        if (!event->isAutoRepeat()) {
+            click();
+        }
+        return;
+    }
+    QPushButton::keyPressEvent(event);
+}
+
+void TextButton::updateFont() {
+    QFont titleFont = font();
+    titleFont.setWeight(isLink() ? QFont::Medium : QFont::DemiBold);
+    layout_.setFont(titleFont);
+    layout_.setLayoutDirection(layoutDirection());
+    updateGeometry();
+    update();
 }
 
 }  // namespace velunor

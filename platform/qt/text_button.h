@@ -1,26 +1,30 @@
 #pragma once
 
 #include <QPushButton>
+#include <QString>
 
-#include "platform/qt/wrapped_text.h"
+#include "platform/qt/literal_text.h"
 
 namespace velunor {
 
-/// A push button whose caption is literal and wraps where it is too long for one line.
+/// A push button whose title is literal (an ampersand is an ampersand) and wraps when it is too
+/// long for one line. The inherited text() stays empty: use literalText(). Space and Return press
+/// it while it has the focus.
 class TextButton : public QPushButton {
     Q_OBJECT
-    Q_PROPERTY(Look look MEMBER look_ WRITE setLook)
+    /// primary, secondary or link.
+    Q_PROPERTY(QString buttonRole READ buttonRole WRITE setButtonRole)
 
   public:
-    /// Filled in the accent colour, quiet, or like a link.
-    enum class Look { Primary, Secondary, Link };
-    Q_ENUM(Look)
-
     explicit TextButton(QWidget* parent = nullptr);
 
-    void setLook(Look look) { look_ = look; }
-    void setCaption(const QString& caption);
-    [[nodiscard]] const QString& caption() const { return content_.text(); }
+    [[nodiscard]] QString buttonRole() const { return role_; }
+    void setButtonRole(const QString& role);
+
+    void setLiteralText(const QString& text);
+    [[nodiscard]] QString literalText() const { return text_; }
+    /// Keeps the button at least this wide, in points, as long as its row has the room.
+    void setLeastWidth(int width);
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -29,13 +33,19 @@ class TextButton : public QPushButton {
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
   private:
-    [[nodiscard]] QFont captionFont() const;
-    [[nodiscard]] int horizontalPadding() const;
+    [[nodiscard]] QMargins padding() const;
+    [[nodiscard]] bool isLink() const { return role_ == QLatin1String("link"); }
+    void drawPlate(QPainter& painter) const;
+    void updateFont();
 
-    WrappedText content_;
-    Look look_ = Look::Secondary;
+    QString role_;
+    QString text_;
+    LiteralText layout_;
+    int leastWidth_ = 0;
 };
 
 }  // namespace velunor

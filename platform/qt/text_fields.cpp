@@ -3,104 +3,164 @@
 #include <QEvent>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <limits>
 
+#include "platform/qt/picture_view.h"
 #include "platform/qt/theme.h"
 
 namespace velunor {
 
 namespace {
 
-constexpr qreal cornerRadius = 8;
-constexpr int fieldHeight = 36;
-constexpr int sideMargin = 10;
+constexpr double cornerRadius = 8;
+constexpr double ringWidth = 2;
+constexpr int leastFieldHeight = 40;
+constexpr int verticalRoom = 10;
+constexpr int edgeRoom = 10;
+constexpr int glyphSize = 16;
+constexpr int longestText = 1 << 20;
+
+bool isForbiddenInPassword(const QKeyEvent& event) {
+    for (const auto key :
+         {QKeySequence::Undo, QKeySequence::Redo, QKeySequence::Copy, QKeySequence::Cut}) {
+        if (event.matches(key)) {
+            return true;
+        }
+    }
+    return false;
+}
 
 }  // namespace
 
-CustomTextField::CustomTextField(QWidget* parent) : QLineEdit(parent) {
+RoundedField::RoundedField(QWidget* parent) : QLineEdit(parent) {
     setFrame(false);
-    setTextMargins(sideMargin, 0, sideMargin, 0);
+    setMaxLength(longestText);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    placeText();
     applyTheme();
 }
 
-QSize CustomTextField::sizeHint() const {
-    return {QLineEdit::sizeHint().width(), qMax(fieldHeight, fontMetrics().height() + 16)};
+void RoundedField::setGlyph(const QString& path) {
+    glyph_ = path;
+    placeText();
+    update();
 }
 
-QSize CustomTextField::minimumSizeHint() const {
+void RoundedField::placeText() {
+    const int leading = glyph_.isEmpty() ? edgeRoom : edgeRoom + glyphSize + edgeRoom - 2;
+    const bool mirrored = layoutDirection() == Qt::RightToLeft;
+    setTextMargins(mirrored ? edgeRoom : leading, 0, mirrored ? leading : edgeRoom, 0);
+}
+
+QSize RoundedField::sizeHint() const {
+    const int height = std::max(leastFieldHeight, fontMetrics().height() + 2 * verticalRoom);
+    return {QLineEdit::sizeHint().width(), height};
+}
+
+QSize RoundedField::minimumSizeHint() const {
     return {QLineEdit::minimumSizeHint().width(), sizeHint().height()};
 }
 
-void CustomTextField::paintEvent(QPaintEvent* event) {
+void RoundedField::drawFocusRingMask(QPainter& painter) const {
+    painter.drawRoundedRect(focusRingMaskBounds(), cornerRadius, cornerRadius);
+}
+
+void RoundedField::paintEvent(QPaintEvent* event) {
+    const Theme& theme = currentTheme();
     {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(hasFocus() ? theme.link : theme.fieldBorder);
         drawFocusRingMask(painter);
+        const double line = hasFocus() ? ringWidth : 1;
+        painter.setBrush(theme.field);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(line, line, -line, -line),
+                                cornerRadius - line, cornerRadius - line);
+        if (!glyph_.isEmpty()) {
+            const bool mirrored = layoutDirection() == Qt::RightToLeft;
+            const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
+            drawVectorPicture(painter,
+                              QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize), glyph_,
+                              theme.secondaryText);
+        }
     }
     QLineEdit::paintEvent(event);
 }
 
-void CustomTextField::drawFocusRingMask(QPainter& painter) const {
-    const Theme& theme = themeFor(parentWidget() ? parentWidget()->palette() : palette());
-    const qreal line = hasFocus() ? 2 : 1;
-    painter.setPen(QPen(hasFocus() ? theme.accent : theme.fieldBorder, line));
-    painter.setBrush(theme.field);
-    painter.drawRoundedRect(
-        focusRingMaskBounds().adjusted(line / 2, line / 2, -line / 2, -line / 2), cornerRadius,
-        cornerRadius);
-}
-
-void CustomTextField::changeEvent(QEvent* event) {
+void RoundedField::changeEvent(QEvent* event) {
     QLineEdit::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && !applyingTheme_) {
+    if (event->type() == QEvent::LayoutDirectionChange) {
+        placeText();
+    } else if (event->type() == QEvent::PaletteChange) {
         applyTheme();
     }
 }
 
-void CustomTextField::applyTheme() {
-    const Theme& theme = themeFor(parentWidget() ? parentWidget()->palette() : palette());
-    QPalette colors = palette();
-    colors.setColor(QPalette::Base, Qt::transparent);
-    colors.setColor(QPalette::Text, theme.text);
-    colors.setColor(QPalette::PlaceholderText, theme.mutedText);
-    applyingTheme_ = true;
-    setPalette(colors);
-    applyingTheme_ = false;
+void RoundedField::applyTheme() {
+    const Theme& theme = currentTheme();
+    QPalette colours = palette();
+    if (colours.color(QPalette::Text) == theme.text) {
+        return;
+    }
+    colours.setColor(QPalette::Text, theme.text);
+    colours.setColor(QPalette::Base, Qt::transparent);
+    colours.setColor(QPalette::Highlight, theme.accent);
+    colours.setColor(QPalette::HighlightedText, theme.onAccent);
+    setPalette(colours);
 }
 
-CustomSecureTextField::CustomSecureTextField(QWidget* parent) : CustomTextField(parent) {
+CustomTextField::CustomTextField(QWidget* parent) : RoundedField(parent) {
+    connect(this, &QLineEdit::returnPressed, this, &CustomTextField::editingEnded);
+}
+
+void CustomTextField::focusOutEvent(QFocusEvent* event) {
+    RoundedField::focusOutEvent(event);
+    // Another window or a menu takes the focus only for a while.
+    if (event->reason() != Qt::ActiveWindowFocusReason &&
+        event->reason() != Qt::PopupFocusReason) {
+        emit editingEnded();
+    }
+}
+
+CustomSecureTextField::CustomSecureTextField(QWidget* parent) : RoundedField(parent) {
     setEchoMode(QLineEdit::Password);
-    setContextMenuPolicy(Qt::NoContextMenu);
     setDragEnabled(false);
-    setAcceptDrops(false);
+    setContextMenuPolicy(Qt::NoContextMenu);
     setInputMethodHints(Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText |
                         Qt::ImhNoAutoUppercase);
 }
 
-void CustomSecureTextField::wipeAndClear() {
-    const QString held = text();
-    // The copy shares its storage with the field, so this overwrites the field's own characters.
-    auto* characters = const_cast<QChar*>(held.constData());
-    std::fill_n(characters, held.size(), QChar());
-    clear();
-}
-
-bool CustomSecureTextField::event(QEvent* event) {
-    if (event->type() == QEvent::ShortcutOverride) {
-        const auto* key = static_cast<QKeyEvent*>(event);
-        if (key->matches(QKeySequence::Undo) || key->matches(QKeySequence::Redo)) {
-            return QWidget::event(event);
-        }
+void CustomSecureTextField::wipeText() {
+    const QString shared = text();
+    // The copy shares the field's own storage, so that writing through it reaches the original.
+    auto* units = const_cast<QChar*>(shared.constData());
+    volatile char16_t* cursor = reinterpret_cast<char16_t*>(units);
+    for (qsizetype index = 0; index < shared.size(); ++index) {
+        cursor[index] = u'\0';
     }
-    return CustomTextField::event(event);
+    // Unlike clear(), this drops the undo history as well.
+    setText(QString());
 }
 
 void CustomSecureTextField::keyPressEvent(QKeyEvent* event) {
-    // An undo would bring back a text that was meant to be gone.
-    if (event->matches(QKeySequence::Undo) || event->matches(QKeySequence::Redo)) {
+    if (isForbiddenInPassword(*event)) {
         event->accept();
         return;
     }
-    CustomTextField::keyPressEvent(event);
+    RoundedField::keyPressEvent(event);
+}
+
+bool CustomSecureTextField::event(QEvent* event) {
+    // Otherwise the editor claims these shortcuts for itself.
+    if (event->type() == QEvent::ShortcutOverride &&
+        isForbiddenInPassword(*static_cast<QKeyEvent*>(event))) {
+        event->accept();
+        return true;
+    }
+    return RoundedField::event(event);
 }
 
 }  // namespace velunor

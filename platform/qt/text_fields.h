@@ -1,48 +1,71 @@
 #pragma once
 
 #include <QLineEdit>
+#include <QString>
 
 namespace velunor {
 
-/// A plain text field whose focus ring follows its rounded corners.
-class CustomTextField : public QLineEdit {
+/// A one-line field with rounded corners, a glyph at its leading edge and a focus ring that follows
+/// the corners.
+class RoundedField : public QLineEdit {
     Q_OBJECT
+    /// Resource path of the glyph, drawn in the theme's colour.
+    Q_PROPERTY(QString glyph READ glyph WRITE setGlyph)
 
   public:
-    explicit CustomTextField(QWidget* parent = nullptr);
+    [[nodiscard]] QString glyph() const { return glyph_; }
+    void setGlyph(const QString& path);
 
     /// The area that the focus ring surrounds: the field's own bounds.
-    [[nodiscard]] QRectF focusRingMaskBounds() const { return rect(); }
+    [[nodiscard]] QRect focusRingMaskBounds() const { return rect(); }
+    /// Fills the shape of the focus ring: the bounds with corner radii 8 and 8.
+    void drawFocusRingMask(QPainter& painter) const;
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
 
   protected:
+    explicit RoundedField(QWidget* parent);
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
 
   private:
-    void drawFocusRingMask(QPainter& painter) const;
     void applyTheme();
+    void placeText();
 
-    bool applyingTheme_ = false;
+    QString glyph_;
 };
 
-/// A password field with the same look: nothing typed can be copied, dragged, undone or learnt by
-/// an input method.
-class CustomSecureTextField : public CustomTextField {
+/// The field for plain text.
+class CustomTextField : public RoundedField {
+    Q_OBJECT
+
+  public:
+    explicit CustomTextField(QWidget* parent = nullptr);
+
+  signals:
+    /// Return was pressed or the focus went to another control, whether the text was edited or not.
+    void editingEnded();
+
+  protected:
+    void focusOutEvent(QFocusEvent* event) override;
+};
+
+/// The field for a password: shows dots, hands nothing to clipboard, drag, undo or input-method
+/// learning.
+class CustomSecureTextField : public RoundedField {
     Q_OBJECT
 
   public:
     explicit CustomSecureTextField(QWidget* parent = nullptr);
 
-    /// Overwrites what the field holds and empties it. The toolkit's own earlier copies, such as
-    /// those of a text that has grown, are beyond reach.
-    void wipeAndClear();
+    /// Overwrites the text in place and empties the field. The toolkit's own list of typed
+    /// characters is dropped, but its storage cannot be overwritten from here.
+    void wipeText();
 
   protected:
-    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
 };
 
 }  // namespace velunor

@@ -1,66 +1,135 @@
 #include "platform/qt/text_label.h"
 
-#include <QPainter>
+#include <QAccessible>
+#include <QAccessibleWidget>
+#include <QEvent>
+#include <algorithm>
 
 #include "platform/qt/theme.h"
 
 namespace velunor {
 
-TextLabel::TextLabel(QWidget* parent) : QLabel(parent) {
-    setTextFormat(Qt::PlainText);
+namespace {
+
+/// A wider natural size would only squeeze the neighbours.
+constexpr int widestHint = 4000;
+constexpr int narrowestHint = 40;
+
+struct RoleLook {
+    const char* role;
+    double scale;
+    QFont::Weight weight;
+    QColor Theme::*color;
+};
+
+constexpr RoleLook looks[] = {
+    {"body", 1.0, QFont::Normal, &Theme::secondaryText},
+    {"productName", 1.0, QFont::DemiBold, &Theme::secondaryText},
+    {"title", 1.35, QFont::Bold, &Theme::text},
+    {"update", 1.0, QFont::DemiBold, &Theme::text},
+    {"userName", 1.05, QFont::DemiBold, &Theme::text},
+    {"caption", 0.92, QFont::Normal, &Theme::secondaryText},
+    {"countdown", 1.0, QFont::Normal, &Theme::text},
+    {"notice", 0.95, QFont::Normal, &Theme::noticeText},
+};
+
+const RoleLook& lookOf(const QString& role) {
+    const auto* found =
+        std::find_if(std::begin(looks), std::end(looks),
+                     [&](const RoleLook& look) { return role == QLatin1String(look.role); });
+    return found == std::end(looks) ? looks[0] : *found;
+}
+
+class AccessibleTextLabel : public QAccessibleWidget {
+  public:
+    explicit AccessibleTextLabel(TextLabel* label)
+        : QAccessibleWidget(label, QAccessible::StaticText) {}
+
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Name ? static_cast<TextLabel*>(widget())->text()
+                                         : QAccessibleWidget::text(kind);
+    }
+};
+
+QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
+    auto* label = qobject_cast<TextLabel*>(object);
+    return label == nullptr ? nullptr : new AccessibleTextLabel(label);
+}
+
+}  // namespace
+
+TextLabel::TextLabel(QWidget* parent) : QWidget(parent) {
+    static const bool installed = [] {
+        QAccessible::installFactory(&makeAccessible);
+        return true;
+    }();
+    Q_UNUSED(installed);
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
+    updateFont();
 }
 
-void TextLabel::setLiteralText(const QString& text,
-                               const QList<QTextLayout::FormatRange>& formats) {
-    const int before = heightForWidth(width());
-    content_.setText(text, formats);
-    // The base class keeps the text for screen readers.
-    QLabel::setText(text);
-    if (heightForWidth(width()) != before) {
-        updateGeometry();
+void TextLabel::setTextRole(const QString& role) {
+    role_ = role;
+    updateFont();
+}
+
+void TextLabel::setText(const ShownText& shown) {
+    text_ = shown.text;
+    ShownText laidOut = shown;
+    if (role_ == QLatin1String("update") && text_.startsWith(QStringLiteral("\u2022  "))) {
+        // A long name must not leave its bullet alone on the line above.
+        laidOut.text.replace(1, 2, QString(2, QChar::Nbsp));
     }
+    layout_.setText(laidOut);
+    updateGeometry();
     update();
-}
-
-void TextLabel::setTextRatio(qreal ratio) {
-    textRatio_ = ratio;
-    updateGeometry();
-}
-
-void TextLabel::setStrong(bool strong) {
-    strong_ = strong;
-    updateGeometry();
+    if (changes_++ % announcedChanges_ == 0) {
+        QAccessibleEvent changed(this, QAccessible::NameChanged);
+        QAccessible::updateAccessibility(&changed);
+    }
 }
 
 QSize TextLabel::sizeHint() const {
-    constexpr int widestHint = 320;
-    const int width = qMin(widestHint, qCeil(content_.naturalWidth(textFont())));
-    return {width, heightForWidth(width)};
+    const int width = std::clamp(layout_.naturalWidth(), narrowestHint, widestHint);
+    return {width, layout_.heightForWidth(width)};
 }
 
 QSize TextLabel::minimumSizeHint() const {
-    // The height follows from the width that the layout gives.
-    return {0, 0};
+    const int width = std::min(narrowestHint, sizeHint().width());
+    return {width, layout_.heightForWidth(widestHint)};
 }
 
 int TextLabel::heightForWidth(int width) const {
-    return qCeil(content_.heightForWidth(textFont(), qMax(1, width)));
+    return layout_.heightForWidth(width);
 }
 
-void TextLabel::paintEvent(QPaintEvent* /*event*/) {
-    const Theme& theme = themeFor(palette());
+void TextLabel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    painter.setPen(textRole_ == TextRole::Muted    ? theme.mutedText
-                   : textRole_ == TextRole::Notice ? theme.noticeText
-                                                   : theme.text);
-    content_.draw(painter, textFont(), rect(), alignment() & Qt::AlignHorizontal_Mask);
+    layout_.draw(painter, rect(), currentTheme().*lookOf(role_).color);
 }
 
-QFont TextLabel::textFont() const {
-    return desktopFont(textRatio_, strong_);
+void TextLabel::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::LayoutDirectionChange) {
+        updateFont();
+    }
+}
+
+void TextLabel::updateFont() {
+    const RoleLook& look = lookOf(role_);
+    QFont roleFont = font();
+    if (roleFont.pixelSize() > 0) {
+        roleFont.setPixelSize(qRound(roleFont.pixelSize() * look.scale));
+    } else {
+        roleFont.setPointSizeF(roleFont.pointSizeF() * look.scale);
+    }
+    roleFont.setWeight(look.weight);
+    layout_.setFont(roleFont);
+    layout_.setLayoutDirection(layoutDirection());
+    updateGeometry();
+    update();
 }
 
 }  // namespace velunor

@@ -1,50 +1,47 @@
 #pragma once
 
-#include <QLabel>
-#include <QList>
-#include <QTextLayout>
+#include <QString>
+#include <QWidget>
 
-#include "platform/qt/wrapped_text.h"
+#include "platform/qt/literal_text.h"
 
 namespace velunor {
 
-/// A label whose text is literal and never cut: no markup, no mnemonics, no ellipsis.
-class TextLabel : public QLabel {
+/// Shows a text exactly as it stands, wrapped, never cut. A screen reader sees static text.
+class TextLabel : public QWidget {
     Q_OBJECT
-    /// Size of the text as a ratio to the desktop's font.
-    Q_PROPERTY(qreal textRatio MEMBER textRatio_ WRITE setTextRatio)
-    Q_PROPERTY(bool strong MEMBER strong_ WRITE setStrong)
-    /// Which of the theme's text colours the label has.
-    Q_PROPERTY(TextRole textRole MEMBER textRole_ WRITE setTextRole)
+    /// The part that the text plays: productName, title, body, update, caption, countdown or
+    /// notice. Settles the font's size and weight and the colour.
+    Q_PROPERTY(QString textRole READ textRole WRITE setTextRole)
 
   public:
-    enum class TextRole { Standard, Muted, Notice };
-    Q_ENUM(TextRole)
-
     explicit TextLabel(QWidget* parent = nullptr);
 
-    void setLiteralText(const QString& text, const QList<QTextLayout::FormatRange>& formats = {});
-    [[nodiscard]] const QString& literalText() const { return content_.text(); }
+    [[nodiscard]] QString textRole() const { return role_; }
+    void setTextRole(const QString& role);
 
-    void setTextRatio(qreal ratio);
-    void setStrong(bool strong);
-    void setTextRole(TextRole role) { textRole_ = role; }
+    void setText(const ShownText& shown);
+    /// The text as shown.
+    [[nodiscard]] QString text() const { return text_; }
+    /// Tells a screen reader about one change of the text in `changes` only. 1 at first.
+    void setAnnouncedChanges(int changes) { announcedChanges_ = changes; }
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
-    [[nodiscard]] bool hasHeightForWidth() const override { return true; }
     [[nodiscard]] int heightForWidth(int width) const override;
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
   private:
-    [[nodiscard]] QFont textFont() const;
+    void updateFont();
 
-    WrappedText content_;
-    qreal textRatio_ = 1;
-    bool strong_ = false;
-    TextRole textRole_ = TextRole::Standard;
+    QString role_;
+    QString text_;
+    LiteralText layout_;
+    int announcedChanges_ = 1;
+    int changes_ = 0;
 };
 
 }  // namespace velunor

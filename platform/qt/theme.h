@@ -1,38 +1,39 @@
 #pragma once
 
 #include <QColor>
-#include <QFont>
 #include <QPalette>
 
 namespace velunor {
 
-/// The colours of the card for one scheme. Text on its background has a contrast of 4.5 or more.
+/// The colours of the prompt. Every text and its ground differ by at least 4.5 : 1, every outline
+/// of a control and its ground by at least 3 : 1.
 struct Theme {
+    bool dark = false;
     QColor card;
-    QColor border;
+    QColor cardBorder;
+    QColor panel;
     QColor text;
-    QColor mutedText;
+    QColor secondaryText;
+    QColor link;
     QColor accent;
     QColor accentHover;
     QColor accentPressed;
-    QColor accentText;
+    QColor onAccent;
     QColor button;
     QColor buttonHover;
     QColor buttonPressed;
+    QColor buttonBorder;
     QColor field;
     QColor fieldBorder;
-    QColor noticeCard;
+    QColor notice;
     QColor noticeBorder;
     QColor noticeText;
 };
 
-/// The theme that suits a desktop palette: dark where its windows are dark.
+/// The dark theme where the palette shows light text on a dark ground, else the light one.
 [[nodiscard]] const Theme& themeFor(const QPalette& palette);
 
-/// The desktop's font at `ratio` times its size.
-[[nodiscard]] QFont desktopFont(qreal ratio, bool bold);
-
-/// How much larger than the common 10 points the desktop's font is: 2 for text at 200 %.
-[[nodiscard]] qreal desktopTextScale();
+/// The theme of the desktop's present palette. Main thread only.
+[[nodiscard]] const Theme& currentTheme();
 
 }  // namespace velunor

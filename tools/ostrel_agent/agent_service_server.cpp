@@ -17,6 +17,7 @@ AgentServiceServer::~AgentServiceServer() {
 }
 
 std::string AgentServiceServer::start(ServiceBus kind, sd_event* loop) {
+    // NOLINTNEXTLINE(modernize-avoid-c-arrays): the elements come from macros for plain arrays.
     static const sd_bus_vtable table[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD_WITH_NAMES("ReplyDataForKey", "say", SD_BUS_PARAM(key) SD_BUS_PARAM(message),
@@ -31,12 +32,15 @@ std::string AgentServiceServer::start(ServiceBus kind, sd_event* loop) {
             sd_bus_add_object_vtable(bus_, nullptr, agentObjectPath, agentInterface, table, this);
     }
     if (error >= 0) {
-        step = "the service's name is not to be had";
+        step = "the name com.velunor.OstrelAgent cannot be had";
         error = sd_bus_request_name(bus_, agentBusName, 0);
     }
     if (error >= 0) {
         step = "no event loop";
-        error = sd_bus_attach_event(bus_, loop, SD_EVENT_PRIORITY_NORMAL);
+        error = sd_bus_attach_event(bus_, loop, SD_EVENT_PRIORITY_IMPORTANT);
+    }
+    if (error >= 0) {
+        error = sd_bus_set_exit_on_disconnect(bus_, 1);
     }
     return error >= 0 ? std::string()
                       : std::string(step) + ": " + std::generic_category().message(-error);

@@ -27,8 +27,8 @@ class AgentServiceServer {
     AgentServiceServer& operator=(const AgentServiceServer&) = delete;
     ~AgentServiceServer();
 
-    /// Connects to the bus, takes the name and serves on `loop`. Empty on success, else one line
-    /// that says why not.
+    /// Connects to the bus, takes the name and serves on `loop`, which ends with a failure when the
+    /// bus goes away. Empty on success, else one line that says why not.
     [[nodiscard]] std::string start(ServiceBus kind, sd_event* loop);
 
     /// Sends what is still waiting to be sent.

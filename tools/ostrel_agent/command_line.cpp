@@ -50,6 +50,8 @@ Command parseServe(Options options) {
                 return UsageError{"--reply needs a text"};
             }
             command.reply = *reply;
+        } else if (*option == "--help") {
+            return HelpCommand{};
         } else {
             return UsageError{"unknown argument " + *option};
         }
@@ -67,6 +69,9 @@ Command parsePrompt(Options options) {
                 return UsageError{"the prompt takes six arguments after --"};
             }
             return command;
+        }
+        if (*option == "--help") {
+            return HelpCommand{};
         }
         const auto value = options.next();
         if (!value) {

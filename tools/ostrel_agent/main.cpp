@@ -1,8 +1,11 @@
+#include <sys/prctl.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "agent/linux/settings.h"
+#include "platform/linux/linux_system_log.h"
 #include "tools/ostrel_agent/command_line.h"
 #include "tools/ostrel_agent/exit_status.h"
 #include "tools/ostrel_agent/prompt_session.h"
@@ -17,14 +20,17 @@ constexpr const char* usage =
     "\n"
     "serve   owns the agent service's name on the bus of the settings, prints each request (key,\n"
     "        blank, JSON) and replies to it.\n"
-    "prompt  serves, shows one prompt and prints its answer's JSON. Exits with 0 for proceed, 10\n"
-    "        for postpone, 2 for a wrong command line, 3 without a bus or when the name is taken,\n"
-    "        4 when the prompt did not start or ended without an answer, 5 after the time-out.\n";
+    "prompt  serves, shows one prompt (VelunorOSUpdate beside this program, or PATH) and prints "
+    "its\n"
+    "        answer's JSON. Exits with 0 for proceed, 10 for postpone, 2 for a wrong command "
+    "line,\n"
+    "        3 when settings, bus or name cannot be had, 4 when the prompt did not start or ended\n"
+    "        without an answer, 5 after the time-out.\n";
 
 using velunor::AgentExit;
 
 AgentExit fail(const std::string& text) {
-    std::fprintf(stderr, "ostrel-agent: %s\n", text.c_str());
+    std::fprintf(stderr, "ostrel-agent: %s\n", velunor::escapedForLog(text).c_str());
     return AgentExit::usage;
 }
 
@@ -62,6 +68,8 @@ AgentExit run(const velunor::Command& command) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // An answer may hold a password: no core dump, no reading by other programs.
+    prctl(PR_SET_DUMPABLE, 0);
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     return static_cast<int>(run(velunor::parseCommandLine(arguments)));
 }

@@ -1,12 +1,12 @@
 #include "tools/ostrel_agent/prompt_session.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <systemd/sd-event.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -18,11 +18,13 @@
 #include "platform/linux/linux_system_log.h"
 #include "prompt/os_update_notification_response.h"
 #include "tools/ostrel_agent/agent_service_server.h"
+#include "tools/ostrel_agent/printable.h"
 
 namespace velunor {
 
 namespace {
 
+constexpr const char* busLost = "the message bus is gone";
 constexpr const char* statusKey = "PatchOSUpdateNotificationStatus";
 /// How long a prompt that was told to end is waited for before it is killed.
 constexpr std::uint64_t endingMicroseconds = 3'000'000;
@@ -48,12 +50,12 @@ void complain(const std::string& text) {
     std::fprintf(stderr, "ostrel-agent: %s\n", escapedForLog(text).c_str());
 }
 
-void print(std::string_view line) {
-    // Control characters of a request must not reach the reader's terminal.
-    std::string text = escapedForLog(line);
-    std::printf("%s\n", text.c_str());
-    std::fflush(stdout);
-    wipe(text);
+/// Whether the line reached standard output. Wipes it, since it may hold a password.
+bool print(std::string line) {
+    line += '\n';
+    const bool whole = std::fwrite(line.data(), 1, line.size(), stdout) == line.size();
+    wipe(line);
+    return std::fflush(stdout) == 0 && whole;
 }
 
 /// The running prompt and what has become of it.
@@ -75,8 +77,12 @@ class PromptSession {
             return AgentExit::noAnswer;
         }
         watch();
-        sd_event_loop(loop_.get());
-        server_.flush();
+        if (sd_event_loop(loop_.get()) != 0) {
+            // Nobody can answer a prompt that is cut off from its service.
+            kill(prompt_, SIGTERM);
+            complain(busLost);
+            return AgentExit::noService;
+        }
         return outcome();
     }
 
@@ -85,7 +91,9 @@ class PromptSession {
         if (request.key != statusKey) {
             return "Unknown key";
         }
-        answer_ = std::move(request.message);
+        if (!answer_) {
+            answer_ = std::move(request.message);
+        }
         return "OK";
     }
 
@@ -171,7 +179,10 @@ class PromptSession {
                      std::get<DecodingError>(decoded).debugDescription);
             return AgentExit::noAnswer;
         }
-        print(answer_->reveal());
+        if (!print(printableJson(answer_->reveal()))) {
+            complain("the answer cannot be written");
+            return AgentExit::noAnswer;
+        }
         return std::holds_alternative<Proceed>(response->answer) ? AgentExit::proceed
                                                                  : AgentExit::postpone;
     }
@@ -194,7 +205,11 @@ AgentExit runPrompt(const PromptCommand& command, ServiceBus bus) {
 AgentExit runService(const ServeCommand& command, ServiceBus bus) {
     const Loop loop = makeLoop();
     AgentServiceServer server([&](const AgentRequest& request) {
-        print(request.key + " " + std::string(request.message.reveal()));
+        std::string body = printableBody(request.message.reveal());
+        if (!print(escapedForLog(request.key) + " " + body)) {
+            complain("a request cannot be written");
+        }
+        wipe(body);
         if (command.once) {
             sd_event_exit(loop.get(), 0);
         }
@@ -208,7 +223,10 @@ AgentExit runService(const ServeCommand& command, ServiceBus bus) {
         sd_event_add_signal(loop.get(), nullptr, number, nullptr, nullptr);
     }
     complain("serving");
-    sd_event_loop(loop.get());
+    if (sd_event_loop(loop.get()) != 0) {
+        complain(busLost);
+        return AgentExit::noService;
+    }
     server.flush();
     return AgentExit::proceed;
 }

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Whether shellcheck has nothing to say on any script of the repository.
+set -euo pipefail
+cd -- "$(dirname -- "$0")/.."
+scripts=(dev .ci/run)
+while IFS= read -r script; do
+    scripts+=("$script")
+done < <(find dev.d packaging tests -name '*.sh' | sort)
+exec shellcheck -x "${scripts[@]}"

@@ -1,0 +1,126 @@
+# shellcheck shell=bash
+# What the verbs share: messages, Debian packages, building, a virtual display.
+
+say() { printf '== %s\n' "$*" >&2; }
+
+die() {
+    printf 'dev: %s\n' "$*" >&2
+    exit 1
+}
+
+# Debian packages by purpose, for the verbs.
+# shellcheck disable=SC2034
+{
+readonly PACKAGES_BUILD=(
+    build-essential cmake ninja-build ccache pkg-config
+    qt6-base-dev qt6-svg-dev libtomlplusplus-dev libplist-dev libsystemd-dev libpam0g-dev
+    libldap-dev libxcb1-dev libgtest-dev libgmock-dev)
+readonly PACKAGES_DISPLAY=(
+    dbus xvfb openbox x11-utils at-spi2-core libx11-dev libxtst-dev imagemagick
+    fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
+readonly PACKAGES_TEST=(valgrind clang-format shellcheck)
+readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck)
+readonly PACKAGES_BENCH=(zenity)
+readonly PACKAGES_PACKAGE=(dpkg-dev file lintian)
+}
+
+# need PACKAGE... : installs those that are missing.
+need() {
+    local package missing=() as_root=()
+    for package in "$@"; do
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            die "these packages are missing, and neither root nor sudo is here to install them:" \
+                "${missing[*]}"
+        as_root=(sudo)
+    fi
+    say "installing ${missing[*]}"
+    quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update
+    quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y --no-install-recommends "${missing[@]}"
+}
+
+# quietly COMMAND... : shows what the command wrote only when it fails.
+quietly() {
+    local output
+    output=$(mktemp)
+    if ! "$@" >"$output" 2>&1 </dev/null; then
+        cat "$output" >&2
+        rm -f "$output"
+        die "failed: $*"
+    fi
+    rm -f "$output"
+}
+
+# build PRESET [CMAKE-ARGUMENT...] [-- TARGET...] : configures and builds.
+build() {
+    local preset=$1 configure=() targets=()
+    shift
+    while [ $# -gt 0 ] && [ "$1" != -- ]; do
+        configure+=("$1")
+        shift
+    done
+    [ $# -eq 0 ] || shift
+    [ $# -eq 0 ] || targets=(--target "$@")
+    # Without these, ccache would see each build directory as another program.
+    export CCACHE_BASEDIR=$ROOT CCACHE_NOHASHDIR=1
+    say "building $preset"
+    quietly cmake --preset "$preset" "${configure[@]}"
+    quietly cmake --build --preset "$preset" -j "$(nproc)" "${targets[@]}"
+}
+
+# A locale that holds every character, on a system that has none set up.
+use_utf8() {
+    case ${LC_ALL:-${LC_CTYPE:-${LANG:-}}} in
+        *[Uu][Tt][Ff]8 | *[Uu][Tt][Ff]-8) ;;
+        *) export LC_ALL=C.UTF-8 ;;
+    esac
+}
+
+CHILDREN=()
+
+# keep PID : ends this process, and its process group when it leads one, when ./dev ends.
+keep() { CHILDREN+=("$1"); }
+
+end_children() {
+    local index pid
+    for ((index = ${#CHILDREN[@]} - 1; index >= 0; index--)); do
+        pid=${CHILDREN[index]}
+        kill -TERM -- "-$pid" 2>/dev/null || kill -TERM "$pid" 2>/dev/null || true
+        wait "$pid" 2>/dev/null || true
+    done
+    CHILDREN=()
+}
+
+end_children_at_exit() {
+    trap end_children EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' TERM HUP
+}
+
+# start_display WIDTHxHEIGHT : a virtual X server on a free number, with a window manager.
+start_display() {
+    local size=$1 pipe number
+    end_children_at_exit
+    pipe=$(mktemp -u)
+    mkfifo -m 600 "$pipe"
+    setsid Xvfb -displayfd 3 -screen 0 "${size}x24" -nolisten tcp -noreset 3>"$pipe" \
+        >/dev/null 2>&1 </dev/null &
+    keep $!
+    IFS= read -r -t 30 number <"$pipe" || die "the virtual display did not start"
+    rm -f "$pipe"
+    export DISPLAY=":$number"
+    unset WAYLAND_DISPLAY XAUTHORITY
+    setsid openbox --sm-disable >/dev/null 2>&1 </dev/null &
+    keep $!
+    # The window manager is at work once it has set the usable area of the screen.
+    local tries=0
+    until xprop -root _NET_WORKAREA 2>/dev/null | grep -q '='; do
+        [ $((tries += 1)) -le 300 ] || die "the window manager did not start"
+        sleep 0.1
+    done
+}

@@ -1,0 +1,112 @@
+# shellcheck shell=bash
+# ./dev run: the prompt with the settings and directories of a development tree.
+
+dev_run() {
+    local kind=OSUpdate arguments=() press="Update Now"
+    while [ $# -gt 0 ]; do
+        case $1 in
+            --credentials) kind=OSUpdateWithCred ;;
+            --)
+                shift
+                arguments=("$@")
+                break
+                ;;
+            *) die "run: unknown option $1" ;;
+        esac
+        shift
+    done
+    if [ ${#arguments[@]} -eq 0 ]; then
+        arguments=("$kind" "Debian 12.9" false 15 false 2)
+    fi
+    [ ${#arguments[@]} -eq 6 ] || die "run: six arguments are needed after --"
+    # Nobody is there to type a password on a virtual display.
+    [ "${arguments[0]}" != OSUpdateWithCred ] || press="Postpone"
+
+    local headless=
+    if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+        headless=yes
+    fi
+    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}"
+    build release -- VelunorOSUpdate ostrel-agent sysadminctl press
+    use_utf8
+    development_directories "$ROOT/build/run"
+    export VELUNOR_AGENT_SETTINGS=$ROOT/build/run/ostrel-agent.toml
+
+    end_children_at_exit
+    if [ -z "$headless" ]; then
+        say "answer the prompt in the lower right corner of the screen"
+        setsid dbus-run-session -- "$ROOT/build/release/ostrel-agent" prompt -- "${arguments[@]}" \
+            >"$ROOT/build/run/answer" &
+        keep $!
+        finish_run $!
+        return
+    fi
+    start_display 1280x800
+    setsid dbus-run-session -- "$ROOT/dev.d/in-session.sh" "$ROOT/build/release/ostrel-agent" prompt -- \
+        "${arguments[@]}" 3>"$ROOT/build/run/answer" 4>&2 >"$ROOT/build/run/bus.log" 2>&1 &
+    local session=$!
+    keep $session
+    press_when_shown "$session" "$press"
+    finish_run "$session"
+}
+
+# development_directories DIRECTORY : settings and the directories that they name.
+development_directories() {
+    local directory=$1
+    mkdir -p "$directory/base/images" "$directory/data" "$directory/log/UserLogs"
+    rm -rf "$directory/base/i18n" "$directory/bus"
+    if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
+        export XDG_RUNTIME_DIR=$directory/runtime
+        mkdir -p "$XDG_RUNTIME_DIR"
+        chmod 700 "$XDG_RUNTIME_DIR"
+    fi
+    cp -R "$ROOT/i18n" "$directory/base/i18n"
+    cat >"$directory/ostrel-agent.toml" <<TOML
+[agent]
+product_name = "Ostrel Agent"
+base_path = "$directory/base"
+data_path = "$directory/data"
+log_path = "$directory/log"
+
+[service]
+bus = "session"
+
+[credentials]
+secure_token_tool = "$ROOT/build/release/sysadminctl"
+TOML
+}
+
+# press_when_shown SESSION NAME : takes the picture, then clicks the button.
+press_when_shown() {
+    local session=$1 name=$2 tries=0
+    until [ -s "$ROOT/build/run/bus" ]; do
+        kill -0 "$session" 2>/dev/null || die "the prompt ended before it was shown"
+        [ $((tries += 1)) -le 300 ] || die "the private bus did not start"
+        sleep 0.1
+    done
+    AT_SPI_BUS_ADDRESS=$(cat "$ROOT/build/run/bus")
+    export AT_SPI_BUS_ADDRESS
+    local place
+    place=$("$ROOT/build/release/press" --find "$name") || die "the prompt did not show"
+    import -window root "$ROOT/build/run/screen.png"
+    convert "$ROOT/build/run/screen.png" -crop "$place" +repage "$ROOT/build/run/prompt.png"
+    say "a picture is in build/run/prompt.png, the whole screen in build/run/screen.png"
+    say "pressing $name"
+    quietly "$ROOT/build/release/press" "$name"
+}
+
+# finish_run SESSION : waits for the answer and shows what came of it.
+finish_run() {
+    local status=0
+    wait "$1" || status=$?
+    case $status in
+        0) say "answer: proceed" ;;
+        10) say "answer: postpone" ;;
+        *) die "the prompt ended with status $status" ;;
+    esac
+    say "the service received:"
+    cat "$ROOT/build/run/answer"
+    say "line of the access log:"
+    tail -n 1 "$ROOT/build/run/log/UserLogs/rebootaccess.log"
+    printf '\n'
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QList>
+#include <QPainter>
+#include <QString>
+#include <QTextLayout>
+#include <memory>
+#include <vector>
+
+#include "platform/attributed_string.h"
+
+namespace velunor {
+
+/// A text and the parts of it that have a format of their own, in UTF-16 units.
+struct ShownText {
+    QString text;
+    QList<QTextLayout::FormatRange> formats;
+};
+
+/// The text of all runs with the looks of their styled parts. A styled part that would end inside
+/// a surrogate pair is widened to the whole code point.
+[[nodiscard]] ShownText shownText(const AttributedString& styled);
+
+/// Lays out and draws a text exactly as it stands: no markup, no mnemonics, nothing left out. Lines
+/// break at the text's own line breaks and where the width asks for it, inside a word if need be.
+/// Each paragraph runs in the direction of its first strong character. Main thread only.
+class LiteralText {
+  public:
+    void setText(const ShownText& shown);
+    void setFont(const QFont& font);
+    /// The direction of the surrounding layout; every line is at its leading edge.
+    void setLayoutDirection(Qt::LayoutDirection direction);
+    void setCentered(bool centered);
+
+    /// Width of the longest paragraph on one line, rounded up.
+    [[nodiscard]] int naturalWidth() const;
+    /// Height of the text when its lines are at most `width` wide, rounded up; one line at least.
+    [[nodiscard]] int heightForWidth(int width) const;
+    void draw(QPainter& painter, const QRect& area, const QColor& color) const;
+
+  private:
+    void rebuild();
+    /// Lays all paragraphs out and gives back their height together.
+    qreal layOut(qreal width) const;
+
+    ShownText shown_;
+    QFont font_;
+    Qt::LayoutDirection direction_ = Qt::LeftToRight;
+    bool centered_ = false;
+    std::vector<std::unique_ptr<QTextLayout>> paragraphs_;
+    mutable qreal laidOutWidth_ = -1;
+    mutable qreal laidOutHeight_ = 0;
+    mutable int naturalWidth_ = -1;
+};
+
+}  // namespace velunor

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QColor>
+#include <QObject>
+#include <QVariantAnimation>
+#include <QWidget>
+
+#include "platform/controls.h"
+
+namespace velunor {
+
+/// The backing layer of a widget: a coloured ground that is painted beneath what the widget paints
+/// itself, and animations of the widget's place in its layout.
+class WidgetLayer : public QObject, public Layer {
+    Q_OBJECT
+
+  public:
+    /// `widget` owns the layer.
+    explicit WidgetLayer(QWidget* widget);
+
+    void setBackgroundColor(const Color& color) override;
+    void setCornerRadius(double radius) override;
+    void addAnimation(const KeyFrameAnimation& animation) override;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    /// Moves the widget to `offset` points right of its place of rest.
+    void moveBy(double offset);
+
+    QWidget* widget_;
+    QColor background_ = Qt::transparent;
+    double radius_ = 0;
+    QVariantAnimation animation_;
+    /// Where the widget is without animation, and where the animation has moved it.
+    QPoint rest_;
+    QPoint shifted_;
+};
+
+}  // namespace velunor

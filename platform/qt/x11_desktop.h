@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QAbstractNativeEventFilter>
+#include <QObject>
+#include <QRect>
+#include <functional>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+class QScreen;
+
+namespace velunor {
+
+// What the toolkit does not tell about an X11 desktop. On other platforms everything here answers
+// "none". Main thread only, with an application object.
+
+/// Usable area of `screen` on an X11 desktop of several monitors, in the toolkit's coordinates. The
+/// toolkit would report the whole monitor there, because the window manager's one work area spans
+/// them all; so this one comes from the work areas or the struts of each monitor. None where the
+/// toolkit's own answer is right.
+[[nodiscard]] std::optional<QRect> x11UsableArea(const QScreen& screen);
+
+/// `monitor` without the room that the strut of one panel takes of it, both in pixels of a desktop
+/// of size `desktop`. `strut` has the twelve numbers of _NET_WM_STRUT_PARTIAL: widths from the
+/// desktop's left, right, top and bottom edge, then the first and last pixel that each spans.
+[[nodiscard]] QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
+                                 const QSize& desktop);
+
+/// Whether windows can be translucent: a compositor runs (always so outside X11).
+[[nodiscard]] bool hasCompositor();
+
+/// Calls back when panels come, go or change and when a window manager changes a window's frame.
+class X11DesktopChanges : public QAbstractNativeEventFilter {
+  public:
+    explicit X11DesktopChanges(std::function<void()> changed);
+    ~X11DesktopChanges() override;
+    X11DesktopChanges(const X11DesktopChanges&) = delete;
+    X11DesktopChanges& operator=(const X11DesktopChanges&) = delete;
+
+    bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
+
+  private:
+    std::function<void()> changed_;
+    quint32 workAreaAtom_ = 0;
+    quint32 frameExtentsAtom_ = 0;
+};
+
+}  // namespace velunor

@@ -1,0 +1,146 @@
+#include "tests/e2e/support/accessible.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+
+namespace velunor::e2e {
+namespace {
+
+constexpr const char* accessibleInterface = "org.a11y.atspi.Accessible";
+constexpr const char* componentInterface = "org.a11y.atspi.Component";
+
+// Numbers of the states in the registry's protocol.
+constexpr unsigned focusedState = 12;
+constexpr unsigned showingState = 25;
+
+// A program that is busy for a while is asked again by the caller.
+constexpr std::uint64_t answerLimitMicroseconds = 3'000'000;
+
+bool readExtents(sd_bus_message* message, PixelRect& extents) {
+    return message != nullptr && sd_bus_message_read(message, "(iiii)", &extents.x, &extents.y,
+                                                     &extents.width, &extents.height) > 0;
+}
+
+// The states come as two words of 32 bits.
+std::uint64_t readStates(sd_bus_message* message) {
+    const void* words = nullptr;
+    std::size_t size = 0;
+    if (message == nullptr || sd_bus_message_read_array(message, 'u', &words, &size) < 0 ||
+        size < 2 * sizeof(std::uint32_t)) {
+        return 0;
+    }
+    const auto* numbers = static_cast<const std::uint32_t*>(words);
+    return numbers[0] | std::uint64_t{numbers[1]} << 32U;
+}
+
+bool hasState(std::uint64_t states, unsigned state) {
+    return (states >> state & 1U) != 0;
+}
+
+}  // namespace
+
+AccessibilityReader::AccessibilityReader(const std::string& address)
+    : bus_(connectToBus(address)) {}
+
+std::vector<Accessible> AccessibilityReader::controlsOf(std::optional<pid_t> process) const {
+    std::vector<Accessible> controls;
+    std::vector<Reference> open;
+    for (const Reference& program :
+         children({"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"})) {
+        if (!process || processOf(program.owner) == *process) {
+            open.push_back(program);
+        }
+    }
+    while (!open.empty()) {
+        const Reference next = open.back();
+        open.pop_back();
+        if (std::optional<Accessible> control = read(next)) {
+            controls.push_back(std::move(*control));
+        }
+        std::vector<Reference> below = children(next);
+        open.insert(open.end(), below.rbegin(), below.rend());
+    }
+    return controls;
+}
+
+std::vector<AccessibilityReader::Reference> AccessibilityReader::children(
+    const Reference& parent) const {
+    std::vector<Reference> result;
+    const BusMessage reply = call(parent, accessibleInterface, "GetChildren");
+    if (reply == nullptr || sd_bus_message_enter_container(reply.get(), 'a', "(so)") < 0) {
+        return result;
+    }
+    const char* owner = nullptr;
+    const char* path = nullptr;
+    while (sd_bus_message_read(reply.get(), "(so)", &owner, &path) > 0) {
+        result.push_back({owner, path});
+    }
+    return result;
+}
+
+std::optional<Accessible> AccessibilityReader::read(const Reference& reference) const {
+    Accessible control;
+    const BusMessage role = call(reference, accessibleInterface, "GetRoleName");
+    const char* roleName = nullptr;
+    if (role == nullptr || sd_bus_message_read(role.get(), "s", &roleName) <= 0) {
+        return std::nullopt;
+    }
+    control.role = roleName;
+    control.name = text(reference, "Name");
+    control.description = text(reference, "Description");
+    sd_bus_message* extents = nullptr;
+    // Coordinates of kind 0 are those of the screen.
+    sd_bus_call_method(bus_.get(), reference.owner.c_str(), reference.path.c_str(),
+                       componentInterface, "GetExtents", nullptr, &extents, "u", 0U);
+    const BusMessage extentsReply(extents);
+    readExtents(extentsReply.get(), control.extents);
+    const BusMessage stateReply = call(reference, accessibleInterface, "GetState");
+    const std::uint64_t states = readStates(stateReply.get());
+    control.showing = hasState(states, showingState);
+    control.focused = hasState(states, focusedState);
+    return control;
+}
+
+pid_t AccessibilityReader::processOf(const std::string& owner) const {
+    sd_bus_message* message = nullptr;
+    sd_bus_call_method(bus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                       "org.freedesktop.DBus", "GetConnectionUnixProcessID", nullptr, &message, "s",
+                       owner.c_str());
+    const BusMessage reply(message);
+    std::uint32_t process = 0;
+    if (reply == nullptr || sd_bus_message_read(reply.get(), "u", &process) <= 0) {
+        return -1;
+    }
+    return static_cast<pid_t>(process);
+}
+
+std::string AccessibilityReader::text(const Reference& reference, const char* property) const {
+    char* value = nullptr;
+    if (sd_bus_get_property_string(bus_.get(), reference.owner.c_str(), reference.path.c_str(),
+                                   accessibleInterface, property, nullptr, &value) < 0) {
+        return {};
+    }
+    std::string result(value);
+    std::free(value);
+    return result;
+}
+
+BusMessage AccessibilityReader::call(const Reference& reference, const char* interface,
+                                     const char* method) const {
+    sd_bus_set_method_call_timeout(bus_.get(), answerLimitMicroseconds);
+    sd_bus_message* reply = nullptr;
+    sd_bus_call_method(bus_.get(), reference.owner.c_str(), reference.path.c_str(), interface,
+                       method, nullptr, &reply, nullptr);
+    return BusMessage(reply);
+}
+
+std::optional<Accessible> findControl(const std::vector<Accessible>& controls,
+                                      const std::string& role, const std::string& name) {
+    const auto found = std::find_if(controls.begin(), controls.end(), [&](const Accessible& one) {
+        return one.showing && one.role == role && one.name == name;
+    });
+    return found == controls.end() ? std::nullopt : std::optional(*found);
+}
+
+}  // namespace velunor::e2e

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/e2e/support/bus.h"
+#include "tests/e2e/support/display.h"
+
+namespace velunor::e2e {
+
+/// One control as a screen reader meets it.
+struct Accessible {
+    /// The kind in the registry's words: "push button", "label", "password text".
+    std::string role;
+    std::string name;
+    std::string description;
+    /// Place on the screen, in pixels.
+    PixelRect extents;
+    bool showing = false;
+    bool focused = false;
+};
+
+/// Reads the controls of a running program through the accessibility services of a bus.
+class AccessibilityReader {
+  public:
+    /// `address` is the bus that the program and the registry are on. Throws when it is not there.
+    explicit AccessibilityReader(const std::string& address);
+
+    /// All controls of the process, or of every program on the bus; parents first. Empty while none
+    /// has registered. A control that vanishes meanwhile is left out.
+    [[nodiscard]] std::vector<Accessible> controlsOf(std::optional<pid_t> process) const;
+
+  private:
+    struct Reference {
+        std::string owner;
+        std::string path;
+    };
+
+    [[nodiscard]] std::vector<Reference> children(const Reference& parent) const;
+    [[nodiscard]] std::optional<Accessible> read(const Reference& reference) const;
+    [[nodiscard]] pid_t processOf(const std::string& owner) const;
+    [[nodiscard]] std::string text(const Reference& reference, const char* property) const;
+    [[nodiscard]] BusMessage call(const Reference& reference, const char* interface,
+                                  const char* method) const;
+
+    BusConnection bus_;
+};
+
+/// The showing control of this kind whose name is `name`, if it is among `controls`.
+[[nodiscard]] std::optional<Accessible> findControl(const std::vector<Accessible>& controls,
+                                                    const std::string& role,
+                                                    const std::string& name);
+
+}  // namespace velunor::e2e

@@ -1,0 +1,252 @@
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <vector>
+
+#include "tests/e2e/support/display.h"
+
+namespace velunor::e2e {
+namespace {
+
+// A window may vanish between two requests; its answers are then simply missing.
+int passOver(::Display* /*display*/, XErrorEvent* /*error*/) {
+    return 0;
+}
+
+}  // namespace
+
+struct XConnection {
+    explicit XConnection(const std::string& name) : display(XOpenDisplay(name.c_str())) {
+        if (display == nullptr) {
+            throw std::runtime_error("no X server at " + name);
+        }
+        XSetErrorHandler(passOver);
+        root = DefaultRootWindow(display);
+    }
+    XConnection(const XConnection&) = delete;
+    XConnection& operator=(const XConnection&) = delete;
+    ~XConnection() { XCloseDisplay(display); }
+
+    [[nodiscard]] Atom atom(const char* name) const { return XInternAtom(display, name, 0); }
+
+    // The values of a 32-bit property, none when the window has no such property.
+    [[nodiscard]] std::vector<unsigned long> property(WindowId window, const char* name) const {
+        Atom type = 0;
+        int format = 0;
+        unsigned long count = 0;
+        unsigned long rest = 0;
+        unsigned char* data = nullptr;
+        std::vector<unsigned long> values;
+        if (XGetWindowProperty(display, window, atom(name), 0, 1024, 0, AnyPropertyType, &type,
+                               &format, &count, &rest, &data) == Success &&
+            data != nullptr && format == 32) {
+            const auto* items = reinterpret_cast<const unsigned long*>(data);
+            values.assign(items, items + count);
+        }
+        if (data != nullptr) {
+            XFree(data);
+        }
+        return values;
+    }
+
+    [[nodiscard]] bool hasState(WindowId window, const char* state) const {
+        const std::vector<unsigned long> states = property(window, "_NET_WM_STATE");
+        return std::find(states.begin(), states.end(), atom(state)) != states.end();
+    }
+
+    void setProperty(WindowId window, const char* name, Atom type,
+                     const std::vector<unsigned long>& values) const {
+        XChangeProperty(display, window, atom(name), type, 32, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(values.data()),
+                        static_cast<int>(values.size()));
+    }
+
+    [[nodiscard]] WindowId makeWindow(const PixelRect& place) const {
+        return XCreateSimpleWindow(display, root, place.x, place.y,
+                                   static_cast<unsigned>(place.width),
+                                   static_cast<unsigned>(place.height), 0, 0, 0x446688);
+    }
+
+    void showAndWait(WindowId window) const {
+        XMapWindow(display, window);
+        XFlush(display);
+        const bool shown = eventually([&] {
+            XWindowAttributes attributes{};
+            return XGetWindowAttributes(display, window, &attributes) != 0 &&
+                   attributes.map_state == IsViewable;
+        });
+        if (!shown) {
+            throw std::runtime_error("a window of the test did not show");
+        }
+    }
+
+    ::Display* display;
+    WindowId root = 0;
+};
+
+Screen::Screen(const std::string& name) : connection_(std::make_unique<XConnection>(name)) {}
+Screen::~Screen() = default;
+
+bool Screen::waitForWindowManager() {
+    if (!eventually([this] {
+            return !connection_->property(connection_->root, "_NET_SUPPORTING_WM_CHECK").empty();
+        })) {
+        return false;
+    }
+    const WindowId probe = connection_->makeWindow({0, 0, 1, 1});
+    const bool managed = eventually([&] {
+        XMapWindow(connection_->display, probe);
+        const auto clients = connection_->property(connection_->root, "_NET_CLIENT_LIST");
+        return std::find(clients.begin(), clients.end(), probe) != clients.end();
+    });
+    XDestroyWindow(connection_->display, probe);
+    XSync(connection_->display, 0);
+    return managed && eventually([this] {
+               return connection_->property(connection_->root, "_NET_CLIENT_LIST").empty();
+           });
+}
+
+std::optional<WindowId> Screen::windowOf(pid_t process) const {
+    for (const WindowId window : connection_->property(connection_->root, "_NET_CLIENT_LIST")) {
+        const std::vector<unsigned long> owner = connection_->property(window, "_NET_WM_PID");
+        XWindowAttributes attributes{};
+        if (owner == std::vector{static_cast<unsigned long>(process)} &&
+            XGetWindowAttributes(connection_->display, window, &attributes) != 0 &&
+            attributes.map_state == IsViewable) {
+            return window;
+        }
+    }
+    return std::nullopt;
+}
+
+std::size_t Screen::windowCount() const {
+    const auto windows = connection_->property(connection_->root, "_NET_CLIENT_LIST");
+    return static_cast<std::size_t>(
+        std::count_if(windows.begin(), windows.end(), [this](WindowId window) {
+            XWindowAttributes attributes{};
+            return XGetWindowAttributes(connection_->display, window, &attributes) != 0 &&
+                   attributes.map_state == IsViewable;
+        }));
+}
+
+PixelRect Screen::frameOf(WindowId window) const {
+    XWindowAttributes attributes{};
+    WindowId child = 0;
+    PixelRect frame;
+    XGetWindowAttributes(connection_->display, window, &attributes);
+    XTranslateCoordinates(connection_->display, window, connection_->root, 0, 0, &frame.x, &frame.y,
+                          &child);
+    const Decoration decoration = decorationOf(window).value_or(Decoration{});
+    frame.width = attributes.width + decoration.left + decoration.right;
+    frame.height = attributes.height + decoration.top + decoration.bottom;
+    frame.x -= decoration.left;
+    frame.y -= decoration.top;
+    return frame;
+}
+
+std::optional<Decoration> Screen::decorationOf(WindowId window) const {
+    const std::vector<unsigned long> extents = connection_->property(window, "_NET_FRAME_EXTENTS");
+    if (extents.size() != 4) {
+        return std::nullopt;
+    }
+    return Decoration{static_cast<int>(extents[0]), static_cast<int>(extents[1]),
+                      static_cast<int>(extents[2]), static_cast<int>(extents[3])};
+}
+
+PixelRect Screen::workArea() const {
+    const std::vector<unsigned long> area =
+        connection_->property(connection_->root, "_NET_WORKAREA");
+    if (area.size() < 4) {
+        throw std::runtime_error("the window manager names no work area");
+    }
+    return {static_cast<int>(area[0]), static_cast<int>(area[1]), static_cast<int>(area[2]),
+            static_cast<int>(area[3])};
+}
+
+WindowId Screen::activeWindow() const {
+    const std::vector<unsigned long> active =
+        connection_->property(connection_->root, "_NET_ACTIVE_WINDOW");
+    return active.empty() ? 0 : active.front();
+}
+
+bool Screen::isAbove(WindowId window) const {
+    return connection_->hasState(window, "_NET_WM_STATE_ABOVE");
+}
+
+bool Screen::demandsAttention(WindowId window) const {
+    if (connection_->hasState(window, "_NET_WM_STATE_DEMANDS_ATTENTION")) {
+        return true;
+    }
+    XWMHints* hints = XGetWMHints(connection_->display, window);
+    const bool urgent = hints != nullptr && (hints->flags & XUrgencyHint) != 0;
+    if (hints != nullptr) {
+        XFree(hints);
+    }
+    return urgent;
+}
+
+void Screen::addBottomPanel(int height) {
+    const WindowId panel =
+        connection_->makeWindow({0, Display::height - height, Display::width, height});
+    connection_->setProperty(panel, "_NET_WM_WINDOW_TYPE", XA_ATOM,
+                             {connection_->atom("_NET_WM_WINDOW_TYPE_DOCK")});
+    connection_->setProperty(panel, "_NET_WM_STRUT_PARTIAL", XA_CARDINAL,
+                             {0, 0, 0, static_cast<unsigned long>(height), 0, 0, 0, 0, 0, 0, 0,
+                              static_cast<unsigned long>(Display::width - 1)});
+    connection_->showAndWait(panel);
+    if (!eventually([&] { return workArea().height == Display::height - height; })) {
+        throw std::runtime_error("the panel's place was not reserved");
+    }
+}
+
+WindowId Screen::addWindow(const PixelRect& place) {
+    const WindowId window = connection_->makeWindow(place);
+    XSizeHints hints{};
+    hints.flags = USPosition | USSize;
+    hints.x = place.x;
+    hints.y = place.y;
+    XSetWMNormalHints(connection_->display, window, &hints);
+    connection_->showAndWait(window);
+    return window;
+}
+
+void Screen::requestClose(WindowId window) {
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = connection_->atom("_NET_CLOSE_WINDOW");
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = CurrentTime;
+    event.xclient.data.l[1] = 2;  // the request comes from a pager
+    XSendEvent(connection_->display, connection_->root, 0,
+               SubstructureNotifyMask | SubstructureRedirectMask, &event);
+    XSync(connection_->display, 0);
+}
+
+void Screen::click(int x, int y) {
+    XTestFakeMotionEvent(connection_->display, -1, x, y, CurrentTime);
+    XTestFakeButtonEvent(connection_->display, 1, 1, CurrentTime);
+    XTestFakeButtonEvent(connection_->display, 1, 0, CurrentTime);
+    XSync(connection_->display, 0);
+}
+
+void Screen::pressKey(const std::string& key, bool withAlt) {
+    const KeyCode code = XKeysymToKeycode(connection_->display, XStringToKeysym(key.c_str()));
+    const KeyCode alt = XKeysymToKeycode(connection_->display, XK_Alt_L);
+    if (withAlt) {
+        XTestFakeKeyEvent(connection_->display, alt, 1, CurrentTime);
+    }
+    XTestFakeKeyEvent(connection_->display, code, 1, CurrentTime);
+    XTestFakeKeyEvent(connection_->display, code, 0, CurrentTime);
+    if (withAlt) {
+        XTestFakeKeyEvent(connection_->display, alt, 0, CurrentTime);
+    }
+    XSync(connection_->display, 0);
+}
+
+}  // namespace velunor::e2e

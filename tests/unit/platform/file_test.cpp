@@ -1,0 +1,70 @@
+#include "platform/file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/unit/support/temporary_directory.h"
+
+namespace velunor::testing {
+namespace {
+
+std::string contentOf(const std::string& path) {
+    const auto result = readWholeFile(path);
+    const auto* bytes = std::get_if<std::vector<std::byte>>(&result);
+    return bytes == nullptr
+               ? "error: " + std::get<FileError>(result).description
+               : std::string(reinterpret_cast<const char*>(bytes->data()), bytes->size());
+}
+
+TEST(FileTest, ReadsTheWholeFile) {
+    const TemporaryDirectory directory;
+    const std::string content(200000, 'x');
+    directory.write("file", content);
+    EXPECT_EQ(contentOf(directory.file("file")), content);
+    directory.write("empty", "");
+    EXPECT_EQ(contentOf(directory.file("empty")), "");
+}
+
+TEST(FileTest, MissingFileIsAnError) {
+    const TemporaryDirectory directory;
+    EXPECT_EQ(contentOf(directory.file("none")), "error: No such file or directory");
+    EXPECT_FALSE(fileExists(directory.file("none")));
+}
+
+TEST(FileTest, DirectoryIsAnError) {
+    const TemporaryDirectory directory;
+    EXPECT_TRUE(fileExists(directory.path()));
+    EXPECT_EQ(contentOf(directory.path()), "error: Not a regular file");
+}
+
+TEST(FileTest, PipeIsAnErrorAndNoHang) {
+    const TemporaryDirectory directory;
+    ASSERT_EQ(mkfifo(directory.file("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(contentOf(directory.file("pipe")), "error: Not a regular file");
+}
+
+TEST(FileTest, LinkIsFollowed) {
+    const TemporaryDirectory directory;
+    directory.write("file", "content");
+    std::filesystem::create_symlink(directory.file("file"), directory.file("link"));
+    EXPECT_EQ(contentOf(directory.file("link")), "content");
+}
+
+TEST(FileTest, LinkThatLeadsNowhereDoesNotExist) {
+    const TemporaryDirectory directory;
+    std::filesystem::create_symlink(directory.file("gone"), directory.file("link"));
+    EXPECT_FALSE(fileExists(directory.file("link")));
+}
+
+TEST(FileTest, FileOverTheLimitIsAnError) {
+    const TemporaryDirectory directory;
+    directory.write("file", "");
+    ASSERT_EQ(truncate(directory.file("file").c_str(), largestReadableFile), 0);
+    EXPECT_EQ(contentOf(directory.file("file")).size(), largestReadableFile);
+    ASSERT_EQ(truncate(directory.file("file").c_str(), largestReadableFile + 1), 0);
+    EXPECT_EQ(contentOf(directory.file("file")), "error: File too large");
+}
+
+}  // namespace
+}  // namespace velunor::testing

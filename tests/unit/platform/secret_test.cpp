@@ -1,0 +1,87 @@
+#include "platform/secret.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+
+namespace velunor::testing {
+namespace {
+
+TEST(SecretTest, HoldsWhatItWasGivenNulBytesIncluded) {
+    const std::string text("a\0b", 3);
+    const Secret secret{std::string_view(text)};
+    EXPECT_EQ(secret.reveal(), text);
+    EXPECT_EQ(secret.size(), 3U);
+    EXPECT_FALSE(secret.empty());
+}
+
+TEST(SecretTest, TakingWipesTheSource) {
+    std::string source = "a password that is longer than a short string holds";
+    const char* storage = source.data();
+    const std::size_t length = source.size();
+    const Secret secret = Secret::taking(source);
+    EXPECT_TRUE(source.empty());
+    EXPECT_EQ(std::string(storage, length), std::string(length, '\0'));
+    EXPECT_EQ(secret.size(), length);
+}
+
+TEST(SecretTest, ClearingLeavesNothing) {
+    Secret secret("p4ss");
+    secret.clear();
+    EXPECT_TRUE(secret.empty());
+    EXPECT_EQ(secret.reveal(), "");
+}
+
+TEST(SecretTest, MovedFromIsEmpty) {
+    Secret first("p4ss");
+    const Secret second = std::move(first);
+    EXPECT_TRUE(first.empty());  // NOLINT(bugprone-use-after-move): the state is what is tested.
+    EXPECT_EQ(second.reveal(), "p4ss");
+}
+
+TEST(SecretTest, AssignmentReplaces) {
+    Secret secret("first");
+    secret = Secret("second");
+    EXPECT_EQ(secret.reveal(), "second");
+}
+
+TEST(SecretTest, AppendingGrowsOverManyStorages) {
+    Secret secret;
+    std::string expected;
+    for (int count = 0; count < 1000; ++count) {
+        secret.append("piece");
+        expected += "piece";
+    }
+    EXPECT_EQ(secret.reveal(), expected);
+}
+
+TEST(SecretTest, AppendingNothingToNothingIsEmpty) {
+    Secret secret;
+    secret.append("");
+    EXPECT_TRUE(secret.empty());
+}
+
+TEST(SecretTest, DuplicateIsIndependent) {
+    Secret secret("p4ss");
+    const Secret copy = secret.duplicate();
+    secret.clear();
+    EXPECT_EQ(copy.reveal(), "p4ss");
+}
+
+TEST(WipeTest, OverwritesBytes) {
+    char bytes[] = {'a', 'b', 'c', 'd'};
+    wipe(bytes, 3);
+    EXPECT_EQ(std::string(bytes, 4), std::string("\0\0\0d", 4));
+}
+
+TEST(WipeTest, OverwritesTheSpareCapacityOfAText) {
+    std::string text(100, 'x');
+    text.resize(10);
+    const char* storage = text.data();
+    wipe(text);
+    EXPECT_TRUE(text.empty());
+    EXPECT_EQ(std::string(storage, 100), std::string(100, '\0'));
+}
+
+}  // namespace
+}  // namespace velunor::testing

@@ -1,0 +1,137 @@
+#include "prompt/access_log.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <ctime>
+
+#include "prompt/os_update_util.h"
+#include "tests/unit/support/agent_recording.h"
+#include "tests/unit/support/fakes.h"
+#include "tests/unit/support/temporary_directory.h"
+
+namespace velunor::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+/// The mode bits of a file.
+unsigned modeOf(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
+
+class AccessLogTest : public ::testing::Test {
+  protected:
+    AccessLogTest() {
+        resetAgent();
+        setTimeZone("UTC0");
+    }
+    ~AccessLogTest() override { umask(022); }
+
+    static void setTimeZone(const char* zone) {
+        setenv("TZ", zone, 1);
+        tzset();
+    }
+
+    TemporaryDirectory directory;
+    std::string path = directory.file("rebootaccess.log");
+    FakeProcessInfo processInfo;
+    FixedClock clock;
+    RecordingLog log;
+    AccessLog accessLog{path, processInfo, clock, log};
+};
+
+TEST_F(AccessLogTest, FirstRunCreatesTheFileForAllUsers) {
+    OSUpdateUtil::createLogFileIfNeeded(path, log);
+    EXPECT_THAT(log.lines(), ElementsAre("Log file created at " + path, "Permissions set to 0666"));
+    EXPECT_EQ(modeOf(path), 0666U);
+    EXPECT_EQ(directory.read("rebootaccess.log"), "");
+}
+
+TEST_F(AccessLogTest, StrictUmaskDoesNotLowerTheMode) {
+    umask(077);
+    OSUpdateUtil::createLogFileIfNeeded(path, log);
+    EXPECT_EQ(modeOf(path), 0666U);
+}
+
+TEST_F(AccessLogTest, LaterRunsFindTheFileAndKeepItsModeAndContent) {
+    directory.write("rebootaccess.log", "old");
+    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+    OSUpdateUtil::createLogFileIfNeeded(path, log);
+    EXPECT_THAT(log.lines(), ElementsAre("Log file already exists at " + path));
+    EXPECT_EQ(modeOf(path), 0640U);
+    EXPECT_EQ(directory.read("rebootaccess.log"), "old");
+}
+
+TEST_F(AccessLogTest, MissingDirectoryIsNotMade) {
+    const std::string inside = directory.file("UserLogs/rebootaccess.log");
+    OSUpdateUtil::createLogFileIfNeeded(inside, log);
+    EXPECT_THAT(log.lines(), ElementsAre("Failed to create log file at " + inside));
+    EXPECT_FALSE(std::filesystem::exists(directory.file("UserLogs")));
+}
+
+TEST_F(AccessLogTest, PlantedLinkIsNotFollowed) {
+    std::filesystem::create_symlink(directory.file("elsewhere"), path);
+    OSUpdateUtil::createLogFileIfNeeded(path, log);
+    EXPECT_THAT(log.lines(), ElementsAre("Failed to create log file at " + path));
+    EXPECT_FALSE(std::filesystem::exists(directory.file("elsewhere")));
+}
+
+TEST_F(AccessLogTest, StartingEntryBeginsALineWithFourFields) {
+    accessLog.printStartingEntry(
+        {UpdateType::withCredentials, "macOS Sonoma 14.5", true, 15, false, 2});
+    ASSERT_EQ(agent().entries.size(), 1U);
+    EXPECT_EQ(agent().entries[0].first, path);
+    EXPECT_EQ(agent().entries[0].second,
+              "\n2024-05-02 12:03:11\t\tOSUpdate\t\talice\t\tWith Credentials - true - macOS "
+              "Sonoma 14.5 - 15 mins");
+}
+
+TEST_F(AccessLogTest, EmptyNameLeavesTwoBlanksSideBySide) {
+    accessLog.printStartingEntry({UpdateType::withoutCredentials, "", false, 15, true, -1});
+    EXPECT_EQ(agent().entries[0].second,
+              "\n2024-05-02 12:03:11\t\tOSUpdate\t\talice\t\tWithout Credentials - false -  - 15 "
+              "mins");
+}
+
+TEST_F(AccessLogTest, NegativeTimerIsWrittenAsItIs) {
+    accessLog.printStartingEntry({UpdateType::withoutCredentials, "n", false, -3, true, -1});
+    EXPECT_THAT(agent().entries[0].second, ::testing::EndsWith(" - -3 mins"));
+}
+
+TEST_F(AccessLogTest, UserIsReadAfresh) {
+    processInfo.user = "bob";
+    accessLog.printStartingEntry({});
+    EXPECT_THAT(agent().entries[0].second, ::testing::HasSubstr("\t\tbob\t\t"));
+}
+
+TEST_F(AccessLogTest, EndingEntryContinuesTheLine) {
+    accessLog.printEndingEntry({Postponse{}}, "Postpone Clicked");
+    EXPECT_EQ(agent().entries[0].second,
+              "\t\tpostpone - NA\t\tPostpone Clicked\t\t2024-05-02 12:03:11");
+    EXPECT_EQ(agent().entries[0].first, path);
+}
+
+TEST_F(AccessLogTest, EndingEntryNeitherChecksNorCreatesTheFile) {
+    accessLog.printEndingEntry({Proceed{"alice", std::nullopt}}, "Update Now Clicked");
+    EXPECT_THAT(log.lines(), ::testing::IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(AccessLogTest, TimeIsLocalWithSummerTime) {
+    setTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_EQ(OSUpdateUtil::getLocalDateTimeString(clock), "2024-05-02 14:03:11");
+    clock.moment = std::chrono::system_clock::time_point(std::chrono::seconds(1704110400));
+    EXPECT_EQ(OSUpdateUtil::getLocalDateTimeString(clock), "2024-01-01 13:00:00");
+}
+
+TEST_F(AccessLogTest, TimeHasNoFractionAndATwentyFourHourClock) {
+    clock.moment += std::chrono::hours(11) + std::chrono::milliseconds(999);
+    EXPECT_EQ(OSUpdateUtil::getLocalDateTimeString(clock), "2024-05-02 23:03:11");
+}
+
+}  // namespace
+}  // namespace velunor::testing
