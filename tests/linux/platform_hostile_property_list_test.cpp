@@ -123,13 +123,14 @@ const auto nameOf = [](const auto& information) { return std::string(information
 
 INSTANTIATE_TEST_SUITE_P(
     Any, HostilePropertyList,
-    ::testing::Values(HostileCase{"Empty", "", "empty"},
-                      HostileCase{"BlanksAlone", " \n\t\n", "empty"},
-                      HostileCase{"CommentAlone", "// nothing", "empty"},
-                      HostileCase{"TooLarge", std::string(largestReadableFile + 1, 'a'),
-                                  "too large"},
-                      HostileCase{"OddUtf16", std::string("\xFF\xFE\"\0a", 5), "UTF-16"},
-                      HostileCase{"LoneSurrogate", std::string("\xFF\xFE\0\xD8", 4), "UTF-16"}),
+    ::testing::Values(
+        HostileCase{"Empty", "", "empty"}, HostileCase{"BlanksAlone", " \n\t\n", "empty"},
+        HostileCase{"CommentAlone", "// nothing", "empty"},
+        HostileCase{"TooLarge", std::string(largestReadableFile + 1, 'a'), "too large"},
+        HostileCase{"OddUtf16", std::string("\xFF\xFE\"\0a", 5), "UTF-16"},
+        HostileCase{"LoneHighSurrogateInside", std::string("\xFE\xFF\xD8\0\0a", 6), "UTF-16"},
+        HostileCase{"LoneLowSurrogate", std::string("\xFE\xFF\xDC\0", 4), "UTF-16"},
+        HostileCase{"LoneSurrogate", std::string("\xFF\xFE\0\xD8", 4), "UTF-16"}),
     nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -266,7 +267,7 @@ TEST(EveryBeginning, OfASoundListIsAnError) {
     const auto key = list.addText("title");
     const std::string binary = list.file(list.addDictionary({key}, {list.addArray({key})}));
     const std::string xml = plist("<dict><key>a</key><data>3q0=</data></dict>");
-    const std::string text = "{a = \"\\Ud83c\\Udf89\"; b = (<0fbd>, 'c'); /* d */ }";
+    const std::string text = R"({a = "\Ud83c\Udf89"; b = (<0fbd>, 'c'); /* d */ })";
     for (const std::string& whole : {binary, xml, text}) {
         // Before its sixth sign the head of a binary list reads as a word.
         const std::size_t first = whole == binary ? 6 : 0;
