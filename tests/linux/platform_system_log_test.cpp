@@ -7,6 +7,7 @@
 
 #include <array>
 #include <filesystem>
+#include <ostream>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -229,6 +230,9 @@ struct EscapeCase {
     const char* name;
     std::string message;
     std::string record;
+
+    /// How the test runner prints the case.
+    friend void PrintTo(const EscapeCase& escape, std::ostream* out) { *out << escape.name; }
 };
 
 class LogEscapes : public ::testing::TestWithParam<EscapeCase> {};
