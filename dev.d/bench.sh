@@ -12,7 +12,6 @@ dev_bench() {
     # shellcheck source=dev.d/run.sh
     . "$ROOT/dev.d/run.sh"
     development_directories "$ROOT/build/bench"
-    start_display 1280x800
     VELUNOR_AGENT_SETTINGS=$ROOT/build/bench/ostrel-agent.toml \
         "$ROOT/build/release/bench" "$BENCH_RUNS" "$ROOT/build/release"
 }

@@ -5,7 +5,7 @@ dev_package() {
     [ $# -eq 0 ] || die "package takes no arguments"
     need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}" \
         "${PACKAGES_PACKAGE[@]}"
-    build release
+    build release -- all
     local directory=$ROOT/build/package package
     rm -rf "$directory"
     mkdir -p "$directory"

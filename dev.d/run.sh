@@ -43,7 +43,7 @@ dev_run() {
     fi
     start_display 1280x800
     setsid dbus-run-session -- "$ROOT/dev.d/in-session.sh" "$ROOT/build/release/ostrel-agent" prompt -- \
-        "${arguments[@]}" >"$ROOT/build/run/answer" 4>&2 2>"$ROOT/build/run/bus.log" &
+        "${arguments[@]}" 3>"$ROOT/build/run/answer" 4>&2 >"$ROOT/build/run/bus.log" 2>&1 &
     local session=$!
     keep $session
     press_when_shown "$session" "$press"
@@ -57,7 +57,8 @@ development_directories() {
     rm -rf "$directory/base/i18n" "$directory/bus"
     if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
         export XDG_RUNTIME_DIR=$directory/runtime
-        mkdir -p -m 700 "$XDG_RUNTIME_DIR"
+        mkdir -p "$XDG_RUNTIME_DIR"
+        chmod 700 "$XDG_RUNTIME_DIR"
     fi
     cp -R "$ROOT/i18n" "$directory/base/i18n"
     cat >"$directory/ostrel-agent.toml" <<TOML

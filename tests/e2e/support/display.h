@@ -46,6 +46,8 @@ class Screen {
     [[nodiscard]] bool waitForWindowManager();
     /// The window of this process that is on the screen, once it is mapped.
     [[nodiscard]] std::optional<WindowId> windowOf(pid_t process) const;
+    /// How many windows are on the screen, panels not counted.
+    [[nodiscard]] std::size_t windowCount() const;
     /// Where the window is, its decoration included.
     [[nodiscard]] PixelRect frameOf(WindowId window) const;
     /// What the window manager put around the window; none while it has not said so.

@@ -124,6 +124,16 @@ std::optional<WindowId> Screen::windowOf(pid_t process) const {
     return std::nullopt;
 }
 
+std::size_t Screen::windowCount() const {
+    const auto windows = connection_->property(connection_->root, "_NET_CLIENT_LIST");
+    return static_cast<std::size_t>(
+        std::count_if(windows.begin(), windows.end(), [this](WindowId window) {
+            XWindowAttributes attributes{};
+            return XGetWindowAttributes(connection_->display, window, &attributes) != 0 &&
+                   attributes.map_state == IsViewable;
+        }));
+}
+
 PixelRect Screen::frameOf(WindowId window) const {
     XWindowAttributes attributes{};
     WindowId child = 0;

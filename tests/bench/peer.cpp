@@ -1,0 +1,21 @@
+// The least that a program of this toolkit can be: one window with a text and a button that ends
+// it. What the prompt takes beyond this is its own.
+
+#include <QApplication>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <QWidget>
+
+int main(int argc, char** argv) {
+    const QApplication application(argc, argv);
+    QWidget window;
+    QVBoxLayout layout(&window);
+    QLabel text(QStringLiteral("An update is ready"));
+    QPushButton button(QStringLiteral("Update Now"));
+    layout.addWidget(&text);
+    layout.addWidget(&button);
+    QObject::connect(&button, &QPushButton::clicked, &application, [] { QApplication::exit(0); });
+    window.show();
+    return QApplication::exec();
+}
