@@ -39,7 +39,7 @@ std::string recordHead() {
     std::tm local{};
     localtime_r(&seconds, &local);
     std::array<char, 32> date{};
-    std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &local);
+    static_cast<void>(std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &local));
     std::array<char, 96> head{};
     const int length = std::snprintf(head.data(), head.size(), "%s.%03d %s[%d] ", date.data(),
                                      static_cast<int>(milliseconds), identifier, getpid());

@@ -1,6 +1,8 @@
 #include "platform/qt/literal_text.h"
 
+#include <QFontInfo>
 #include <QFontMetricsF>
+#include <QGuiApplication>
 #include <QTextOption>
 #include <algorithm>
 #include <cmath>
@@ -47,6 +49,13 @@ QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRan
     return within;
 }
 
+/// A styled run's size beside the desktop's own font: the sizes are meant for a desktop whose text
+/// has 13 points, and grow with the text of one that has more.
+double sizeBesideDesktopFont(double pointSize) {
+    constexpr double usualPointSize = 13;
+    return QFontInfo(QGuiApplication::font()).pointSizeF() * pointSize / usualPointSize;
+}
+
 }  // namespace
 
 ShownText shownText(const AttributedString& styled) {
@@ -59,7 +68,7 @@ ShownText shownText(const AttributedString& styled) {
             QTextCharFormat format;
             format.setFontWeight(run.attributes->weight == FontWeight::bold ? QFont::Bold
                                                                             : QFont::Normal);
-            format.setFontPointSize(run.attributes->pointSize);
+            format.setFontPointSize(sizeBesideDesktopFont(run.attributes->pointSize));
             shown.formats.append(
                 {static_cast<int>(shown.text.size()), static_cast<int>(styledUnits), format});
         }

@@ -10,7 +10,6 @@
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QTimer>
 #include <QWindow>
 #include <algorithm>
 
@@ -187,6 +186,8 @@ void PromptWindow::followDesktop() {
     }
     connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &PromptWindow::scheduleRelayout);
+    relayoutTimer_.setSingleShot(true);
+    connect(&relayoutTimer_, &QTimer::timeout, this, &PromptWindow::relayout);
     desktopChanges_ = std::make_unique<X11DesktopChanges>([this] { scheduleRelayout(); });
     qApp->installEventFilter(this);
 }
@@ -203,15 +204,12 @@ bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void PromptWindow::scheduleRelayout() {
-    if (relayoutScheduled_ || !isVisible()) {
-        return;
+    if (isVisible()) {
+        relayoutTimer_.start(0);
     }
-    relayoutScheduled_ = true;
-    QTimer::singleShot(0, this, &PromptWindow::relayout);
 }
 
 void PromptWindow::relayout() {
-    relayoutScheduled_ = false;
     const int lowerEdge = geometry().bottom();
     takeSize();
     if (movedByUser_) {

@@ -113,7 +113,9 @@ void QtButton::setTitle(std::string_view title) {
     button_.setLiteralText(fromUtf8(title));
 }
 
-void QtButton::setTranslatesAutoresizingMask(bool) {}
+void QtButton::setTranslatesAutoresizingMask(bool) {
+    // A widget in a layout has no resizing of its own that could stand against a constraint.
+}
 
 void QtButton::activateWidthConstraint(double width) {
     button_.setLeastWidth(static_cast<int>(std::ceil(width)));

@@ -47,7 +47,7 @@ TEST(ChildProcess, EndingSignalIsGivenBack) {
 
 TEST(ChildProcess, ArgumentsArePassedUnquotedAndUnescaped) {
     const auto result =
-        run("/usr/bin/env", {"printf", "[%s]", "two words", "", "$HOME", "it's \"x\" \\"});
+        run("/usr/bin/env", {"printf", "[%s]", "two words", "", "$HOME", R"(it's "x" \)"});
     EXPECT_EQ(result.output, "[two words][][$HOME][it's \"x\" \\]");
 }
 

@@ -7,7 +7,9 @@
 #include <array>
 #include <cstdlib>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/linux_process_activity.h"
@@ -42,10 +44,15 @@ class RecordingLog : public SystemLog {
 class LoginManager {
   public:
     explicit LoginManager(const PrivateBus& bus, bool answers = true)
-        : answers_(answers), service_(bus, place, vtable, this, [this] { answerPending(); }) {}
+        : answers_(answers),
+          service_(std::in_place, bus, place, vtable, this, [this] { answerPending(); }) {}
     LoginManager(const LoginManager&) = delete;
     LoginManager& operator=(const LoginManager&) = delete;
     ~LoginManager() {
+        service_.reset();
+        for (sd_bus_message* message : pending_) {
+            sd_bus_message_unref(message);
+        }
         for (const int end : watched_) {
             close(end);
         }
@@ -118,7 +125,7 @@ class LoginManager {
     std::vector<std::string> calls_;
     std::vector<sd_bus_message*> pending_;
     std::vector<int> watched_;
-    BusService service_;
+    std::optional<BusService> service_;
 };
 
 const std::array<sd_bus_vtable, 3> LoginManager::table{

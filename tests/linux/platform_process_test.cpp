@@ -62,7 +62,7 @@ TEST(ProcessExit, FlushesWhatIsWrittenAndLeavesWithTheStatus) {
     const testing::TemporaryDirectory directory;
     const auto outcome = testing::inChild([&]() -> std::string {
         std::FILE* file = std::fopen(directory.file("out").c_str(), "w");
-        std::fputs("written", file);
+        static_cast<void>(std::fputs("written", file));
         LinuxProcessExit().exit(7);
     });
     EXPECT_EQ(outcome.status, 7);

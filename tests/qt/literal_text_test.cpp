@@ -1,5 +1,8 @@
 #include "platform/qt/literal_text.h"
 
+#include <QFontInfo>
+#include <QGuiApplication>
+
 #include "tests/qt/widget_test.h"
 
 namespace velunor {
@@ -27,7 +30,8 @@ TEST(ShownTextTest, StylesTheGivenUnitsOfEachRun) {
     EXPECT_EQ(shown.formats.at(0).start, 3);
     EXPECT_EQ(shown.formats.at(0).length, 2);
     EXPECT_EQ(shown.formats.at(0).format.fontWeight(), QFont::Bold);
-    EXPECT_EQ(shown.formats.at(0).format.fontPointSize(), 17.0);
+    const double desktopSize = QFontInfo(QGuiApplication::font()).pointSizeF();
+    EXPECT_DOUBLE_EQ(shown.formats.at(0).format.fontPointSize(), desktopSize * 17 / 13);
 }
 
 TEST(ShownTextTest, WidensAStyleThatWouldCutASurrogatePair) {
