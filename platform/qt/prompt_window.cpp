@@ -90,6 +90,19 @@ QString scrollBarStyle(const Theme& theme) {
         .arg(theme.fieldBorder.name());
 }
 
+/// Width that the controls of `row` ask for side by side.
+int rowWidth(const QBoxLayout& row) {
+    const QMargins margins = row.contentsMargins();
+    int width = margins.left() + margins.right() - row.spacing();
+    for (int index = 0; index < row.count(); ++index) {
+        const QWidget* control = row.itemAt(index)->widget();
+        if (control != nullptr && !control->isHidden()) {
+            width += control->sizeHint().width() + row.spacing();
+        }
+    }
+    return width;
+}
+
 /// Settles an area's height; one whose contents do not fit can be scrolled, by keyboard as well.
 void fitArea(QScrollArea& area, const QSize& size, int contentHeight) {
     const bool scrolls = contentHeight > size.height();
@@ -129,6 +142,12 @@ PromptWindow::PromptWindow()
 }
 
 PromptWindow::~PromptWindow() = default;
+
+void PromptWindow::present() {
+    // Layouts can only be forced as long as the window is hidden.
+    takeSize();
+    show();
+}
 
 void PromptWindow::connectOutlets() {
     const auto connectOutlet = [this]<class Control>(const char* name,
@@ -229,12 +248,13 @@ void PromptWindow::takeSize() {
     const int limit = usable.height() - 2 * screenMargin - 2;
 
     QHBoxLayout& buttons = *form_->footerLayout;
-    buttons.setDirection(QBoxLayout::LeftToRight);
-    settleLayouts(*this);
-    if (buttons.sizeHint().width() > innerWidth) {
-        buttons.setDirection(QBoxLayout::BottomToTop);
-        settleLayouts(*this);
+    // A change of direction asks for a new layout each time, so it is made only where needed.
+    const auto direction =
+        rowWidth(buttons) > innerWidth ? QBoxLayout::BottomToTop : QBoxLayout::LeftToRight;
+    if (buttons.direction() != direction) {
+        buttons.setDirection(direction);
     }
+    settleLayouts(*this);
     const int bodyContent = form_->bodyLayout->totalHeightForWidth(innerWidth);
     const int footerContent = buttons.totalHeightForWidth(innerWidth);
     const int footer = std::min(

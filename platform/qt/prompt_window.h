@@ -39,7 +39,7 @@ class PromptWindow : public QWidget {
     void onAppear(std::function<void()> action) { appear_ = std::move(action); }
 
     /// Shows the window, placed and without taking the focus.
-    void present() { show(); }
+    void present();
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 

@@ -29,8 +29,11 @@ void activateLayouts(QWidget& widget) {
 }  // namespace
 
 void settleLayouts(QWidget& window) {
-    for (QLayout* layout : window.findChildren<QLayout*>()) {
-        layout->invalidate();
+    if (!window.isVisible()) {
+        // The requests for a new layout are still on their way, and wait for the window to show.
+        for (QLayout* layout : window.findChildren<QLayout*>()) {
+            layout->invalidate();
+        }
     }
     activateLayouts(window);
 }

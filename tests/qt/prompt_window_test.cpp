@@ -220,6 +220,26 @@ TEST_F(PromptWindowTest, IsPlacedAgainWhenItsHeightChanges) {
     EXPECT_TRUE(waitUntil([&] { return placements > before; }));
 }
 
+TEST_F(PromptWindowTest, IsQuietOnceItIsPlaced) {
+    for (const bool stacked : {false, true}) {
+        if (stacked) {
+            prompt.makeLong();
+        }
+        int placements = 0;
+        window.onAppear([&] { ++placements; });
+        show();
+        int turns = 0;
+        QTimer turn;
+        QObject::connect(&turn, &QTimer::timeout, [&] { ++turns; });
+        turn.start(5);
+        ASSERT_TRUE(waitUntil([&] { return turns >= 20; }));
+        const int before = placements;
+        ASSERT_TRUE(waitUntil([&] { return turns >= 40; }));
+        EXPECT_EQ(placements, before);
+        EXPECT_LE(placements, 5);
+    }
+}
+
 TEST_F(PromptWindowTest, CannotBeClosed) {
     show();
 
