@@ -36,12 +36,12 @@ function(check_folder folder)
     set(violations "${violations}" PARENT_SCOPE)
 endfunction()
 
-set(platform "platform/[a-z_]+\\.h")
-set(agent "agent/[a-z_]+\\.h")
-set(prompt "prompt/[a-z_]+\\.h")
-set(credentials "credentials/[a-z_]+\\.h")
-set(window "window/[a-z_]+\\.h")
-set(app "app/[a-z_]+\\.h")
+set(platform "platform/[a-z0-9_]+\\.h")
+set(agent "agent/[a-z0-9_]+\\.h")
+set(prompt "prompt/[a-z0-9_]+\\.h")
+set(credentials "credentials/[a-z0-9_]+\\.h")
+set(window "window/[a-z0-9_]+\\.h")
+set(app "app/[a-z0-9_]+\\.h")
 # What a form connects to its window.
 set(view "window/(outlets|prompt_view)\\.h")
 
@@ -54,10 +54,10 @@ check_folder(window STANDARD_ONLY
 check_folder(app STANDARD_ONLY
     ALLOW ${app} ${window} ${prompt} ${credentials} ${agent} ${platform}
     EXCEPT app/main.cpp)
-check_folder(agent/linux ALLOW "agent/linux/[a-z_]+\\.h" ${agent} ${platform})
-check_folder(platform/linux ALLOW "platform/linux/[a-z_]+\\.h" ${platform})
-check_folder(platform/qt ALLOW "platform/qt/[a-z_]+\\.h" "(ui|moc)_[a-z_]+\\.h"
-    "[a-z_]+\\.moc" ${view} ${platform})
+check_folder(agent/linux ALLOW "agent/linux/[a-z0-9_]+\\.h" ${agent} ${platform})
+check_folder(platform/linux ALLOW "platform/linux/[a-z0-9_]+\\.h" ${platform})
+check_folder(platform/qt ALLOW "platform/qt/[a-z0-9_]+\\.h" "(ui|moc)_[a-z0-9_]+\\.h"
+    "[a-z0-9_]+\\.moc" ${view} ${platform})
 
 if(violations)
     list(JOIN violations "\n" text)
