@@ -1,6 +1,7 @@
 #include <sys/prctl.h>
 
 #include <QApplication>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -47,9 +48,12 @@ struct Machine {
 };
 
 /// Runs the prompt on the desktop until an answer or the session ends the process.
-[[noreturn]] void runApplication(int argc, char** argv, Machine& machine, const velunor::Globals& globals) {
+[[noreturn]] void runApplication(int argc, char** argv, Machine& machine,
+                                 const velunor::Globals& globals) {
     const std::vector<std::string> arguments(argv, argv + argc);
-    const QApplication qtApplication(argc, argv);
+    // The toolkit would take an update's name such as "-platform" for an option of its own.
+    int toolkitArgumentCount = std::min(argc, 1);
+    const QApplication qtApplication(toolkitArgumentCount, argv);
     QApplication::setDesktopFileName(QStringLiteral("velunor-os-update"));
 
     velunor::QtRunLoop runLoop;

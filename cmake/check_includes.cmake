@@ -24,7 +24,7 @@ function(check_folder folder)
             elseif(line MATCHES "include[ \t]*<([^>]+)>")
                 set(header "${CMAKE_MATCH_1}")
                 # The standard library's headers have neither a folder nor an ending.
-                if(NOT arg_STANDARD_ONLY OR header MATCHES "^[a-z_]+$")
+                if(NOT arg_STANDARD_ONLY OR header MATCHES "^[a-z0-9_]+$")
                     continue()
                 endif()
             else()

@@ -1,6 +1,5 @@
 #include "platform/linux/linux_property_list_reader.h"
 
-#include <iconv.h>
 #include <plist/plist.h>
 
 #include <algorithm>
@@ -34,29 +33,36 @@ std::string_view asText(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-/// The text in UTF-8, without a byte-order mark; none when it is malformed.
+/// UTF-16 without its byte-order mark in UTF-8; none when it is malformed.
+std::optional<std::string> fromUtf16(std::string_view bytes, bool bigEndian) {
+    std::string out;
+    char32_t high = 0;
+    for (std::size_t index = 0; index + 1 < bytes.size(); index += 2) {
+        const auto first = static_cast<unsigned char>(bytes[index]);
+        const auto second = static_cast<unsigned char>(bytes[index + 1]);
+        const char32_t unit = bigEndian ? first * 256U + second : second * 256U + first;
+        const bool isHigh = unit >= 0xD800U && unit <= 0xDBFFU;
+        const bool isLow = unit >= 0xDC00U && unit <= 0xDFFFU;
+        if (isLow != (high != 0)) {
+            return std::nullopt;
+        }
+        if (isLow) {
+            out += encodedUtf8(0x10000U + ((high - 0xD800U) << 10U) + (unit - 0xDC00U));
+        } else if (!isHigh) {
+            out += encodedUtf8(unit);
+        }
+        high = isHigh ? unit : 0;
+    }
+    const bool isWhole = high == 0 && bytes.size() % 2 == 0;
+    return isWhole ? std::optional(std::move(out)) : std::nullopt;
+}
+
+/// The text in UTF-8, without a byte-order mark; none when it is malformed UTF-16.
 std::optional<std::string> inUtf8(std::string_view text) {
-    if (text.starts_with("\xEF\xBB\xBF")) {
-        return std::string(text.substr(3));
+    if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
+        return fromUtf16(text.substr(2), text.front() == '\xFE');
     }
-    if (!text.starts_with("\xFF\xFE") && !text.starts_with("\xFE\xFF")) {
-        return std::string(text);
-    }
-    iconv_t converter = iconv_open("UTF-8", "UTF-16");
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how the call tells an error.
-    if (converter == iconv_t(-1)) {
-        return std::nullopt;
-    }
-    std::string converted(text.size() * 2, '\0');
-    char* source = const_cast<char*>(text.data());
-    char* target = converted.data();
-    std::size_t sourceLeft = text.size();
-    std::size_t targetLeft = converted.size();
-    const bool failed =
-        iconv(converter, &source, &sourceLeft, &target, &targetLeft) == std::size_t(-1);
-    iconv_close(converter);
-    converted.resize(converted.size() - targetLeft);
-    return failed ? std::nullopt : std::optional(std::move(converted));
+    return std::string(text.substr(text.starts_with("\xEF\xBB\xBF") ? 3 : 0));
 }
 
 std::optional<PropertyListValue> converted(plist_t node);
@@ -187,6 +193,9 @@ PropertyListResult parseBinary(std::span<const std::byte> bytes) {
 PropertyListResult parseXml(const std::string& text) {
     if (!isValidUtf8(text)) {
         return PropertyListError{"XML property list is not valid UTF-8"};
+    }
+    if (text.find('\0') != std::string::npos) {
+        return PropertyListError{"XML property list holds a NUL character"};
     }
     if (auto objection = xmlPropertyListObjection(text)) {
         return PropertyListError{std::move(*objection)};

@@ -39,7 +39,7 @@ std::string recordHead() {
     std::tm local{};
     localtime_r(&seconds, &local);
     std::array<char, 32> date{};
-    std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &local);
+    static_cast<void>(std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &local));
     std::array<char, 96> head{};
     const int length = std::snprintf(head.data(), head.size(), "%s.%03d %s[%d] ", date.data(),
                                      static_cast<int>(milliseconds), identifier, getpid());
@@ -49,6 +49,11 @@ std::string recordHead() {
 bool isReadyForWriting(int descriptor) {
     pollfd ready{descriptor, POLLOUT, 0};
     return poll(&ready, 1, 0) == 1 && (ready.revents & POLLOUT) != 0;
+}
+
+/// A log that cannot be written has nowhere else to say so.
+void tryToWrite(int descriptor, std::string_view record) {
+    [[maybe_unused]] const ssize_t written = ::write(descriptor, record.data(), record.size());
 }
 
 /// Writes the record in one piece. A reader that does not read, or is gone, costs the record and
@@ -68,12 +73,10 @@ void writeToStandardError(std::string_view record) {
     const FileDescriptor pipe(isPipe ? open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_CLOEXEC)
                                      : -1);
     if (pipe.isOpen()) {
-        static_cast<void>(!::write(pipe.get(), record.data(), record.size()));
+        tryToWrite(pipe.get(), record);
     } else if (isReadyForWriting(STDERR_FILENO)) {
         // Another user's pipe cannot be opened; up to this size it takes a record without waiting.
-        const std::size_t size =
-            isPipe ? std::min<std::size_t>(record.size(), PIPE_BUF) : record.size();
-        static_cast<void>(!::write(STDERR_FILENO, record.data(), size));
+        tryToWrite(STDERR_FILENO, isPipe ? record.substr(0, PIPE_BUF) : record);
     }
 }
 

@@ -35,6 +35,7 @@ class BinaryWalk {
             return result_;
         }
         open_.assign(objectCount_, false);
+        checked_.assign(objectCount_, false);
         visit(top, 0);
         return result_;
     }
@@ -101,7 +102,7 @@ class BinaryWalk {
         }
         const std::uint8_t kind = byteAt(*position) >> 4U;
         if (kind < 0xAU) {
-            countScalar(*position, kind);
+            countScalar(index, *position, kind);
             return;
         }
         if (open_[index]) {
@@ -125,12 +126,12 @@ class BinaryWalk {
     }
 
     /// A text or data object can be long and referred to many times, and is copied each time.
-    void countScalar(std::uint64_t position, std::uint8_t kind) {
+    void countScalar(std::uint64_t index, std::uint64_t position, std::uint8_t kind) {
         if (kind < 0x4U || kind > 0x6U) {
             return;
         }
         const auto extent = extentOf(position);
-        const std::uint64_t unit = kind == 0x6U ? 2 : 1;
+        const std::size_t unit = kind == 0x6U ? 2 : 1;
         if (!extent || extent->position > offsetTable_ ||
             extent->count > (offsetTable_ - extent->position) / unit) {
             object("Binary property list has an impossible length");
@@ -139,6 +140,20 @@ class BinaryWalk {
         content_ += extent->count * unit;
         if (content_ > mostPropertyListContent) {
             object("Binary property list holds too much content");
+        }
+        if (kind != 0x4U && !checked_[index]) {
+            checked_[index] = true;
+            checkCharacters(*extent, unit);
+        }
+    }
+
+    /// The parser cuts a text at a NUL, and stops the whole process where the text is a key.
+    void checkCharacters(const Extent& extent, std::size_t unit) {
+        for (std::uint64_t character = 0; character < extent.count; ++character) {
+            if (numberAt(extent.position + character * unit, unit) == 0) {
+                object("Binary property list has a text that holds a NUL character");
+                return;
+            }
         }
     }
 
@@ -171,6 +186,8 @@ class BinaryWalk {
     std::uint64_t content_ = 0;
     /// Which containers the walk is inside of.
     std::vector<bool> open_;
+    /// Which texts need no second look.
+    std::vector<bool> checked_;
     BinaryPropertyListCheck result_;
 };
 

@@ -1,6 +1,8 @@
 #include "platform/qt/literal_text.h"
 
+#include <QFontInfo>
 #include <QFontMetricsF>
+#include <QGuiApplication>
 #include <QTextOption>
 #include <algorithm>
 #include <cmath>
@@ -15,8 +17,7 @@ constexpr qreal unlimitedWidth = 1 << 24;
 constexpr qreal extraLeading = 0.12;
 
 qsizetype widenedToCodePoint(const QString& text, std::size_t units) {
-    auto length = static_cast<qsizetype>(
-        std::min(units, static_cast<std::size_t>(text.size())));
+    auto length = static_cast<qsizetype>(std::min(units, static_cast<std::size_t>(text.size())));
     const bool cutsPair = length > 0 && length < text.size() &&
                           text.at(length - 1).isHighSurrogate() && text.at(length).isLowSurrogate();
     return cutsPair ? length + 1 : length;
@@ -41,11 +42,18 @@ QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRan
         const qsizetype first = std::max<qsizetype>(range.start, start);
         const qsizetype last = std::min<qsizetype>(range.start + range.length, end);
         if (first < last) {
-            within.append({static_cast<int>(first - start), static_cast<int>(last - first),
-                           range.format});
+            within.append(
+                {static_cast<int>(first - start), static_cast<int>(last - first), range.format});
         }
     }
     return within;
+}
+
+/// A styled run's size beside the desktop's own font: the sizes are meant for a desktop whose text
+/// has 13 points, and grow with the text of one that has more.
+double sizeBesideDesktopFont(double pointSize) {
+    constexpr double usualPointSize = 13;
+    return QFontInfo(QGuiApplication::font()).pointSizeF() * pointSize / usualPointSize;
 }
 
 }  // namespace
@@ -60,9 +68,9 @@ ShownText shownText(const AttributedString& styled) {
             QTextCharFormat format;
             format.setFontWeight(run.attributes->weight == FontWeight::bold ? QFont::Bold
                                                                             : QFont::Normal);
-            format.setFontPointSize(run.attributes->pointSize);
-            shown.formats.append({static_cast<int>(shown.text.size()),
-                                  static_cast<int>(styledUnits), format});
+            format.setFontPointSize(sizeBesideDesktopFont(run.attributes->pointSize));
+            shown.formats.append(
+                {static_cast<int>(shown.text.size()), static_cast<int>(styledUnits), format});
         }
         shown.text += text;
     }
@@ -131,8 +139,8 @@ qreal LiteralText::layOut(qreal width) const {
         bool any = false;
         for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
             line.setLineWidth(width);
-            y += any || layout != paragraphs_.front() ? std::round(line.height() * extraLeading)
-                                                      : 0;
+            y +=
+                any || layout != paragraphs_.front() ? std::round(line.height() * extraLeading) : 0;
             line.setPosition(QPointF(0, y));
             y += line.height();
             any = true;

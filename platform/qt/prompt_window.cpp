@@ -90,10 +90,17 @@ QString scrollBarStyle(const Theme& theme) {
         .arg(theme.fieldBorder.name());
 }
 
-/// Settles an area's height and lets the keyboard scroll it when its contents do not fit.
-void setAreaHeight(QScrollArea& area, int height, int contentHeight) {
-    area.setFixedHeight(height);
-    area.setFocusPolicy(contentHeight > height ? Qt::StrongFocus : Qt::NoFocus);
+/// Settles an area's height; one whose contents do not fit can be scrolled, by keyboard as well.
+void fitArea(QScrollArea& area, const QSize& size, int contentHeight) {
+    const bool scrolls = contentHeight > size.height();
+    // Left to itself the area would keep a scroll bar that only its own width makes necessary.
+    area.setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    area.setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
+    area.setFixedHeight(size.height());
+    if (!area.isVisible()) {
+        // The area does this itself only once it is shown.
+        area.widget()->resize(size);
+    }
 }
 
 }  // namespace
@@ -209,6 +216,15 @@ void PromptWindow::scheduleRelayout() {
 }
 
 void PromptWindow::relayout() {
+    const int lowerEdge = geometry().bottom();
+    takeSize();
+    if (movedByUser_) {
+        move(x(), lowerEdge - height() + 1);
+    }
+    place();
+}
+
+void PromptWindow::takeSize() {
     const TextButton& updateNow = *form_->updateNowButton;
     setLayoutDirection(updateNow.literalText().isRightToLeft() ? Qt::RightToLeft
                                                                : Qt::LeftToRight);
@@ -231,15 +247,10 @@ void PromptWindow::relayout() {
     const int footer = std::min(
         footerContent, std::max(limit - bodyContent, static_cast<int>(limit * footerShare)));
     const int body = std::min(bodyContent, limit - footer);
-    setAreaHeight(*form_->bodyArea, body, bodyContent);
-    setAreaHeight(*form_->footerArea, footer, footerContent);
-    const int lowerEdge = geometry().bottom();
+    fitArea(*form_->bodyArea, {innerWidth, body}, bodyContent);
+    fitArea(*form_->footerArea, {innerWidth, footer}, footerContent);
     setFixedSize(width, body + footer + 2);
-    if (movedByUser_) {
-        move(x(), lowerEdge - height() + 1);
-    }
     settleLayouts(*this);
-    place();
 }
 
 void PromptWindow::place() {
@@ -254,6 +265,13 @@ void PromptWindow::place() {
         return;
     }
     appear_();
+}
+
+bool PromptWindow::event(QEvent* event) {
+    if (event->type() == QEvent::LayoutRequest && !isVisible()) {
+        takeSize();
+    }
+    return QWidget::event(event);
 }
 
 void PromptWindow::showEvent(QShowEvent* event) {

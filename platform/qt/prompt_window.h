@@ -43,6 +43,7 @@ class PromptWindow : public QWidget {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   protected:
+    bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
@@ -55,8 +56,9 @@ class PromptWindow : public QWidget {
     void connectActions();
     void followDesktop();
     void scheduleRelayout();
-    /// Takes the size that the texts need, at most what the usable area allows.
+    /// Takes the size that the texts need, at most what the usable area allows, and that place.
     void relayout();
+    void takeSize();
     void place();
     void applyTheme();
     std::unique_ptr<Ui::PromptForm> form_;

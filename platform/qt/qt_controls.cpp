@@ -1,5 +1,7 @@
 #include "platform/qt/qt_controls.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QLayout>
 #include <cmath>
 
@@ -37,6 +39,9 @@ template <class Interface>
 Rect WidgetControl<Interface>::frame() const {
     QWidget& window = *widget_.window();
     if (!window.isVisible()) {
+        // Layouts wait until the window is shown, unless they are asked.
+        QEvent request(QEvent::LayoutRequest);
+        QCoreApplication::sendEvent(&window, &request);
         settleLayouts(window);
     }
     const QPoint place = widget_.mapTo(&window, QPoint(0, 0));
@@ -74,7 +79,7 @@ void QtLabel::setAttributedStringValue(const AttributedString& text) {
 }
 
 QtEditableField::QtEditableField(CustomTextField& field) : WidgetControl(field), field_(field) {
-    QObject::connect(&field_, &QLineEdit::editingFinished, &field_, [this] {
+    QObject::connect(&field_, &CustomTextField::editingEnded, &field_, [this] {
         if (editingEnded_) {
             editingEnded_();
         }
@@ -108,7 +113,9 @@ void QtButton::setTitle(std::string_view title) {
     button_.setLiteralText(fromUtf8(title));
 }
 
-void QtButton::setTranslatesAutoresizingMask(bool) {}
+void QtButton::setTranslatesAutoresizingMask(bool) {
+    // A widget in a layout has no resizing of its own that could stand against a constraint.
+}
 
 void QtButton::activateWidthConstraint(double width) {
     button_.setLeastWidth(static_cast<int>(std::ceil(width)));

@@ -12,7 +12,8 @@ namespace velunor {
 namespace {
 
 constexpr int widestHint = 4000;
-constexpr int narrowestText = 32;
+/// What a button keeps of its title's width when its row is short of room.
+constexpr int narrowestText = 96;
 constexpr int leastButtonHeight = 40;
 /// Room for the focus ring around the plate.
 constexpr int ringRoom = 3;
@@ -60,7 +61,7 @@ QMargins TextButton::padding() const {
 QSize TextButton::sizeHint() const {
     const QMargins room = padding();
     const int natural = layout_.naturalWidth() + room.left() + room.right();
-    const int width = std::clamp(std::max(natural, leastWidth_), narrowestText, widestHint);
+    const int width = std::min(std::max(natural, leastWidth_), widestHint);
     return {width, heightForWidth(width)};
 }
 

@@ -112,6 +112,19 @@ void RoundedField::applyTheme() {
     setPalette(colours);
 }
 
+CustomTextField::CustomTextField(QWidget* parent) : RoundedField(parent) {
+    connect(this, &QLineEdit::returnPressed, this, &CustomTextField::editingEnded);
+}
+
+void CustomTextField::focusOutEvent(QFocusEvent* event) {
+    RoundedField::focusOutEvent(event);
+    // Another window or a menu takes the focus only for a while.
+    if (event->reason() != Qt::ActiveWindowFocusReason &&
+        event->reason() != Qt::PopupFocusReason) {
+        emit editingEnded();
+    }
+}
+
 CustomSecureTextField::CustomSecureTextField(QWidget* parent) : RoundedField(parent) {
     setEchoMode(QLineEdit::Password);
     setDragEnabled(false);

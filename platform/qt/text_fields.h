@@ -41,7 +41,14 @@ class CustomTextField : public RoundedField {
     Q_OBJECT
 
   public:
-    explicit CustomTextField(QWidget* parent = nullptr) : RoundedField(parent) {}
+    explicit CustomTextField(QWidget* parent = nullptr);
+
+  signals:
+    /// Return was pressed or the focus went to another control, whether the text was edited or not.
+    void editingEnded();
+
+  protected:
+    void focusOutEvent(QFocusEvent* event) override;
 };
 
 /// The field for a password: shows dots, hands nothing to clipboard, drag, undo or input-method

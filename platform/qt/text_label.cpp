@@ -77,7 +77,12 @@ void TextLabel::setTextRole(const QString& role) {
 
 void TextLabel::setText(const ShownText& shown) {
     text_ = shown.text;
-    layout_.setText(shown);
+    ShownText laidOut = shown;
+    if (role_ == QLatin1String("update") && text_.startsWith(QStringLiteral("\u2022  "))) {
+        // A long name must not leave its bullet alone on the line above.
+        laidOut.text.replace(1, 2, QString(2, QChar::Nbsp));
+    }
+    layout_.setText(laidOut);
     updateGeometry();
     update();
     if (changes_++ % announcedChanges_ == 0) {

@@ -1,8 +1,8 @@
 #include "platform/qt/widget_layer.h"
 
 #include <QEvent>
-#include <QLayout>
 #include <QPainter>
+#include <algorithm>
 
 namespace velunor {
 
@@ -25,10 +25,15 @@ void WidgetLayer::setCornerRadius(double radius) {
 }
 
 void WidgetLayer::addAnimation(const KeyFrameAnimation& animation) {
-    animation_.stop();
+    if (animation_.state() == QAbstractAnimation::Running) {
+        animation_.stop();
+        moveBy(0);
+    }
     if (animation.translationsX.empty()) {
         return;
     }
+    rest_ = widget_->pos();
+    shifted_ = rest_;
     // One loop is a pass and, when the animation reverses, the way back.
     const std::vector<double>& offsets = animation.translationsX;
     const double last = offsets.size() > 1 ? static_cast<double>(offsets.size() - 1) : 1.0;
@@ -60,14 +65,12 @@ bool WidgetLayer::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void WidgetLayer::moveBy(double offset) {
-    const QWidget* parent = widget_->parentWidget();
-    QLayout* layout = parent == nullptr ? nullptr : parent->layout();
-    const int index = layout == nullptr ? -1 : layout->indexOf(widget_);
-    if (index >= 0) {
-        // The layout keeps the place of rest, even if it changes while the animation runs.
-        const QPoint rest = layout->itemAt(index)->geometry().topLeft();
-        widget_->move(rest + QPoint(qRound(offset), 0));
+    if (widget_->pos() != shifted_) {
+        // The layout has put the widget to a new place of rest meanwhile.
+        rest_ = widget_->pos();
     }
+    shifted_ = rest_ + QPoint(qRound(offset), 0);
+    widget_->move(shifted_);
 }
 
 }  // namespace velunor

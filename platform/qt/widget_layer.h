@@ -25,12 +25,16 @@ class WidgetLayer : public QObject, public Layer {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
+    /// Moves the widget to `offset` points right of its place of rest.
     void moveBy(double offset);
 
     QWidget* widget_;
     QColor background_ = Qt::transparent;
     double radius_ = 0;
     QVariantAnimation animation_;
+    /// Where the widget is without animation, and where the animation has moved it.
+    QPoint rest_;
+    QPoint shifted_;
 };
 
 }  // namespace velunor

@@ -55,36 +55,6 @@ bool overlaps(int from, int to, std::uint32_t first, std::uint32_t last) {
     return static_cast<std::int64_t>(first) < to && static_cast<std::int64_t>(last) >= from;
 }
 
-/// `monitor` without the room that the strut of one panel takes of it. `strut` has the twelve
-/// numbers of _NET_WM_STRUT_PARTIAL: widths from the desktop's left, right, top and bottom edge,
-/// then the first and last pixel that each of them spans.
-QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
-                   const QSize& desktop) {
-    const auto width = [&](std::size_t side) { return static_cast<int>(strut[side]); };
-    const auto spans = [&](std::size_t side, int from, int to) {
-        return strut[side] > 0 && overlaps(from, to, strut[4 + 2 * side], strut[5 + 2 * side]);
-    };
-    QRect left = monitor;
-    const int top = monitor.y();
-    const int bottom = top + monitor.height();
-    const int start = monitor.x();
-    const int end = start + monitor.width();
-    if (spans(0, top, bottom)) {
-        left.setLeft(std::max(start, width(0)));
-    }
-    if (spans(1, top, bottom)) {
-        left.setRight(std::min(end, desktop.width() - width(1)) - 1);
-    }
-    if (spans(2, start, end)) {
-        left.setTop(std::max(top, width(2)));
-    }
-    if (spans(3, start, end)) {
-        left.setBottom(std::min(bottom, desktop.height() - width(3)) - 1);
-    }
-    // A strut across a whole monitor belongs to a panel on the one beyond it.
-    return left.isEmpty() ? monitor : left;
-}
-
 /// The window manager's own work area for `monitor`, where it keeps one for each.
 std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const QRect& monitor) {
     const auto desktop = values(x, root, "_NET_CURRENT_DESKTOP");
@@ -121,6 +91,33 @@ QRect withoutStruts(xcb_connection_t* x, const xcb_screen_t& screen, const QRect
 }
 
 }  // namespace
+
+QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
+                   const QSize& desktop) {
+    const auto width = [&](std::size_t side) { return static_cast<int>(strut[side]); };
+    const auto spans = [&](std::size_t side, int from, int to) {
+        return strut[side] > 0 && overlaps(from, to, strut[4 + 2 * side], strut[5 + 2 * side]);
+    };
+    QRect left = monitor;
+    const int top = monitor.y();
+    const int bottom = top + monitor.height();
+    const int start = monitor.x();
+    const int end = start + monitor.width();
+    if (spans(0, top, bottom)) {
+        left.setLeft(std::max(start, width(0)));
+    }
+    if (spans(1, top, bottom)) {
+        left.setRight(std::min(end, desktop.width() - width(1)) - 1);
+    }
+    if (spans(2, start, end)) {
+        left.setTop(std::max(top, width(2)));
+    }
+    if (spans(3, start, end)) {
+        left.setBottom(std::min(bottom, desktop.height() - width(3)) - 1);
+    }
+    // A strut across a whole monitor belongs to a panel on the one beyond it.
+    return left.isEmpty() ? monitor : left;
+}
 
 std::optional<QRect> x11UsableArea(const QScreen& screen) {
     xcb_connection_t* x = connection();

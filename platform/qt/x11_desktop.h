@@ -4,7 +4,9 @@
 #include <QObject>
 #include <QRect>
 #include <functional>
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 class QScreen;
 
@@ -18,6 +20,12 @@ namespace velunor {
 /// them all; so this one comes from the work areas or the struts of each monitor. None where the
 /// toolkit's own answer is right.
 [[nodiscard]] std::optional<QRect> x11UsableArea(const QScreen& screen);
+
+/// `monitor` without the room that the strut of one panel takes of it, both in pixels of a desktop
+/// of size `desktop`. `strut` has the twelve numbers of _NET_WM_STRUT_PARTIAL: widths from the
+/// desktop's left, right, top and bottom edge, then the first and last pixel that each spans.
+[[nodiscard]] QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
+                                 const QSize& desktop);
 
 /// Whether windows can be translucent: a compositor runs (always so outside X11).
 [[nodiscard]] bool hasCompositor();

@@ -117,6 +117,7 @@ INSTANTIATE_TEST_SUITE_P(
                       NamedText{
                           "RightToLeft",
                           "\u05E2\u05D3\u05DB\u05D5\u05DF 12.9 \u0645\u0631\u062D\u0628\u0627"},
+                      NamedText{"LikeAnOptionOfTheToolkit", "-platform"},
                       NamedText{"Blanks", "  blanks \t kept  "}),
     nameOf);
 

@@ -11,41 +11,31 @@ namespace velunor {
 
 namespace {
 
-struct ControlCharacter {
-    std::string_view bytes;
-    std::string_view escape;
-};
+/// The code point that a character of two or three bytes stands for; 0 for any other. Only the
+/// lengths that control characters beyond ASCII have.
+unsigned codePointAt(std::string_view text) {
+    const auto byte = [&](std::size_t index) {
+        return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
+    };
+    if ((byte(0) & 0xE0U) == 0xC0U) {
+        return (byte(0) & 0x1FU) << 6U | (byte(1) & 0x3FU);
+    }
+    if ((byte(0) & 0xF0U) == 0xE0U) {
+        return (byte(0) & 0x0FU) << 12U | (byte(1) & 0x3FU) << 6U | (byte(2) & 0x3FU);
+    }
+    return 0;
+}
 
-/// Line ends of Unicode and the marks that turn the direction of writing around.
-constexpr std::array<ControlCharacter, 11> formatControls{{
-    {"\u2028", "\\u2028"},
-    {"\u2029", "\\u2029"},
-    {"\u202A", "\\u202A"},
-    {"\u202B", "\\u202B"},
-    {"\u202C", "\\u202C"},
-    {"\u202D", "\\u202D"},
-    {"\u202E", "\\u202E"},
-    {"\u2066", "\\u2066"},
-    {"\u2067", "\\u2067"},
-    {"\u2068", "\\u2068"},
-    {"\u2069", "\\u2069"},
-}};
+/// Controls of a terminal, line ends, and the marks that turn the direction of writing around.
+bool isControl(unsigned code) {
+    return (code >= 0x7FU && code < 0xA0U) || (code >= 0x2028U && code <= 0x202EU) ||
+           (code >= 0x2066U && code <= 0x2069U);
+}
 
 std::string escapeOf(unsigned code) {
     std::array<char, 8> text{};
     static_cast<void>(std::snprintf(text.data(), text.size(), "\\u%04X", code));
     return text.data();
-}
-
-bool takeFormatControl(std::string_view& rest, std::string& out) {
-    for (const auto& [bytes, escape] : formatControls) {
-        if (rest.starts_with(bytes)) {
-            out += escape;
-            rest.remove_prefix(bytes.size());
-            return true;
-        }
-    }
-    return false;
 }
 
 }  // namespace
@@ -54,23 +44,18 @@ std::string printableJson(std::string_view json) {
     std::string out;
     out.reserve(json.size());
     for (std::string_view rest = json; !rest.empty();) {
-        if (takeFormatControl(rest, out)) {
-            continue;
-        }
+        const unsigned code = codePointAt(rest);
         const auto first = static_cast<unsigned char>(rest[0]);
-        const auto second = rest.size() > 1 ? static_cast<unsigned char>(rest[1]) : 0U;
-        if (first == 0xC2U && second < 0xA0U) {
-            out += escapeOf(second);
-            rest.remove_prefix(2);
+        if (isControl(code)) {
+            out += escapeOf(code);
+            rest.remove_prefix(code < 0x800U ? 2 : 3);
             continue;
         }
-        if (first < 0x20U) {
-            // Well-formed JSON has these between its tokens alone.
-            out += ' ';
-        } else if (first == 0x7FU) {
+        if (first == 0x7FU) {
             out += escapeOf(first);
         } else {
-            out += rest[0];
+            // Well-formed JSON has bytes below the blank between its tokens alone.
+            out += first < 0x20U ? ' ' : rest[0];
         }
         rest.remove_prefix(1);
     }

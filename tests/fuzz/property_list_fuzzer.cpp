@@ -1,0 +1,47 @@
+#include <cstdint>
+#include <cstdlib>
+
+#include "platform/linux/linux_property_list_reader.h"
+#include "platform/linux/property_list_limits.h"
+#include "platform/text.h"
+
+namespace velunor {
+namespace {
+
+void require(bool condition) {
+    if (!condition) {
+        std::abort();
+    }
+}
+
+/// What the reader promises of every value that it gives.
+void checkValue(const PropertyListValue& value, int depth) {
+    require(depth <= deepestPropertyList);
+    if (const auto* text = value.text()) {
+        require(isValidUtf8(*text));
+    } else if (const auto* elements = std::get_if<PropertyListArray>(&value.value)) {
+        for (const PropertyListValue& element : *elements) {
+            checkValue(element, depth + 1);
+        }
+    } else if (const auto* members = value.dictionary()) {
+        for (const auto& [key, member] : *members) {
+            require(isValidUtf8(key));
+            checkValue(member, depth + 1);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace velunor
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const auto result =
+        velunor::LinuxPropertyListReader().parse({reinterpret_cast<const std::byte*>(data), size});
+    if (const auto* error = std::get_if<velunor::PropertyListError>(&result)) {
+        velunor::require(!error->description.empty());
+        velunor::require(error->description.find('\n') == std::string::npos);
+    } else {
+        velunor::checkValue(std::get<velunor::PropertyListValue>(result), 0);
+    }
+    return 0;
+}
