@@ -2,7 +2,7 @@
 # ./dev test: builds every preset, then one ctest run over all of them.
 
 # The thread sanitizer cannot look into the toolkit, so its run is the tests without a window.
-readonly THREAD_TESTS=(unit linux)
+readonly THREAD_TESTS=(tests/unit tests/linux)
 
 dev_test() {
     [ $# -eq 0 ] || die "test takes no arguments"
@@ -12,7 +12,7 @@ dev_test() {
     for preset in release core asan; do
         build "$preset"
     done
-    build tsan
+    build tsan -- "${THREAD_TESTS[@]/%/\/all}"
     say "built after $((SECONDS - begin)) seconds"
     collect_tests "$ROOT/build/all"
     say "running every test; the log is build/all/Testing/Temporary/LastTest.log"
@@ -34,7 +34,7 @@ collect_tests() {
             printf 'subdirs("%s")\n' "$ROOT/build/$folder"
         done
         for folder in "${THREAD_TESTS[@]}"; do
-            printf 'subdirs("%s")\n' "$ROOT/build/tsan/tests/$folder"
+            printf 'subdirs("%s")\n' "$ROOT/build/tsan/$folder"
         done
         while IFS= read -r program; do
             name=valgrind.${program##*/}
