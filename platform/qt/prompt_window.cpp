@@ -232,7 +232,7 @@ void PromptWindow::relayout() {
     const int lowerEdge = geometry().bottom();
     takeSize();
     if (movedByUser_) {
-        move(x(), lowerEdge - height() + 1);
+        setGeometry(geometry().x(), lowerEdge - height() + 1, width(), height());
     }
     place();
 }
@@ -270,11 +270,10 @@ void PromptWindow::place() {
     if (movedByUser_) {
         // It only comes back into the usable area when it has grown out of it.
         const QRect usable = usableArea();
-        const QRect frame = frameGeometry();
-        move(std::clamp(frame.x(), usable.x(),
-                        std::max(usable.x(), usable.right() + 1 - frame.width())),
-             std::clamp(frame.y(), usable.y(),
-                        std::max(usable.y(), usable.bottom() + 1 - frame.height())));
+        const QPoint corner(usable.right() + 1 - width(), usable.bottom() + 1 - height());
+        setGeometry(std::clamp(geometry().x(), usable.x(), std::max(usable.x(), corner.x())),
+                    std::clamp(geometry().y(), usable.y(), std::max(usable.y(), corner.y())),
+                    width(), height());
         return;
     }
     appear_();

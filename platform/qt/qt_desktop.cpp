@@ -25,6 +25,16 @@ Rect upwards(const QRect& rect) {
             {static_cast<double>(rect.width()), static_cast<double>(rect.height())}};
 }
 
+QMargins frameMargins(const QWidget& widget) {
+    if (const auto margins = x11FrameMargins(widget)) {
+        return *margins;
+    }
+    const QRect inside = widget.geometry();
+    const QRect frame = widget.frameGeometry();
+    return {inside.left() - frame.left(), inside.top() - frame.top(),
+            frame.right() - inside.right(), frame.bottom() - inside.bottom()};
+}
+
 }  // namespace
 
 QRect usableArea() {
@@ -36,14 +46,17 @@ QRect usableArea() {
 }
 
 Rect QtWindow::frame() const {
-    return upwards(widget_.frameGeometry());
+    return upwards(widget_.geometry().marginsAdded(frameMargins(widget_)));
 }
 
 void QtWindow::setFrameOrigin(const Point& origin) {
     const QRect screen = mainScreen();
-    const int height = widget_.frameGeometry().height();
-    widget_.move(screen.x() + qRound(origin.x),
-                 screen.y() + screen.height() - qRound(origin.y) - height);
+    const QMargins margins = frameMargins(widget_);
+    const QPoint lowerLeft(screen.x() + qRound(origin.x),
+                           screen.y() + screen.height() - qRound(origin.y));
+    widget_.setGeometry(QRect(lowerLeft.x() + margins.left(),
+                              lowerLeft.y() - margins.bottom() - widget_.height(), widget_.width(),
+                              widget_.height()));
 }
 
 void QtWindow::setLevel(int level) {

@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QWidget>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -133,6 +134,22 @@ std::optional<QRect> x11UsableArea(const QScreen& screen) {
         ownWorkArea(x, root->root, monitor).value_or(withoutStruts(x, *root, monitor));
     const QPoint inside = (area.topLeft() - origin) / scale;
     return QRect(origin + inside, area.size() / scale);
+}
+
+std::optional<QMargins> x11FrameMargins(const QWidget& window) {
+    xcb_connection_t* x = connection();
+    if (x == nullptr) {
+        return std::nullopt;
+    }
+    const auto id = static_cast<xcb_window_t>(window.internalWinId());
+    const auto extents =
+        id == 0 ? std::vector<std::uint32_t>() : values(x, id, "_NET_FRAME_EXTENTS");
+    if (extents.size() < 4) {
+        return QMargins();
+    }
+    const double scale = window.devicePixelRatioF();
+    const auto points = [&](std::size_t side) { return qRound(extents[side] / scale); };
+    return QMargins(points(0), points(2), points(1), points(3));
 }
 
 bool hasCompositor() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractNativeEventFilter>
+#include <QMargins>
 #include <QObject>
 #include <QRect>
 #include <cstdint>
@@ -9,6 +10,7 @@
 #include <vector>
 
 class QScreen;
+class QWidget;
 
 namespace velunor {
 
@@ -26,6 +28,11 @@ namespace velunor {
 /// desktop's left, right, top and bottom edge, then the first and last pixel that each spans.
 [[nodiscard]] QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
                                  const QSize& desktop);
+
+/// What the window manager has put around `window`, in points; nothing before the window exists.
+/// While a window is being framed the toolkit's own figures are not to be trusted. None outside
+/// X11.
+[[nodiscard]] std::optional<QMargins> x11FrameMargins(const QWidget& window);
 
 /// Whether windows can be translucent: a compositor runs (always so outside X11).
 [[nodiscard]] bool hasCompositor();
