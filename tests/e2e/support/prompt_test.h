@@ -61,7 +61,8 @@ class PromptTest : public ::testing::Test {
                                                            const std::string& name);
     /// All controls as they are now.
     [[nodiscard]] std::vector<Accessible> controls();
-    /// Clicks the middle of the button with this title by the pointer; whether it was found.
+    /// Clicks the middle of the button with this title by the pointer, until the prompt takes the
+    /// click; whether it did.
     [[nodiscard]] bool clickButton(const std::string& title);
 
     /// What the program wrote to standard output and error so far.
