@@ -98,6 +98,18 @@ Listener listenerAt(const char* path) {
     return {connected, connected && isReadyForWriting(probe.get())};
 }
 
+/// Gives each standard stream that is closed a place to go. The next file or connection to be
+/// opened would get its number otherwise, and the records with it.
+void occupyStandardStreams() {
+    int file = 0;
+    do {
+        file = open("/dev/null", O_RDWR);
+    } while (file >= 0 && file <= STDERR_FILENO);
+    if (file >= 0) {
+        close(file);
+    }
+}
+
 void sendToJournal(const std::string& message) {
     const std::string text = "MESSAGE=" + message;
     const std::string name = std::string("SYSLOG_IDENTIFIER=") + identifier;
@@ -158,6 +170,7 @@ std::string escapedForLog(std::string_view message) {
 }
 
 LinuxSystemLog::LinuxSystemLog() {
+    occupyStandardStreams();
     // A reader of standard error that goes away must not take the prompt with it.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     openlog(identifier, LOG_PID | LOG_NDELAY, LOG_USER);

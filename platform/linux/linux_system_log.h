@@ -15,6 +15,7 @@ namespace velunor {
 /// to syslog where no journal listens. Any thread; never waits for a reader.
 class LinuxSystemLog : public SystemLog {
   public:
+    /// Puts standard streams that are closed on /dev/null; make it before any file is opened.
     LinuxSystemLog();
     void write(std::string_view message) override;
 };

@@ -67,8 +67,7 @@ void PictureView::paintEvent(QPaintEvent*) {
         return;
     }
     const double scale = devicePixelRatioF();
-    QImage fitted =
-        image_.scaled(size() * scale, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    QImage fitted = image_.scaled(size() * scale, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     fitted.setDevicePixelRatio(scale);
     const QSizeF shown = fitted.deviceIndependentSize();
     painter.drawImage(QPointF((width() - shown.width()) / 2, (height() - shown.height()) / 2),

@@ -186,6 +186,8 @@ void PromptWindow::followDesktop() {
     }
     connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &PromptWindow::scheduleRelayout);
+    relayoutTimer_.setSingleShot(true);
+    connect(&relayoutTimer_, &QTimer::timeout, this, &PromptWindow::relayout);
     desktopChanges_ = std::make_unique<X11DesktopChanges>([this] { scheduleRelayout(); });
     qApp->installEventFilter(this);
 }
@@ -202,17 +204,9 @@ bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void PromptWindow::scheduleRelayout() {
-    if (relayoutScheduled_ || !isVisible()) {
-        return;
+    if (isVisible()) {
+        relayoutTimer_.start(0);
     }
-    relayoutScheduled_ = true;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            relayoutScheduled_ = false;
-            relayout();
-        },
-        Qt::QueuedConnection);
 }
 
 void PromptWindow::relayout() {
@@ -226,8 +220,7 @@ void PromptWindow::relayout() {
 
 void PromptWindow::takeSize() {
     const TextButton& updateNow = *form_->updateNowButton;
-    setLayoutDirection(updateNow.literalText().isRightToLeft() ? Qt::RightToLeft
-                                                               : Qt::LeftToRight);
+    setLayoutDirection(updateNow.literalText().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     setWindowTitle(form_->titleLabel->text().replace("[*]", "[*][*]"));
 
     const QRect usable = usableArea();

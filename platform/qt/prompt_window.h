@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 #include <functional>
 #include <memory>
@@ -69,7 +70,7 @@ class PromptWindow : public QWidget {
     std::function<void()> changeUserName_ = [] {};
     std::function<void()> appear_ = [] {};
     std::unique_ptr<X11DesktopChanges> desktopChanges_;
-    bool relayoutScheduled_ = false;
+    QTimer relayoutTimer_;
     QPointF pressedAt_;
     /// The user has dragged the window; it stays where they put it.
     bool movedByUser_ = false;

@@ -13,11 +13,12 @@ namespace velunor {
 namespace {
 
 /// Room for the largest picture with four bytes a pixel, and for a decoder's working copy.
-constexpr int allocationLimitMegabytes = 2 * largestImageSide / 1024 * (largestImageSide / 1024) * 4;
+constexpr int allocationLimitMegabytes =
+    2 * largestImageSide / 1024 * (largestImageSide / 1024) * 4;
 
 struct Signature {
     QByteArrayView start;
-    const char* format;
+    const char* format = nullptr;
 };
 
 constexpr std::array<Signature, 6> signatures{{{"\x89PNG\r\n\x1a\n", "png"},

@@ -1,6 +1,7 @@
 #include "platform/qt/qt_run_loop.h"
 
-#include <QMetaObject>
+#include <QCoreApplication>
+#include <QEvent>
 #include <QThreadPool>
 #include <QTimer>
 
@@ -17,7 +18,25 @@ class QtTimer : public Timer {
     QTimer& timer_;
 };
 
+/// Carries work to the thread that is to do it.
+class WorkEvent : public QEvent {
+  public:
+    explicit WorkEvent(std::function<void()> work) : QEvent(QEvent::User), work_(std::move(work)) {}
+    void perform() const { work_(); }
+
+  private:
+    std::function<void()> work_;
+};
+
 }  // namespace
+
+bool QtRunLoop::MainThread::event(QEvent* event) {
+    if (event->type() != QEvent::User) {
+        return QObject::event(event);
+    }
+    static_cast<WorkEvent*>(event)->perform();
+    return true;
+}
 
 void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                               std::function<void(Timer&)> block) {
@@ -35,7 +54,7 @@ void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
 }
 
 void QtRunLoop::performOnMainThread(std::function<void()> work) {
-    QMetaObject::invokeMethod(&mainThread_, std::move(work), Qt::QueuedConnection);
+    QCoreApplication::postEvent(&mainThread_, new WorkEvent(std::move(work)));
 }
 
 void QtRunLoop::performInBackground(std::function<void()> work) {

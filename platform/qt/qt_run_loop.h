@@ -17,7 +17,12 @@ class QtRunLoop : public RunLoop {
 
   private:
     /// Lives on the main thread: owner of the timers and addressee of work for that thread.
-    QObject mainThread_;
+    class MainThread : public QObject {
+      public:
+        bool event(QEvent* event) override;
+    };
+
+    MainThread mainThread_;
 };
 
 }  // namespace velunor

@@ -73,8 +73,8 @@ QSize TextButton::minimumSizeHint() const {
 
 int TextButton::heightForWidth(int width) const {
     const QMargins room = padding();
-    const int height = layout_.heightForWidth(width - room.left() - room.right()) + room.top() +
-                       room.bottom();
+    const int height =
+        layout_.heightForWidth(width - room.left() - room.right()) + room.top() + room.bottom();
     return isLink() ? height : std::max(height, leastButtonHeight + 2 * ringRoom);
 }
 

@@ -82,9 +82,8 @@ void RoundedField::paintEvent(QPaintEvent* event) {
         if (!glyph_.isEmpty()) {
             const bool mirrored = layoutDirection() == Qt::RightToLeft;
             const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
-            drawVectorPicture(painter,
-                              QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize), glyph_,
-                              theme.secondaryText);
+            drawVectorPicture(painter, QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize),
+                              glyph_, theme.secondaryText);
         }
     }
     QLineEdit::paintEvent(event);
@@ -119,8 +118,7 @@ CustomTextField::CustomTextField(QWidget* parent) : RoundedField(parent) {
 void CustomTextField::focusOutEvent(QFocusEvent* event) {
     RoundedField::focusOutEvent(event);
     // Another window or a menu takes the focus only for a while.
-    if (event->reason() != Qt::ActiveWindowFocusReason &&
-        event->reason() != Qt::PopupFocusReason) {
+    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason) {
         emit editingEnded();
     }
 }

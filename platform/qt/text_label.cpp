@@ -4,6 +4,7 @@
 #include <QAccessibleWidget>
 #include <QEvent>
 #include <algorithm>
+#include <array>
 
 #include "platform/qt/theme.h"
 
@@ -22,7 +23,7 @@ struct RoleLook {
     QColor Theme::*color;
 };
 
-constexpr RoleLook looks[] = {
+constexpr std::array<RoleLook, 8> looks{{
     {"body", 1.0, QFont::Normal, &Theme::secondaryText},
     {"productName", 1.0, QFont::DemiBold, &Theme::secondaryText},
     {"title", 1.35, QFont::Bold, &Theme::text},
@@ -31,12 +32,12 @@ constexpr RoleLook looks[] = {
     {"caption", 0.92, QFont::Normal, &Theme::secondaryText},
     {"countdown", 1.0, QFont::Normal, &Theme::text},
     {"notice", 0.95, QFont::Normal, &Theme::noticeText},
-};
+}};
 
 const RoleLook& lookOf(const QString& role) {
-    const auto* found =
-        std::find_if(std::begin(looks), std::end(looks),
-                     [&](const RoleLook& look) { return role == QLatin1String(look.role); });
+    const auto* found = std::find_if(std::begin(looks), std::end(looks), [&](const RoleLook& look) {
+        return role == QLatin1String(look.role);
+    });
     return found == std::end(looks) ? looks[0] : *found;
 }
 
@@ -45,7 +46,7 @@ class AccessibleTextLabel : public QAccessibleWidget {
     explicit AccessibleTextLabel(TextLabel* label)
         : QAccessibleWidget(label, QAccessible::StaticText) {}
 
-    QString text(QAccessible::Text kind) const override {
+    [[nodiscard]] QString text(QAccessible::Text kind) const override {
         return kind == QAccessible::Name ? static_cast<TextLabel*>(widget())->text()
                                          : QAccessibleWidget::text(kind);
     }

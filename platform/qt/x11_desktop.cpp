@@ -129,8 +129,8 @@ std::optional<QRect> x11UsableArea(const QScreen& screen) {
     const double scale = screen.devicePixelRatio();
     const QPoint origin = screen.geometry().topLeft();
     const QRect monitor(origin, screen.geometry().size() * scale);
-    const QRect area = ownWorkArea(x, root->root, monitor)
-                           .value_or(withoutStruts(x, *root, monitor));
+    const QRect area =
+        ownWorkArea(x, root->root, monitor).value_or(withoutStruts(x, *root, monitor));
     const QPoint inside = (area.topLeft() - origin) / scale;
     return QRect(origin + inside, area.size() / scale);
 }
@@ -145,8 +145,7 @@ bool hasCompositor() {
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
-X11DesktopChanges::X11DesktopChanges(std::function<void()> changed)
-    : changed_(std::move(changed)) {
+X11DesktopChanges::X11DesktopChanges(std::function<void()> changed) : changed_(std::move(changed)) {
     if (xcb_connection_t* x = connection()) {
         workAreaAtom_ = atom(x, "_NET_WORKAREA");
         frameExtentsAtom_ = atom(x, "_NET_FRAME_EXTENTS");

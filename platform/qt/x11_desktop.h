@@ -3,8 +3,8 @@
 #include <QAbstractNativeEventFilter>
 #include <QObject>
 #include <QRect>
-#include <functional>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 

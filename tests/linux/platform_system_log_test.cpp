@@ -1,12 +1,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
 #include <filesystem>
+#include <fstream>
 #include <ostream>
 #include <regex>
 #include <sstream>
@@ -138,6 +140,36 @@ TEST(SystemLog, ClosedStandardErrorIsPassedOver) {
         return std::string("alive");
     });
     EXPECT_EQ(outcome.text, "alive");
+}
+
+TEST(SystemLog, FileOpenedAfterAClosedStandardErrorHoldsNoRecords) {
+    const auto outcome = inChild([] {
+        close(STDERR_FILENO);
+        LinuxSystemLog log;
+        // The next file to be opened would get the number of the closed stream.
+        const int file = memfd_create("file", MFD_CLOEXEC);
+        log.write("text");
+        std::array<char, 4096> content{};
+        const auto count = pread(file, content.data(), content.size(), 0);
+        return "holds [" + std::string(content.data(), static_cast<std::size_t>(count)) + "]";
+    });
+    EXPECT_EQ(outcome.text, "holds []");
+}
+
+TEST(SystemLog, SyslogDoesNotTakeThePlaceOfAClosedStandardError) {
+    const auto outcome = inChild([] {
+        enterPrivateNamespace();
+        mountEmptyOver("/run");
+        mountEmptyOver("/dev");
+        const std::ofstream emptyDevice("/dev/null");
+        const int syslogListener = listeningSocket("/dev/log");
+        close(STDERR_FILENO);
+        LinuxSystemLog().write("Not Rebranded");
+        const std::string first = datagram(syslogListener);
+        return first + "|" + datagram(syslogListener);
+    });
+    EXPECT_THAT(outcome.text, ::testing::StartsWith("<"));
+    EXPECT_THAT(outcome.text, ::testing::EndsWith("]: Not Rebranded|(nothing)"));
 }
 
 TEST(SystemLog, ReaderThatIsGoneDoesNotEndTheProcess) {

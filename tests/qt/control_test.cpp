@@ -1,11 +1,10 @@
-#include "platform/qt/qt_controls.h"
-
 #include <QAccessible>
 #include <QSignalSpy>
 #include <QTest>
 #include <QVBoxLayout>
 
 #include "platform/qt/form_views.h"
+#include "platform/qt/qt_controls.h"
 #include "tests/qt/widget_test.h"
 
 namespace velunor {
@@ -199,16 +198,15 @@ TEST(SecureFieldTest, ShowsAndSharesNothing) {
     EXPECT_EQ(widget.echoMode(), QLineEdit::Password);
     EXPECT_FALSE(widget.dragEnabled());
     EXPECT_EQ(widget.contextMenuPolicy(), Qt::NoContextMenu);
-    const auto wanted =
-        Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText;
+    const auto wanted = Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText;
     EXPECT_EQ(widget.inputMethodHints() & wanted, wanted);
 }
 
 TEST(FieldTest, HasAFocusRingAroundItsOwnBounds) {
     CustomTextField plain;
     CustomSecureTextField secure;
-    for (RoundedField* field : {static_cast<RoundedField*>(&plain),
-                                static_cast<RoundedField*>(&secure)}) {
+    for (RoundedField* field :
+         {static_cast<RoundedField*>(&plain), static_cast<RoundedField*>(&secure)}) {
         field->resize(200, 40);
         EXPECT_EQ(field->focusRingMaskBounds(), QRect(0, 0, 200, 40));
         QImage mask(200, 40, QImage::Format_RGB32);

@@ -1,9 +1,8 @@
-#include "platform/qt/qt_desktop.h"
-
 #include <QApplication>
 #include <QIcon>
 #include <QScreen>
 
+#include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_image.h"
 #include "platform/qt/x11_desktop.h"
 #include "tests/qt/widget_test.h"

@@ -31,7 +31,8 @@ class Variable {
 class XServer {
   public:
     XServer() {
-        process_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp"});
+        process_.start("Xvfb",
+                       {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp"});
         while (process_.waitForReadyRead(10000) && !process_.canReadLine()) {
         }
         display_ = ":" + process_.readLine().trimmed();

@@ -1,5 +1,3 @@
-#include "platform/qt/qt_image.h"
-
 #include <sys/stat.h>
 
 #include <QBuffer>
@@ -7,6 +5,7 @@
 #include <QTemporaryDir>
 #include <QtEndian>
 
+#include "platform/qt/qt_image.h"
 #include "tests/qt/widget_test.h"
 
 namespace velunor {
@@ -27,8 +26,8 @@ QImage sample(int width = 30, int height = 20) {
 }
 
 ImagePointer read(const QByteArray& bytes) {
-    return QtImageReader().imageFromData(std::as_bytes(
-        std::span(bytes.constData(), static_cast<std::size_t>(bytes.size()))));
+    return QtImageReader().imageFromData(
+        std::as_bytes(std::span(bytes.constData(), static_cast<std::size_t>(bytes.size()))));
 }
 
 TEST(ImageTest, ReadsTheBitmapFormats) {
@@ -63,7 +62,8 @@ TEST(ImageTest, RefusesWhatIsNotAnImage) {
 }
 
 TEST(ImageTest, RefusesVectorDrawings) {
-    EXPECT_EQ(read("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"/>"), nullptr);
+    EXPECT_EQ(read("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"/>"),
+              nullptr);
 }
 
 TEST(ImageTest, RefusesATruncatedPicture) {

@@ -70,8 +70,7 @@ TEST_F(PromptWindowTest, WritesEachTextIntoTheWidgetOfItsName) {
 
     EXPECT_EQ(find<TextLabel>("titleLabel").text().toStdString(), prompt.title);
     EXPECT_EQ(find<TextLabel>("messageLabel").text().toStdString(), prompt.message);
-    EXPECT_EQ(find<TextButton>("postponeButton").literalText().toStdString(),
-              prompt.postponeTitle);
+    EXPECT_EQ(find<TextButton>("postponeButton").literalText().toStdString(), prompt.postponeTitle);
 }
 
 TEST_F(PromptWindowTest, StartsWithTheAccountRowAndWithoutTheUserNameField) {
@@ -104,8 +103,8 @@ TEST_F(PromptWindowTest, PutsTheTimerBelowTheInformationWithoutCredentials) {
     show();
 
     EXPECT_TRUE(find("credentailsRequiredView").isHidden());
-    const int gap = top("timerInfoLabel") -
-                    (top("osUpdateInfoView") + find("osUpdateInfoView").height());
+    const int gap =
+        top("timerInfoLabel") - (top("osUpdateInfoView") + find("osUpdateInfoView").height());
     EXPECT_EQ(gap, 16);
 }
 
@@ -113,8 +112,8 @@ TEST_F(PromptWindowTest, PutsTheTimerBelowTheCredentials) {
     prompt.credentials = true;
     show();
 
-    const int gap = top("timerInfoLabel") - (top("credentailsRequiredView") +
-                                             find("credentailsRequiredView").height());
+    const int gap = top("timerInfoLabel") -
+                    (top("credentailsRequiredView") + find("credentailsRequiredView").height());
     EXPECT_EQ(gap, 16);
 }
 
@@ -128,8 +127,8 @@ TEST_F(PromptWindowTest, PutsThePasswordBelowTheUserNameAndThenBelowTheNotice) {
     prompt.fill(window);
     ASSERT_TRUE(waitUntil([&] { return find("unsupportedInfoStackView").height() > 12; }));
     ASSERT_TRUE(waitUntil([&] {
-        return top("passwordTextFiled") - (top("unsupportedInfoStackView") +
-                                           find("unsupportedInfoStackView").height()) ==
+        return top("passwordTextFiled") -
+                   (top("unsupportedInfoStackView") + find("unsupportedInfoStackView").height()) ==
                12;
     }));
 }

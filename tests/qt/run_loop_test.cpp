@@ -1,9 +1,8 @@
-#include "platform/qt/qt_run_loop.h"
-
-#include <csignal>
 #include <QThread>
 #include <atomic>
+#include <csignal>
 
+#include "platform/qt/qt_run_loop.h"
 #include "platform/qt/termination_signals.h"
 #include "tests/qt/widget_test.h"
 

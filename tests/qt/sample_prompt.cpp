@@ -51,7 +51,8 @@ void SamplePrompt::makeRightToLeft() {
 void SamplePrompt::makeLiteral() {
     productName = "Smith & Sons <Agents>";
     title = "<b>Update</b> & restart: 100%s 👩‍💻";
-    message = "First line\nsecond line\n\nAfter an empty one: &amp; <a href=\"x\">no link</a> %1 %s";
+    message =
+        "First line\nsecond line\n\nAfter an empty one: &amp; <a href=\"x\">no link</a> %1 %s";
     updateName = "Update 🚀 für Größe “XL” 日本語 العربية";
     postponeTitle = "&Postpone && wait";
     updateNowTitle = "&Update <now>";

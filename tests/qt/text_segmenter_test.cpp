@@ -1,6 +1,6 @@
-#include "platform/qt/qt_text_segmenter.h"
-
 #include <gtest/gtest.h>
+
+#include "platform/qt/qt_text_segmenter.h"
 
 namespace velunor {
 namespace {

@@ -64,8 +64,7 @@ const std::vector<State>& states() {
                  prompt.notice = true;
              }},
         {.name = "ten_thousand",
-         .prepare =
-             [](SamplePrompt& prompt, PromptWindow&) { prompt.message.assign(10000, 'w'); }},
+         .prepare = [](SamplePrompt& prompt, PromptWindow&) { prompt.message.assign(10000, 'w'); }},
         {.name = "right_to_left",
          .prepare =
              [](SamplePrompt& prompt, PromptWindow&) {
@@ -81,8 +80,7 @@ const std::vector<State>& states() {
                  prompt.productName = "Northwind Device Care";
                  QImage logo(256, 160, QImage::Format_ARGB32);
                  logo.fill(QColor(0xD2, 0x4A, 0x1F));
-                 window.view().outlets.appIcon->setImage(
-                     std::make_shared<velunor::QtImage>(logo));
+                 window.view().outlets.appIcon->setImage(std::make_shared<velunor::QtImage>(logo));
              }},
     };
     return all;
@@ -109,10 +107,14 @@ bool savePicture(const State& state, const QString& path) {
 
 /// Writes the description of a screen of 800 by 900 points.
 bool describeScreen(QTemporaryFile& file, int scale) {
-    const QJsonObject screen{{"name", "gallery"},       {"x", 0},
-                             {"y", 0},                  {"width", 800 * scale},
-                             {"height", 900 * scale},   {"logicalDpi", 96},
-                             {"logicalBaseDpi", 96},    {"dpr", 1}};
+    const QJsonObject screen{{"name", "gallery"},
+                             {"x", 0},
+                             {"y", 0},
+                             {"width", 800 * scale},
+                             {"height", 900 * scale},
+                             {"logicalDpi", 96},
+                             {"logicalBaseDpi", 96},
+                             {"dpr", 1}};
     return file.open() &&
            file.write(QJsonDocument(QJsonObject{{"screens", QJsonArray{screen}}}).toJson()) > 0 &&
            file.flush();
@@ -123,10 +125,9 @@ int saveAll(const QDir& directory, const QString& scale) {
     for (const bool dark : {false, true}) {
         QApplication::setPalette(dark ? darkPalette() : light);
         for (const State& state : states()) {
-            const QString path = directory.filePath(QStringLiteral("%1_%2_%3x.png")
-                                                        .arg(QLatin1String(state.name),
-                                                             QLatin1String(dark ? "dark" : "light"),
-                                                             scale));
+            const QString path = directory.filePath(
+                QStringLiteral("%1_%2_%3x.png")
+                    .arg(QLatin1String(state.name), QLatin1String(dark ? "dark" : "light"), scale));
             if (!savePicture(state, path)) {
                 std::fprintf(stderr, "window_gallery: cannot write %s\n", qPrintable(path));
                 return 1;

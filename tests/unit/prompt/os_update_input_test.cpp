@@ -124,6 +124,11 @@ struct IntegerCase {
     std::optional<std::int64_t> value;
 };
 
+/// Names the case in test output; its bytes say nothing.
+void PrintTo(const IntegerCase& integer, std::ostream* out) {
+    *out << integer.name;
+}
+
 class IntegerTest : public ::testing::TestWithParam<IntegerCase> {};
 
 TEST_P(IntegerTest, ParsesAsStated) {
