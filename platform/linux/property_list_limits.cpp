@@ -147,13 +147,26 @@ class BinaryWalk {
         }
     }
 
-    /// The parser cuts a text at a NUL, and stops the whole process where the text is a key.
+    /// The parser cuts a text at a NUL, stops the whole process where that text is a key, and
+    /// leaves out halves of surrogate pairs, which can make one key out of another.
     void checkCharacters(const Extent& extent, std::size_t unit) {
-        for (std::uint64_t character = 0; character < extent.count; ++character) {
-            if (numberAt(extent.position + character * unit, unit) == 0) {
+        constexpr const char* notUtf16 = "Binary property list has a text that is not valid UTF-16";
+        bool isPairOpen = false;
+        for (std::uint64_t index = 0; index < extent.count; ++index) {
+            const std::uint64_t character = numberAt(extent.position + index * unit, unit);
+            const bool isLowHalf = character >= 0xDC00U && character <= 0xDFFFU;
+            if (character == 0) {
                 object("Binary property list has a text that holds a NUL character");
                 return;
             }
+            if (isLowHalf != isPairOpen) {
+                object(notUtf16);
+                return;
+            }
+            isPairOpen = character >= 0xD800U && character <= 0xDBFFU;
+        }
+        if (isPairOpen) {
+            object(notUtf16);
         }
     }
 

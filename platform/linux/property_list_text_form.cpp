@@ -139,6 +139,8 @@ class TextParser {
             std::optional<PropertyListValue> value = PropertyListValue{*key};
             if (accept('=')) {
                 value = parseValue(depth + 1);
+            } else if (++values_ > mostPropertyListValues) {
+                return fail("Property list holds too many values");
             }
             if (!value) {
                 return std::nullopt;

@@ -90,11 +90,12 @@ class Bench {
     void measureStart(Program& program) {
         const auto begin = Clock::now();
         const ChildProcess process(command(program));
-        waitUntil([this] { return display_.screen().windowCount() > 0; }, program.name + " showed");
+        waitUntil([this] { return !display_.screen().shownWindows().empty(); },
+                  program.name + " showed");
         program.startMilliseconds.push_back(millisecondsSince(begin));
         program.peakKibibytes.push_back(peakKibibytes(process.id()));
         process.sendSignal(SIGKILL);
-        waitUntil([this] { return display_.screen().windowCount() == 0; },
+        waitUntil([this] { return display_.screen().shownWindows().empty(); },
                   program.name + " was gone");
     }
 
@@ -112,9 +113,12 @@ class Bench {
                 return before && button && before->extents == button->extents;
             },
             program.name + " had its button");
+        const std::vector<WindowId> windows = display_.screen().shownWindows();
+        if (windows.empty()) {
+            throw std::runtime_error(program.name + " has no window");
+        }
+        display_.screen().click(windows.back(), button->extents);
         const auto begin = Clock::now();
-        display_.screen().click(button->extents.x + button->extents.width / 2,
-                                button->extents.y + button->extents.height / 2);
         waitUntil([&] { return !process.isRunning(); }, program.name + " ended");
         program.endMilliseconds.push_back(millisecondsSince(begin));
     }

@@ -16,7 +16,7 @@ class Closing : public PromptTest {
         const std::optional<WindowId> window = waitForWindow();
         if (window && active) {
             const Accessible title = waitForControl("label", "An update is ready").value();
-            display().screen().click(title.extents.x + 1, title.extents.y + 1);
+            display().screen().click(*window, title.extents);
             EXPECT_TRUE(eventually([&] { return display().screen().activeWindow() == *window; }));
         }
         return window;

@@ -1,7 +1,6 @@
 // Finds a button on this display by its title and clicks it with the pointer, as somebody who sits
 // there would. For development: ./dev run answers a prompt with it.
 
-#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -16,44 +15,35 @@ namespace {
 using velunor::e2e::AccessibilityReader;
 using velunor::e2e::Accessible;
 
-/// All controls, once the button is among them and rests where its window put it.
-std::vector<Accessible> waitForRestingButton(const AccessibilityReader& reader,
-                                             const std::string& title) {
-    std::vector<Accessible> controls;
+/// The button, once it rests where its window put it.
+std::optional<Accessible> waitForRestingButton(const AccessibilityReader& reader,
+                                               const std::string& title) {
     std::optional<Accessible> button;
     const bool resting = velunor::e2e::eventually([&] {
         const std::optional<Accessible> before = button;
-        controls = reader.controlsOf(std::nullopt);
-        button = findControl(controls, "push button", title);
+        button = findControl(reader.controlsOf(std::nullopt), "push button", title);
         return before && button && before->extents == button->extents;
     });
-    return resting ? controls : std::vector<Accessible>();
-}
-
-/// Tells where the window is, as the picture tools write a place; it comes before its controls.
-void printWindow(const std::vector<Accessible>& controls) {
-    const auto window = std::find_if(controls.begin(), controls.end(), [](const Accessible& one) {
-        return one.showing && one.extents.width > 0;
-    });
-    std::cout << window->extents.width << 'x' << window->extents.height << '+' << window->extents.x
-              << '+' << window->extents.y << '\n';
+    return resting ? button : std::nullopt;
 }
 
 int press(const std::string& address, const std::string& display, const std::string& title,
           bool onlyFind) {
-    const std::vector<Accessible> controls =
+    const std::optional<Accessible> button =
         waitForRestingButton(AccessibilityReader(address), title);
-    const std::optional<Accessible> button = findControl(controls, "push button", title);
-    if (!button) {
+    velunor::e2e::Screen screen(display);
+    const std::vector<velunor::e2e::WindowId> windows = screen.shownWindows();
+    if (!button || windows.empty()) {
         std::cerr << "press: no button " << title << " is showing\n";
         return 1;
     }
     if (onlyFind) {
-        printWindow(controls);
+        // As the picture tools write a place.
+        const velunor::e2e::PixelRect place = screen.contentOf(windows.back());
+        std::cout << place.width << 'x' << place.height << '+' << place.x << '+' << place.y << '\n';
         return 0;
     }
-    velunor::e2e::Screen(display).click(button->extents.x + button->extents.width / 2,
-                                        button->extents.y + button->extents.height / 2);
+    screen.click(windows.back(), button->extents);
     return 0;
 }
 

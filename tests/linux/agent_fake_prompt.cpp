@@ -63,6 +63,9 @@ int run(const std::string& mode, const std::string& body, const std::string& fil
                    ? EXIT_SUCCESS
                    : EXIT_FAILURE;
     }
+    if (mode == "answer-and-stay") {
+        return sendAndWait(statusKey, body) ? stay(file) : EXIT_FAILURE;
+    }
     if (mode == "other-key") {
         return sendAndWait("SomethingElse", body) ? EXIT_SUCCESS : EXIT_FAILURE;
     }
@@ -84,7 +87,7 @@ int main(int argc, char** argv) {
     }
     if (std::string(argv[1]) == "stubborn") {
         std::signal(SIGTERM, SIG_IGN);
-    } else if (std::string(argv[1]) == "stay") {
+    } else if (std::string(argv[1]).ends_with("stay")) {
         std::signal(SIGTERM, [](int) { told = true; });
     }
     velunor::TarnUtilMac util;

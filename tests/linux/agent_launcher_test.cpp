@@ -175,6 +175,17 @@ TEST_F(AgentPrompt, PromptThatStaysAfterTheTimeOutIsKilled) {
     EXPECT_EQ(readFile(marker()), "");
 }
 
+TEST_F(AgentPrompt, AnswerCountsWhereThePromptStaysAndIsToldToEnd) {
+    startBus();
+    ChildProcess& process = startPrompt("answer-and-stay", R"({"proceed":{}})");
+    ASSERT_TRUE(
+        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    process.sendSignal(SIGTERM);
+    EXPECT_EQ(process.wait(), exited(AgentExit::proceed)) << errors();
+    EXPECT_EQ(output(), "{\"proceed\":{}}\n");
+    EXPECT_EQ(readFile(marker()), "told to end");
+}
+
 class AgentPromptSignals : public AgentLauncher, public ::testing::WithParamInterface<int> {};
 
 TEST_P(AgentPromptSignals, EndThePromptToo) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "agent/linux/properties.h"
+#include "tests/linux/agent_support.h"
 
 namespace velunor::testing {
 namespace {
@@ -104,6 +105,22 @@ TEST(AgentProperties, ByteOrderMarkIsSkipped) {
 
 TEST(AgentProperties, TextOtherThanUtf8IsAnError) {
     EXPECT_EQ(errorOf("a = gr\xFCn\n"), "F: is not UTF-8");
+}
+
+TEST(AgentProperties, ShippedEnglishHasTheTenKeysAndNoOther) {
+    const Properties texts = parse(readFile(SHIPPED_TEXTS "/application_en.properties"));
+    const std::string prefix = "tarn.agent.msghand.";
+    std::vector<std::string> keys;
+    for (const auto& [key, text] : texts) {
+        keys.push_back(key);
+    }
+    EXPECT_THAT(
+        keys, ::testing::UnorderedElementsAre(
+                  prefix + "os_reboot.reboot_title", prefix + "os_reboot.reboot_text",
+                  prefix + "os_reboot.credentials_text", prefix + "os_reboot.change_username_text",
+                  prefix + "os_reboot.credentials_not_sufficient", prefix + "postpone",
+                  prefix + "update_now", prefix + "remaining_attempts",
+                  prefix + "automatic_install_text", prefix + "automatic_postpone_text"));
 }
 
 struct LanguageCase {

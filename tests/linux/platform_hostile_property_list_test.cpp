@@ -103,6 +103,15 @@ std::string binaryNestedForeignKeys() {
     return list.file(list.addDictionary({text}, {inner}));
 }
 
+/// A dictionary of keys that stand for themselves, each another one.
+std::string keysWithoutValues(int count) {
+    std::string out = "{";
+    for (int index = 0; index < count; ++index) {
+        out += std::to_string(index) + ";";
+    }
+    return out + "}";
+}
+
 struct HostileCase {
     const char* name;
     std::string bytes;
@@ -212,6 +221,20 @@ INSTANTIATE_TEST_SUITE_P(
                     "impossible length"},
         HostileCase{"ImpossibleWideTextLength", binaryObject("\x6E"), "impossible length"},
         HostileCase{"UnknownKindOfObject", binaryObject("\x70"), "malformed"},
+        HostileCase{"Null", binaryObject(std::string(1, '\0')), "malformed"},
+        HostileCase{"NumberOfAnImpossibleSize", binaryObject("\x1F"), "malformed"},
+        HostileCase{"NumberPastTheObjects", binaryObject("\x13\x01"), "malformed"},
+        HostileCase{"FractionOfAnImpossibleSize", binaryObject("\x2F"), "malformed"},
+        HostileCase{"FractionPastTheObjects", binaryObject("\x23\x01"), "malformed"},
+        HostileCase{"DatePastTheObjects", binaryObject("\x33\x01"), "malformed"},
+        HostileCase{"WideTextWithALoneHighSurrogate", binaryObject(std::string("\x62\xD8\0\0a", 5)),
+                    "UTF-16"},
+        HostileCase{"WideTextWithALoneLowSurrogate", binaryObject(std::string("\x62\0a\xDC\0", 5)),
+                    "UTF-16"},
+        HostileCase{"WideTextThatEndsInAPair", binaryObject(std::string("\x62\0a\xD8\0", 5)),
+                    "UTF-16"},
+        HostileCase{"WideKeyWithALoneSurrogate", binaryKey(std::string("\x62\0a\xD8\0", 5)),
+                    "UTF-16"},
         HostileCase{"TextThatIsNotUtf8", binaryObject("\x51\xFF"), "malformed"},
         HostileCase{"TextWithANul",
                     binaryObject(std::string("\x53"
@@ -229,27 +252,28 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Text, HostilePropertyList,
-    ::testing::Values(HostileCase{"TooDeep", repeated("(", 66) + repeated(")", 66), "too deeply"},
-                      HostileCase{"VeryDeep", repeated("{a=", 100'000), "too deeply"},
-                      HostileCase{"TooManyValues", "(" + repeated("a,", 100'001) + ")",
-                                  "too many values"},
-                      HostileCase{"OpenText", "\"abc", "no closing quotation mark on line 1"},
-                      HostileCase{"OpenComment", "{a = b;} /* abc", "Comment has no end"},
-                      HostileCase{"CommentOfThreeSigns", "a /*/", "Comment has no end"},
-                      HostileCase{"OpenDictionary", "{a = b;\nc = d;\n", "Expected } on line 3"},
-                      HostileCase{"OpenArray", "(a, b", "Expected , or )"},
-                      HostileCase{"MissingSemicolon", "{a = b c = d;}", "Expected ;"},
-                      HostileCase{"MissingValue", "{a = ;}", "Expected a value"},
-                      HostileCase{"OddData", "<abc>", "hexadecimal"},
-                      HostileCase{"WrongData", "<xy>", "hexadecimal"},
-                      HostileCase{"StrayBrace", "a = b; }", "Unexpected text"},
-                      HostileCase{"LoneSurrogateEscape", R"("\Ud83c")", "Unknown escape"},
-                      HostileCase{"ShortUnicodeEscape", R"("\U12")", "Unknown escape"},
-                      HostileCase{"OctalEscapeThatIsTooLarge", R"("\777")", "Unknown escape"},
-                      HostileCase{"EscapeAtTheEnd", "\"\\", "Unknown escape"},
-                      HostileCase{"NotUtf8", "\"\xFF\"", "UTF-8"},
-                      HostileCase{"Nul", std::string("\0", 1), "Expected a value"},
-                      HostileCase{"Picture", "\x89PNG\r\n\x1A\n", "UTF-8"}),
+    ::testing::Values(
+        HostileCase{"TooDeep", repeated("(", 66) + repeated(")", 66), "too deeply"},
+        HostileCase{"VeryDeep", repeated("{a=", 100'000), "too deeply"},
+        HostileCase{"TooManyValues", "(" + repeated("a,", 100'001) + ")", "too many values"},
+        HostileCase{"TooManyKeysWithoutValues", keysWithoutValues(100'001), "too many values"},
+        HostileCase{"OpenText", "\"abc", "no closing quotation mark on line 1"},
+        HostileCase{"OpenComment", "{a = b;} /* abc", "Comment has no end"},
+        HostileCase{"CommentOfThreeSigns", "a /*/", "Comment has no end"},
+        HostileCase{"OpenDictionary", "{a = b;\nc = d;\n", "Expected } on line 3"},
+        HostileCase{"OpenArray", "(a, b", "Expected , or )"},
+        HostileCase{"MissingSemicolon", "{a = b c = d;}", "Expected ;"},
+        HostileCase{"MissingValue", "{a = ;}", "Expected a value"},
+        HostileCase{"OddData", "<abc>", "hexadecimal"},
+        HostileCase{"WrongData", "<xy>", "hexadecimal"},
+        HostileCase{"StrayBrace", "a = b; }", "Unexpected text"},
+        HostileCase{"LoneSurrogateEscape", R"("\Ud83c")", "Unknown escape"},
+        HostileCase{"ShortUnicodeEscape", R"("\U12")", "Unknown escape"},
+        HostileCase{"OctalEscapeThatIsTooLarge", R"("\777")", "Unknown escape"},
+        HostileCase{"EscapeAtTheEnd", "\"\\", "Unknown escape"},
+        HostileCase{"NotUtf8", "\"\xFF\"", "UTF-8"},
+        HostileCase{"Nul", std::string("\0", 1), "Expected a value"},
+        HostileCase{"Picture", "\x89PNG\r\n\x1A\n", "UTF-8"}),
     nameOf);
 
 class DeepestPropertyList : public ::testing::TestWithParam<HostileCase> {};

@@ -22,6 +22,12 @@ using testing::BusService;
 using testing::PrivateBus;
 using testing::waitUntil;
 
+constexpr BusService::Place loginManagerPlace{"org.freedesktop.login1", "/org/freedesktop/login1",
+                                              "org.freedesktop.login1.Manager"};
+constexpr BusService::Place portalPlace{"org.freedesktop.portal.Desktop",
+                                        "/org/freedesktop/portal/desktop",
+                                        "org.freedesktop.portal.Inhibit"};
+
 /// Keeps the records.
 class RecordingLog : public SystemLog {
   public:
@@ -44,8 +50,9 @@ class RecordingLog : public SystemLog {
 class LoginManager {
   public:
     explicit LoginManager(const PrivateBus& bus, bool answers = true)
-        : answers_(answers),
-          service_(std::in_place, bus, place, vtable, this, [this] { answerPending(); }) {}
+        : answers_(answers), service_(std::in_place, bus, loginManagerPlace, vtable, this, [this] {
+              answerPending();
+          }) {}
     LoginManager(const LoginManager&) = delete;
     LoginManager& operator=(const LoginManager&) = delete;
     ~LoginManager() {
@@ -115,8 +122,6 @@ class LoginManager {
         pending_.clear();
     }
 
-    static constexpr BusService::Place place{"org.freedesktop.login1", "/org/freedesktop/login1",
-                                             "org.freedesktop.login1.Manager"};
     static const std::array<sd_bus_vtable, 3> table;
     static const sd_bus_vtable* const vtable;
 
@@ -138,7 +143,7 @@ const sd_bus_vtable* const LoginManager::vtable = table.data();
 /// A desktop portal: its inhibition lasts as long as the caller stays on the bus.
 class Portal {
   public:
-    explicit Portal(const PrivateBus& bus) : service_(bus, place, vtable, this, [] {}) {}
+    explicit Portal(const PrivateBus& bus) : service_(bus, portalPlace, vtable, this, [] {}) {}
 
     std::vector<std::string> callers() {
         const std::lock_guard guard(mutex_);
@@ -159,9 +164,6 @@ class Portal {
         return sd_bus_reply_method_return(message, "o", "/org/freedesktop/portal/request/1");
     }
 
-    static constexpr BusService::Place place{"org.freedesktop.portal.Desktop",
-                                             "/org/freedesktop/portal/desktop",
-                                             "org.freedesktop.portal.Inhibit"};
     static const std::array<sd_bus_vtable, 3> table;
     static const sd_bus_vtable* const vtable;
 
@@ -177,6 +179,18 @@ const std::array<sd_bus_vtable, 3> Portal::table{
                                 SD_BUS_VTABLE_UNPRIVILEGED),
     sd_bus_vtable SD_BUS_VTABLE_END};
 const sd_bus_vtable* const Portal::vtable = table.data();
+
+/// Owns a service's name and knows none of its methods, so that each call is answered by an error.
+class RefusingService {
+  public:
+    RefusingService(const PrivateBus& bus, const BusService::Place& place)
+        : service_(bus, place, table.data(), nullptr, [] {}) {}
+
+  private:
+    static constexpr std::array<sd_bus_vtable, 2> table{sd_bus_vtable SD_BUS_VTABLE_START(0),
+                                                        sd_bus_vtable SD_BUS_VTABLE_END};
+    BusService service_;
+};
 
 class ProcessActivityTest : public ::testing::Test {
   protected:
@@ -268,6 +282,24 @@ TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagerIsSilent) {
     activity.beginUserInitiated("Timer Enabled");
     EXPECT_TRUE(waitUntil([&] { return portal.callers().size() == 1; }));
     EXPECT_EQ(loginManager.calls().size(), 1U);
+}
+
+TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagerRefuses) {
+    const RefusingService loginManager(systemBus, loginManagerPlace);
+    Portal portal(sessionBus);
+    LinuxProcessActivity activity(log);
+    activity.beginUserInitiated("Timer Enabled");
+    EXPECT_TRUE(waitUntil([&] { return portal.callers().size() == 1; }));
+    EXPECT_TRUE(log.records().empty());
+}
+
+TEST_F(ProcessActivityTest, RefusalsOfBothAreOneLogLine) {
+    const RefusingService loginManager(systemBus, loginManagerPlace);
+    const RefusingService portal(sessionBus, portalPlace);
+    LinuxProcessActivity activity(log);
+    activity.beginUserInitiated("Timer Enabled");
+    ASSERT_TRUE(waitUntil([&] { return !log.records().empty(); }));
+    EXPECT_EQ(log.records(), std::vector<std::string>{"No idle inhibitor available"});
 }
 
 TEST_F(ProcessActivityTest, NobodyWhoAnswersIsOneLogLine) {

@@ -143,6 +143,11 @@ TEST(BinaryPropertyListForm, EveryTypeOfValue) {
     EXPECT_EQ(value(list.file(array)), PropertyListValue{expected});
 }
 
+TEST(BinaryPropertyListForm, WideTextWithASurrogatePair) {
+    BinaryPropertyList list;
+    EXPECT_EQ(value(list.file(list.add("\x63\xD8\x3C\xDF\x89\x26\x03"))), text("🎉☃"));
+}
+
 TEST(BinaryPropertyListForm, TopLevelOfAnotherType) {
     BinaryPropertyList list;
     EXPECT_EQ(value(list.file(list.addText("text"))), text("text"));

@@ -45,23 +45,34 @@ AccessibilityReader::AccessibilityReader(const std::string& address)
 
 std::vector<Accessible> AccessibilityReader::controlsOf(std::optional<pid_t> process) const {
     std::vector<Accessible> controls;
-    std::vector<Reference> open;
     for (const Reference& program :
          children({"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"})) {
-        if (!process || processOf(program.owner) == *process) {
-            open.push_back(program);
+        if (process && processOf(program.owner) != *process) {
+            continue;
+        }
+        for (const Reference& window : children(program)) {
+            readWindow(window, controls);
         }
     }
+    return controls;
+}
+
+void AccessibilityReader::readWindow(const Reference& window,
+                                     std::vector<Accessible>& controls) const {
+    std::optional<PixelRect> place;
+    std::vector<Reference> open{window};
     while (!open.empty()) {
         const Reference next = open.back();
         open.pop_back();
         if (std::optional<Accessible> control = read(next)) {
+            place = place.value_or(control->extents);
+            control->extents.x -= place->x;
+            control->extents.y -= place->y;
             controls.push_back(std::move(*control));
         }
         std::vector<Reference> below = children(next);
         open.insert(open.end(), below.rbegin(), below.rend());
     }
-    return controls;
 }
 
 std::vector<AccessibilityReader::Reference> AccessibilityReader::children(

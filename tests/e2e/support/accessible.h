@@ -17,7 +17,8 @@ struct Accessible {
     std::string role;
     std::string name;
     std::string description;
-    /// Place on the screen, in pixels.
+    /// Place inside its window, in pixels. What a program believes of its window's place on the
+    /// screen can be out of date, so that is asked of the X server.
     PixelRect extents;
     bool showing = false;
     bool focused = false;
@@ -39,6 +40,7 @@ class AccessibilityReader {
         std::string path;
     };
 
+    void readWindow(const Reference& window, std::vector<Accessible>& controls) const;
     [[nodiscard]] std::vector<Reference> children(const Reference& parent) const;
     [[nodiscard]] std::optional<Accessible> read(const Reference& reference) const;
     [[nodiscard]] pid_t processOf(const std::string& owner) const;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/e2e/support/child_process.h"
 
@@ -46,8 +47,10 @@ class Screen {
     [[nodiscard]] bool waitForWindowManager();
     /// The window of this process that is on the screen, once it is mapped.
     [[nodiscard]] std::optional<WindowId> windowOf(pid_t process) const;
-    /// How many windows are on the screen, panels not counted.
-    [[nodiscard]] std::size_t windowCount() const;
+    /// The windows that are on the screen, as far as a window manager knows them.
+    [[nodiscard]] std::vector<WindowId> shownWindows() const;
+    /// Where the inside of the window is, without its decoration.
+    [[nodiscard]] PixelRect contentOf(WindowId window) const;
     /// Where the window is, its decoration included.
     [[nodiscard]] PixelRect frameOf(WindowId window) const;
     /// What the window manager put around the window; none while it has not said so.
@@ -65,7 +68,8 @@ class Screen {
     /// Asks the window manager to close the window, as a pager does.
     void requestClose(WindowId window);
 
-    void click(int x, int y);
+    /// Clicks the middle of a place that is given inside of the window.
+    void click(WindowId window, const PixelRect& place);
     /// Presses and releases the key that xmodmap calls `key` ("Escape"), Alt held or not.
     void pressKey(const std::string& key, bool withAlt = false);
 

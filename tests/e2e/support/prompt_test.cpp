@@ -140,18 +140,20 @@ std::vector<Accessible> PromptTest::controls() {
 }
 
 bool PromptTest::clickButton(const std::string& title) {
-    // The place of a button counts once its window rests where it is put.
+    // The place of a button counts once its window has its final size.
     std::optional<Accessible> button;
+    std::optional<WindowId> window;
     const bool resting = eventually([&] {
         const std::optional<Accessible> before = button;
         button = findControl(controls(), "push button", title);
-        return (before && button && before->extents == button->extents) || !process_->isRunning();
+        window = display().screen().windowOf(prompt_);
+        return (window && before && button && before->extents == button->extents) ||
+               !process_->isRunning();
     });
-    if (!resting || !button) {
+    if (!resting || !button || !window) {
         return false;
     }
-    display().screen().click(button->extents.x + button->extents.width / 2,
-                             button->extents.y + button->extents.height / 2);
+    display().screen().click(*window, button->extents);
     return true;
 }
 

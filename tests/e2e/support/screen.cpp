@@ -111,39 +111,43 @@ bool Screen::waitForWindowManager() {
            });
 }
 
-std::optional<WindowId> Screen::windowOf(pid_t process) const {
-    for (const WindowId window : connection_->property(connection_->root, "_NET_CLIENT_LIST")) {
-        const std::vector<unsigned long> owner = connection_->property(window, "_NET_WM_PID");
+std::vector<WindowId> Screen::shownWindows() const {
+    std::vector<WindowId> windows = connection_->property(connection_->root, "_NET_CLIENT_LIST");
+    std::erase_if(windows, [this](WindowId window) {
         XWindowAttributes attributes{};
-        if (owner == std::vector{static_cast<unsigned long>(process)} &&
-            XGetWindowAttributes(connection_->display, window, &attributes) != 0 &&
-            attributes.map_state == IsViewable) {
+        return XGetWindowAttributes(connection_->display, window, &attributes) == 0 ||
+               attributes.map_state != IsViewable;
+    });
+    return windows;
+}
+
+std::optional<WindowId> Screen::windowOf(pid_t process) const {
+    for (const WindowId window : shownWindows()) {
+        if (connection_->property(window, "_NET_WM_PID") ==
+            std::vector{static_cast<unsigned long>(process)}) {
             return window;
         }
     }
     return std::nullopt;
 }
 
-std::size_t Screen::windowCount() const {
-    const auto windows = connection_->property(connection_->root, "_NET_CLIENT_LIST");
-    return static_cast<std::size_t>(
-        std::count_if(windows.begin(), windows.end(), [this](WindowId window) {
-            XWindowAttributes attributes{};
-            return XGetWindowAttributes(connection_->display, window, &attributes) != 0 &&
-                   attributes.map_state == IsViewable;
-        }));
+PixelRect Screen::contentOf(WindowId window) const {
+    XWindowAttributes attributes{};
+    WindowId child = 0;
+    PixelRect content;
+    XGetWindowAttributes(connection_->display, window, &attributes);
+    XTranslateCoordinates(connection_->display, window, connection_->root, 0, 0, &content.x,
+                          &content.y, &child);
+    content.width = attributes.width;
+    content.height = attributes.height;
+    return content;
 }
 
 PixelRect Screen::frameOf(WindowId window) const {
-    XWindowAttributes attributes{};
-    WindowId child = 0;
-    PixelRect frame;
-    XGetWindowAttributes(connection_->display, window, &attributes);
-    XTranslateCoordinates(connection_->display, window, connection_->root, 0, 0, &frame.x, &frame.y,
-                          &child);
+    PixelRect frame = contentOf(window);
     const Decoration decoration = decorationOf(window).value_or(Decoration{});
-    frame.width = attributes.width + decoration.left + decoration.right;
-    frame.height = attributes.height + decoration.top + decoration.bottom;
+    frame.width += decoration.left + decoration.right;
+    frame.height += decoration.top + decoration.bottom;
     frame.x -= decoration.left;
     frame.y -= decoration.top;
     return frame;
@@ -228,8 +232,17 @@ void Screen::requestClose(WindowId window) {
     XSync(connection_->display, 0);
 }
 
-void Screen::click(int x, int y) {
-    XTestFakeMotionEvent(connection_->display, -1, x, y, CurrentTime);
+void Screen::click(WindowId window, const PixelRect& place) {
+    // The window manager may still be moving the window: what counts is where it is in the end.
+    PixelRect before;
+    static_cast<void>(eventually([&] {
+        before = contentOf(window);
+        XTestFakeMotionEvent(connection_->display, -1, before.x + place.x + place.width / 2,
+                             before.y + place.y + place.height / 2, CurrentTime);
+        XSync(connection_->display, 0);
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        return contentOf(window) == before;
+    }));
     XTestFakeButtonEvent(connection_->display, 1, 1, CurrentTime);
     XTestFakeButtonEvent(connection_->display, 1, 0, CurrentTime);
     XSync(connection_->display, 0);
