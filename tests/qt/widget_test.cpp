@@ -1,7 +1,9 @@
 #include "tests/qt/widget_test.h"
 
 #include <QApplication>
+#include <array>
 #include <memory>
+#include <string>
 
 namespace {
 
@@ -10,14 +12,14 @@ class WidgetEnvironment : public testing::Environment {
   public:
     void SetUp() override {
         qputenv("QT_QPA_PLATFORM", "offscreen");
-        application_ = std::make_unique<QApplication>(argumentCount_, arguments_);
+        application_ = std::make_unique<QApplication>(argumentCount_, arguments_.data());
     }
     void TearDown() override { application_.reset(); }
 
   private:
-    char name_[9] = "qt_tests";
+    std::string name_ = "qt_tests";
     int argumentCount_ = 1;
-    char* arguments_[2] = {name_, nullptr};
+    std::array<char*, 2> arguments_{name_.data(), nullptr};
     std::unique_ptr<QApplication> application_;
 };
 
