@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace velunor {
+
+/// A network directory node.
+struct LdapNodeSettings {
+    /// "ldaps://host[:port]", or "ldap://host[:port]", which is upgraded to TLS before any bind.
+    std::string uri;
+    /// Where the accounts are; searched with its whole subtree.
+    std::string userBase;
+    /// Which entry is an account's; each "%u" stands for its escaped name.
+    std::string userFilter = "(uid=%u)";
+    /// File with the certificates of the authorities to trust, PEM; empty for the system's own.
+    std::string certificateAuthorities;
+    /// Limit for connecting, for TLS and for each answer.
+    std::chrono::seconds timeout{5};
+};
+
+/// Where the program is that asks PAM.
+struct PasswordHelperSettings {
+    /// Socket of the system service.
+    std::string socketPath = "/run/velunor/osupdate-checkpass.socket";
+    /// The program itself, started where there is no such socket.
+    std::string program = "/opt/velunor/ostrel_agent/bin/osupdate-checkpass";
+    /// Limit for the whole check.
+    std::chrono::milliseconds timeout{std::chrono::seconds{10}};
+};
+
+/// The nodes that this machine has beside "/Local/Default".
+struct LinuxDirectorySettings {
+    /// Names of the nodes that "/Search" asks, in this order.
+    std::vector<std::string> searchPath;
+    /// Nodes by their whole name, such as "/LDAPv3/corp".
+    std::map<std::string, LdapNodeSettings> ldapNodes;
+    PasswordHelperSettings passwordHelper;
+};
+
+}  // namespace velunor
