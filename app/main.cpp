@@ -2,8 +2,8 @@
 
 #include <QApplication>
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,6 +13,7 @@
 #include "app/start_up.h"
 #include "platform/linux/linux_child_process.h"
 #include "platform/linux/linux_console_users.h"
+#include "platform/linux/linux_directory_service.h"
 #include "platform/linux/linux_process.h"
 #include "platform/linux/linux_process_activity.h"
 #include "platform/linux/linux_property_list_reader.h"
@@ -28,11 +29,20 @@
 
 namespace {
 
-/// A machine whose directory cannot be asked: every check of a password answers no.
-class NoDirectory : public velunor::DirectoryService {
-  public:
-    std::shared_ptr<velunor::DirectorySession> defaultSession() override { return nullptr; }
-};
+/// The directory as the agent's settings describe it.
+velunor::LinuxDirectorySettings directorySettings(const velunor::AgentSettings& agent) {
+    velunor::LinuxDirectorySettings settings;
+    settings.searchPath = agent.searchPath;
+    for (const auto& [name, node] : agent.directoryNodes) {
+        settings.ldapNodes.emplace(name, velunor::LdapNodeSettings{
+                                             .uri = node.uri,
+                                             .userBase = node.userBase,
+                                             .userFilter = node.userFilter,
+                                             .timeout = std::chrono::seconds(node.timeoutSeconds),
+                                         });
+    }
+    return settings;
+}
 
 /// The parts that work without a display, alive from the first step to the last.
 struct Machine {
@@ -44,7 +54,6 @@ struct Machine {
     velunor::LinuxPropertyListReader propertyLists;
     velunor::LinuxChildProcess childProcess;
     velunor::LinuxConsoleUsers consoleUsers;
-    NoDirectory directory;
 };
 
 /// Runs the prompt on the desktop until an answer or the session ends the process.
@@ -60,6 +69,7 @@ struct Machine {
     const velunor::QtScreens screens;
     const velunor::QtImageReader images;
     const velunor::QtTextSegmenter segmenter;
+    velunor::LinuxDirectoryService directory(directorySettings(velunor::loadedSettings()));
     velunor::PromptWindow promptWindow;
     velunor::QtWindow window(promptWindow);
     velunor::QtApplication application(promptWindow, window);
@@ -77,7 +87,7 @@ struct Machine {
                                      machine.clock,
                                      machine.childProcess,
                                      machine.consoleUsers,
-                                     machine.directory,
+                                     directory,
                                      velunor::loadedSettings().secureTokenTool,
                                      {}};
     services.application.connect(&application);

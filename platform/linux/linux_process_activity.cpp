@@ -1,7 +1,6 @@
 #include "platform/linux/linux_process_activity.h"
 
 #include <fcntl.h>
-#include <systemd/sd-bus.h>
 
 #include <mutex>
 #include <optional>
@@ -10,36 +9,16 @@
 #include <thread>
 #include <utility>
 
+#include "platform/linux/bus_handles.h"
 #include "platform/linux/file_descriptor.h"
 
 namespace velunor {
 
 namespace {
 
-constexpr std::uint64_t answerTimeoutMicroseconds = 5'000'000;
-
-struct CloseBus {
-    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
-};
-using Bus = std::unique_ptr<sd_bus, CloseBus>;
-
-struct DropMessage {
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-};
-using Message = std::unique_ptr<sd_bus_message, DropMessage>;
-
-Bus openBus(int (*open)(sd_bus**)) {
-    sd_bus* bus = nullptr;
-    if (open(&bus) < 0) {
-        return nullptr;
-    }
-    sd_bus_set_method_call_timeout(bus, answerTimeoutMicroseconds);
-    return Bus(bus);
-}
-
 /// The login manager's lock; it lasts as long as the descriptor is open.
 FileDescriptor loginManagerLock(const std::string& reason) {
-    const Bus bus = openBus(sd_bus_open_system);
+    const BusHandle bus = openBus(sd_bus_open_system);
     sd_bus_message* reply = nullptr;
     if (!bus ||
         sd_bus_call_method(bus.get(), "org.freedesktop.login1", "/org/freedesktop/login1",
@@ -47,7 +26,7 @@ FileDescriptor loginManagerLock(const std::string& reason) {
                            "idle", "VelunorOSUpdate", reason.c_str(), "block") < 0) {
         return FileDescriptor();
     }
-    const Message owner(reply);
+    const BusMessageHandle owner(reply);
     int descriptor = -1;
     if (sd_bus_message_read(reply, "h", &descriptor) < 0) {
         return FileDescriptor();
@@ -57,9 +36,9 @@ FileDescriptor loginManagerLock(const std::string& reason) {
 }
 
 /// The desktop portal's lock; it lasts as long as the connection is open.
-Bus portalLock(const std::string& reason) {
+BusHandle portalLock(const std::string& reason) {
     constexpr std::uint32_t idle = 8;
-    Bus bus = openBus(sd_bus_open_user);
+    BusHandle bus = openBus(sd_bus_open_user);
     sd_bus_message* reply = nullptr;
     if (!bus || sd_bus_call_method(bus.get(), "org.freedesktop.portal.Desktop",
                                    "/org/freedesktop/portal/desktop",
@@ -67,7 +46,7 @@ Bus portalLock(const std::string& reason) {
                                    "sua{sv}", "", idle, 1, "reason", "s", reason.c_str()) < 0) {
         return nullptr;
     }
-    const Message owner(reply);
+    const BusMessageHandle owner(reply);
     return bus;
 }
 
@@ -78,7 +57,7 @@ class LinuxProcessActivity::Lock {
     /// Asks for the lock; false when nobody grants one. On the asking thread.
     bool acquire(const std::string& reason) {
         FileDescriptor descriptor = loginManagerLock(reason);
-        Bus bus = descriptor.isOpen() ? nullptr : portalLock(reason);
+        BusHandle bus = descriptor.isOpen() ? nullptr : portalLock(reason);
         const bool granted = descriptor.isOpen() || bus;
         const std::lock_guard guard(mutex_);
         // One that was given back before it was granted is dropped here.
@@ -100,7 +79,7 @@ class LinuxProcessActivity::Lock {
     std::mutex mutex_;
     bool released_ = false;
     FileDescriptor descriptor_;
-    Bus bus_;
+    BusHandle bus_;
 };
 
 LinuxProcessActivity::LinuxProcessActivity(SystemLog& log) : log_(log) {}

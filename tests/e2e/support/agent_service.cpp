@@ -46,6 +46,7 @@ int TestAgentService::handle(sd_bus_message* message, void* self, sd_bus_error* 
             service.leaving_ = true;
             return 1;
         case Treatment::stayMute:
+        case Treatment::answerWhenTold:
         case Treatment::answerLate:
             break;
     }
@@ -64,8 +65,10 @@ void TestAgentService::serve(const std::stop_token& stop) {
             sd_bus_close(bus_.get());
             return;
         }
-        if (treatment_ == Treatment::answerLate && held_ != nullptr &&
-            std::chrono::steady_clock::now() - heldSince_ >= lateness) {
+        const bool due = treatment_ == Treatment::answerLate
+                             ? std::chrono::steady_clock::now() - heldSince_ >= lateness
+                             : told_.load();
+        if (held_ != nullptr && due) {
             sd_bus_reply_method_return(held_.get(), "s", replyText);
             held_.reset();
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <mutex>
 #include <string>
@@ -15,6 +16,8 @@ enum class Treatment {
     answer,
     /// Takes the request and never replies.
     stayMute,
+    /// Replies once the test says so.
+    answerWhenTold,
     /// Replies after `AgentService::lateness`.
     answerLate,
     /// Leaves the bus while the caller waits.
@@ -44,6 +47,9 @@ class TestAgentService {
     /// The requests so far, in their order.
     [[nodiscard]] std::vector<Request> requests() const;
 
+    /// Lets a service that waits for it reply.
+    void answerNow() { told_ = true; }
+
   private:
     static int handle(sd_bus_message* message, void* self, sd_bus_error* error);
     void serve(const std::stop_token& stop);
@@ -52,6 +58,7 @@ class TestAgentService {
     BusConnection bus_;
     Treatment treatment_;
     bool leaving_ = false;
+    std::atomic_bool told_ = false;
     BusMessage held_;
     std::chrono::steady_clock::time_point heldSince_;
     mutable std::mutex mutex_;

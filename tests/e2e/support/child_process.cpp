@@ -30,6 +30,11 @@ const char* fileOrNull(const std::filesystem::path& path) {
 // Between fork and exec: only calls that are safe while other threads hold locks.
 [[noreturn]] void become(const Command& command, char** arguments, char** environment) {
     ::setpgid(0, 0);
+    // A test that acts as another account starts its programs as that account for good.
+    if (::setresgid(::getegid(), ::getegid(), ::getegid()) != 0 ||
+        ::setresuid(::geteuid(), ::geteuid(), ::geteuid()) != 0) {
+        ::_exit(127);
+    }
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::umask(command.umask);
     // A program that stops on purpose leaves no core file behind.

@@ -35,7 +35,8 @@ struct Ending {
     bool operator==(const Ending&) const = default;
 };
 
-/// A child process in a process group of its own. It is killed, with its group, when this object
+/// A child process in a process group of its own, with the effective user and group of the test as
+/// its only ones. It is killed, with its group, when this object
 /// goes, and also when the test itself dies.
 class ChildProcess {
   public:

@@ -60,6 +60,8 @@ class Screen {
     [[nodiscard]] WindowId activeWindow() const;
     [[nodiscard]] bool isAbove(WindowId window) const;
     [[nodiscard]] bool demandsAttention(WindowId window) const;
+    /// How many pixels inside the window have exactly this colour (0xRRGGBB).
+    [[nodiscard]] std::size_t pixelsOfColour(WindowId window, unsigned long colour) const;
 
     /// Shows a panel of this height along the bottom that reserves its place.
     void addBottomPanel(int height);

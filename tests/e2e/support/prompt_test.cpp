@@ -139,21 +139,21 @@ std::vector<Accessible> PromptTest::controls() {
     return reader_->controlsOf(prompt_);
 }
 
-bool PromptTest::clickButton(const std::string& title) {
-    // The place of a button counts once its window has its final size.
-    std::optional<Accessible> button;
+bool PromptTest::clickControl(const std::string& role, const std::string& name) {
+    // The place of a control counts once its window has its final size.
+    std::optional<Accessible> control;
     std::optional<WindowId> window;
     const bool resting = eventually([&] {
-        const std::optional<Accessible> before = button;
-        button = findControl(controls(), "push button", title);
+        const std::optional<Accessible> before = control;
+        control = findControl(controls(), role, name);
         window = display().screen().windowOf(prompt_);
-        return (window && before && button && before->extents == button->extents) ||
+        return (window && before && control && before->extents == control->extents) ||
                !process_->isRunning();
     });
-    if (!resting || !button || !window) {
+    if (!resting || !control || !window) {
         return false;
     }
-    display().screen().click(*window, button->extents);
+    display().screen().click(*window, control->extents);
     return true;
 }
 

@@ -42,6 +42,7 @@ class PromptTest : public ::testing::Test {
     /// Starts an agent service that treats requests so.
     void startService(Treatment treatment = Treatment::answer);
     [[nodiscard]] std::vector<Request> requests() const { return service_->requests(); }
+    [[nodiscard]] TestAgentService& service() { return *service_; }
 
     /// Variables of the desktop session; to be changed before the start where a test needs it.
     Environment& environment() { return environment_; }
@@ -61,8 +62,11 @@ class PromptTest : public ::testing::Test {
                                                            const std::string& name);
     /// All controls as they are now.
     [[nodiscard]] std::vector<Accessible> controls();
-    /// Clicks the middle of the button with this title by the pointer; whether it was found.
-    [[nodiscard]] bool clickButton(const std::string& title);
+    /// Clicks the middle of the control of this kind and name by the pointer; whether it was found.
+    [[nodiscard]] bool clickControl(const std::string& role, const std::string& name);
+    [[nodiscard]] bool clickButton(const std::string& title) {
+        return clickControl("push button", title);
+    }
 
     /// What the program wrote to standard output and error so far.
     [[nodiscard]] std::string output() const { return readFile(directory() / "out"); }

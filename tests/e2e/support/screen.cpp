@@ -194,6 +194,25 @@ bool Screen::demandsAttention(WindowId window) const {
     return urgent;
 }
 
+std::size_t Screen::pixelsOfColour(WindowId window, unsigned long colour) const {
+    const PixelRect content = contentOf(window);
+    XImage* image =
+        XGetImage(connection_->display, window, 0, 0, static_cast<unsigned>(content.width),
+                  static_cast<unsigned>(content.height), AllPlanes, ZPixmap);
+    if (image == nullptr) {
+        return 0;
+    }
+    constexpr unsigned long colourBits = 0xffffff;
+    std::size_t count = 0;
+    for (int y = 0; y < image->height; ++y) {
+        for (int x = 0; x < image->width; ++x) {
+            count += (XGetPixel(image, x, y) & colourBits) == colour ? 1 : 0;
+        }
+    }
+    XDestroyImage(image);
+    return count;
+}
+
 void Screen::addBottomPanel(int height) {
     const WindowId panel =
         connection_->makeWindow({0, Display::height - height, Display::width, height});

@@ -1,0 +1,161 @@
+#include "tests/e2e/credentials/credentials_test.h"
+
+namespace velunor::e2e {
+namespace {
+
+constexpr const char* helperPath = "/run/velunor/bin/osupdate-checkpass";
+constexpr const char* helperSocket = "/run/velunor/osupdate-checkpass.socket";
+
+}  // namespace
+
+Desktop::Desktop()
+    : password(world::newPassword()),
+      user(machine.addAccount("ada", password, {"sudo"})),
+      acting(user) {
+    const world::AsRoot root;
+    world::Machine::run({"install", "-D", "-m", "755", CHECKPASS_PROGRAM, helperPath});
+    world::Machine::run(
+        {"install", "-D", "-m", "644", PAM_SERVICE_FILE, "/etc/pam.d/velunor-osupdate"});
+    world::Machine::seat(user);
+}
+
+CredentialsTest::CredentialsTest() : tokenTool_(world::reachable(TOKEN_TOOL_PROGRAM)) {
+    writeSettings();
+    // Of the machine's services only those that a test starts take part.
+    environment()["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=/run/dbus/system_bus_socket";
+}
+
+void CredentialsTest::writeSettings() {
+    const std::string root = directory().string();
+    std::string text = "[agent]\nproduct_name = \"Test Agent\"\n";
+    for (const std::string kind : {"base", "data", "log"}) {
+        text += kind + "_path = \"" + root + "/" + kind + "\"\n";
+    }
+    text += "[service]\nbus = \"session\"\n[credentials]\nsecure_token_tool = \"" + tokenTool_ +
+            "\"\npassword_helper = \"" + helperPath + "\"\n" + moreSettings_;
+    writeFile(settingsPath(), text);
+}
+
+void CredentialsTest::addSettings(std::string_view lines) {
+    moreSettings_ += lines;
+    writeSettings();
+}
+
+void CredentialsTest::answerTokensWith(const std::string& script) {
+    const std::filesystem::path tool = directory() / "token-tool";
+    writeFile(tool, "#!/bin/sh\n" + script + "\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    tokenTool_ = tool;
+    writeSettings();
+}
+
+world::Account CredentialsTest::addAccount(const std::string& name,
+                                           const std::string& accountPassword,
+                                           const std::vector<std::string>& groups) {
+    const world::AsRoot root;
+    return machine.addAccount(name, accountPassword, groups);
+}
+
+void CredentialsTest::seat(const world::Account& account) {
+    const world::AsRoot root;
+    world::Machine::seat(account);
+}
+
+void CredentialsTest::leaveSeat() {
+    const world::AsRoot root;
+    world::Machine::leaveSeat();
+}
+
+void CredentialsTest::startPrompt(const std::string& minutes) {
+    startPromptOf(PROMPT_PROGRAM, minutes);
+}
+
+void CredentialsTest::startPromptOf(const std::string& program, const std::string& minutes) {
+    startProgram({world::reachable(program), "OSUpdateWithCred", "Debian 12.9", "false", minutes,
+                  "false", "2"});
+    ASSERT_TRUE(waitForWindow()) << systemLog();
+}
+
+void CredentialsTest::startPasswordService() {
+    const world::AsRoot root;
+    passwordService_ = std::make_unique<ChildProcess>(
+        Command{.arguments = {"systemd-socket-activate", "--accept", "--inetd",
+                              "--listen=" + std::string(helperSocket), helperPath},
+                .environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}},
+                .output = {},
+                .errors = directory() / "password-service.log",
+                .umask = 0});
+    ASSERT_TRUE(eventually([] { return std::filesystem::exists(helperSocket); }));
+}
+
+void CredentialsTest::typeIntoField(const std::string& role, const std::string& name,
+                                    const std::string& text) {
+    ASSERT_TRUE(waitForControl(role, name)) << systemLog();
+    ASSERT_TRUE(clickControl(role, name)) << systemLog();
+    ASSERT_TRUE(eventually([&] {
+        const auto field = findControl(controls(), role, name);
+        return field && field->focused;
+    })) << systemLog();
+    type(text);
+}
+
+void CredentialsTest::typePassword(const std::string& text) {
+    typeIntoField("password text", "Password", text);
+}
+
+void CredentialsTest::typeUserName(const std::string& name) {
+    if (findControl(controls(), "push button", "Another user")) {
+        ASSERT_TRUE(clickButton("Another user"));
+    }
+    typeIntoField("text", "User name", "");
+    display().screen().pressKey("End");
+    for (int erased = 0; erased < 32; ++erased) {
+        display().screen().pressKey("BackSpace");
+    }
+    type(name);
+}
+
+void CredentialsTest::type(const std::string& text) {
+    for (const char letter : text) {
+        display().screen().pressKey(std::string(1, letter));
+    }
+}
+
+void CredentialsTest::updateNowUntil(const std::string& text) {
+    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    ASSERT_TRUE(waitForLog(text)) << systemLog();
+}
+
+void CredentialsTest::clickToTheEnd(const std::string& button) {
+    ASSERT_TRUE(clickButton(button)) << systemLog();
+    ASSERT_EQ(process().wait(), (Ending{0, 0})) << systemLog();
+}
+
+bool CredentialsTest::noticeShows() {
+    return findControl(controls(), "label", "Not allowed to update.").has_value();
+}
+
+std::string CredentialsTest::delivered() const {
+    const std::vector<Request> received = requests();
+    return received.size() == 1 ? received.front().message
+                                : std::to_string(received.size()) + " messages";
+}
+
+bool CredentialsTest::logged(const std::string& text) const {
+    return timesLogged(text) > 0;
+}
+
+std::size_t CredentialsTest::timesLogged(const std::string& text) const {
+    const std::string log = systemLog();
+    std::size_t times = 0;
+    for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) {
+        ++times;
+    }
+    return times;
+}
+
+std::string proceedMessage(const std::string& userName, const std::string& password) {
+    return R"({"proceed":{"userName":")" + userName + R"(","passwd":")" + password + R"("}})";
+}
+
+}  // namespace velunor::e2e

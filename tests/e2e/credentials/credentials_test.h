@@ -1,0 +1,79 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/e2e/support/prompt_test.h"
+#include "tests/world/machine.h"
+
+namespace velunor::e2e {
+
+/// The account that the tests' desktop belongs to, made before anything of the desktop.
+struct Desktop {
+    Desktop();
+
+    world::Machine machine;
+    std::string password;
+    /// Sits at the machine and may authorise updates.
+    world::Account user;
+    world::ActingAs acting;
+};
+
+/// A desktop on a machine of its own, where an ordinary user meets a prompt that asks for
+/// credentials, and answers it with real key presses.
+class CredentialsTest : protected Desktop, public PromptTest {
+  protected:
+    CredentialsTest();
+
+    /// Adds lines to the settings; to be called before the start.
+    void addSettings(std::string_view lines);
+    /// Takes this program's answer about tokens, a shell script, instead of the real tool's.
+    void answerTokensWith(const std::string& script);
+
+    /// An account with a password of its own.
+    world::Account addAccount(const std::string& name, const std::string& accountPassword,
+                              const std::vector<std::string>& groups = {});
+    /// This account, or nobody, has the active session at the machine.
+    static void seat(const world::Account& account);
+    static void leaveSeat();
+
+    /// Starts a prompt that asks for credentials, and waits until it is on the screen.
+    void startPrompt(const std::string& minutes = "15");
+    /// The same with another build of the prompt.
+    void startPromptOf(const std::string& program, const std::string& minutes = "15");
+
+    /// Starts the system service that asks PAM about passwords, as the service manager would.
+    void startPasswordService();
+
+    /// Clicks into the showing field of this kind and name and types.
+    void typeIntoField(const std::string& role, const std::string& name, const std::string& text);
+    /// Clicks into the password field and types.
+    void typePassword(const std::string& text);
+    /// Asks for another user by the link where it is shown, and types the name into the field.
+    void typeUserName(const std::string& name);
+    void type(const std::string& text);
+    /// Clicks Update Now and waits until the log holds the text.
+    void updateNowUntil(const std::string& logged);
+    /// Clicks a button and waits for the end of the prompt.
+    void clickToTheEnd(const std::string& button);
+    [[nodiscard]] bool noticeShows();
+
+    /// The one message that the service received.
+    [[nodiscard]] std::string delivered() const;
+    [[nodiscard]] bool logged(const std::string& text) const;
+    /// How often the log holds the text.
+    [[nodiscard]] std::size_t timesLogged(const std::string& text) const;
+
+  private:
+    void writeSettings();
+
+    std::unique_ptr<ChildProcess> passwordService_;
+    std::string tokenTool_;
+    std::string moreSettings_;
+};
+
+/// What is delivered for these credentials.
+[[nodiscard]] std::string proceedMessage(const std::string& userName, const std::string& password);
+
+}  // namespace velunor::e2e

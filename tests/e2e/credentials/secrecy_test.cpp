@@ -1,0 +1,94 @@
+// Where a typed password may be: in the field while the prompt is open, and in the one message.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "tests/e2e/credentials/credentials_test.h"
+#include "tests/e2e/credentials/memory.h"
+
+namespace velunor::e2e {
+
+std::ostream& operator<<(std::ostream& stream, const Trace& trace) {
+    return stream << trace.place << ", " << trace.coding << ", after \"" << trace.before << '"';
+}
+
+namespace {
+
+class Secrecy : public CredentialsTest {
+  protected:
+    /// Every file below the test's directory, logs included, and every record of the journal.
+    void expectNoFileHolds(const std::string& text) {
+        std::size_t files = 0;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(directory())) {
+            if (entry.is_regular_file()) {
+                ++files;
+                EXPECT_EQ(readFile(entry.path()).find(text), std::string::npos) << entry.path();
+            }
+        }
+        EXPECT_GT(files, 0U);
+        EXPECT_NE(machine.journal().records().find("SYSLOG_IDENTIFIER=VelunorOSUpdate"),
+                  std::string::npos)
+            << "the journal got nothing";
+        EXPECT_EQ(machine.journal().records().find(text), std::string::npos);
+    }
+
+    static std::vector<Trace> tracesOf(pid_t process, const std::string& text) {
+        const world::AsRoot root;
+        return tracesInMemory(process, text);
+    }
+};
+
+TEST_F(Secrecy, DeliveredPasswordIsNowhereButInTheMessage) {
+    startPasswordService();
+    startService(Treatment::answerWhenTold);
+    startPrompt();
+    typePassword(password);
+    ASSERT_FALSE(tracesOf(process().id(), password).empty()) << "the search finds nothing at all";
+    ASSERT_TRUE(clickButton("Go ahead"));
+    ASSERT_TRUE(eventually([&] { return requests().size() == 1; })) << systemLog();
+    for (const pid_t other : otherProcesses()) {
+        for (const Trace& trace : tracesOf(other, password)) {
+            EXPECT_TRUE(trace.coding == "bytes" && trace.before.ends_with(R"("passwd":")"))
+                << trace;
+        }
+    }
+    service().answerNow();
+    ASSERT_EQ(process().wait(), (Ending{0, 0})) << systemLog();
+    EXPECT_EQ(delivered(), proceedMessage("ada", password));
+    expectNoFileHolds(password);
+}
+
+TEST_F(Secrecy, RefusedPasswordIsNowhereButInThePrompt) {
+    const std::string wrong = world::newPassword();
+    startPasswordService();
+    startService();
+    startPrompt();
+    typePassword(wrong);
+    updateNowUntil("Failed to validate credentials ada\n");
+    for (const pid_t other : otherProcesses()) {
+        if (other != process().id()) {
+            for (const Trace& trace : tracesOf(other, wrong)) {
+                ADD_FAILURE() << trace;
+            }
+        }
+    }
+    for (const Trace& trace : tracesOf(process().id(), wrong)) {
+        // The field's own text is the only one.
+        EXPECT_EQ(trace.coding, "16-bit") << trace;
+    }
+    clickToTheEnd("Later");
+    expectNoFileHolds(wrong);
+}
+
+TEST_F(Secrecy, MemoryOfThePromptIsClosedToTheUsersOtherPrograms) {
+    startPrompt();
+    const std::string memory = "/proc/" + std::to_string(process().id()) + "/mem";
+    const int descriptor = ::open(memory.c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_LT(descriptor, 0);
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+}
+
+}  // namespace
+}  // namespace velunor::e2e

@@ -1,0 +1,143 @@
+#include "tests/world/machine.h"
+
+#include <grp.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <random>
+#include <stdexcept>
+#include <string_view>
+
+#include "tests/e2e/support/files.h"
+#include "tests/e2e/support/wait.h"
+
+namespace velunor::world {
+namespace {
+
+constexpr const char* systemBusSocket = "/run/dbus/system_bus_socket";
+const e2e::Environment rootEnvironment{{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"},
+                                       {"LC_ALL", "C.UTF-8"}};
+
+void require(bool condition, const std::string& what) {
+    if (!condition) {
+        throw std::runtime_error(what);
+    }
+}
+
+}  // namespace
+
+std::string reachable(const std::string& path) {
+    constexpr std::string_view tree = SOURCE_TREE;
+    require(path.starts_with(tree), path + " is not in the source tree");
+    return treePath + path.substr(tree.size());
+}
+
+std::string newPassword() {
+    constexpr std::size_t length = 20;
+    std::random_device random;
+    std::uniform_int_distribution<int> letter('a', 'z');
+    std::string password;
+    while (password.size() < length) {
+        password += static_cast<char>(letter(random));
+    }
+    return password;
+}
+
+Machine::Machine() {
+    require(::geteuid() == 0 && std::filesystem::exists(treePath),
+            "this is not a machine that a test has for itself");
+}
+
+void Machine::run(const std::vector<std::string>& command) {
+    e2e::ChildProcess process({.arguments = command, .environment = rootEnvironment});
+    require(process.wait() == e2e::Ending{0, 0}, command.front() + " failed");
+}
+
+Account Machine::addAccount(const std::string& name, const std::string& password,
+                            const std::vector<std::string>& groups) {
+    run({"useradd", "--create-home", "--home-dir", "/run/homes/" + name, "--shell", "/bin/sh",
+         name});
+    for (const std::string& group : groups) {
+        run({"groupadd", "--force", group});
+        run({"gpasswd", "--add", name, group});
+    }
+    FILE* passwords = ::popen("/usr/sbin/chpasswd --crypt-method SHA512", "we");
+    require(passwords != nullptr, "chpasswd does not start");
+    const std::string line = name + ":" + password + "\n";
+    const bool written = std::fwrite(line.data(), 1, line.size(), passwords) == line.size();
+    require(::pclose(passwords) == 0 && written, "chpasswd failed");
+    const passwd* entry = ::getpwnam(name.c_str());
+    require(entry != nullptr, "no account " + name);
+    return {name, entry->pw_uid, entry->pw_gid, entry->pw_dir};
+}
+
+void Machine::seat(const Account& account) {
+    const std::string user = std::to_string(account.user);
+    e2e::writeFile("/run/systemd/seats/seat0",
+                   "IS_SEAT0=1\nCAN_GRAPHICAL=1\nACTIVE=c1\n"
+                   "ACTIVE_UID=" +
+                       user + "\nSESSIONS=c1\nUIDS=" + user + "\n");
+    e2e::writeFile("/run/systemd/sessions/c1",
+                   "UID=" + user + "\nUSER=" + account.name +
+                       "\nACTIVE=1\nIS_DISPLAY=1\nSTATE=active\nREMOTE=0\nTYPE=x11\nCLASS=user\n"
+                       "SEAT=seat0\n");
+    e2e::writeFile("/run/systemd/users/" + user,
+                   "NAME=" + account.name +
+                       "\nSTATE=active\nSTOPPING=no\nDISPLAY=c1\nSESSIONS=c1\nSEATS=seat0\n"
+                       "ACTIVE_SESSIONS=c1\nONLINE_SESSIONS=c1\nACTIVE_SEATS=seat0\n");
+}
+
+void Machine::leaveSeat() {
+    for (const char* kind : {"seats", "sessions", "users"}) {
+        for (const auto& entry :
+             std::filesystem::directory_iterator(std::string("/run/systemd/") + kind)) {
+            std::filesystem::remove(entry);
+        }
+    }
+}
+
+void Machine::startSystemBus() {
+    systemBus_ = std::make_unique<e2e::ChildProcess>(
+        e2e::Command{.arguments = {"dbus-daemon", "--system", "--nofork", "--nopidfile"},
+                     .environment = rootEnvironment});
+    require(e2e::eventually([] { return std::filesystem::exists(systemBusSocket); }),
+            "the system bus did not start");
+}
+
+void Machine::startAccountsService() {
+    accountsService_ = std::make_unique<e2e::ChildProcess>(e2e::Command{
+        .arguments = {"/usr/libexec/accounts-daemon"}, .environment = rootEnvironment});
+    require(e2e::eventually([] {
+                e2e::ChildProcess ask(
+                    {.arguments = {"dbus-send", "--system", "--print-reply",
+                                   "--dest=org.freedesktop.Accounts", "/org/freedesktop/Accounts",
+                                   "org.freedesktop.Accounts.ListCachedUsers"},
+                     .environment = rootEnvironment});
+                return ask.wait() == e2e::Ending{0, 0};
+            }),
+            "the accounts service did not start");
+}
+
+ActingAs::ActingAs(const Account& account) {
+    require(::initgroups(account.name.c_str(), account.group) == 0 &&
+                ::setegid(account.group) == 0 && ::seteuid(account.user) == 0,
+            "cannot act as " + account.name);
+}
+
+ActingAs::~ActingAs() {
+    // The real user is still root, who may take the place back.
+    static_cast<void>(::seteuid(0));
+    static_cast<void>(::setegid(0));
+    static_cast<void>(::setgroups(0, nullptr));
+}
+
+AsRoot::AsRoot() : user_(::geteuid()), group_(::getegid()) {
+    require(::seteuid(0) == 0 && ::setegid(0) == 0, "cannot be root again");
+}
+
+AsRoot::~AsRoot() {
+    static_cast<void>(::setegid(group_));
+    static_cast<void>(::seteuid(user_));
+}
+
+}  // namespace velunor::world
