@@ -19,34 +19,37 @@ dev_run() {
         arguments=("$kind" "Debian 12.9" false 15 false 2)
     fi
     [ ${#arguments[@]} -eq 6 ] || die "run: six arguments are needed after --"
-    # Nobody is there to type a password on a virtual display.
-    [ "${arguments[0]}" != OSUpdateWithCred ] || press="Postpone"
-
-    local headless=
+    local headless= password=
     if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
         headless=yes
     fi
+    if [ -n "$headless" ] && [ "${arguments[0]}" = OSUpdateWithCred ]; then
+        password=$(ask_password)
+        # Without a password there is nothing to update with.
+        [ -n "$password" ] || press="Postpone"
+    fi
     need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}"
-    build release -- VelunorOSUpdate ostrel-agent sysadminctl press
+    build release -- VelunorOSUpdate ostrel-agent osupdate-checkpass sysadminctl press
     use_utf8
     development_directories "$ROOT/build/run"
     export VELUNOR_AGENT_SETTINGS=$ROOT/build/run/ostrel-agent.toml
 
     end_children_at_exit
+    receive_answer
     if [ -z "$headless" ]; then
         say "answer the prompt in the lower right corner of the screen"
         setsid dbus-run-session -- "$ROOT/build/release/ostrel-agent" prompt -- "${arguments[@]}" \
-            >"$ROOT/build/run/answer" &
+            >"$ROOT/build/run/pipe" &
         keep $!
         finish_run $!
         return
     fi
     start_display 1280x800
     setsid dbus-run-session -- "$ROOT/dev.d/in-session.sh" "$ROOT/build/release/ostrel-agent" prompt -- \
-        "${arguments[@]}" 3>"$ROOT/build/run/answer" 4>&2 >"$ROOT/build/run/bus.log" 2>&1 &
+        "${arguments[@]}" 3>"$ROOT/build/run/pipe" 4>&2 >"$ROOT/build/run/bus.log" 2>&1 &
     local session=$!
     keep $session
-    press_when_shown "$session" "$press"
+    press_when_shown "$session" "$press" "$password"
     finish_run "$session"
 }
 
@@ -73,12 +76,36 @@ bus = "session"
 
 [credentials]
 secure_token_tool = "$ROOT/build/release/sysadminctl"
+password_helper = "$ROOT/build/release/osupdate-checkpass"
 TOML
 }
 
-# press_when_shown SESSION NAME : takes the picture, then clicks the button.
+# receive_answer : what comes through build/run/pipe goes to build/run/answer, a password in it
+# blotted out: neither a terminal nor a file is the place for one.
+receive_answer() {
+    rm -f "$ROOT/build/run/pipe" "$ROOT/build/run/answer"
+    mkfifo -m 600 "$ROOT/build/run/pipe"
+    sed -E 's/("passwd":")([^"\\]|\\.)*"/\1********"/' <"$ROOT/build/run/pipe" \
+        >"$ROOT/build/run/answer" &
+    RECEIVER=$!
+}
+
+# ask_password : the password of whoever runs this, from the terminal or from a pipe. The virtual
+# display has no keyboard to type it on.
+ask_password() {
+    local password=
+    if [ -t 0 ]; then
+        IFS= read -r -s -p "Password of $(id -un), or nothing to postpone: " password
+        printf '\n' >&2
+    elif [ -p /dev/stdin ]; then
+        IFS= read -r password || true
+    fi
+    printf '%s' "$password"
+}
+
+# press_when_shown SESSION NAME PASSWORD : takes the picture, types what is needed, clicks the button.
 press_when_shown() {
-    local session=$1 name=$2 tries=0
+    local session=$1 name=$2 password=$3 tries=0
     until [ -s "$ROOT/build/run/bus" ]; do
         kill -0 "$session" 2>/dev/null || die "the prompt ended before it was shown"
         [ $((tries += 1)) -le 300 ] || die "the private bus did not start"
@@ -91,8 +118,24 @@ press_when_shown() {
     import -window root "$ROOT/build/run/screen.png"
     convert "$ROOT/build/run/screen.png" -crop "$place" +repage "$ROOT/build/run/prompt.png"
     say "a picture is in build/run/prompt.png, the whole screen in build/run/screen.png"
+    if [ -n "$password" ]; then
+        type_credentials "$password"
+    fi
     say "pressing $name"
     quietly "$ROOT/build/release/press" "$name"
+}
+
+# type_credentials PASSWORD : the name where nobody sits at the machine, then the password.
+type_credentials() {
+    local press=$ROOT/build/release/press
+    if "$press" --shows text "User name"; then
+        say "typing the name and the password"
+        id -un | "$press" --type text "User name" || die "the name could not be typed"
+    else
+        say "typing the password"
+    fi
+    printf '%s\n' "$1" | "$press" --type "password text" "Password" ||
+        die "the password could not be typed"
 }
 
 # finish_run SESSION : waits for the answer and shows what came of it.
@@ -104,6 +147,7 @@ finish_run() {
         10) say "answer: postpone" ;;
         *) die "the prompt ended with status $status" ;;
     esac
+    wait "$RECEIVER" || true
     say "the service received:"
     cat "$ROOT/build/run/answer"
     say "line of the access log:"

@@ -2,6 +2,8 @@
 // run to run is replaced: time stamps, the process number, directories and the user's name.
 // To see a transcript anew after an intended change, read what a failing test prints.
 
+#include "tests/e2e/support/transcript.h"
+
 #include <regex>
 
 #include "tests/e2e/support/prompt_test.h"
@@ -9,25 +11,11 @@
 namespace velunor::e2e {
 namespace {
 
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = text.find(from); at != std::string::npos;
-         at = text.find(from, at + to.size())) {
-        text.replace(at, from.size(), to);
-    }
-    return text;
-}
-
 class Transcript : public PromptTest {
   protected:
     [[nodiscard]] std::string normalized() {
-        std::string log = systemLog();
-        const std::string program = PROMPT_PROGRAM;
-        log = replaced(log, program, "PROGRAM");
-        log = replaced(log, directory().string(), "DIRECTORY");
-        log = replaced(log, "VelunorOSUpdate[" + std::to_string(process().id()) + "]",
-                       "VelunorOSUpdate[PID]");
-        log = std::regex_replace(
-            log, std::regex(R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2}(\.\d{3}| \+0000))"), "TIME");
+        const std::string log = normalizedTranscript(
+            replaced(systemLog(), PROMPT_PROGRAM, "PROGRAM"), directory(), process().id());
         // Somebody may sit at the console of the machine that runs the test, or nobody.
         const std::string prefix = R"(TIME VelunorOSUpdate\[PID\] )";
         return std::regex_replace(
@@ -38,8 +26,7 @@ class Transcript : public PromptTest {
     }
 
     void expectGolden(const std::string& name) {
-        const std::string expected =
-            readFile(std::filesystem::path(GOLDEN_DIRECTORY) / (name + ".txt"));
+        const std::string expected = goldenTranscript(name);
         EXPECT_FALSE(expected.empty()) << "no transcript " << name;
         EXPECT_EQ(normalized(), expected);
     }

@@ -116,9 +116,7 @@ void CredentialsTest::typeUserName(const std::string& name) {
 }
 
 void CredentialsTest::type(const std::string& text) {
-    for (const char letter : text) {
-        display().screen().pressKey(std::string(1, letter));
-    }
+    display().screen().type(text);
 }
 
 void CredentialsTest::updateNowUntil(const std::string& text) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/e2e/support/child_process.h"
@@ -74,6 +75,9 @@ class Screen {
     void click(WindowId window, const PixelRect& place);
     /// Presses and releases the key that xmodmap calls `key` ("Escape"), Alt held or not.
     void pressKey(const std::string& key, bool withAlt = false);
+    /// Presses and releases the key of each character, Shift held where it needs that. Throws at a
+    /// character that the keyboard has no key for; ASCII has one.
+    void type(std::string_view text);
 
   private:
     std::unique_ptr<XConnection> connection_;

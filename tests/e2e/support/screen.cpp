@@ -1,3 +1,4 @@
+#include <X11/XKBlib.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -265,6 +266,29 @@ void Screen::click(WindowId window, const PixelRect& place) {
     XTestFakeButtonEvent(connection_->display, 1, 1, CurrentTime);
     XTestFakeButtonEvent(connection_->display, 1, 0, CurrentTime);
     XSync(connection_->display, 0);
+}
+
+void Screen::type(std::string_view text) {
+    ::Display* display = connection_->display;
+    const KeyCode shift = XKeysymToKeycode(display, XK_Shift_L);
+    for (const char letter : text) {
+        // The key symbols of these characters have the characters' own numbers.
+        const KeySym symbol = static_cast<unsigned char>(letter);
+        const KeyCode code = XKeysymToKeycode(display, symbol);
+        if (code == 0) {
+            throw std::runtime_error("the keyboard has no key for a character");
+        }
+        const bool shifted = XkbKeycodeToKeysym(display, code, 0, 0) != symbol;
+        if (shifted) {
+            XTestFakeKeyEvent(display, shift, 1, CurrentTime);
+        }
+        XTestFakeKeyEvent(display, code, 1, CurrentTime);
+        XTestFakeKeyEvent(display, code, 0, CurrentTime);
+        if (shifted) {
+            XTestFakeKeyEvent(display, shift, 0, CurrentTime);
+        }
+    }
+    XSync(display, 0);
 }
 
 void Screen::pressKey(const std::string& key, bool withAlt) {
