@@ -18,7 +18,7 @@ readonly PACKAGES_BUILD=(
 readonly PACKAGES_DISPLAY=(
     dbus xvfb openbox x11-utils at-spi2-core libx11-dev libxtst-dev imagemagick
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
-readonly PACKAGES_TEST=(valgrind clang-format shellcheck)
+readonly PACKAGES_TEST=(valgrind clang-format shellcheck accountsservice systemd)
 readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck)
 readonly PACKAGES_BENCH=(zenity)
 readonly PACKAGES_PACKAGE=(dpkg-dev file lintian)
