@@ -171,7 +171,10 @@ void readCredentials(Reader& reader, const toml::table& root, AgentSettings& set
     }
     reader.texts(*credentials, "credentials", "admin_groups", settings.adminGroups);
     reader.path(*credentials, "credentials", "secure_token_tool", settings.secureTokenTool);
-    reader.noteUnknown(*credentials, "credentials", {"admin_groups", "secure_token_tool"});
+    reader.path(*credentials, "credentials", "password_helper", settings.passwordHelper);
+    reader.path(*credentials, "credentials", "password_socket", settings.passwordSocket);
+    reader.noteUnknown(*credentials, "credentials",
+                       {"admin_groups", "secure_token_tool", "password_helper", "password_socket"});
 }
 
 void readDirectory(Reader& reader, const toml::table& root, AgentSettings& settings) {

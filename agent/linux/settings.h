@@ -30,6 +30,9 @@ struct AgentSettings {
     ServiceBus bus = ServiceBus::system;
     std::vector<std::string> adminGroups{"sudo", "wheel", "admin"};
     std::string secureTokenTool = "/usr/sbin/sysadminctl";
+    /// The program that asks PAM, and the socket of the system service that runs it.
+    std::string passwordHelper = "/opt/velunor/ostrel_agent/bin/osupdate-checkpass";
+    std::string passwordSocket = "/run/velunor/osupdate-checkpass.socket";
     std::vector<std::string> searchPath{"/Local/Default"};
     std::map<std::string, DirectoryNodeSettings> directoryNodes;
     /// Keys that the file has and the agent does not know, each with its place.

@@ -8,11 +8,11 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <system_error>
 #include <vector>
 
 #include "platform/linux/file_descriptor.h"
+#include "platform/linux/spawn_settings.h"
 
 namespace velunor {
 
@@ -33,40 +33,6 @@ bool holdsNul(std::span<const std::string> arguments) {
     }
     return false;
 }
-
-/// What a spawn does to the child: both output streams to `output`, nothing to read, no other
-/// descriptor, and the signals as a fresh program expects them.
-class SpawnSettings {
-  public:
-    explicit SpawnSettings(int output) {
-        posix_spawn_file_actions_init(&actions_);
-        posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&actions_, output, STDERR_FILENO);
-        posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
-        sigset_t none;
-        sigset_t all;
-        sigemptyset(&none);
-        sigfillset(&all);
-        posix_spawnattr_init(&attributes_);
-        posix_spawnattr_setsigmask(&attributes_, &none);
-        posix_spawnattr_setsigdefault(&attributes_, &all);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-    ~SpawnSettings() {
-        posix_spawnattr_destroy(&attributes_);
-        posix_spawn_file_actions_destroy(&actions_);
-    }
-
-    [[nodiscard]] const posix_spawn_file_actions_t* actions() const { return &actions_; }
-    [[nodiscard]] const posix_spawnattr_t* attributes() const { return &attributes_; }
-
-  private:
-    posix_spawn_file_actions_t actions_{};
-    posix_spawnattr_t attributes_{};
-};
 
 /// A file in memory, none with the reason in errno. Every write goes to its end.
 FileDescriptor newOutput() {
@@ -117,7 +83,7 @@ ChildProcessResult LinuxChildProcess::run(const std::string& launchPath,
         argv.push_back(const_cast<char*>(argument.c_str()));
     }
     argv.push_back(nullptr);
-    const SpawnSettings settings(output.get());
+    const SpawnSettings settings({-1, output.get(), output.get()});
     pid_t child = 0;
     const int error = posix_spawn(&child, launchPath.c_str(), settings.actions(),
                                   settings.attributes(), argv.data(), environ);

@@ -9,6 +9,7 @@
 #include "agent/linux/loaded_settings.h"
 #include "agent/linux/settings.h"
 #include "agent/ltarnutils.h"
+#include "platform/linux/directory_settings.h"
 #include "tests/linux/agent_support.h"
 
 namespace velunor::testing {
@@ -48,6 +49,8 @@ bus = "session"
 [credentials]
 admin_groups = ["staff"]
 secure_token_tool = "/opt/token"
+password_helper = "/opt/checkpass"
+password_socket = "/run/checkpass.socket"
 
 [directory]
 search_path = ["/Local/Default", "/LDAPv3/corp"]
@@ -65,6 +68,8 @@ timeout_seconds = 60
     EXPECT_EQ(settings.bus, ServiceBus::session);
     EXPECT_THAT(settings.adminGroups, ElementsAre("staff"));
     EXPECT_EQ(settings.secureTokenTool, "/opt/token");
+    EXPECT_EQ(settings.passwordHelper, "/opt/checkpass");
+    EXPECT_EQ(settings.passwordSocket, "/run/checkpass.socket");
     EXPECT_THAT(settings.searchPath, ElementsAre("/Local/Default", "/LDAPv3/corp"));
     ASSERT_THAT(settings.directoryNodes, SizeIs(1));
     const DirectoryNodeSettings& node = settings.directoryNodes.at("/LDAPv3/corp");
@@ -81,6 +86,8 @@ TEST(AgentSettingsText, PathsAloneLeaveTheDefaults) {
     EXPECT_EQ(settings.bus, ServiceBus::system);
     EXPECT_THAT(settings.adminGroups, ElementsAre("sudo", "wheel", "admin"));
     EXPECT_EQ(settings.secureTokenTool, "/usr/sbin/sysadminctl");
+    EXPECT_EQ(settings.passwordHelper, PasswordHelperSettings().program);
+    EXPECT_EQ(settings.passwordSocket, PasswordHelperSettings().socketPath);
     EXPECT_THAT(settings.searchPath, ElementsAre("/Local/Default"));
     EXPECT_THAT(settings.directoryNodes, IsEmpty());
 }
@@ -183,6 +190,14 @@ INSTANTIATE_TEST_SUITE_P(
                   "F:6: credentials.secure_token_tool is not a text"},
         WrongCase{"TokenToolIsRelative", withAgent("[credentials]\nsecure_token_tool = \"tool\"\n"),
                   "F:6: credentials.secure_token_tool is not an absolute path"},
+        WrongCase{"PasswordHelperIsAList", withAgent("[credentials]\npassword_helper = [\"/p\"]\n"),
+                  "F:6: credentials.password_helper is not a text"},
+        WrongCase{"PasswordHelperIsRelative", withAgent("[credentials]\npassword_helper = \"p\"\n"),
+                  "F:6: credentials.password_helper is not an absolute path"},
+        WrongCase{"PasswordSocketIsABoolean", withAgent("[credentials]\npassword_socket = true\n"),
+                  "F:6: credentials.password_socket is not a text"},
+        WrongCase{"PasswordSocketIsEmpty", withAgent("[credentials]\npassword_socket = \"\"\n"),
+                  "F:6: credentials.password_socket is not an absolute path"},
         WrongCase{"SearchPathIsAText", withAgent("[directory]\nsearch_path = \"/Search\"\n"),
                   "F:6: directory.search_path is not a list of texts"},
         WrongCase{"SearchPathHoldsNul", withAgent("[directory]\nsearch_path = [\"\\u0000\"]\n"),

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+
+namespace velunor {
+
+/// Waits until one of the poll(2) events is there, an end of the stream or an error of the
+/// descriptor included. 0, or else errno's number: ETIMEDOUT once the deadline has passed. Any
+/// thread.
+[[nodiscard]] inline int waitUntilReady(int descriptor, short events,
+                                        std::chrono::steady_clock::time_point deadline) {
+    using std::chrono::milliseconds;
+    while (true) {
+        const auto left = deadline - std::chrono::steady_clock::now();
+        if (left <= std::chrono::steady_clock::duration::zero()) {
+            return ETIMEDOUT;
+        }
+        // Rounded up, so that it does not spin through the last millisecond.
+        const auto wait = std::min(std::chrono::ceil<milliseconds>(left), milliseconds{60'000});
+        pollfd entry{descriptor, events, 0};
+        const int count = poll(&entry, 1, static_cast<int>(wait.count()));
+        if (count > 0) {
+            return (entry.revents & POLLNVAL) != 0 ? EBADF : 0;
+        }
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+}  // namespace velunor
