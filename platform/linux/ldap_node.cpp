@@ -24,15 +24,10 @@ constexpr std::string_view placeholder = "%u";
 std::optional<std::string> escapedForFilter(const std::string& value) {
     berval plain{value.size(), const_cast<char*>(value.data())};
     berval escaped{};
-    if (ldap_bv2escaped_filter_value(&plain, &escaped) != LDAP_SUCCESS) {
-        return std::nullopt;
-    }
-    std::string text(escaped.bv_val, escaped.bv_len);
-    // The library may also answer with the memory that it was given.
-    if (escaped.bv_val != plain.bv_val) {
-        ber_memfree(escaped.bv_val);
-    }
-    return text;
+    ldap_bv2escaped_filter_value(&plain, &escaped);
+    const std::unique_ptr<char, void (*)(void*)> owner(escaped.bv_val, ldap_memfree);
+    return owner == nullptr ? std::nullopt
+                            : std::optional(std::string(escaped.bv_val, escaped.bv_len));
 }
 
 /// The filter with each "%u" replaced, and nothing in the name taken for another one.

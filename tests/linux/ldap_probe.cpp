@@ -1,0 +1,26 @@
+// Opens a directory node in a process of its own, which can have any environment: what the library
+// has read from there stays with a process. Arguments: the server's URI, a file with authorities.
+// Prints what the library demands of certificates by itself, and whether the node opens.
+
+#include <ldap.h>
+
+#include <cstdio>
+
+#include "platform/linux/ldap_node.h"
+
+int main(int count, char** arguments) {
+    using namespace velunor;
+    if (count != 3) {
+        return 2;
+    }
+    LdapNodeSettings settings;
+    settings.uri = arguments[1];
+    settings.certificateAuthorities = arguments[2];
+    int demanded = -1;
+    ldap_get_option(nullptr, LDAP_OPT_X_TLS_REQUIRE_CERT, &demanded);
+    std::puts(demanded == LDAP_OPT_X_TLS_NEVER ? "demands nothing" : "demands a certificate");
+    const auto node = openLdapNode(settings);
+    const auto* error = std::get_if<DirectoryError>(&node);
+    std::puts(error == nullptr ? "opens" : error->description().c_str());
+    return 0;
+}
