@@ -33,13 +33,14 @@ namespace {
 velunor::LinuxDirectorySettings directorySettings(const velunor::AgentSettings& agent) {
     velunor::LinuxDirectorySettings settings;
     settings.searchPath = agent.searchPath;
+    settings.passwordHelper.socketPath = agent.passwordSocket;
+    settings.passwordHelper.program = agent.passwordHelper;
     for (const auto& [name, node] : agent.directoryNodes) {
-        settings.ldapNodes.emplace(name, velunor::LdapNodeSettings{
-                                             .uri = node.uri,
-                                             .userBase = node.userBase,
-                                             .userFilter = node.userFilter,
-                                             .timeout = std::chrono::seconds(node.timeoutSeconds),
-                                         });
+        velunor::LdapNodeSettings& target = settings.ldapNodes[name];
+        target.uri = node.uri;
+        target.userBase = node.userBase;
+        target.userFilter = node.userFilter;
+        target.timeout = std::chrono::seconds(node.timeoutSeconds);
     }
     return settings;
 }

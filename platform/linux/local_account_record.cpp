@@ -25,7 +25,9 @@ DirectoryResult<DirectoryValues> photoIn(const std::string& homeDirectory) {
     if (const auto* failure = std::get_if<FileError>(&content)) {
         return DirectoryError{"File", 0, path + ": " + failure->description};
     }
-    return DirectoryValues(std::vector{std::get<std::vector<std::byte>>(std::move(content))});
+    std::vector<std::vector<std::byte>> photos;
+    photos.push_back(std::get<std::vector<std::byte>>(std::move(content)));
+    return DirectoryValues(std::move(photos));
 }
 
 /// What the bus or the service behind it has to say of a failed call.

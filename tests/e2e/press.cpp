@@ -29,12 +29,12 @@ std::optional<Accessible> waitForRestingControl(const AccessibilityReader& reade
 
 struct Task {
     std::string role = "push button";
-    std::string name;
+    std::string name{};
     bool onlyFind = false;
     /// Only tells whether the control is showing now.
     bool onlyAsk = false;
     /// Typed into the control after the click.
-    std::string text;
+    std::string text{};
 };
 
 int perform(const std::string& address, const std::string& display, const Task& task) {

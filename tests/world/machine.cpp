@@ -4,6 +4,8 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <stdexcept>
 #include <string_view>
@@ -155,9 +157,9 @@ ActingAs::ActingAs(const Account& account) {
 
 ActingAs::~ActingAs() {
     // The real user is still root, who may take the place back.
-    static_cast<void>(::seteuid(0));
-    static_cast<void>(::setegid(0));
-    static_cast<void>(::setgroups(0, nullptr));
+    if (::seteuid(0) != 0 || ::setegid(0) != 0 || ::setgroups(0, nullptr) != 0) {
+        std::abort();
+    }
 }
 
 AsRoot::AsRoot() : user_(::geteuid()), group_(::getegid()) {
@@ -165,8 +167,9 @@ AsRoot::AsRoot() : user_(::geteuid()), group_(::getegid()) {
 }
 
 AsRoot::~AsRoot() {
-    static_cast<void>(::setegid(group_));
-    static_cast<void>(::seteuid(user_));
+    if (::setegid(group_) != 0 || ::seteuid(user_) != 0) {
+        std::abort();
+    }
 }
 
 }  // namespace velunor::world

@@ -43,9 +43,9 @@ class GuardedProcess {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() == parent) {
         const int code = check();
-        static_cast<void>(::write(verdict, &code, sizeof code));
+        _exit(::write(verdict, &code, sizeof code) == sizeof code ? EXIT_SUCCESS : EXIT_FAILURE);
     }
-    _exit(EXIT_SUCCESS);
+    _exit(EXIT_FAILURE);
 }
 
 }  // namespace

@@ -21,8 +21,8 @@ struct Command {
     std::vector<std::string> arguments;
     Environment environment;
     /// Files that receive the output; empty discards it.
-    std::filesystem::path output;
-    std::filesystem::path errors;
+    std::filesystem::path output{};
+    std::filesystem::path errors{};
     /// A descriptor that the program gets as number 3; none when negative.
     int thirdDescriptor = -1;
     mode_t umask = 022;
