@@ -103,7 +103,7 @@ class ShippedTexts : public ::testing::Test {
     void forEachText(Check check) const {
         for (const auto& [language, texts] : languages_) {
             for (const auto& [key, text] : texts) {
-                SCOPED_TRACE(language + ": " + key + " = " + text);
+                SCOPED_TRACE(::testing::Message() << language << ": " << key << " = " << text);
                 check(key, text);
             }
         }
