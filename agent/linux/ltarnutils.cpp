@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "agent/linux/language.h"
 #include "agent/linux/library_log.h"
 #include "agent/linux/loaded_settings.h"
 #include "agent/linux/properties.h"
@@ -57,15 +58,14 @@ PropertiesResult loadFile(const std::string& path) {
 }
 
 /// The texts in the first of the languages that has a usable file. A regional language such as
-/// pt_BR takes from the one that it is a variety of what it lacks itself.
+/// pt_BR takes from the ones that it falls back to what it lacks itself.
 Properties loadPreferred(const std::vector<std::string>& languages) {
     Properties texts;
-    std::string chosen;
+    std::vector<std::string> wanted = languages;
     for (const std::string& language : languages) {
         const std::string path = pathOfLanguage(language);
-        const bool wanted = chosen.empty() || chosen.starts_with(language + "_") ||
-                            chosen.starts_with(language + "-");
-        if (!wanted || !fileExists(path)) {
+        if (std::find(wanted.begin(), wanted.end(), language) == wanted.end() ||
+            !fileExists(path)) {
             continue;
         }
         auto result = loadFile(path);
@@ -74,7 +74,7 @@ Properties loadPreferred(const std::vector<std::string>& languages) {
             continue;
         }
         texts.merge(std::get<Properties>(result));
-        chosen = chosen.empty() ? language : chosen;
+        wanted = languageWithFallbacks(language);
     }
     return texts;
 }

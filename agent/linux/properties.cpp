@@ -1,6 +1,5 @@
 #include "agent/linux/properties.h"
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -92,27 +91,6 @@ bool addPair(std::string_view line, Properties& properties) {
     return true;
 }
 
-/// The language of a locale name such as de_CH.UTF-8@euro: letters, digits, "-" and "_" only, so
-/// that it cannot lead out of a directory.
-std::string languageOf(std::string_view locale) {
-    const std::string_view name = locale.substr(0, locale.find_first_of(".@"));
-    const bool plain = std::all_of(name.begin(), name.end(), [](char character) {
-        return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-               (character >= '0' && character <= '9') || character == '_' || character == '-';
-    });
-    return plain ? std::string(name) : std::string();
-}
-
-void addLanguage(std::vector<std::string>& languages, const std::string& language) {
-    for (std::string name = language; !name.empty();) {
-        if (std::find(languages.begin(), languages.end(), name) == languages.end()) {
-            languages.push_back(name);
-        }
-        const auto part = name.find_last_of("_-");
-        name.resize(part == std::string::npos ? 0 : part);
-    }
-}
-
 }  // namespace
 
 PropertiesResult parseProperties(std::string_view text, const std::string& file) {
@@ -142,26 +120,6 @@ PropertiesResult parseProperties(std::string_view text, const std::string& file)
         }
     }
     return properties;
-}
-
-std::vector<std::string> preferredLanguages(std::string_view language, std::string_view lcAll,
-                                            std::string_view lcMessages, std::string_view lang) {
-    const std::string_view locale = !lcAll.empty()        ? lcAll
-                                    : !lcMessages.empty() ? lcMessages
-                                                          : lang;
-    const std::string own = languageOf(locale);
-    std::vector<std::string> languages;
-    // The standard locale speaks English whatever LANGUAGE asks for.
-    if (own.empty() || own == "C" || own == "POSIX") {
-        return languages;
-    }
-    while (!language.empty()) {
-        const auto end = language.find(':');
-        addLanguage(languages, languageOf(language.substr(0, end)));
-        language = end == std::string_view::npos ? std::string_view() : language.substr(end + 1);
-    }
-    addLanguage(languages, own);
-    return languages;
 }
 
 }  // namespace velunor

@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 #include <variant>
-#include <vector>
 
 namespace velunor {
 
@@ -21,12 +20,5 @@ using PropertiesResult = std::variant<Properties, PropertiesError>;
 /// continuation lines. Text that is not UTF-8 and a malformed "\u" escape are errors; `file` is the
 /// name for their text.
 [[nodiscard]] PropertiesResult parseProperties(std::string_view text, const std::string& file);
-
-/// The languages to look for, best first, such as pt_BR, pt; from the values of LANGUAGE, LC_ALL,
-/// LC_MESSAGES and LANG, each empty where it is not set. Names that are no language are left out.
-[[nodiscard]] std::vector<std::string> preferredLanguages(std::string_view language,
-                                                          std::string_view lcAll,
-                                                          std::string_view lcMessages,
-                                                          std::string_view lang);
 
 }  // namespace velunor

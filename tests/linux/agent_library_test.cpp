@@ -18,7 +18,6 @@ namespace {
 
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 class AgentLog : public AgentFiles {
   protected:
@@ -234,6 +233,16 @@ TEST_F(AgentTexts, RegionTakesFromItsMainLanguageBeforeEnglish) {
     EXPECT_EQ(textOf("c"), "en");
 }
 
+TEST_F(AgentTexts, RegionTakesFromTheLanguageThatStandsInForIt) {
+    writeTexts("en", "a = en\nb = en\n");
+    writeTexts("zh_CN", "a = cn\nb = cn\n");
+    writeTexts("zh_TW", "a = tw\nb = tw\n");
+    writeTexts("zh_HK", "a = hk\n");
+    setenv("LANG", "zh_HK.UTF-8", 1);
+    EXPECT_EQ(textOf("a"), "hk");
+    EXPECT_EQ(textOf("b"), "tw");
+}
+
 TEST_F(AgentTexts, SecondLanguageDoesNotMixIntoTheFirst) {
     writeTexts("en", "a = en\nb = en\n");
     writeTexts("sv", "a = sv\n");
@@ -318,29 +327,6 @@ TEST_F(AgentTextsUnusable, EnglishOtherThanUtf8Fails) {
 TEST_F(AgentTextsUnusable, EnglishWithAMalformedEscapeFails) {
     writeTexts("en", "\ntitle = \\u00\n");
     expectUnusable(english() + R"(:2: malformed "\u" escape)");
-}
-
-TEST_F(AgentTexts, ShippedEnglishHasTheTenTexts) {
-    std::filesystem::copy_file(SHIPPED_TEXTS "/application_en.properties",
-                               directory() / "base/i18n/application_en.properties");
-    I18NUtility texts;
-    ASSERT_EQ(texts.loadI18NPropertyFile(), 0);
-    const std::string prefix = "tarn.agent.msghand.";
-    for (const char* key :
-         {"os_reboot.reboot_title", "os_reboot.reboot_text", "os_reboot.credentials_text",
-          "os_reboot.change_username_text", "os_reboot.credentials_not_sufficient", "postpone",
-          "update_now", "remaining_attempts"}) {
-        const std::string text = texts.getValueForKeyString(prefix + key).value_or("");
-        EXPECT_NE(text, "") << key;
-        EXPECT_THAT(text, Not(HasSubstr("%s"))) << key;
-    }
-    for (const char* key : {"automatic_install_text", "automatic_postpone_text"}) {
-        const std::string text = texts.getValueForKeyString(prefix + key).value_or("");
-        const auto first = text.find("%s");
-        ASSERT_NE(first, std::string::npos) << key;
-        EXPECT_NE(text.find("%s", first + 2), std::string::npos) << key;
-        EXPECT_EQ(std::count(text.begin(), text.end(), '%'), 2) << key;
-    }
 }
 
 }  // namespace

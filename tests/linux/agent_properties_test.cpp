@@ -1,10 +1,9 @@
-// Property files and the choice of the language.
+// Property files.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "agent/linux/properties.h"
-#include "tests/linux/agent_support.h"
 
 namespace velunor::testing {
 namespace {
@@ -106,72 +105,6 @@ TEST(AgentProperties, ByteOrderMarkIsSkipped) {
 TEST(AgentProperties, TextOtherThanUtf8IsAnError) {
     EXPECT_EQ(errorOf("a = gr\xFCn\n"), "F: is not UTF-8");
 }
-
-TEST(AgentProperties, ShippedEnglishHasTheTenKeysAndNoOther) {
-    const Properties texts = parse(readFile(SHIPPED_TEXTS "/application_en.properties"));
-    const std::string prefix = "tarn.agent.msghand.";
-    std::vector<std::string> keys;
-    for (const auto& [key, text] : texts) {
-        keys.push_back(key);
-    }
-    EXPECT_THAT(
-        keys, ::testing::UnorderedElementsAre(
-                  prefix + "os_reboot.reboot_title", prefix + "os_reboot.reboot_text",
-                  prefix + "os_reboot.credentials_text", prefix + "os_reboot.change_username_text",
-                  prefix + "os_reboot.credentials_not_sufficient", prefix + "postpone",
-                  prefix + "update_now", prefix + "remaining_attempts",
-                  prefix + "automatic_install_text", prefix + "automatic_postpone_text"));
-}
-
-struct LanguageCase {
-    const char* name;
-    const char* language;
-    const char* lcAll;
-    const char* lcMessages;
-    const char* lang;
-    std::vector<std::string> expected;
-};
-
-void PrintTo(const LanguageCase& value, std::ostream* out) {
-    *out << value.name;
-}
-
-class PreferredLanguages : public ::testing::TestWithParam<LanguageCase> {};
-
-TEST_P(PreferredLanguages, FollowTheSession) {
-    const LanguageCase& session = GetParam();
-    EXPECT_EQ(preferredLanguages(session.language, session.lcAll, session.lcMessages, session.lang),
-              session.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Session, PreferredLanguages,
-    ::testing::Values(
-        LanguageCase{"NothingSet", "", "", "", "", {}},
-        LanguageCase{"LangAlone", "", "", "", "de_CH.UTF-8", {"de_CH", "de"}},
-        LanguageCase{"RegionFallsBack", "", "", "", "pt_BR", {"pt_BR", "pt"}},
-        LanguageCase{"ModifierIsDropped", "", "", "", "de_DE@euro", {"de_DE", "de"}},
-        LanguageCase{"MessagesOverLang", "", "", "fr_FR.UTF-8", "de_DE", {"fr_FR", "fr"}},
-        LanguageCase{"AllOverMessages", "", "it_IT", "fr_FR", "de_DE", {"it_IT", "it"}},
-        LanguageCase{"LanguageListOverAll",
-                     "sv:nb_NO",
-                     "it_IT",
-                     "",
-                     "",
-                     {"sv", "nb_NO", "nb", "it_IT", "it"}},
-        LanguageCase{"EmptyListElements", ":de::", "", "", "fr", {"de", "fr"}},
-        LanguageCase{
-            "RepeatedLanguages", "de_DE:de:de_AT", "", "", "de_DE", {"de_DE", "de", "de_AT"}},
-        LanguageCase{"ScriptSubtag", "", "", "", "zh_Hans_CN", {"zh_Hans_CN", "zh_Hans", "zh"}},
-        LanguageCase{"StandardLocale", "", "", "", "C", {}},
-        LanguageCase{"StandardLocaleWithEncoding", "", "C.UTF-8", "", "de_DE", {}},
-        LanguageCase{"PosixLocale", "", "", "", "POSIX", {}},
-        LanguageCase{"LanguageIgnoredInStandardLocale", "de", "", "", "C", {}},
-        LanguageCase{"LanguageIgnoredWithoutLocale", "de", "", "", "", {}},
-        LanguageCase{"PathInLang", "", "", "", "../../etc/x", {}},
-        LanguageCase{"PathInLanguage", "../../etc/x:de", "", "", "fr", {"de", "fr"}},
-        LanguageCase{"AbsolutePath", "", "", "", "/etc/passwd", {}}),
-    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace velunor::testing
