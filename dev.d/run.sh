@@ -134,7 +134,7 @@ type_credentials() {
     else
         say "typing the password"
     fi
-    printf '%s\n' "$1" | "$press" --type "password text" "Password" ||
+    printf '%s\n' "$1" | "$press" --type "text" "Password" ||
         die "the password could not be typed"
 }
 

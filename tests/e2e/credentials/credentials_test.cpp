@@ -1,5 +1,7 @@
 #include "tests/e2e/credentials/credentials_test.h"
 
+#include <regex>
+
 namespace velunor::e2e {
 namespace {
 
@@ -100,7 +102,7 @@ void CredentialsTest::typeIntoField(const std::string& role, const std::string& 
 }
 
 void CredentialsTest::typePassword(const std::string& text) {
-    typeIntoField("password text", "Password", text);
+    typeIntoField("text", "Password", text);
 }
 
 void CredentialsTest::typeUserName(const std::string& name) {
@@ -135,8 +137,19 @@ bool CredentialsTest::noticeShows() {
 
 std::string CredentialsTest::delivered() const {
     const std::vector<Request> received = requests();
-    return received.size() == 1 ? received.front().message
-                                : std::to_string(received.size()) + " messages";
+    return received.size() == 1
+               ? std::regex_replace(received.front().message, std::regex(R"("passwd":"[^"]*")"),
+                                    R"("passwd":"*")")
+               : std::to_string(received.size()) + " messages";
+}
+
+bool CredentialsTest::deliveredCredentials(const std::string& userName,
+                                           const std::string& itsPassword) const {
+    const std::string expected =
+        R"({"proceed":{"userName":")" + userName + R"(","passwd":")" + itsPassword + R"("}})";
+    const std::vector<Request> received = requests();
+    return received.size() == 1 && received.front().key == "PatchOSUpdateNotificationStatus" &&
+           received.front().message == expected;
 }
 
 bool CredentialsTest::logged(const std::string& text) const {
@@ -150,10 +163,6 @@ std::size_t CredentialsTest::timesLogged(const std::string& text) const {
         ++times;
     }
     return times;
-}
-
-std::string proceedMessage(const std::string& userName, const std::string& password) {
-    return R"({"proceed":{"userName":")" + userName + R"(","passwd":")" + password + R"("}})";
 }
 
 }  // namespace velunor::e2e

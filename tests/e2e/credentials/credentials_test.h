@@ -59,8 +59,11 @@ class CredentialsTest : protected Desktop, public PromptTest {
     void clickToTheEnd(const std::string& button);
     [[nodiscard]] bool noticeShows();
 
-    /// The one message that the service received.
+    /// The one message that the service received, without its password.
     [[nodiscard]] std::string delivered() const;
+    /// Whether that message is to proceed with exactly these credentials.
+    [[nodiscard]] bool deliveredCredentials(const std::string& userName,
+                                            const std::string& itsPassword) const;
     [[nodiscard]] bool logged(const std::string& text) const;
     /// How often the log holds the text.
     [[nodiscard]] std::size_t timesLogged(const std::string& text) const;
@@ -72,8 +75,5 @@ class CredentialsTest : protected Desktop, public PromptTest {
     std::string tokenTool_;
     std::string moreSettings_;
 };
-
-/// What is delivered for these credentials.
-[[nodiscard]] std::string proceedMessage(const std::string& userName, const std::string& password);
 
 }  // namespace velunor::e2e
