@@ -1,6 +1,6 @@
 #include <fcntl.h>
-#include <sys/pidfd.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,11 +53,17 @@ int trustworthy(const std::string& program) {
     return S_ISREG(status.st_mode) && owned && closed ? 0 : EPERM;
 }
 
+/// A descriptor that is readable once the process has ended. The C library's function has no C++
+/// linkage in every version.
+FileDescriptor endOf(pid_t process) {
+    return FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+}
+
 /// A started program, which is killed with its process group, and reaped, at the latest when it
 /// goes out of scope.
 class HelperProcess {
   public:
-    explicit HelperProcess(pid_t process) : process_(process), ended_(pidfd_open(process, 0)) {}
+    explicit HelperProcess(pid_t process) : process_(process), ended_(endOf(process)) {}
     HelperProcess(const HelperProcess&) = delete;
     HelperProcess& operator=(const HelperProcess&) = delete;
     ~HelperProcess() {
