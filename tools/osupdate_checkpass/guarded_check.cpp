@@ -56,7 +56,7 @@ int guardedCheck(const std::function<int()>& check,
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         return PAM_SYSTEM_ERR;
     }
-    const FileDescriptor reader(ends[0]);
+    FileDescriptor reader(ends[0]);
     FileDescriptor writer(ends[1]);
     const pid_t parent = getpid();
     const pid_t child = fork();
@@ -64,6 +64,7 @@ int guardedCheck(const std::function<int()>& check,
         return PAM_SYSTEM_ERR;
     }
     if (child == 0) {
+        reader = FileDescriptor();
         runCheck(check, writer.get(), parent);
     }
     const GuardedProcess guarded(child);

@@ -62,7 +62,7 @@ Streams takeStandardStreams() {
 void closeOff() {
     const rlimit nothing{0, 0};
     if (prctl(PR_SET_DUMPABLE, 0) != 0 || setrlimit(RLIMIT_CORE, &nothing) != 0 ||
-        clearenv() != 0) {
+        clearenv() != 0 || setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1) != 0) {
         std::abort();
     }
     umask(S_IRWXG | S_IRWXO);

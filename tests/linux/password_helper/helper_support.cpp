@@ -84,6 +84,9 @@ std::string withPam(const std::string& stack, const std::function<std::string()>
         enterPrivateNamespace(user);
         mountEmptyOver("/etc/pam.d");
         std::ofstream("/etc/pam.d/velunor-osupdate") << stack << std::flush;
+        std::ofstream("/etc/pam.d/other") << "auth required pam_deny.so\n"
+                                             "account required pam_deny.so\n"
+                                          << std::flush;
         return body();
     });
     return outcome.status == 0 ? outcome.text : "status " + std::to_string(outcome.status);

@@ -1,7 +1,9 @@
 // The helper with PAM modules that do more than tell whether a password is right.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

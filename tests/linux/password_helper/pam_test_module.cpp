@@ -10,7 +10,6 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
@@ -115,19 +114,24 @@ int changeUser(pam_handle_t* pam) {
     return code;
 }
 
+bool isSmall(char** environment) {
+    return environment[0] != nullptr && environment[1] == nullptr &&
+           environment[0] == std::string("PATH=/usr/sbin:/usr/bin:/sbin:/bin");
+}
+
 /// Whether the module runs with nothing of the caller's and nothing that could leak a password.
 int inspectSurroundings(pam_handle_t* pam) {
     rlimit core{};
     getrlimit(RLIMIT_CORE, &core);
-    std::size_t descriptors = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        const std::string target = std::filesystem::read_symlink(entry).string();
-        // One is that of this look, one tells the verdict, the standard ones are all the same.
-        descriptors += target == "/dev/null" || target.ends_with("/fd") ? 0U : 1U;
+    constexpr int most = 1024;
+    // One tells the verdict.
+    int descriptors = 0;
+    for (int descriptor = STDERR_FILENO + 1; descriptor < most; ++descriptor) {
+        descriptors += fcntl(descriptor, F_GETFD) < 0 ? 0 : 1;
     }
     sigset_t blocked;
     sigprocmask(SIG_BLOCK, nullptr, &blocked);
-    const bool closedOff = *environ == nullptr && umask(0) == 077 && core.rlim_max == 0 &&
+    const bool closedOff = isSmall(environ) && umask(0) == 077 && core.rlim_max == 0 &&
                            prctl(PR_GET_DUMPABLE) == 0 && descriptors == 1 &&
                            sigismember(&blocked, SIGTERM) == 0 && open("/dev/tty", O_RDWR) < 0;
     return closedOff ? accept(pam) : PAM_AUTHINFO_UNAVAIL;

@@ -1,5 +1,6 @@
 // Requests to the helper, from its standard input.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -87,6 +88,7 @@ TEST(Request, ClosedStandardStreamsAreARefusal) {
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         const pid_t helper = fork();
         if (helper == 0) {
+            dup2(open("/dev/null", O_RDWR), STDOUT_FILENO);
             for (int closed = STDIN_FILENO; closed <= standard; ++closed) {
                 close(closed);
             }
