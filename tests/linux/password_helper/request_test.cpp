@@ -5,6 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <ostream>
+#include <string>
+
 #include "platform/linux/password_helper_protocol.h"
 #include "tests/linux/password_helper/helper_support.h"
 
@@ -49,6 +52,10 @@ TEST(Request, LineEndsAndOtherBytesArePartOfThePassword) {
 struct MalformedCase {
     const char* name;
     std::string input;
+
+    friend std::ostream& operator<<(std::ostream& out, const MalformedCase& test) {
+        return out << test.name;
+    }
 };
 
 class MalformedRequest : public ::testing::TestWithParam<MalformedCase> {};
