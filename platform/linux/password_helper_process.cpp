@@ -42,8 +42,8 @@ Pipe newPipe() {
     return {aboveStandard(FileDescriptor(ends[0])), aboveStandard(FileDescriptor(ends[1]))};
 }
 
-/// Whether nobody but root and this user can have made the program what it is; else errno's number.
-int trustworthy(const std::string& program) {
+/// 0 when nobody but root and this user can have made the program what it is, else errno's number.
+int distrust(const std::string& program) {
     struct stat status {};
     if (stat(program.c_str(), &status) != 0) {
         return errno;
@@ -78,8 +78,8 @@ class HelperProcess {
         }
     }
 
-    /// Whether it has ended well, 0, or else errno's number. Where the caller does not take notice
-    /// of its children, or something else in the process has reaped this one, its end counts.
+    /// 0 when it has ended well, else errno's number. Where this process does not take notice of
+    /// its children, or something else in it has reaped this one, that it has ended is enough.
     [[nodiscard]] int waitForSuccess(SteadyDeadline deadline) const {
         if (ended_.isOpen()) {
             const int error = waitUntilReady(ended_.get(), POLLIN, deadline);
@@ -103,7 +103,7 @@ class HelperProcess {
 
 DirectoryResult<std::string> askHelperProcess(const std::string& program, const Secret& request,
                                               SteadyDeadline deadline) {
-    int error = trustworthy(program);
+    int error = distrust(program);
     if (error != 0) {
         return helperError(error, program);
     }

@@ -41,11 +41,11 @@ class GuardedProcess {
     // Without a terminal no module can turn to the person behind the program's back.
     setsid();
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() == parent) {
-        const int code = check();
-        static_cast<void>(::write(verdict, &code, sizeof code));
+    if (getppid() != parent) {
+        _exit(EXIT_FAILURE);
     }
-    _exit(EXIT_SUCCESS);
+    const int code = check();
+    _exit(::write(verdict, &code, sizeof code) == sizeof code ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 }  // namespace

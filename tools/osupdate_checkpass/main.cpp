@@ -92,13 +92,13 @@ int verdictFor(Streams& streams) {
         deadline);
 }
 
-void answer(int stream, int code) {
+/// Whether the whole answer could be written.
+bool answer(int stream, int code) {
     const std::string line(code == PAM_SUCCESS ? std::string(password_helper_protocol::accepted)
                                                : std::string(password_helper_protocol::refused) +
                                                      std::to_string(code) + " " +
                                                      pam_strerror(nullptr, code) + "\n");
-    // One that does not arrive is none, which is a refusal.
-    static_cast<void>(::write(stream, line.data(), line.size()));
+    return ::write(stream, line.data(), line.size()) == static_cast<ssize_t>(line.size());
 }
 
 void logVerdict(uid_t caller, int code) {
@@ -135,7 +135,8 @@ int main(int argc, char**) {
     velunor::Streams streams = velunor::takeStandardStreams();
     velunor::closeOff();
     const int code = velunor::serve(streams);
-    velunor::answer(streams.answer.get(), code);
+    // An answer that does not arrive is none, and that is a refusal.
+    const bool told = velunor::answer(streams.answer.get(), code);
     // Nothing that the libraries would still do at the end is needed.
-    std::_Exit(code == PAM_SUCCESS ? velunor::acceptedStatus : velunor::refusedStatus);
+    std::_Exit(told && code == PAM_SUCCESS ? velunor::acceptedStatus : velunor::refusedStatus);
 }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -101,6 +102,18 @@ TEST_F(ClientProcess, RealHelperOfAStuckPamEndsBeforeTheClientsLimit) {
         return checked({directory().file("none"), HELPER_PROGRAM, std::chrono::seconds{10}});
     });
     EXPECT_EQ(answer, "PAM 26 Critical error - immediate abort");
+}
+
+TEST_F(ClientProcess, NothingOfTheRealHelperOutlivesTheClientsLimit) {
+    const std::string answer = withPam(stackOf("hang-deaf"), [&] {
+        // What a process leaves behind becomes a child of this one.
+        prctl(PR_SET_CHILD_SUBREAPER, 1);
+        const std::string told = checked({directory().file("none"), HELPER_PROGRAM, shortLimit});
+        while (waitpid(-1, nullptr, 0) > 0) {
+        }
+        return told;
+    });
+    EXPECT_EQ(answer, "Helper 110 answer: Connection timed out");
 }
 
 TEST_F(ClientProcess, RequestHasBothTextsAndAnEnd) {

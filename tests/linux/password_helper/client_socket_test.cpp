@@ -158,20 +158,27 @@ TEST_F(ClientSocket, IncompleteAndOverlongAnswersAreNone) {
               "Helper 90 answer: Message too long");
 }
 
+TEST_F(ClientSocket, AcceptedBeforeTheRequestIsReadIsNone) {
+    EXPECT_EQ(answerOf([](int connection) { say(connection, "accepted\n"); }),
+              "Helper 104 answer: Connection reset by peer");
+}
+
 TEST_F(ClientSocket, SilentServiceCostsTheLimit) {
-    for (const bool accepts : {true, false}) {
-        std::string answer;
-        const auto duration = durationOf([&] {
-            const ListeningSocket listener(path());
-            answer = checked(settings(shortLimit));
-            if (accepts) {
-                static_cast<void>(listener.accept());
-            }
-        });
-        EXPECT_EQ(answer, "Helper 110 answer: Connection timed out");
-        EXPECT_GE(duration, shortLimit);
-        EXPECT_LT(duration, shortLimit + milliseconds{2000});
-    }
+    const ListeningSocket listener(path());
+    FileDescriptor connection;
+    std::string answer;
+    const auto duration = durationOf([&] {
+        const std::jthread service([&] { connection = listener.accept(); });
+        answer = checked(settings(shortLimit));
+    });
+    EXPECT_EQ(answer, "Helper 110 answer: Connection timed out");
+    EXPECT_GE(duration, shortLimit);
+    EXPECT_LT(duration, shortLimit + milliseconds{2000});
+}
+
+TEST_F(ClientSocket, ServiceThatTakesNoConnectionCostsTheLimit) {
+    const ListeningSocket listener(path());
+    EXPECT_EQ(checked(settings(shortLimit)), "Helper 110 answer: Connection timed out");
 }
 
 TEST_F(ClientSocket, ServiceWithAFullQueueCostsTheLimit) {

@@ -22,8 +22,10 @@ std::string answerTo(const std::string& input) {
     return withPam(stackOf("accept"), [&] { return helperAnswer(input); });
 }
 
-std::string text(std::size_t size) {
-    return std::string(size, 'x');
+std::string bytes(std::size_t size) {
+    std::string result;
+    result.assign(size, 'x');
+    return result;
 }
 
 TEST(Request, RightPasswordIsAccepted) {
@@ -35,12 +37,12 @@ TEST(Request, WrongPasswordIsRefusedWithPamsNumberAndText) {
 }
 
 TEST(Request, NameOfTheGreatestLengthIsTaken) {
-    EXPECT_EQ(answerTo(requestFor(text(password_helper_protocol::longestUserName), "right")),
+    EXPECT_EQ(answerTo(requestFor(bytes(password_helper_protocol::longestUserName), "right")),
               accepted);
 }
 
 TEST(Request, PasswordOfTheGreatestLengthIsTaken) {
-    EXPECT_EQ(answerTo(requestFor("alice", text(password_helper_protocol::longestPassword))),
+    EXPECT_EQ(answerTo(requestFor("alice", bytes(password_helper_protocol::longestPassword))),
               "refused 7 Authentication failure\n1");
 }
 
@@ -76,10 +78,10 @@ INSTANTIATE_TEST_SUITE_P(
         MalformedCase{"EmptyName", requestFor("", "right")},
         MalformedCase{"EmptyPassword", requestFor("alice", "")},
         MalformedCase{"NameTooLong",
-                      requestFor(text(password_helper_protocol::longestUserName + 1), "right")},
+                      requestFor(bytes(password_helper_protocol::longestUserName + 1), "right")},
         MalformedCase{"PasswordTooLong",
-                      requestFor("alice", text(password_helper_protocol::longestPassword + 1))},
-        MalformedCase{"Huge", text(60'000)}),
+                      requestFor("alice", bytes(password_helper_protocol::longestPassword + 1))},
+        MalformedCase{"Huge", bytes(60'000)}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST(Request, WithoutAnEndIsRefusedInTime) {
