@@ -89,6 +89,11 @@ DirectoryResult<std::string> readHelperAnswer(int stream, SteadyDeadline deadlin
             if (errno == EINTR || errno == EAGAIN) {
                 continue;
             }
+            // A service that turns the caller away does not read the request, so that its end is
+            // a reset. Nothing but a refusal is good without an orderly end.
+            if (errno == ECONNRESET && answer.starts_with(password_helper_protocol::refused)) {
+                return answer;
+            }
             return helperError(errno, "answer");
         }
         answer.append(block.data(), static_cast<std::size_t>(count));

@@ -42,8 +42,8 @@ Pipe newPipe() {
     return {aboveStandard(FileDescriptor(ends[0])), aboveStandard(FileDescriptor(ends[1]))};
 }
 
-/// Whether nobody but root and this user can have made the program what it is; else errno's number.
-int trustworthy(const std::string& program) {
+/// 0 when nobody but root and this user can have made the program what it is, else errno's number.
+int distrust(const std::string& program) {
     struct stat status {};
     if (stat(program.c_str(), &status) != 0) {
         return errno;
@@ -53,9 +53,9 @@ int trustworthy(const std::string& program) {
     return S_ISREG(status.st_mode) && owned && closed ? 0 : EPERM;
 }
 
-/// A descriptor that becomes readable when the process ends. The library's own function cannot be
-/// called from C++ in every version.
-FileDescriptor descriptorOf(pid_t process) {
+/// A descriptor that is readable once the process has ended. The C library's function has no C++
+/// linkage in every version.
+FileDescriptor endOf(pid_t process) {
     return FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
 }
 
@@ -63,7 +63,7 @@ FileDescriptor descriptorOf(pid_t process) {
 /// goes out of scope.
 class HelperProcess {
   public:
-    explicit HelperProcess(pid_t process) : process_(process), ended_(descriptorOf(process)) {}
+    explicit HelperProcess(pid_t process) : process_(process), ended_(endOf(process)) {}
     HelperProcess(const HelperProcess&) = delete;
     HelperProcess& operator=(const HelperProcess&) = delete;
     ~HelperProcess() {
@@ -78,8 +78,8 @@ class HelperProcess {
         }
     }
 
-    /// Whether it has ended well, 0, or else errno's number. Where the caller does not take notice
-    /// of its children, or something else in the process has reaped this one, its end counts.
+    /// 0 when it has ended well, else errno's number. Where this process does not take notice of
+    /// its children, or something else in it has reaped this one, that it has ended is enough.
     [[nodiscard]] int waitForSuccess(SteadyDeadline deadline) const {
         if (ended_.isOpen()) {
             const int error = waitUntilReady(ended_.get(), POLLIN, deadline);
@@ -103,7 +103,7 @@ class HelperProcess {
 
 DirectoryResult<std::string> askHelperProcess(const std::string& program, const Secret& request,
                                               SteadyDeadline deadline) {
-    int error = trustworthy(program);
+    int error = distrust(program);
     if (error != 0) {
         return helperError(error, program);
     }

@@ -41,11 +41,11 @@ class GuardedProcess {
     // Without a terminal no module can turn to the person behind the program's back.
     setsid();
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() == parent) {
-        const int code = check();
-        _exit(::write(verdict, &code, sizeof code) == sizeof code ? EXIT_SUCCESS : EXIT_FAILURE);
+    if (getppid() != parent) {
+        _exit(EXIT_FAILURE);
     }
-    _exit(EXIT_FAILURE);
+    const int code = check();
+    _exit(::write(verdict, &code, sizeof code) == sizeof code ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 }  // namespace
@@ -56,7 +56,7 @@ int guardedCheck(const std::function<int()>& check,
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         return PAM_SYSTEM_ERR;
     }
-    const FileDescriptor reader(ends[0]);
+    FileDescriptor reader(ends[0]);
     FileDescriptor writer(ends[1]);
     const pid_t parent = getpid();
     const pid_t child = fork();
@@ -64,6 +64,7 @@ int guardedCheck(const std::function<int()>& check,
         return PAM_SYSTEM_ERR;
     }
     if (child == 0) {
+        reader = FileDescriptor();
         runCheck(check, writer.get(), parent);
     }
     const GuardedProcess guarded(child);

@@ -62,7 +62,7 @@ Streams takeStandardStreams() {
 void closeOff() {
     const rlimit nothing{0, 0};
     if (prctl(PR_SET_DUMPABLE, 0) != 0 || setrlimit(RLIMIT_CORE, &nothing) != 0 ||
-        clearenv() != 0) {
+        clearenv() != 0 || setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1) != 0) {
         std::abort();
     }
     umask(S_IRWXG | S_IRWXO);
@@ -92,7 +92,7 @@ int verdictFor(Streams& streams) {
         deadline);
 }
 
-/// Whether the whole answer was written; one that does not arrive is none, which is a refusal.
+/// Whether the whole answer could be written.
 bool answer(int stream, int code) {
     const std::string line(code == PAM_SUCCESS ? std::string(password_helper_protocol::accepted)
                                                : std::string(password_helper_protocol::refused) +
@@ -135,7 +135,8 @@ int main(int argc, char**) {
     velunor::Streams streams = velunor::takeStandardStreams();
     velunor::closeOff();
     const int code = velunor::serve(streams);
-    const bool answered = velunor::answer(streams.answer.get(), code);
+    // An answer that does not arrive is none, and that is a refusal.
+    const bool told = velunor::answer(streams.answer.get(), code);
     // Nothing that the libraries would still do at the end is needed.
-    std::_Exit(answered && code == PAM_SUCCESS ? velunor::acceptedStatus : velunor::refusedStatus);
+    std::_Exit(told && code == PAM_SUCCESS ? velunor::acceptedStatus : velunor::refusedStatus);
 }

@@ -1,0 +1,185 @@
+// A PAM module whose only argument says what it does. The right password is "right".
+
+#include <fcntl.h>
+#include <security/pam_modules.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#define PAM_MODULE_FUNCTION extern "C" __attribute__((visibility("default"))) int
+
+namespace {
+
+struct Message {
+    int style = PAM_PROMPT_ECHO_OFF;
+    const char* text = "Password: ";
+};
+
+/// The answers to messages that are sent at once; none when the program refuses to answer.
+std::vector<std::string> ask(pam_handle_t* pam, const std::vector<Message>& messages) {
+    const void* item = nullptr;
+    pam_get_item(pam, PAM_CONV, &item);
+    const auto* conversation = static_cast<const pam_conv*>(item);
+    std::vector<pam_message> records;
+    records.reserve(messages.size());
+    for (const Message& message : messages) {
+        records.push_back({message.style, message.text});
+    }
+    std::vector<const pam_message*> pointers;
+    pointers.reserve(records.size());
+    for (const pam_message& record : records) {
+        pointers.push_back(&record);
+    }
+    pam_response* responses = nullptr;
+    if (conversation->conv(static_cast<int>(records.size()), pointers.data(), &responses,
+                           conversation->appdata_ptr) != PAM_SUCCESS) {
+        return {};
+    }
+    std::vector<std::string> answers;
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        answers.emplace_back(responses[index].resp == nullptr ? "" : responses[index].resp);
+        std::free(responses[index].resp);
+    }
+    std::free(responses);
+    return answers;
+}
+
+int verdict(bool right) {
+    return right ? PAM_SUCCESS : PAM_AUTH_ERR;
+}
+
+int accept(pam_handle_t* pam) {
+    return verdict(ask(pam, {{}}) == std::vector<std::string>{"right"});
+}
+
+int hang(pam_handle_t*) {
+    while (true) {
+        pause();
+    }
+}
+
+int hangDeaf(pam_handle_t* pam) {
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_SETMASK, &all, nullptr);
+    return hang(pam);
+}
+
+int print(pam_handle_t*) {
+    constexpr std::string_view line = "accepted\n";
+    ssize_t written = 0;
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        written += ::write(descriptor, line.data(), line.size());
+    }
+    // The streams lead nowhere, but they are open: the number of a closed one goes to the next
+    // file.
+    return written == 3 * static_cast<ssize_t>(line.size()) ? PAM_AUTH_ERR : PAM_SERVICE_ERR;
+}
+
+int leaveProcessBehind(pam_handle_t* pam) {
+    if (fork() == 0) {
+        hang(pam);
+    }
+    return accept(pam);
+}
+
+int askTwice(pam_handle_t* pam) {
+    ask(pam, {{}});
+    // The second answer alone would be right.
+    return verdict(ask(pam, {{PAM_PROMPT_ECHO_OFF, "Code: "}}) ==
+                   std::vector<std::string>{"right"});
+}
+
+int askTwiceAtOnce(pam_handle_t* pam) {
+    return verdict(!ask(pam, {{}, {PAM_PROMPT_ECHO_OFF, "Code: "}}).empty());
+}
+
+int askVisibly(pam_handle_t* pam) {
+    return verdict(!ask(pam, {{PAM_PROMPT_ECHO_ON, "login: "}}).empty());
+}
+
+int talk(pam_handle_t* pam) {
+    const std::vector<std::string> expected{"", "", "right"};
+    return verdict(ask(pam, {{PAM_TEXT_INFO, "Welcome"}, {PAM_ERROR_MSG, "Beware"}, {}}) ==
+                   expected);
+}
+
+int changeUser(pam_handle_t* pam) {
+    const int code = accept(pam);
+    pam_set_item(pam, PAM_USER, "other");
+    return code;
+}
+
+bool isSmall(char** environment) {
+    return environment[0] != nullptr && environment[1] == nullptr &&
+           environment[0] == std::string("PATH=/usr/sbin:/usr/bin:/sbin:/bin");
+}
+
+/// Whether the module runs with nothing of the caller's and nothing that could leak a password.
+int inspectSurroundings(pam_handle_t* pam) {
+    rlimit core{};
+    getrlimit(RLIMIT_CORE, &core);
+    constexpr int most = 1024;
+    // One tells the verdict.
+    int descriptors = 0;
+    for (int descriptor = STDERR_FILENO + 1; descriptor < most; ++descriptor) {
+        descriptors += fcntl(descriptor, F_GETFD) < 0 ? 0 : 1;
+    }
+    sigset_t blocked;
+    sigprocmask(SIG_BLOCK, nullptr, &blocked);
+    const bool closedOff = isSmall(environ) && umask(0) == 077 && core.rlim_max == 0 &&
+                           prctl(PR_GET_DUMPABLE) == 0 && descriptors == 1 &&
+                           sigismember(&blocked, SIGTERM) == 0 && open("/dev/tty", O_RDWR) < 0;
+    return closedOff ? accept(pam) : PAM_AUTHINFO_UNAVAIL;
+}
+
+using Behaviour = std::function<int(pam_handle_t*)>;
+
+const std::map<std::string_view, Behaviour>& behaviours() {
+    static const std::map<std::string_view, Behaviour> all{
+        {"accept", accept},
+        {"hang", hang},
+        {"hang-deaf", hangDeaf},
+        {"print", print},
+        {"leave-process", leaveProcessBehind},
+        {"ask-twice", askTwice},
+        {"ask-twice-at-once", askTwiceAtOnce},
+        {"ask-visibly", askVisibly},
+        {"talk", talk},
+        {"change-user", changeUser},
+        {"inspect", inspectSurroundings},
+        {"crash", [](pam_handle_t*) { return std::raise(SIGSEGV); }},
+        {"exit", [](pam_handle_t*) -> int { std::exit(EXIT_SUCCESS); }},
+        {"succeed", [](pam_handle_t*) { return PAM_SUCCESS; }},
+        {"must-change", [](pam_handle_t*) { return PAM_NEW_AUTHTOK_REQD; }},
+        {"rename", [](pam_handle_t* pam) { return pam_set_item(pam, PAM_USER, "other"); }}};
+    return all;
+}
+
+int behave(pam_handle_t* pam, int count, const char** arguments) {
+    return count == 1 ? behaviours().at(arguments[0])(pam) : PAM_SERVICE_ERR;
+}
+
+}  // namespace
+
+PAM_MODULE_FUNCTION pam_sm_authenticate(pam_handle_t* pam, int, int count, const char** arguments) {
+    return behave(pam, count, arguments);
+}
+
+PAM_MODULE_FUNCTION pam_sm_setcred(pam_handle_t*, int, int, const char**) {
+    return PAM_SUCCESS;
+}
+
+PAM_MODULE_FUNCTION pam_sm_acct_mgmt(pam_handle_t* pam, int, int count, const char** arguments) {
+    return behave(pam, count, arguments);
+}
