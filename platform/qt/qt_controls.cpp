@@ -104,13 +104,6 @@ void QtEditableField::setEditingEnded(std::function<void()> callback) {
     editingEnded_ = std::move(callback);
 }
 
-Secret QtSecureField::secretValue() const {
-    QByteArray bytes = field_.text().toUtf8();
-    Secret secret(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
-    wipe(bytes.data(), static_cast<std::size_t>(bytes.size()));
-    return secret;
-}
-
 void QtButton::setTitle(std::string_view title) {
     title_ = title;
     button_.setLiteralText(fromUtf8(title));

@@ -51,21 +51,4 @@ class CustomTextField : public RoundedField {
     void focusOutEvent(QFocusEvent* event) override;
 };
 
-/// The field for a password: shows dots, hands nothing to clipboard, drag, undo or input-method
-/// learning.
-class CustomSecureTextField : public RoundedField {
-    Q_OBJECT
-
-  public:
-    explicit CustomSecureTextField(QWidget* parent = nullptr);
-
-    /// Overwrites the text in place and empties the field. The toolkit's own list of typed
-    /// characters is dropped, but its storage cannot be overwritten from here.
-    void wipeText();
-
-  protected:
-    void keyPressEvent(QKeyEvent* event) override;
-    bool event(QEvent* event) override;
-};
-
 }  // namespace velunor
