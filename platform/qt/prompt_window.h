@@ -53,7 +53,6 @@ class PromptWindow : public QWidget {
     void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
-    void connectOutlets();
     void connectActions();
     void followDesktop();
     void scheduleRelayout();
@@ -62,6 +61,9 @@ class PromptWindow : public QWidget {
     void takeSize();
     void place();
     void applyTheme();
+    /// The field that takes the caret when the user comes into the window; null where none is
+    /// asked for.
+    [[nodiscard]] QWidget* entryField() const;
     std::unique_ptr<Ui::PromptForm> form_;
     std::vector<std::shared_ptr<void>> controls_;
     PromptView view_;

@@ -5,16 +5,24 @@
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <algorithm>
 #include <initializer_list>
 
 #include "platform/qt/accessible_secure_field.h"
+#include "platform/qt/picture_view.h"
+#include "platform/qt/secret_drawing.h"
+#include "platform/qt/theme.h"
+#include "platform/qt/x11_desktop.h"
 
 namespace velunor {
 
 namespace {
 
 constexpr QChar bullet(0x25CF);
+constexpr int revealRoom = 6;
+constexpr int capsLockSize = 16;
+constexpr int capsLockRoom = 8;
 
 bool isKey(const QKeyEvent& event, std::initializer_list<QKeySequence::StandardKey> keys) {
     return std::any_of(keys.begin(), keys.end(),
@@ -66,7 +74,8 @@ void wipe(QString& text) {
 
 }  // namespace
 
-CustomSecureTextField::CustomSecureTextField(QWidget* parent) : RoundedField(parent) {
+CustomSecureTextField::CustomSecureTextField(QWidget* parent)
+    : RoundedField(parent), reveal_(new RevealButton(this)) {
     describeSecureFields();
     setEchoMode(QLineEdit::Password);
     setDragEnabled(false);
@@ -75,6 +84,14 @@ CustomSecureTextField::CustomSecureTextField(QWidget* parent) : RoundedField(par
     setInputMethodHints(Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText |
                         Qt::ImhNoAutoUppercase);
     connect(this, &QLineEdit::textChanged, this, &CustomSecureTextField::followEditor);
+    connect(reveal_, &RevealButton::heldChanged, this, [this](bool held) {
+        if (held && !reveal_->hasFocus()) {
+            setFocus(Qt::MouseFocusReason);
+        }
+        update();
+    });
+    reveal_->setEnabled(false);
+    placeTrailingParts();
 }
 
 void CustomSecureTextField::type(QStringView text) {
@@ -91,6 +108,7 @@ void CustomSecureTextField::type(QStringView text) {
     settingBullets_ = true;
     insert(QString(static_cast<qsizetype>(at - start), bullet));
     settingBullets_ = false;
+    reveal_->setEnabled(length() > 0);
 }
 
 void CustomSecureTextField::wipeText() {
@@ -114,6 +132,7 @@ void CustomSecureTextField::followEditor() {
         setText(bullets);
         settingBullets_ = false;
     }
+    reveal_->setEnabled(length() > 0);
 }
 
 void CustomSecureTextField::pasteFromClipboard() {
@@ -123,6 +142,7 @@ void CustomSecureTextField::pasteFromClipboard() {
 }
 
 void CustomSecureTextField::keyPressEvent(QKeyEvent* event) {
+    updateCapsLockHint(hasFocus());
     if (isForbidden(*event)) {
         event->accept();
     } else if (event->matches(QKeySequence::Paste)) {
@@ -155,6 +175,76 @@ void CustomSecureTextField::mouseReleaseEvent(QMouseEvent* event) {
         return;
     }
     RoundedField::mouseReleaseEvent(event);
+}
+
+void CustomSecureTextField::keyReleaseEvent(QKeyEvent* event) {
+    updateCapsLockHint(hasFocus());
+    RoundedField::keyReleaseEvent(event);
+}
+
+void CustomSecureTextField::focusInEvent(QFocusEvent* event) {
+    RoundedField::focusInEvent(event);
+    updateCapsLockHint(true);
+}
+
+void CustomSecureTextField::focusOutEvent(QFocusEvent* event) {
+    reveal_->letGo();
+    updateCapsLockHint(false);
+    RoundedField::focusOutEvent(event);
+}
+
+void CustomSecureTextField::updateCapsLockHint(bool focused) {
+    const bool hint = focused && capsLockIsOn().value_or(false);
+    if (hint != capsLockHint_) {
+        capsLockHint_ = hint;
+        setAccessibleDescription(hint ? "Caps Lock is on" : QString());
+        placeTrailingParts();
+        update();
+    }
+}
+
+void CustomSecureTextField::resizeEvent(QResizeEvent* event) {
+    RoundedField::resizeEvent(event);
+    placeTrailingParts();
+}
+
+void CustomSecureTextField::changeEvent(QEvent* event) {
+    RoundedField::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange) {
+        placeTrailingParts();
+    }
+}
+
+void CustomSecureTextField::placeTrailingParts() {
+    const int side = reveal_->width();
+    const bool mirrored = layoutDirection() == Qt::RightToLeft;
+    reveal_->move(mirrored ? revealRoom : width() - revealRoom - side, (height() - side) / 2);
+    setTrailingRoom(side + (capsLockHint_ ? capsLockRoom + capsLockSize : 0));
+}
+
+QRect CustomSecureTextField::capsLockPlace() const {
+    const bool mirrored = layoutDirection() == Qt::RightToLeft;
+    const int x = mirrored ? reveal_->geometry().right() + 1 + capsLockRoom
+                           : reveal_->x() - capsLockRoom - capsLockSize;
+    return {x, (height() - capsLockSize) / 2, capsLockSize, capsLockSize};
+}
+
+void CustomSecureTextField::paintEvent(QPaintEvent* event) {
+    if (isRevealed()) {
+        QPainter painter(this);
+        drawPlate(painter);
+        painter.setPen(currentTheme().text);
+        drawSecret(painter, rect().marginsRemoved(textMargins()), secret_.reveal(),
+                   static_cast<std::size_t>(cursorPosition()));
+    } else {
+        RoundedField::paintEvent(event);
+    }
+    if (capsLockHint_) {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        drawVectorPicture(painter, capsLockPlace(), ":/icons/caps-lock-glyph.svg",
+                          currentTheme().link);
+    }
 }
 
 bool CustomSecureTextField::event(QEvent* event) {

@@ -2,6 +2,7 @@
 
 #include <QStringView>
 
+#include "platform/qt/reveal_button.h"
 #include "platform/qt/secret_text.h"
 #include "platform/qt/text_fields.h"
 
@@ -30,7 +31,20 @@ class CustomSecureTextField : public RoundedField {
     /// Empties the field; nothing of the text is left.
     void wipeText();
 
+    /// The eye that shows the text while it is held; the field's own, to be put into a tab order.
+    [[nodiscard]] RevealButton& revealButton() const { return *reveal_; }
+    /// Whether the text is readable on the screen now.
+    [[nodiscard]] bool isRevealed() const { return reveal_->isHeld(); }
+    /// Whether the field hints at Caps Lock: it has the focus while Caps Lock is on.
+    [[nodiscard]] bool hintsAtCapsLock() const { return capsLockHint_; }
+
   protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void inputMethodEvent(QInputMethodEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -40,8 +54,13 @@ class CustomSecureTextField : public RoundedField {
     void pasteFromClipboard();
     /// Removes from the typed text what the editor has removed of its bullets.
     void followEditor();
+    void placeTrailingParts();
+    void updateCapsLockHint(bool focused);
+    [[nodiscard]] QRect capsLockPlace() const;
 
     SecretText secret_;
+    RevealButton* reveal_;
+    bool capsLockHint_ = false;
     /// The editor's text is being changed by this class itself.
     bool settingBullets_ = false;
 };

@@ -36,10 +36,16 @@ void RoundedField::setGlyph(const QString& path) {
     update();
 }
 
+void RoundedField::setTrailingRoom(int room) {
+    trailingRoom_ = room;
+    placeText();
+}
+
 void RoundedField::placeText() {
     const int leading = glyph_.isEmpty() ? edgeRoom : edgeRoom + glyphSize + edgeRoom - 2;
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
-    setTextMargins(mirrored ? edgeRoom : leading, 0, mirrored ? leading : edgeRoom, 0);
+    const int trailing = edgeRoom + trailingRoom_;
+    setTextMargins(mirrored ? trailing : leading, 0, mirrored ? leading : trailing, 0);
 }
 
 QSize RoundedField::sizeHint() const {
@@ -55,24 +61,28 @@ void RoundedField::drawFocusRingMask(QPainter& painter) const {
     painter.drawRoundedRect(focusRingMaskBounds(), cornerRadius, cornerRadius);
 }
 
-void RoundedField::paintEvent(QPaintEvent* event) {
+void RoundedField::drawPlate(QPainter& painter) const {
     const Theme& theme = currentTheme();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(hasFocus() ? theme.link : theme.fieldBorder);
+    drawFocusRingMask(painter);
+    const double line = hasFocus() ? ringWidth : 1;
+    painter.setBrush(theme.field);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(line, line, -line, -line), cornerRadius - line,
+                            cornerRadius - line);
+    if (!glyph_.isEmpty()) {
+        const bool mirrored = layoutDirection() == Qt::RightToLeft;
+        const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
+        drawVectorPicture(painter, QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize),
+                          glyph_, theme.secondaryText);
+    }
+}
+
+void RoundedField::paintEvent(QPaintEvent* event) {
     {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(hasFocus() ? theme.link : theme.fieldBorder);
-        drawFocusRingMask(painter);
-        const double line = hasFocus() ? ringWidth : 1;
-        painter.setBrush(theme.field);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(line, line, -line, -line),
-                                cornerRadius - line, cornerRadius - line);
-        if (!glyph_.isEmpty()) {
-            const bool mirrored = layoutDirection() == Qt::RightToLeft;
-            const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
-            drawVectorPicture(painter, QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize),
-                              glyph_, theme.secondaryText);
-        }
+        drawPlate(painter);
     }
     QLineEdit::paintEvent(event);
 }

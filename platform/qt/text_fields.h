@@ -29,11 +29,17 @@ class RoundedField : public QLineEdit {
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
 
+    /// Keeps the text out of so many points at its trailing edge.
+    void setTrailingRoom(int room);
+    /// Draws everything but the text: ground, outline or focus ring, and the glyph.
+    void drawPlate(QPainter& painter) const;
+
   private:
     void applyTheme();
     void placeText();
 
     QString glyph_;
+    int trailingRoom_ = 0;
 };
 
 /// The field for plain text.
