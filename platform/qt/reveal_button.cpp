@@ -36,6 +36,7 @@ void RevealButton::hold() {
     // A window in the background shows nothing to somebody who is at work in another.
     if (!held_ && isEnabled() && isActiveWindow()) {
         held_ = true;
+        setDown(true);
         update();
         emit heldChanged(true);
     }
@@ -44,6 +45,7 @@ void RevealButton::hold() {
 void RevealButton::letGo() {
     if (held_) {
         held_ = false;
+        setDown(false);
         update();
         emit heldChanged(false);
     }

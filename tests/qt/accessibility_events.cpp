@@ -91,6 +91,33 @@ std::string AccessibilityEvents::propertyOf(const AccessibilityEvent& event,
     return result;
 }
 
+bool AccessibilityEvents::hasState(const AccessibilityEvent& event, unsigned state) const {
+    sd_bus_message* message = nullptr;
+    sd_bus_call_method(bus_.get(), event.owner.c_str(), event.path.c_str(),
+                       "org.a11y.atspi.Accessible", "GetState", nullptr, &message, "");
+    const BusMessage reply(message);
+    const void* words = nullptr;
+    std::size_t size = 0;
+    // The states come as two words of 32 bits.
+    if (reply == nullptr || sd_bus_message_read_array(reply.get(), 'u', &words, &size) < 0 ||
+        size < 2 * sizeof(std::uint32_t)) {
+        throw std::runtime_error("the control does not tell its states");
+    }
+    return (static_cast<const std::uint32_t*>(words)[state / 32] >> state % 32 & 1U) != 0;
+}
+
+std::optional<AccessibilityEvent> AccessibilityEvents::last(const std::string& member,
+                                                            const std::string& detail,
+                                                            const std::string& name) const {
+    for (auto event = events_.rbegin(); event != events_.rend(); ++event) {
+        if (event->member == member && event->detail == detail &&
+            propertyOf(*event, "Name") == name) {
+            return *event;
+        }
+    }
+    return std::nullopt;
+}
+
 std::uint32_t AccessibilityEvents::roleOf(const AccessibilityEvent& event) const {
     sd_bus_message* message = nullptr;
     sd_bus_call_method(bus_.get(), event.owner.c_str(), event.path.c_str(),

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,13 @@ class AccessibilityEvents {
                                          const std::string& property) const;
     /// The number of its kind in the registry's protocol.
     [[nodiscard]] std::uint32_t roleOf(const AccessibilityEvent& event) const;
+
+    /// Whether that control has the state with this number in the registry's protocol.
+    [[nodiscard]] bool hasState(const AccessibilityEvent& event, unsigned state) const;
+    /// The latest event of this name with this detail about a control with this name.
+    [[nodiscard]] std::optional<AccessibilityEvent> last(const std::string& member,
+                                                         const std::string& detail,
+                                                         const std::string& name) const;
 
   private:
     static int take(sd_bus_message* message, void* events, sd_bus_error* error);

@@ -6,7 +6,9 @@
 namespace velunor::e2e {
 namespace {
 
+// Numbers of the registry's protocol.
 constexpr std::uint32_t passwordTextRole = 40;
+constexpr unsigned pressedState = 20;
 
 class PasswordOnTheBus : public PromptTest {
   protected:
@@ -30,6 +32,19 @@ class PasswordOnTheBus : public PromptTest {
     void typeKeys(const std::string& keys) {
         for (const char key : keys) {
             display().screen().pressKey(std::string(1, key));
+        }
+    }
+
+    /// None of the events so far, of whichever control, came with one of these letters alone or of
+    /// the password field with any of them.
+    void expectNoEventTells(const std::string& letters) {
+        const auto field = events().last("TextChanged", "insert", "Password");
+        ASSERT_TRUE(field);
+        for (const AccessibilityEvent& event : events().all()) {
+            if (event.path == field->path || event.text.size() == 1) {
+                EXPECT_EQ(event.text.find_first_of(letters), std::string::npos)
+                    << event.member << ':' << event.detail << " tells " << event.text;
+            }
         }
     }
 
@@ -62,12 +77,31 @@ TEST_F(PasswordOnTheBus, TellsHowMuchIsTypedButNotWhat) {
     EXPECT_EQ(bullets, expected);
     EXPECT_EQ(events().propertyOf(*field, "Name"), "Password");
     EXPECT_EQ(events().propertyOf(*field, "Description").find_first_of(typed), std::string::npos);
-    for (const AccessibilityEvent& event : events().all()) {
-        if (event.path == field->path) {
-            EXPECT_EQ(event.text.find_first_of(typed), std::string::npos)
-                << event.member << ':' << event.detail << " tells " << event.text;
-        }
-    }
+    expectNoEventTells(typed);
+}
+
+TEST_F(PasswordOnTheBus, TellsNothingWhileThePasswordIsShown) {
+    enterPasswordField();
+    const std::string typed = "zqxjz";
+    typeKeys(typed);
+    ASSERT_TRUE(events().waitUntil(
+        [&] { return events().count("TextChanged", "insert") == typed.size(); }));
+    const auto field = events().last("TextChanged", "insert", "Password");
+    ASSERT_TRUE(field);
+
+    display().screen().pressKey("Tab");
+    std::optional<AccessibilityEvent> eye;
+    ASSERT_TRUE(events().waitUntil([&] {
+        eye = events().last("StateChanged", "focused", "Show password while held");
+        return eye.has_value();
+    }));
+    display().screen().holdKey("space", true);
+    ASSERT_TRUE(eventually([&] { return events().hasState(*eye, pressedState); }));
+    EXPECT_EQ(events().textOf(*field).find_first_of(typed), std::string::npos);
+    display().screen().holdKey("space", false);
+    ASSERT_TRUE(eventually([&] { return !events().hasState(*eye, pressedState); }));
+
+    expectNoEventTells(typed);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
-#include <QAccessible>
 #include <QTest>
 #include <QVBoxLayout>
-#include <vector>
 
 #include "platform/qt/secure_text_field.h"
 #include "tests/qt/widget_test.h"
@@ -127,48 +125,6 @@ TEST_F(RevealTest, HasNothingToShowForAnEmptyField) {
     EXPECT_TRUE(eye->isEnabled());
     QTest::keyClick(field, Qt::Key_Backspace);
     EXPECT_FALSE(eye->isEnabled());
-}
-
-std::vector<QString>& spokenTexts() {
-    static std::vector<QString> texts;
-    return texts;
-}
-
-void recordTexts(QAccessibleEvent* event) {
-    if (QAccessibleInterface* about = event->accessibleInterface()) {
-        for (const auto kind : {QAccessible::Name, QAccessible::Value, QAccessible::Description}) {
-            spokenTexts().push_back(about->text(kind));
-        }
-    }
-    if (event->type() == QAccessible::TextInserted) {
-        spokenTexts().push_back(static_cast<QAccessibleTextInsertEvent*>(event)->textInserted());
-    } else if (event->type() == QAccessible::TextRemoved) {
-        spokenTexts().push_back(static_cast<QAccessibleTextRemoveEvent*>(event)->textRemoved());
-    } else if (event->type() == QAccessible::TextUpdated) {
-        spokenTexts().push_back(static_cast<QAccessibleTextUpdateEvent*>(event)->textInserted());
-    }
-}
-
-TEST_F(RevealTest, TellsAssistiveTechnologiesNothing) {
-    const auto before = QAccessible::installUpdateHandler(&recordTexts);
-    const bool active = QAccessible::isActive();
-    QAccessible::setActive(true);
-    ASSERT_TRUE(QAccessible::isActive());
-    spokenTexts().clear();
-
-    pressEye();
-    QTest::keyClick(field, Qt::Key_W);
-    EXPECT_TRUE(field->isRevealed());
-    QTest::mouseRelease(eye, Qt::LeftButton);
-
-    QAccessible::installUpdateHandler(before);
-    QAccessible::setActive(active);
-    EXPECT_FALSE(spokenTexts().empty());
-    for (const QString& text : spokenTexts()) {
-        for (const char letter : std::string("zqxj")) {
-            EXPECT_FALSE(text.contains(QLatin1Char(letter))) << text.toStdString();
-        }
-    }
 }
 
 }  // namespace

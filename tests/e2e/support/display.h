@@ -72,6 +72,8 @@ class Screen {
     void click(WindowId window, const PixelRect& place);
     /// Presses and releases the key that xmodmap calls `key` ("Escape"), Alt held or not.
     void pressKey(const std::string& key, bool withAlt = false);
+    /// Puts the key down or lets it go.
+    void holdKey(const std::string& key, bool down);
 
   private:
     std::unique_ptr<XConnection> connection_;
