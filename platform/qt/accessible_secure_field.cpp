@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/qt/secure_text_field.h"
+#include "platform/qt/text_label.h"
 
 namespace velunor {
 
@@ -38,7 +39,28 @@ class AccessibleSecureField : public QAccessibleWidget,
         return state;
     }
     [[nodiscard]] QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Value ? field().text() : QAccessibleWidget::text(kind);
+        if (kind == QAccessible::Value) {
+            return field().text();
+        }
+        const QString text = QAccessibleWidget::text(kind);
+        if (kind == QAccessible::Description && field().hintsAtCapsLock()) {
+            const QString hint = "Caps Lock is on";
+            return text.isEmpty() ? hint : hint + '\n' + text;
+        }
+        return text;
+    }
+    [[nodiscard]] QVector<QPair<QAccessibleInterface*, QAccessible::Relation>> relations(
+        QAccessible::Relation match) const override {
+        auto related = QAccessibleWidget::relations(match);
+        if (match.testFlag(QAccessible::Label)) {
+            for (TextLabel* label : field().window()->findChildren<TextLabel*>()) {
+                if (label->labelledWidgets().contains(&field())) {
+                    related.append({QAccessible::queryAccessibleInterface(label),
+                                    QAccessible::Relation(QAccessible::Label)});
+                }
+            }
+        }
+        return related;
     }
     void setText(QAccessible::Text kind, const QString& text) override {
         if (kind == QAccessible::Value) {

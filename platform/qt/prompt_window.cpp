@@ -1,6 +1,5 @@
 #include "platform/qt/prompt_window.h"
 
-#include <QAccessible>
 #include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
@@ -15,9 +14,11 @@
 
 #include "platform/qt/form_outlets.h"
 #include "platform/qt/form_views.h"
+#include "platform/qt/prompt_speech.h"
 #include "platform/qt/qt_controls.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/theme.h"
+#include "platform/qt/widget_layer.h"
 #include "ui_prompt_window.h"
 
 /// Makes the drawings known; the linker would drop a static library's resources unless somebody
@@ -36,8 +37,6 @@ constexpr double cardRadius = 12;
 constexpr int screenMargin = 30;
 /// The part of the window's height that the buttons may take from long texts.
 constexpr double footerShare = 0.4;
-/// A screen reader hears the countdown once a minute, not at every tick.
-constexpr int ticksBetweenAnnouncements = 60;
 
 constexpr Qt::WindowFlags cardFlags =
     Qt::Window | Qt::FramelessWindowHint | Qt::WindowTitleHint | Qt::CustomizeWindowHint;
@@ -91,9 +90,9 @@ PromptWindow::PromptWindow()
         area->widget()->setAutoFillBackground(false);
         area->widget()->installEventFilter(this);
     }
-    form_->timerInfoLabel->setAnnouncedChanges(ticksBetweenAnnouncements);
     applyTheme();
     connectOutlets(*this, view_, controls_);
+    speech_ = new PromptSpeech(*form_, this);
     connectActions();
     followDesktop();
     setTabOrder(form_->passwordTextFiled, &form_->passwordTextFiled->revealButton());
@@ -125,6 +124,14 @@ void PromptWindow::connectActions() {
             }
         });
     }
+    // After a refused password the next attempt is typed over it.
+    connect(form_->passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted,
+            this, [this] {
+                if (isActiveWindow()) {
+                    form_->passwordTextFiled->setFocus();
+                    form_->passwordTextFiled->selectAll();
+                }
+            });
     // The link goes away when it is pressed: typing goes on in the field that takes its place.
     connect(form_->usernameChangeButton, &QAbstractButton::clicked, this, [this] {
         if (!form_->userNameTextField->isHidden()) {
@@ -244,8 +251,7 @@ bool PromptWindow::event(QEvent* event) {
 void PromptWindow::showEvent(QShowEvent* event) {
     relayout();
     QWidget::showEvent(event);
-    QAccessibleEvent alert(this, QAccessible::Alert);
-    QAccessible::updateAccessibility(&alert);
+    speech_->opened();
 }
 
 void PromptWindow::closeEvent(QCloseEvent* event) {

@@ -15,6 +15,8 @@ class PromptForm;
 
 namespace velunor {
 
+class PromptSpeech;
+
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
 /// the usable area (then the texts scroll and the buttons stay in sight), and cannot be closed.
 /// Every outlet is connected to the form's object of the same name. Main thread only.
@@ -67,6 +69,7 @@ class PromptWindow : public QWidget {
     std::unique_ptr<Ui::PromptForm> form_;
     std::vector<std::shared_ptr<void>> controls_;
     PromptView view_;
+    PromptSpeech* speech_ = nullptr;
     std::function<void()> updateNow_ = [] {};
     std::function<void()> postpone_ = [] {};
     std::function<void()> changeUserName_ = [] {};

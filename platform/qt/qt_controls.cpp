@@ -5,6 +5,7 @@
 #include <QLayout>
 #include <cmath>
 
+#include "platform/qt/countdown_speech.h"
 #include "platform/qt/qt_image.h"
 
 namespace velunor {
@@ -78,7 +79,8 @@ void QtLabel::setStringValue(std::string_view text) {
 
 void QtLabel::setAttributedStringValue(const AttributedString& text) {
     value_ = plainText(text);
-    label_.setText(shownText(text));
+    const auto secondsLeft = countdownSeconds(text);
+    label_.setText(shownText(text), !secondsLeft || isSpokenMoment(*secondsLeft));
 }
 
 QtEditableField::QtEditableField(CustomTextField& field) : WidgetControl(field), field_(field) {

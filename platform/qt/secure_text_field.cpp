@@ -1,5 +1,6 @@
 #include "platform/qt/secure_text_field.h"
 
+#include <QAccessible>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QInputMethodEvent>
@@ -197,7 +198,8 @@ void CustomSecureTextField::updateCapsLockHint(bool focused) {
     const bool hint = focused && capsLockIsOn().value_or(false);
     if (hint != capsLockHint_) {
         capsLockHint_ = hint;
-        setAccessibleDescription(hint ? "Caps Lock is on" : QString());
+        QAccessibleEvent described(this, QAccessible::DescriptionChanged);
+        QAccessible::updateAccessibility(&described);
         placeTrailingParts();
         update();
     }
