@@ -1,8 +1,8 @@
 #include "platform/qt/prompt_speech.h"
 
-#include <QAccessible>
 #include <QAccessibleWidget>
 #include <QEvent>
+#include <chrono>
 
 #include "platform/qt/announcer.h"
 #include "platform/qt/prompt_window.h"
@@ -12,6 +12,10 @@
 namespace velunor {
 
 namespace {
+
+/// A program that has just started is not heard: the toolkit learns on the way who listens, and
+/// does not tell when it has.
+constexpr std::chrono::milliseconds timeToBeHeard{1000};
 
 /// A dialogue, whose texts a screen reader reads out when somebody comes into it.
 class AccessiblePromptWindow : public QAccessibleWidget {
@@ -34,6 +38,10 @@ PromptSpeech::PromptSpeech(const Ui::PromptForm& form, QWidget* window)
         return true;
     }();
     Q_UNUSED(installed);
+    opening_.setSingleShot(true);
+    opening_.setInterval(timeToBeHeard);
+    connect(&opening_, &QTimer::timeout, this, &PromptSpeech::sayWhatItIsAbout);
+    QAccessible::installActivationObserver(this);
     form_.unsupportedInfoStackView->installEventFilter(this);
     form_.credentailsInfoTextLabel->setLabelledWidgets(
         {form_.userNameTextField, form_.passwordTextFiled});
@@ -56,8 +64,22 @@ PromptSpeech::PromptSpeech(const Ui::PromptForm& form, QWidget* window)
     }
 }
 
+PromptSpeech::~PromptSpeech() {
+    QAccessible::removeActivationObserver(this);
+}
+
 void PromptSpeech::opened() {
     opened_ = true;
+    opening_.start();
+}
+
+void PromptSpeech::accessibilityActiveChanged(bool active) {
+    if (active && opened_) {
+        opening_.start();
+    }
+}
+
+void PromptSpeech::sayWhatItIsAbout() {
     QStringList texts;
     for (const TextLabel* label :
          {form_.titleLabel, form_.messageLabel, form_.updateDescription, form_.timerInfoLabel}) {

@@ -50,6 +50,7 @@ TEST_F(PromptSpeechTest, SaysItsTextsWhenItOpens) {
     EXPECT_EQ(spoken(), "");
 
     show();
+    ASSERT_TRUE(waitUntil([&] { return !spoken().empty(); }));
 
     for (const std::string& text : {prompt.title, prompt.message, prompt.updateName}) {
         EXPECT_NE(spoken().find(text), std::string::npos) << text;
