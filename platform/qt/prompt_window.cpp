@@ -1,6 +1,5 @@
 #include "platform/qt/prompt_window.h"
 
-#include <QAccessible>
 #include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
@@ -13,10 +12,13 @@
 #include <QWindow>
 #include <algorithm>
 
+#include "platform/qt/form_outlets.h"
 #include "platform/qt/form_views.h"
+#include "platform/qt/prompt_speech.h"
 #include "platform/qt/qt_controls.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/theme.h"
+#include "platform/qt/widget_layer.h"
 #include "ui_prompt_window.h"
 
 /// Makes the drawings known; the linker would drop a static library's resources unless somebody
@@ -35,51 +37,9 @@ constexpr double cardRadius = 12;
 constexpr int screenMargin = 30;
 /// The part of the window's height that the buttons may take from long texts.
 constexpr double footerShare = 0.4;
-/// A screen reader hears the countdown once a minute, not at every tick.
-constexpr int ticksBetweenAnnouncements = 60;
 
 constexpr Qt::WindowFlags cardFlags =
     Qt::Window | Qt::FramelessWindowHint | Qt::WindowTitleHint | Qt::CustomizeWindowHint;
-
-/// The widget that stands for a control's kind in the form.
-template <class Control>
-struct FormKind;
-
-template <>
-struct FormKind<View> {
-    using Adapter = QtView;
-    using Widget = QWidget;
-};
-template <>
-struct FormKind<StackView> {
-    using Adapter = QtStackView;
-    using Widget = QWidget;
-};
-template <>
-struct FormKind<Label> {
-    using Adapter = QtLabel;
-    using Widget = TextLabel;
-};
-template <>
-struct FormKind<EditableField> {
-    using Adapter = QtEditableField;
-    using Widget = CustomTextField;
-};
-template <>
-struct FormKind<SecureField> {
-    using Adapter = QtSecureField;
-    using Widget = CustomSecureTextField;
-};
-template <>
-struct FormKind<Button> {
-    using Adapter = QtButton;
-    using Widget = TextButton;
-};
-template <>
-struct FormKind<ImageView> {
-    using Adapter = QtImageView;
-    using Widget = PictureView;
-};
 
 QString scrollBarStyle(const Theme& theme) {
     return QStringLiteral(
@@ -130,14 +90,14 @@ PromptWindow::PromptWindow()
         area->widget()->setAutoFillBackground(false);
         area->widget()->installEventFilter(this);
     }
-    form_->timerInfoLabel->setAnnouncedChanges(ticksBetweenAnnouncements);
     applyTheme();
-    connectOutlets();
+    connectOutlets(*this, view_, controls_);
+    speech_ = new PromptSpeech(*form_, this);
     connectActions();
     followDesktop();
+    setTabOrder(form_->passwordTextFiled, &form_->passwordTextFiled->revealButton());
     // The card itself starts with the focus, so that no button is ever pressed by a key that was
     // meant for another window.
-    setFocusPolicy(Qt::ClickFocus);
     setFocus();
 }
 
@@ -147,28 +107,6 @@ void PromptWindow::present() {
     // Layouts can only be forced as long as the window is hidden.
     takeSize();
     show();
-}
-
-void PromptWindow::connectOutlets() {
-    const auto connectOutlet = [this]<class Control>(const char* name,
-                                                     WeakReference<Control>& outlet) {
-        if constexpr (std::is_same_v<Control, LayoutConstraint>) {
-            outlet.connect(findChild<ConstraintSpacer*>(QLatin1String(name)));
-        } else {
-            using Kind = FormKind<Control>;
-            if (auto* widget = findChild<typename Kind::Widget*>(QLatin1String(name))) {
-                const auto adapter = std::make_shared<typename Kind::Adapter>(*widget);
-                controls_.push_back(adapter);
-                outlet.connect(adapter.get());
-            }
-        }
-    };
-    forEachOutlet(view_.outlets, connectOutlet);
-    for (ConstraintSpacer* constraint : findChildren<ConstraintSpacer*>()) {
-        view_.constraints.push_back(constraint);
-    }
-    // The shake needs a layer from the start, as every view of a layered window has one.
-    view_.outlets.passwordTextFiled->setWantsLayer(true);
 }
 
 void PromptWindow::connectActions() {
@@ -186,6 +124,14 @@ void PromptWindow::connectActions() {
             }
         });
     }
+    // After a refused password the next attempt is typed over it.
+    connect(form_->passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted,
+            this, [this] {
+                if (isActiveWindow()) {
+                    form_->passwordTextFiled->setFocus();
+                    form_->passwordTextFiled->selectAll();
+                }
+            });
     // The link goes away when it is pressed: typing goes on in the field that takes its place.
     connect(form_->usernameChangeButton, &QAbstractButton::clicked, this, [this] {
         if (!form_->userNameTextField->isHidden()) {
@@ -279,7 +225,23 @@ void PromptWindow::place() {
     appear_();
 }
 
+QWidget* PromptWindow::entryField() const {
+    if (form_->credentailsRequiredView->isHidden()) {
+        return nullptr;
+    }
+    QLineEdit* userName = form_->userNameTextField;
+    const bool nameFirst = !userName->isHidden() && userName->text().isEmpty();
+    return nameFirst ? userName : form_->passwordTextFiled;
+}
+
 bool PromptWindow::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate &&
+        (focusWidget() == nullptr || focusWidget() == this)) {
+        // Whoever comes into the window can type at once.
+        if (QWidget* field = entryField()) {
+            field->setFocus(Qt::ActiveWindowFocusReason);
+        }
+    }
     if (event->type() == QEvent::LayoutRequest && !isVisible()) {
         takeSize();
     }
@@ -289,8 +251,7 @@ bool PromptWindow::event(QEvent* event) {
 void PromptWindow::showEvent(QShowEvent* event) {
     relayout();
     QWidget::showEvent(event);
-    QAccessibleEvent alert(this, QAccessible::Alert);
-    QAccessible::updateAccessibility(&alert);
+    speech_->opened();
 }
 
 void PromptWindow::closeEvent(QCloseEvent* event) {

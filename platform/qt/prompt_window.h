@@ -15,6 +15,8 @@ class PromptForm;
 
 namespace velunor {
 
+class PromptSpeech;
+
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
 /// the usable area (then the texts scroll and the buttons stay in sight), and cannot be closed.
 /// Every outlet is connected to the form's object of the same name. Main thread only.
@@ -53,7 +55,6 @@ class PromptWindow : public QWidget {
     void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
-    void connectOutlets();
     void connectActions();
     void followDesktop();
     void scheduleRelayout();
@@ -62,9 +63,13 @@ class PromptWindow : public QWidget {
     void takeSize();
     void place();
     void applyTheme();
+    /// The field that takes the caret when the user comes into the window; null where none is
+    /// asked for.
+    [[nodiscard]] QWidget* entryField() const;
     std::unique_ptr<Ui::PromptForm> form_;
     std::vector<std::shared_ptr<void>> controls_;
     PromptView view_;
+    PromptSpeech* speech_ = nullptr;
     std::function<void()> updateNow_ = [] {};
     std::function<void()> postpone_ = [] {};
     std::function<void()> changeUserName_ = [] {};

@@ -5,6 +5,7 @@
 #include <QLayout>
 #include <cmath>
 
+#include "platform/qt/countdown_speech.h"
 #include "platform/qt/qt_image.h"
 
 namespace velunor {
@@ -78,7 +79,8 @@ void QtLabel::setStringValue(std::string_view text) {
 
 void QtLabel::setAttributedStringValue(const AttributedString& text) {
     value_ = plainText(text);
-    label_.setText(shownText(text));
+    const auto secondsLeft = countdownSeconds(text);
+    label_.setText(shownText(text), !secondsLeft || isSpokenMoment(*secondsLeft));
 }
 
 QtEditableField::QtEditableField(CustomTextField& field) : WidgetControl(field), field_(field) {
@@ -102,13 +104,6 @@ std::string QtEditableField::stringValue() const {
 
 void QtEditableField::setEditingEnded(std::function<void()> callback) {
     editingEnded_ = std::move(callback);
-}
-
-Secret QtSecureField::secretValue() const {
-    QByteArray bytes = field_.text().toUtf8();
-    Secret secret(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
-    wipe(bytes.data(), static_cast<std::size_t>(bytes.size()));
-    return secret;
 }
 
 void QtButton::setTitle(std::string_view title) {

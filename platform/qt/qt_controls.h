@@ -5,6 +5,7 @@
 
 #include "platform/controls.h"
 #include "platform/qt/picture_view.h"
+#include "platform/qt/secure_text_field.h"
 #include "platform/qt/text_button.h"
 #include "platform/qt/text_fields.h"
 #include "platform/qt/text_label.h"
@@ -64,7 +65,7 @@ class QtEditableField : public WidgetControl<EditableField> {
 class QtSecureField : public WidgetControl<SecureField> {
   public:
     explicit QtSecureField(CustomSecureTextField& field) : WidgetControl(field), field_(field) {}
-    [[nodiscard]] Secret secretValue() const override;
+    [[nodiscard]] Secret secretValue() const override { return field_.secret(); }
     void clear() override { field_.wipeText(); }
 
   private:

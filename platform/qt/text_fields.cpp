@@ -1,11 +1,9 @@
 #include "platform/qt/text_fields.h"
 
-#include <QEvent>
-#include <QKeyEvent>
+#include <QFocusEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
-#include <limits>
 
 #include "platform/qt/picture_view.h"
 #include "platform/qt/theme.h"
@@ -21,16 +19,6 @@ constexpr int verticalRoom = 10;
 constexpr int edgeRoom = 10;
 constexpr int glyphSize = 16;
 constexpr int longestText = 1 << 20;
-
-bool isForbiddenInPassword(const QKeyEvent& event) {
-    for (const auto key :
-         {QKeySequence::Undo, QKeySequence::Redo, QKeySequence::Copy, QKeySequence::Cut}) {
-        if (event.matches(key)) {
-            return true;
-        }
-    }
-    return false;
-}
 
 }  // namespace
 
@@ -48,10 +36,16 @@ void RoundedField::setGlyph(const QString& path) {
     update();
 }
 
+void RoundedField::setTrailingRoom(int room) {
+    trailingRoom_ = room;
+    placeText();
+}
+
 void RoundedField::placeText() {
     const int leading = glyph_.isEmpty() ? edgeRoom : edgeRoom + glyphSize + edgeRoom - 2;
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
-    setTextMargins(mirrored ? edgeRoom : leading, 0, mirrored ? leading : edgeRoom, 0);
+    const int trailing = edgeRoom + trailingRoom_;
+    setTextMargins(mirrored ? trailing : leading, 0, mirrored ? leading : trailing, 0);
 }
 
 QSize RoundedField::sizeHint() const {
@@ -67,24 +61,28 @@ void RoundedField::drawFocusRingMask(QPainter& painter) const {
     painter.drawRoundedRect(focusRingMaskBounds(), cornerRadius, cornerRadius);
 }
 
-void RoundedField::paintEvent(QPaintEvent* event) {
+void RoundedField::drawPlate(QPainter& painter) const {
     const Theme& theme = currentTheme();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(hasFocus() ? theme.link : theme.fieldBorder);
+    drawFocusRingMask(painter);
+    const double line = hasFocus() ? ringWidth : 1;
+    painter.setBrush(theme.field);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(line, line, -line, -line), cornerRadius - line,
+                            cornerRadius - line);
+    if (!glyph_.isEmpty()) {
+        const bool mirrored = layoutDirection() == Qt::RightToLeft;
+        const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
+        drawVectorPicture(painter, QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize),
+                          glyph_, theme.secondaryText);
+    }
+}
+
+void RoundedField::paintEvent(QPaintEvent* event) {
     {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(hasFocus() ? theme.link : theme.fieldBorder);
-        drawFocusRingMask(painter);
-        const double line = hasFocus() ? ringWidth : 1;
-        painter.setBrush(theme.field);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(line, line, -line, -line),
-                                cornerRadius - line, cornerRadius - line);
-        if (!glyph_.isEmpty()) {
-            const bool mirrored = layoutDirection() == Qt::RightToLeft;
-            const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
-            drawVectorPicture(painter, QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize),
-                              glyph_, theme.secondaryText);
-        }
+        drawPlate(painter);
     }
     QLineEdit::paintEvent(event);
 }
@@ -121,44 +119,6 @@ void CustomTextField::focusOutEvent(QFocusEvent* event) {
     if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason) {
         emit editingEnded();
     }
-}
-
-CustomSecureTextField::CustomSecureTextField(QWidget* parent) : RoundedField(parent) {
-    setEchoMode(QLineEdit::Password);
-    setDragEnabled(false);
-    setContextMenuPolicy(Qt::NoContextMenu);
-    setInputMethodHints(Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText |
-                        Qt::ImhNoAutoUppercase);
-}
-
-void CustomSecureTextField::wipeText() {
-    const QString shared = text();
-    // The copy shares the field's own storage, so that writing through it reaches the original.
-    auto* units = const_cast<QChar*>(shared.constData());
-    volatile char16_t* cursor = reinterpret_cast<char16_t*>(units);
-    for (qsizetype index = 0; index < shared.size(); ++index) {
-        cursor[index] = u'\0';
-    }
-    // Unlike clear(), this drops the undo history as well.
-    setText(QString());
-}
-
-void CustomSecureTextField::keyPressEvent(QKeyEvent* event) {
-    if (isForbiddenInPassword(*event)) {
-        event->accept();
-        return;
-    }
-    RoundedField::keyPressEvent(event);
-}
-
-bool CustomSecureTextField::event(QEvent* event) {
-    // Otherwise the editor claims these shortcuts for itself.
-    if (event->type() == QEvent::ShortcutOverride &&
-        isForbiddenInPassword(*static_cast<QKeyEvent*>(event))) {
-        event->accept();
-        return true;
-    }
-    return RoundedField::event(event);
 }
 
 }  // namespace velunor

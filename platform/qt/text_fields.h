@@ -29,11 +29,17 @@ class RoundedField : public QLineEdit {
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
 
+    /// Keeps the text out of so many points at its trailing edge.
+    void setTrailingRoom(int room);
+    /// Draws everything but the text: ground, outline or focus ring, and the glyph.
+    void drawPlate(QPainter& painter) const;
+
   private:
     void applyTheme();
     void placeText();
 
     QString glyph_;
+    int trailingRoom_ = 0;
 };
 
 /// The field for plain text.
@@ -49,23 +55,6 @@ class CustomTextField : public RoundedField {
 
   protected:
     void focusOutEvent(QFocusEvent* event) override;
-};
-
-/// The field for a password: shows dots, hands nothing to clipboard, drag, undo or input-method
-/// learning.
-class CustomSecureTextField : public RoundedField {
-    Q_OBJECT
-
-  public:
-    explicit CustomSecureTextField(QWidget* parent = nullptr);
-
-    /// Overwrites the text in place and empties the field. The toolkit's own list of typed
-    /// characters is dropped, but its storage cannot be overwritten from here.
-    void wipeText();
-
-  protected:
-    void keyPressEvent(QKeyEvent* event) override;
-    bool event(QEvent* event) override;
 };
 
 }  // namespace velunor

@@ -50,6 +50,18 @@ class AccessibleTextLabel : public QAccessibleWidget {
         return kind == QAccessible::Name ? static_cast<TextLabel*>(widget())->text()
                                          : QAccessibleWidget::text(kind);
     }
+
+    [[nodiscard]] QVector<QPair<QAccessibleInterface*, QAccessible::Relation>> relations(
+        QAccessible::Relation match) const override {
+        auto related = QAccessibleWidget::relations(match);
+        if (match.testFlag(QAccessible::Labelled)) {
+            for (QWidget* control : static_cast<TextLabel*>(widget())->labelledWidgets()) {
+                related.append({QAccessible::queryAccessibleInterface(control),
+                                QAccessible::Relation(QAccessible::Labelled)});
+            }
+        }
+        return related;
+    }
 };
 
 QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
@@ -76,7 +88,8 @@ void TextLabel::setTextRole(const QString& role) {
     updateFont();
 }
 
-void TextLabel::setText(const ShownText& shown) {
+void TextLabel::setText(const ShownText& shown, bool notable) {
+    const bool changed = shown.text != text_;
     text_ = shown.text;
     ShownText laidOut = shown;
     if (role_ == QLatin1String("update") && text_.startsWith(QStringLiteral("\u2022  "))) {
@@ -86,10 +99,14 @@ void TextLabel::setText(const ShownText& shown) {
     layout_.setText(laidOut);
     updateGeometry();
     update();
-    if (changes_++ % announcedChanges_ == 0) {
-        QAccessibleEvent changed(this, QAccessible::NameChanged);
-        QAccessible::updateAccessibility(&changed);
+    if (!changed) {
+        return;
     }
+    if (notable) {
+        QAccessibleEvent renamed(this, QAccessible::NameChanged);
+        QAccessible::updateAccessibility(&renamed);
+    }
+    emit textChanged(text_, notable);
 }
 
 QSize TextLabel::sizeHint() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QWidget>
 
@@ -20,15 +21,20 @@ class TextLabel : public QWidget {
     [[nodiscard]] QString textRole() const { return role_; }
     void setTextRole(const QString& role);
 
-    void setText(const ShownText& shown);
+    /// A change that is not `notable` is shown, but no screen reader is told of it.
+    void setText(const ShownText& shown, bool notable = true);
     /// The text as shown.
     [[nodiscard]] QString text() const { return text_; }
-    /// Tells a screen reader about one change of the text in `changes` only. 1 at first.
-    void setAnnouncedChanges(int changes) { announcedChanges_ = changes; }
+    /// The controls that this text is the label of.
+    [[nodiscard]] const QList<QWidget*>& labelledWidgets() const { return labelledWidgets_; }
+    void setLabelledWidgets(const QList<QWidget*>& widgets) { labelledWidgets_ = widgets; }
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
     [[nodiscard]] int heightForWidth(int width) const override;
+
+  signals:
+    void textChanged(const QString& text, bool notable);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -40,8 +46,7 @@ class TextLabel : public QWidget {
     QString role_;
     QString text_;
     LiteralText layout_;
-    int announcedChanges_ = 1;
-    int changes_ = 0;
+    QList<QWidget*> labelledWidgets_;
 };
 
 }  // namespace velunor

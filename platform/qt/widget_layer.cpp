@@ -51,6 +51,7 @@ void WidgetLayer::addAnimation(const KeyFrameAnimation& animation) {
                            (animation.autoreverses ? 2 : 1));
     animation_.setLoopCount(std::max(animation.repeatCount, 1));
     animation_.start();
+    emit animationStarted();
 }
 
 bool WidgetLayer::eventFilter(QObject* watched, QEvent* event) {

@@ -24,6 +24,9 @@ class WidgetLayer : public QObject, public Layer {
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
+  signals:
+    void animationStarted();
+
   private:
     /// Moves the widget to `offset` points right of its place of rest.
     void moveBy(double offset);

@@ -162,6 +162,17 @@ bool hasCompositor() {
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
+std::optional<bool> capsLockIsOn() {
+    xcb_connection_t* x = connection();
+    if (x == nullptr) {
+        return std::nullopt;
+    }
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+    const ReplyPointer<xcb_query_pointer_reply_t> reply(
+        xcb_query_pointer_reply(x, xcb_query_pointer(x, root), nullptr));
+    return reply && (reply->mask & XCB_MOD_MASK_LOCK) != 0;
+}
+
 X11DesktopChanges::X11DesktopChanges(std::function<void()> changed) : changed_(std::move(changed)) {
     if (xcb_connection_t* x = connection()) {
         workAreaAtom_ = atom(x, "_NET_WORKAREA");

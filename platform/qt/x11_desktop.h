@@ -37,6 +37,10 @@ namespace velunor {
 /// Whether windows can be translucent: a compositor runs (always so outside X11).
 [[nodiscard]] bool hasCompositor();
 
+/// Whether Caps Lock is on, as the X server has it this moment; key events tell its state from
+/// before. None outside X11.
+[[nodiscard]] std::optional<bool> capsLockIsOn();
+
 /// Calls back when panels come, go or change and when a window manager changes a window's frame.
 class X11DesktopChanges : public QAbstractNativeEventFilter {
   public:

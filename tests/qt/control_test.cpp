@@ -155,53 +155,6 @@ TEST(EditableFieldTest, TellsEachEndOfEditing) {
     EXPECT_EQ(ends, 2);
 }
 
-TEST(SecureFieldTest, GivesTheTypedBytesAndKeepsThem) {
-    CustomSecureTextField widget;
-    const QtSecureField field(widget);
-
-    widget.insert(QString::fromUtf8("p\u00E4ss"));
-
-    EXPECT_EQ(field.secretValue().reveal(), "p\u00E4ss");
-    EXPECT_EQ(field.secretValue().reveal(), "p\u00E4ss");
-}
-
-TEST(SecureFieldTest, OverwritesTheTextWhenItIsCleared) {
-    CustomSecureTextField widget;
-    QtSecureField field(widget);
-    QTest::keyClicks(&widget, "password");
-    // Shares the field's storage, so it shows what becomes of it.
-    const QString storage = widget.text();
-
-    field.clear();
-
-    EXPECT_TRUE(field.secretValue().empty());
-    EXPECT_EQ(storage, QString(8, QChar(u'\0')));
-}
-
-TEST(SecureFieldTest, BringsNothingBackByUndo) {
-    CustomSecureTextField widget;
-    QtSecureField field(widget);
-    QTest::keyClicks(&widget, "password");
-    QTest::keyClick(&widget, Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(field.secretValue().size(), 8U);
-
-    field.clear();
-    widget.undo();
-
-    EXPECT_TRUE(field.secretValue().empty());
-    EXPECT_FALSE(widget.isUndoAvailable());
-}
-
-TEST(SecureFieldTest, ShowsAndSharesNothing) {
-    const CustomSecureTextField widget;
-
-    EXPECT_EQ(widget.echoMode(), QLineEdit::Password);
-    EXPECT_FALSE(widget.dragEnabled());
-    EXPECT_EQ(widget.contextMenuPolicy(), Qt::NoContextMenu);
-    const auto wanted = Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText;
-    EXPECT_EQ(widget.inputMethodHints() & wanted, wanted);
-}
-
 TEST(FieldTest, HasAFocusRingAroundItsOwnBounds) {
     CustomTextField plain;
     CustomSecureTextField secure;

@@ -6,7 +6,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLineEdit>
 #include <QPalette>
 #include <QPixmap>
 #include <QProcess>
@@ -18,6 +17,7 @@
 
 #include "platform/qt/prompt_window.h"
 #include "platform/qt/qt_image.h"
+#include "platform/qt/secure_text_field.h"
 #include "tests/qt/sample_prompt.h"
 
 namespace {
@@ -44,7 +44,8 @@ const std::vector<State>& states() {
          .prepare = [](SamplePrompt& prompt, PromptWindow&) { prompt.credentials = true; },
          .shown =
              [](PromptWindow& window) {
-                 window.findChild<QLineEdit*>("passwordTextFiled")->setText("a password");
+                 window.findChild<velunor::CustomSecureTextField*>("passwordTextFiled")
+                     ->type(u"a password");
                  focusField(window, "passwordTextFiled");
              }},
         {.name = "notice",

@@ -78,6 +78,8 @@ class Screen {
     /// Presses and releases the key of each character, Shift held where it needs that. Throws at a
     /// character that the keyboard has no key for; ASCII has one.
     void type(std::string_view text);
+    /// Puts the key down or lets it go.
+    void holdKey(const std::string& key, bool down);
 
   private:
     std::unique_ptr<XConnection> connection_;

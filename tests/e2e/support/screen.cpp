@@ -305,4 +305,10 @@ void Screen::pressKey(const std::string& key, bool withAlt) {
     XSync(connection_->display, 0);
 }
 
+void Screen::holdKey(const std::string& key, bool down) {
+    const KeyCode code = XKeysymToKeycode(connection_->display, XStringToKeysym(key.c_str()));
+    XTestFakeKeyEvent(connection_->display, code, down ? 1 : 0, CurrentTime);
+    XSync(connection_->display, 0);
+}
+
 }  // namespace velunor::e2e

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QAccessible>
+#include <QObject>
+#include <QTimer>
+
+namespace Ui {
+class PromptForm;
+}
+
+namespace velunor {
+
+class Announcer;
+
+/// What a prompt tells assistive technologies by itself: its texts when it opens, the countdown now
+/// and then, the notice and a refused password at once; and which text describes which control.
+/// Main thread only; belongs to the form's window.
+class PromptSpeech : public QObject, private QAccessible::ActivationObserver {
+    Q_OBJECT
+
+  public:
+    /// `form` must outlive this object.
+    PromptSpeech(const Ui::PromptForm& form, QWidget* window);
+    PromptSpeech(const PromptSpeech&) = delete;
+    PromptSpeech& operator=(const PromptSpeech&) = delete;
+    ~PromptSpeech() override;
+
+    /// The window has come up: says what it is about, as soon as somebody can hear it.
+    void opened();
+
+    /// Watches the notice.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void accessibilityActiveChanged(bool active) override;
+    void sayWhatItIsAbout();
+
+    const Ui::PromptForm& form_;
+    Announcer* announcer_;
+    QTimer opening_;
+    bool opened_ = false;
+};
+
+}  // namespace velunor
