@@ -73,13 +73,6 @@ std::string_view passwordPolicyRefusal(LDAP* handle, LDAPControl** controls) {
     return error == PP_noError ? std::string_view() : ldap_passwordpolicy_err2txt(error);
 }
 
-/// Overwrites what calls that have returned have left on the stack, such as blocks that a cipher
-/// has copied there.
-[[gnu::noinline]] void wipeStackBelow() {
-    std::array<char, std::size_t{64} * 1024> below;
-    wipe(below.data(), below.size());
-}
-
 }  // namespace
 
 DirectoryResult<std::unique_ptr<LdapConnection>> LdapConnection::open(
@@ -156,6 +149,11 @@ std::optional<DirectoryError> LdapConnection::checkSession() {
         return ldapError(LDAP_CONNECT_ERROR, "The server's version of TLS is too old",
                          view(version));
     }
+    // GnuTLS encrypts with these from a copy that it frees as it is, a password included.
+    const LibraryText cipher = textOption(handle_, LDAP_OPT_X_TLS_CIPHER);
+    if (view(cipher).find("CCM") != std::string_view::npos) {
+        return ldapError(LDAP_CONNECT_ERROR, "The server's cipher is not supported", view(cipher));
+    }
     return std::nullopt;
 }
 
@@ -211,7 +209,6 @@ std::optional<DirectoryError> LdapConnection::bind(const std::string& name,
     int request = 0;
     const int sent = ldap_sasl_bind(handle_, name.c_str(), LDAP_SASL_SIMPLE, &credentials,
                                     controls.data(), nullptr, &request);
-    wipeStackBelow();
     const Message message = sent == LDAP_SUCCESS ? nextMessage(request) : nullptr;
     if (message == nullptr) {
         return failure("The server does not answer to name and password");

@@ -117,7 +117,9 @@ int LdapServer::searches() const {
 }
 
 int LdapServer::binds() const {
-    return occurrences(log(), " method=");
+    const std::string text = log();
+    const std::string own = std::string("BIND dn=\"") + administrator + "\" method=";
+    return occurrences(text, " method=") - occurrences(text, own);
 }
 
 std::string LdapServer::log() const {
