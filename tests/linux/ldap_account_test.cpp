@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
 #include "tests/linux/ldap_node_fixture.h"
 
 namespace velunor::testing {
@@ -112,8 +114,8 @@ TEST_F(LdapNodeAccounts, EndlessNameOrPasswordIsRefused) {
 
 TEST_F(LdapNodeAccounts, LongestNameAndPasswordAreAccepted) {
     constexpr std::size_t longest = 1024;
-    // Each character of such a name takes three in its entry's name, which must not be too long.
-    constexpr std::size_t longestName = 600;
+    // The server's own limit is lower.
+    constexpr std::size_t longestName = 400;
     server->addAccount(std::string(longestName, 'n'), std::string(longest, 'p'));
     EXPECT_EQ(answer(std::string(longestName, 'n'), std::string(longest, 'p')), accepted);
     EXPECT_THAT(answer(std::string(longest, 'n'), "p"), HasSubstr("No account has that name"));
@@ -150,8 +152,8 @@ TEST_F(LdapNodeAccounts, EachPlaceInTheFilterGetsTheName) {
     LdapNodeSettings settings = node();
     settings.userFilter = "(&(objectClass=account)(|(uid=%u)(description=%u)))";
     EXPECT_EQ(LdapNode::answer(settings, "alice", "Blauer Käse"), accepted);
-    EXPECT_THAT(LdapNode::answer(settings, "%u", "Blauer Käse"),
-                HasSubstr("No account has that name"));
+    server->addAccount("%u%u", "pw");
+    EXPECT_EQ(LdapNode::answer(settings, "%u%u", "pw"), accepted);
 }
 
 TEST_F(LdapNodeAccounts, SeveralAccountsWithOneNameAreRefusedWithoutABind) {

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 
 #include <csignal>
 #include <stdexcept>
@@ -60,6 +61,15 @@ std::string hexadecimal(std::string_view bytes) {
         text += {'\\', digits[value / 16U], digits[value % 16U]};
     }
     return text;
+}
+
+/// Whether somebody takes connections at a local socket's path.
+bool listens(const std::string& path) {
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    return connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
 }
 
 int occurrences(const std::string& text, std::string_view part) {
@@ -163,6 +173,7 @@ void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
     text += "overlay ppolicy\nppolicy_default cn=policy,dc=example,dc=org\n";
     e2e::writeFile(file("slapd.conf"), text);
     e2e::writeFile(file("admin"), "administrator");
+    std::filesystem::permissions(file("admin"), std::filesystem::perms::owner_read);
     std::filesystem::create_directory(file("data"));
     // Where the kernel confines slapd to its usual places, a copy of it has none.
     std::filesystem::copy_file("/usr/sbin/slapd", file("slapd"));
@@ -192,6 +203,7 @@ pwdMustChange: TRUE
 
 bool LdapServer::start() {
     std::filesystem::remove(file("log"));
+    std::filesystem::remove(file("control"));
     tlsPort_ = freePort();
     plainPort_ = freePort();
     e2e::Command command;
@@ -204,8 +216,8 @@ bool LdapServer::start() {
                          tlsUri() + " " + plainUri() + " " + controlUri()};
     command.errors = file("log");
     process_ = std::make_unique<e2e::ChildProcess>(command);
-    const auto isReady = [&] { return log().find("slapd starting") != std::string::npos; };
-    return e2e::eventually([&] { return isReady() || !process_->isRunning(); }) &&
+    // It begins to listen in this order, so that the last one speaks for all.
+    return e2e::eventually([&] { return listens(file("control")) || !process_->isRunning(); }) &&
            process_->isRunning();
 }
 
