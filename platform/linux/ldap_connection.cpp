@@ -120,7 +120,7 @@ std::optional<DirectoryError> LdapConnection::start(const LdapNodeSettings& sett
     }
     beginStep();
     if (ldap_install_tls(handle_) != LDAP_SUCCESS) {
-        return failure("TLS cannot be established");
+        return failure("TLS cannot be established with a trusted certificate");
     }
     return checkSession();
 }
@@ -248,8 +248,11 @@ DirectoryError LdapConnection::failure(std::string_view what) {
     if (transport_.hasTimedOut()) {
         return ldapError(LDAP_TIMEOUT, what);
     }
+    // What TLS says about a refused certificate gets lost inside the library.
+    const LibraryText detail = textOption(handle_, LDAP_OPT_DIAGNOSTIC_MESSAGE);
+    const bool isKnown = view(detail) != "(unknown error code)";
     return ldapError(code == LDAP_SUCCESS ? LDAP_SERVER_DOWN : code, what,
-                     view(textOption(handle_, LDAP_OPT_DIAGNOSTIC_MESSAGE)));
+                     isKnown ? view(detail) : std::string_view());
 }
 
 }  // namespace velunor

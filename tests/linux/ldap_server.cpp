@@ -88,7 +88,7 @@ LdapServer::LdapServer(const LdapServerSettings& settings) {
     writeConfiguration(settings);
     loadEntries(settings);
     constexpr int mostTries = 10;
-    for (int tries = 1; !start(); ++tries) {
+    for (int tries = 1; !start(settings.offersTls); ++tries) {
         if (tries == mostTries) {
             throw std::runtime_error("slapd does not start:\n" + log());
         }
@@ -153,17 +153,24 @@ void LdapServer::makeCertificates(const LdapServerSettings& settings) const {
          std::to_string(settings.certificateDays), "-out", file("server.pem")});
 }
 
+std::string LdapServer::tlsConfiguration(const LdapServerSettings& settings) const {
+    std::string text = "TLSCACertificateFile " + file("ca.pem") + "\n";
+    text += "TLSCertificateFile " + file("server.pem") + "\n";
+    text += "TLSCertificateKeyFile " + file("server.key") + "\n";
+    if (!settings.cipherSuite.empty()) {
+        text += "TLSCipherSuite " + settings.cipherSuite + "\n";
+    }
+    return text;
+}
+
 void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
     std::string text;
     for (const char* schema : {"core", "cosine"}) {
         text += "include /etc/ldap/schema/" + std::string(schema) + ".schema\n";
     }
     text += "modulepath /usr/lib/ldap\nmoduleload back_mdb\nmoduleload ppolicy\n";
-    text += "TLSCACertificateFile " + file("ca.pem") + "\n";
-    text += "TLSCertificateFile " + file("server.pem") + "\n";
-    text += "TLSCertificateKeyFile " + file("server.key") + "\n";
-    if (!settings.cipherSuite.empty()) {
-        text += "TLSCipherSuite " + settings.cipherSuite + "\n";
+    if (settings.offersTls) {
+        text += tlsConfiguration(settings);
     }
     text += "database mdb\nmaxsize 16777216\nsuffix dc=example,dc=org\n";
     text += "directory " + file("data") + "\n";
@@ -201,7 +208,7 @@ pwdMustChange: TRUE
     run({file("slapadd"), "-q", "-f", file("slapd.conf"), "-l", file("entries.ldif")});
 }
 
-bool LdapServer::start() {
+bool LdapServer::start(bool offersTls) {
     std::filesystem::remove(file("log"));
     std::filesystem::remove(file("control"));
     tlsPort_ = freePort();
@@ -213,7 +220,7 @@ bool LdapServer::start() {
                          "-f",
                          file("slapd.conf"),
                          "-h",
-                         tlsUri() + " " + plainUri() + " " + controlUri()};
+                         (offersTls ? tlsUri() + " " : "") + plainUri() + " " + controlUri()};
     command.errors = file("log");
     process_ = std::make_unique<e2e::ChildProcess>(command);
     // It begins to listen in this order, so that the last one speaks for all.
