@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "platform/linux/ldap_error.h"
 #include "tests/linux/ldap_node_fixture.h"
 
 namespace velunor::testing {
@@ -20,17 +21,18 @@ class LdapNodeAccounts : public LdapNode {
   protected:
     static void SetUpTestSuite() {
         LdapServerSettings settings;
-        settings.entries =
-            LdapServer::accountEntry("alice", "Blauer Käse") +
-            LdapServer::accountEntry("bob", "pw", "description: twin\n") +
-            LdapServer::accountEntry("bert", "pw", "description: twin\n") +
-            LdapServer::accountEntry("ben", "pw", "description: twin\n") +
-            LdapServer::accountEntry("reset", "pw", "pwdReset: TRUE\n") +
-            LdapServer::accountEntry("locked", "pw", "pwdAccountLockedTime: 000001010000Z\n") +
+        settings.entries = LdapServer::accountEntry("alice", "Blauer Käse");
+        for (const char* name : {"bob", "bert", "ben"}) {
+            settings.entries += LdapServer::accountEntry(name, "pw", "description: twin\n");
+        }
+        settings.entries += LdapServer::accountEntry("reset", "pw", "pwdReset: TRUE\n");
+        settings.entries +=
+            LdapServer::accountEntry("locked", "pw", "pwdAccountLockedTime: 000001010000Z\n");
+        settings.entries +=
             LdapServer::accountEntry("expired", "pw",
                                      "pwdPolicySubentry: cn=short,dc=example,dc=org\n"
-                                     "pwdChangedTime: 20200101000000Z\n") +
-            R"(dn: cn=short,dc=example,dc=org
+                                     "pwdChangedTime: 20200101000000Z\n");
+        settings.entries += R"(dn: cn=short,dc=example,dc=org
 objectClass: applicationProcess
 objectClass: pwdPolicy
 cn: short
@@ -43,6 +45,12 @@ objectClass: extensibleObject
 ou: elsewhere
 ref: ldap://127.0.0.1:1/ou=elsewhere,dc=example,dc=org
 
+)";
+        // Entries that refuse a bind in ways of their own.
+        settings.configuration = R"(overlay retcode
+retcode-parent "ou=special,dc=example,dc=org"
+retcode-item "cn=told" 0x31 op=bind text="is not so-secret!"
+retcode-item "cn=refers" 0x0a op=bind ref="ldap://127.0.0.1:1/"
 )";
         server = new LdapServer(settings);
     }
@@ -214,6 +222,37 @@ TEST_F(LdapNodeAccounts, ExpiredPasswordIsRefused) {
 TEST_F(LdapNodeAccounts, PasswordThatMustBeChangedIsRefused) {
     EXPECT_THAT(answer("reset", "pw"), HasSubstr("(Password must be changed)"));
     EXPECT_THAT(answer("reset", "wrong"), Not(HasSubstr("must be changed")));
+}
+
+TEST_F(LdapNodeAccounts, ReferralInsteadOfABindIsRefused) {
+    LdapNodeSettings settings = node();
+    settings.userBase = "ou=special,dc=example,dc=org";
+    settings.userFilter = "(cn=%u)";
+    EXPECT_THAT(LdapNode::answer(settings, "refers", "pw"), HasSubstr("Code=10 "));
+}
+
+TEST_F(LdapNodeAccounts, ServersTextThatRepeatsThePasswordIsNotTold) {
+    LdapNodeSettings settings = node();
+    settings.userBase = "ou=special,dc=example,dc=org";
+    settings.userFilter = "(cn=%u)";
+    EXPECT_THAT(LdapNode::answer(settings, "told", "wrong"),
+                HasSubstr("Invalid credentials (is not so-secret!)"));
+    EXPECT_THAT(LdapNode::answer(settings, "told", "so-secret"),
+                AllOf(HasSubstr("Invalid credentials"), Not(HasSubstr("secret"))));
+}
+
+TEST(LdapNodeError, ServersTextIsToldInOneLineAndNotWithoutEnd) {
+    EXPECT_EQ(ldapError(49, "What").message, "What: Invalid credentials");
+    EXPECT_EQ(ldapError(0, "What", "first\nsecond\x1B[1m\x7F Käse").message,
+              "What (first\\x0Asecond\\x1B[1m\\x7F Käse)");
+    EXPECT_EQ(ldapError(0, "What", "K\xE4se").message, "What (K\\xE4se)");
+    std::string endless;
+    for (int count = 0; count < 10000; ++count) {
+        endless += "ä";
+    }
+    const std::string told = ldapError(0, "What", endless).message;
+    EXPECT_LT(told.size(), 500U);
+    EXPECT_TRUE(told.ends_with("ä ...)"));
 }
 
 TEST_F(LdapNodeAccounts, NodeHasNeitherDetailsNorRecords) {

@@ -2,18 +2,22 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <ldap.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <memory>
 #include <utility>
 
+#include "platform/linux/ldap_options.h"
+#include "platform/linux/ldap_transport.h"
 #include "tests/linux/ldap_node_fixture.h"
 #include "tests/linux/ldap_peers.h"
 #include "tests/linux/platform_child.h"
@@ -168,6 +172,31 @@ TEST_F(LdapNodeLimits, LostConnectionIsAnErrorAndNeverMadeAgainWithoutTls) {
         }
     }
     EXPECT_EQ(server.binds(), 0);
+}
+
+TEST_F(LdapNodeLimits, HandleNeverSpeaksOnAConnectionThatTheLibraryMakes) {
+    const SilentListener listener;
+    LdapTransport transport(connectToPort(listener.port()));
+    transport.setDeadline(steady_clock::now() + timeLimit);
+    const LdapNodeSettings settings = node("ldap", listener.port());
+    LDAP* const handle = newLdapHandle(transport.socket(), settings.uri);
+    ASSERT_NE(handle, nullptr);
+    ASSERT_TRUE(transport.attach(handle));
+    ASSERT_TRUE(setLdapOptions(handle, settings));
+    // What the library does when it takes a connection for lost.
+    Sockbuf* buffer = nullptr;
+    ldap_get_option(handle, LDAP_OPT_SOCKBUF, static_cast<void*>(&buffer));
+    ber_socket_t none = -1;
+    ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_FD, &none);
+    int request = 0;
+    EXPECT_EQ(ldap_search_ext(handle, "", LDAP_SCOPE_BASE, "(cn=x)", nullptr, 0, nullptr, nullptr,
+                              nullptr, LDAP_NO_LIMIT, &request),
+              LDAP_SERVER_DOWN);
+    ldap_unbind_ext(handle, nullptr, nullptr);
+    std::array<char, 64> bytes{};
+    const FileDescriptor first(accept(listener.socket(), nullptr, nullptr));
+    const FileDescriptor second(accept(listener.socket(), nullptr, nullptr));
+    EXPECT_EQ(recv(second.get(), bytes.data(), bytes.size(), 0), 0);
 }
 
 TEST_F(LdapNodeLimits, ServerThatHasEndedBetweenOpeningAndCheckIsAnError) {

@@ -168,7 +168,8 @@ void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
     for (const char* schema : {"core", "cosine"}) {
         text += "include /etc/ldap/schema/" + std::string(schema) + ".schema\n";
     }
-    text += "modulepath /usr/lib/ldap\nmoduleload back_mdb\nmoduleload ppolicy\n";
+    text +=
+        "modulepath /usr/lib/ldap\nmoduleload back_mdb\nmoduleload ppolicy\nmoduleload retcode\n";
     if (settings.offersTls) {
         text += tlsConfiguration(settings);
     }
@@ -178,6 +179,7 @@ void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
     // Who has not proved to be anybody may find accounts and prove it, as in most directories.
     text += "access to attrs=userPassword by anonymous auth by * none\naccess to * by * read\n";
     text += "overlay ppolicy\nppolicy_default cn=policy,dc=example,dc=org\n";
+    text += settings.configuration;
     e2e::writeFile(file("slapd.conf"), text);
     e2e::writeFile(file("admin"), "administrator");
     std::filesystem::permissions(file("admin"), std::filesystem::perms::owner_read);

@@ -24,6 +24,8 @@ struct LdapServerSettings {
     std::string cipherSuite;
     /// Entries that it has from the beginning, as LDIF, with whatever attributes.
     std::string entries;
+    /// Further lines of its configuration, for the database.
+    std::string configuration;
 };
 
 /// A real LDAP server (slapd) on free ports of the loopback interface, with certificates of an
