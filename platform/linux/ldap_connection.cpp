@@ -79,7 +79,7 @@ DirectoryResult<std::unique_ptr<LdapConnection>> LdapConnection::open(
     const LdapNodeSettings& settings) {
     const auto address = parseLdapAddress(settings.uri);
     if (!address) {
-        return ldapError(LDAP_PARAM_ERROR, "The server's address is not understood", settings.uri);
+        return ldapError(LDAP_PARAM_ERROR, "The server's address is not understood");
     }
     auto socket =
         connectSocket(address->host, address->port, steady_clock::now() + settings.timeout);

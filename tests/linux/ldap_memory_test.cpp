@@ -3,10 +3,10 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
-#include <array>
-#include <cinttypes>
-#include <cstdio>
+#include <algorithm>
+#include <cstdint>
 #include <fstream>
+#include <sstream>
 #include <vector>
 
 #include "platform/linux/file_descriptor.h"
@@ -36,10 +36,12 @@ Secret password(unsigned seed, std::size_t length) {
 
 /// How many bytes of the password in a row are no accident.
 constexpr std::size_t telling = 8;
+/// From which of its bytes on the password is looked for: each multiple of this.
+constexpr std::size_t stride = 64;
 
-/// Whether `bytes` hold `telling` bytes in a row of the password, from one of its multiples on.
+/// Whether `bytes` hold a part of the password.
 bool holdsPart(std::string_view bytes, unsigned seed, std::size_t length) {
-    for (std::size_t from = 0; from + telling <= length; from += telling) {
+    for (std::size_t from = 0; from + telling <= length; from += stride) {
         std::size_t place = 0;
         while ((place = bytes.find(passwordByte(seed, from), place)) != std::string_view::npos) {
             std::size_t same = 1;
@@ -56,32 +58,45 @@ bool holdsPart(std::string_view bytes, unsigned seed, std::size_t length) {
     return false;
 }
 
+/// Whether this process's memory between two addresses holds a part of the password.
+bool memoryHoldsPart(int memory, std::uintptr_t begin, std::uintptr_t end, unsigned seed,
+                     std::size_t length) {
+    constexpr std::size_t step = std::size_t{1} << 20U;
+    std::vector<char> bytes(step + telling);
+    bool holds = false;
+    for (std::uintptr_t place = begin; place < end && !holds; place += step) {
+        const ssize_t count = pread(memory, bytes.data(), std::min(bytes.size(), end - place),
+                                    static_cast<off_t>(place));
+        holds =
+            count > 0 && holdsPart({bytes.data(), static_cast<std::size_t>(count)}, seed, length);
+        // A copy here would be found the next time.
+        wipe(bytes.data(), bytes.size());
+    }
+    return holds;
+}
+
 /// The places in this process's writable memory that hold a part of the password, as
 /// /proc/self/maps tells them.
 std::vector<std::string> placesWith(unsigned seed, std::size_t length) {
-    constexpr std::size_t largest = std::size_t{1} << 30U;  // More is a sanitizer's reservation.
-    std::vector<std::string> places;
+    // Larger ones are what sanitizers know about the memory, and no memory of the program.
+    constexpr std::size_t largest = std::size_t{128} << 20U;
     const FileDescriptor memory(open("/proc/self/mem", O_RDONLY | O_CLOEXEC));
     std::ifstream maps("/proc/self/maps");
     std::vector<std::string> lines;
     for (std::string line; std::getline(maps, line);) {
         lines.push_back(line);
     }
+    std::vector<std::string> places;
     for (const std::string& line : lines) {
         std::uintptr_t begin = 0;
         std::uintptr_t end = 0;
-        std::array<char, 5> access{};
-        std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %4s", &begin, &end, access.data());
-        if (access[1] != 'w' || end - begin > largest) {
-            continue;
-        }
-        std::vector<char> bytes(end - begin);
-        const ssize_t count =
-            pread(memory.get(), bytes.data(), bytes.size(), static_cast<off_t>(begin));
-        if (count > 0 && holdsPart({bytes.data(), static_cast<std::size_t>(count)}, seed, length)) {
+        char isWritable = 0;
+        std::istringstream(line) >> std::hex >> begin >> isWritable >> end >> isWritable >>
+            isWritable;
+        if (isWritable == 'w' && end - begin <= largest &&
+            memoryHoldsPart(memory.get(), begin, end, seed, length)) {
             places.push_back(line);
         }
-        wipe(bytes.data(), bytes.size());
     }
     return places;
 }
