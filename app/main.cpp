@@ -40,6 +40,7 @@ velunor::LinuxDirectorySettings directorySettings(const velunor::AgentSettings& 
         target.uri = node.uri;
         target.userBase = node.userBase;
         target.userFilter = node.userFilter;
+        target.certificateAuthorities = node.caFile;
         target.timeout = std::chrono::seconds(node.timeoutSeconds);
     }
     return settings;

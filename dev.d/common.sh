@@ -18,7 +18,9 @@ readonly PACKAGES_BUILD=(
 readonly PACKAGES_DISPLAY=(
     dbus xvfb openbox x11-utils at-spi2-core libx11-dev libxtst-dev imagemagick
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
-readonly PACKAGES_TEST=(valgrind clang-format shellcheck accountsservice systemd)
+readonly PACKAGES_TEST=(
+    valgrind clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
+    systemd util-linux passwd)
 readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck)
 readonly PACKAGES_BENCH=(zenity)
 readonly PACKAGES_PACKAGE=(dpkg-dev file lintian)
@@ -40,6 +42,11 @@ need() {
     fi
     say "installing ${missing[*]}"
     quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update
+    # The tests start directory servers of their own; the system's has nothing to serve and stays
+    # down without a configuration.
+    if [[ " ${missing[*]} " == *" slapd "* ]]; then
+        "${as_root[@]}" debconf-set-selections <<<'slapd slapd/no_configuration boolean true'
+    fi
     quietly "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y --no-install-recommends "${missing[@]}"
 }

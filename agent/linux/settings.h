@@ -17,6 +17,8 @@ struct DirectoryNodeSettings {
     std::string uri;
     std::string userBase;
     std::string userFilter = "(uid=%u)";
+    /// File with the certificates of the authorities to trust; empty for the system's own.
+    std::string caFile;
     /// Limit for connecting, TLS and each answer; 1 to 60.
     int timeoutSeconds = 5;
 };

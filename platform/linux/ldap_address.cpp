@@ -1,40 +1,30 @@
 #include "platform/linux/ldap_address.h"
 
-#include <ldap.h>
-#include <strings.h>
-
-#include <memory>
-#include <string_view>
+#include <regex>
 
 namespace velunor {
 
 std::optional<LdapAddress> parseLdapAddress(const std::string& uri) {
-    constexpr std::string_view allowed =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_:[]";
-    constexpr std::string_view separator = "://";
+    constexpr std::size_t longest = 512;
+    constexpr int defaultPort = 389;
+    constexpr int defaultTlsPort = 636;
     constexpr int highestPort = 65535;
-    // The library's own reader also takes brackets around the whole, user names, filters, more
-    // servers after a blank and any number as a port; what those need is not let through.
-    const std::size_t scheme = uri.find(separator);
-    if (scheme == std::string::npos) {
+    // Narrower than the library's own reader, which takes filters, other kinds of connection and
+    // several servers.
+    static const std::regex form(
+        R"(ldap(s?)://(?:\[([0-9a-f:.]+)\]|([a-z0-9._-]+))(?::(\d{1,5}))?/?)", std::regex::icase);
+    std::smatch parts;
+    if (uri.size() > longest || !std::regex_match(uri, parts, form)) {
         return std::nullopt;
     }
-    std::string_view rest = std::string_view(uri).substr(scheme + separator.size());
-    if (rest.ends_with('/')) {
-        rest.remove_suffix(1);
+    LdapAddress address;
+    address.beginsWithTls = parts.length(1) != 0;
+    address.host = parts[2].matched ? parts.str(2) : parts.str(3);
+    address.port = address.beginsWithTls ? defaultTlsPort : defaultPort;
+    if (parts[4].matched) {
+        address.port = std::stoi(parts.str(4));
     }
-    if (rest.find_first_not_of(allowed) != std::string_view::npos) {
-        return std::nullopt;
-    }
-    LDAPURLDesc* parsed = nullptr;
-    if (ldap_url_parse(uri.c_str(), &parsed) != LDAP_URL_SUCCESS) {
-        return std::nullopt;
-    }
-    const std::unique_ptr<LDAPURLDesc, void (*)(LDAPURLDesc*)> owner(parsed, ldap_free_urldesc);
-    LdapAddress address{strcasecmp(parsed->lud_scheme, "ldaps") == 0,
-                        parsed->lud_host == nullptr ? "" : parsed->lud_host, parsed->lud_port};
-    const bool isKnown = address.beginsWithTls || strcasecmp(parsed->lud_scheme, "ldap") == 0;
-    if (!isKnown || address.host.empty() || address.port < 1 || address.port > highestPort) {
+    if (address.port < 1 || address.port > highestPort) {
         return std::nullopt;
     }
     return address;

@@ -73,20 +73,13 @@ std::string_view passwordPolicyRefusal(LDAP* handle, LDAPControl** controls) {
     return error == PP_noError ? std::string_view() : ldap_passwordpolicy_err2txt(error);
 }
 
-/// Overwrites what calls that have returned have left on the stack, such as blocks that a cipher
-/// has copied there.
-[[gnu::noinline]] void wipeStackBelow() {
-    std::array<char, std::size_t{64} * 1024> below;
-    wipe(below.data(), below.size());
-}
-
 }  // namespace
 
 DirectoryResult<std::unique_ptr<LdapConnection>> LdapConnection::open(
     const LdapNodeSettings& settings) {
     const auto address = parseLdapAddress(settings.uri);
     if (!address) {
-        return ldapError(LDAP_PARAM_ERROR, "The server's address is not understood", settings.uri);
+        return ldapError(LDAP_PARAM_ERROR, "The server's address is not understood");
     }
     auto socket =
         connectSocket(address->host, address->port, steady_clock::now() + settings.timeout);
@@ -127,7 +120,7 @@ std::optional<DirectoryError> LdapConnection::start(const LdapNodeSettings& sett
     }
     beginStep();
     if (ldap_install_tls(handle_) != LDAP_SUCCESS) {
-        return failure("TLS cannot be established");
+        return failure("TLS cannot be established with a trusted certificate");
     }
     return checkSession();
 }
@@ -155,6 +148,11 @@ std::optional<DirectoryError> LdapConnection::checkSession() {
     if (std::find(versions.begin(), versions.end(), view(version)) == versions.end()) {
         return ldapError(LDAP_CONNECT_ERROR, "The server's version of TLS is too old",
                          view(version));
+    }
+    // GnuTLS encrypts with these from a copy that it frees as it is, a password included.
+    const LibraryText cipher = textOption(handle_, LDAP_OPT_X_TLS_CIPHER);
+    if (view(cipher).find("CCM") != std::string_view::npos) {
+        return ldapError(LDAP_CONNECT_ERROR, "The server's cipher is not supported", view(cipher));
     }
     return std::nullopt;
 }
@@ -211,7 +209,6 @@ std::optional<DirectoryError> LdapConnection::bind(const std::string& name,
     int request = 0;
     const int sent = ldap_sasl_bind(handle_, name.c_str(), LDAP_SASL_SIMPLE, &credentials,
                                     controls.data(), nullptr, &request);
-    wipeStackBelow();
     const Message message = sent == LDAP_SUCCESS ? nextMessage(request) : nullptr;
     if (message == nullptr) {
         return failure("The server does not answer to name and password");
@@ -251,8 +248,11 @@ DirectoryError LdapConnection::failure(std::string_view what) {
     if (transport_.hasTimedOut()) {
         return ldapError(LDAP_TIMEOUT, what);
     }
+    // What TLS says about a refused certificate gets lost inside the library.
+    const LibraryText detail = textOption(handle_, LDAP_OPT_DIAGNOSTIC_MESSAGE);
+    const bool isKnown = view(detail) != "(unknown error code)";
     return ldapError(code == LDAP_SUCCESS ? LDAP_SERVER_DOWN : code, what,
-                     view(textOption(handle_, LDAP_OPT_DIAGNOSTIC_MESSAGE)));
+                     isKnown ? view(detail) : std::string_view());
 }
 
 }  // namespace velunor

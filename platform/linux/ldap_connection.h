@@ -50,7 +50,7 @@ class LdapConnection {
 
     std::optional<DirectoryError> start(const LdapNodeSettings& settings, bool upgrades);
     std::optional<DirectoryError> askForTls();
-    /// Refuses what TLS has agreed on when it is too old.
+    /// Refuses a session whose version is too old or whose cipher would keep passwords.
     std::optional<DirectoryError> checkSession();
 
     /// Gives the step that begins now its time.

@@ -17,6 +17,7 @@ class LdapTransport {
     explicit LdapTransport(FileDescriptor socket) : socket_(std::move(socket)) {}
     LdapTransport(const LdapTransport&) = delete;
     LdapTransport& operator=(const LdapTransport&) = delete;
+    ~LdapTransport() = default;
 
     /// Puts both layers into a new handle; false when memory is short.
     [[nodiscard]] bool attach(LDAP* handle);

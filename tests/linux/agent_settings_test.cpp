@@ -59,6 +59,7 @@ search_path = ["/Local/Default", "/LDAPv3/corp"]
 uri = "ldaps://ldap.example.org"
 user_base = "ou=people,dc=example,dc=org"
 user_filter = "(mail=%u)"
+ca_file = "/etc/ca.pem"
 timeout_seconds = 60
 )toml");
     EXPECT_EQ(settings.productName, "Ostrel Büro");
@@ -76,6 +77,7 @@ timeout_seconds = 60
     EXPECT_EQ(node.uri, "ldaps://ldap.example.org");
     EXPECT_EQ(node.userBase, "ou=people,dc=example,dc=org");
     EXPECT_EQ(node.userFilter, "(mail=%u)");
+    EXPECT_EQ(node.caFile, "/etc/ca.pem");
     EXPECT_EQ(node.timeoutSeconds, 60);
     EXPECT_THAT(settings.unknownKeys, IsEmpty());
 }
@@ -214,6 +216,8 @@ INSTANTIATE_TEST_SUITE_P(
                   "F:7: directory.node.\"n\".user_base is not a text"},
         WrongCase{"UserFilterIsANumber", withNode("user_filter = 1\n"),
                   "F:7: directory.node.\"n\".user_filter is not a text"},
+        WrongCase{"AuthoritiesAreARelativePath", withNode("ca_file = \"ca.pem\"\n"),
+                  "F:7: directory.node.\"n\".ca_file is not an absolute path"},
         WrongCase{"TimeoutIsAText", withNode("timeout_seconds = \"5\"\n"),
                   "F:7: directory.node.\"n\".timeout_seconds is not a whole number from 1 to 60"},
         WrongCase{"TimeoutIsAFraction", withNode("timeout_seconds = 5.0\n"),

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 
 #include <csignal>
 #include <stdexcept>
@@ -62,6 +63,15 @@ std::string hexadecimal(std::string_view bytes) {
     return text;
 }
 
+/// Whether somebody takes connections at a local socket's path.
+bool listens(const std::string& path) {
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    return connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+}
+
 int occurrences(const std::string& text, std::string_view part) {
     int count = 0;
     for (std::size_t place = 0; (place = text.find(part, place)) != std::string::npos;
@@ -78,7 +88,7 @@ LdapServer::LdapServer(const LdapServerSettings& settings) {
     writeConfiguration(settings);
     loadEntries(settings);
     constexpr int mostTries = 10;
-    for (int tries = 1; !start(); ++tries) {
+    for (int tries = 1; !start(settings.offersTls); ++tries) {
         if (tries == mostTries) {
             throw std::runtime_error("slapd does not start:\n" + log());
         }
@@ -117,7 +127,9 @@ int LdapServer::searches() const {
 }
 
 int LdapServer::binds() const {
-    return occurrences(log(), " method=");
+    const std::string text = log();
+    const std::string own = std::string("BIND dn=\"") + administrator + "\" method=";
+    return occurrences(text, " method=") - occurrences(text, own);
 }
 
 std::string LdapServer::log() const {
@@ -141,17 +153,25 @@ void LdapServer::makeCertificates(const LdapServerSettings& settings) const {
          std::to_string(settings.certificateDays), "-out", file("server.pem")});
 }
 
+std::string LdapServer::tlsConfiguration(const LdapServerSettings& settings) const {
+    std::string text = "TLSCACertificateFile " + file("ca.pem") + "\n";
+    text += "TLSCertificateFile " + file("server.pem") + "\n";
+    text += "TLSCertificateKeyFile " + file("server.key") + "\n";
+    if (!settings.cipherSuite.empty()) {
+        text += "TLSCipherSuite " + settings.cipherSuite + "\n";
+    }
+    return text;
+}
+
 void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
     std::string text;
     for (const char* schema : {"core", "cosine"}) {
         text += "include /etc/ldap/schema/" + std::string(schema) + ".schema\n";
     }
-    text += "modulepath /usr/lib/ldap\nmoduleload back_mdb\nmoduleload ppolicy\n";
-    text += "TLSCACertificateFile " + file("ca.pem") + "\n";
-    text += "TLSCertificateFile " + file("server.pem") + "\n";
-    text += "TLSCertificateKeyFile " + file("server.key") + "\n";
-    if (!settings.cipherSuite.empty()) {
-        text += "TLSCipherSuite " + settings.cipherSuite + "\n";
+    text +=
+        "modulepath /usr/lib/ldap\nmoduleload back_mdb\nmoduleload ppolicy\nmoduleload retcode\n";
+    if (settings.offersTls) {
+        text += tlsConfiguration(settings);
     }
     text += "database mdb\nmaxsize 16777216\nsuffix dc=example,dc=org\n";
     text += "directory " + file("data") + "\n";
@@ -159,8 +179,10 @@ void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
     // Who has not proved to be anybody may find accounts and prove it, as in most directories.
     text += "access to attrs=userPassword by anonymous auth by * none\naccess to * by * read\n";
     text += "overlay ppolicy\nppolicy_default cn=policy,dc=example,dc=org\n";
+    text += settings.configuration;
     e2e::writeFile(file("slapd.conf"), text);
     e2e::writeFile(file("admin"), "administrator");
+    std::filesystem::permissions(file("admin"), std::filesystem::perms::owner_read);
     std::filesystem::create_directory(file("data"));
     // Where the kernel confines slapd to its usual places, a copy of it has none.
     std::filesystem::copy_file("/usr/sbin/slapd", file("slapd"));
@@ -188,8 +210,9 @@ pwdMustChange: TRUE
     run({file("slapadd"), "-q", "-f", file("slapd.conf"), "-l", file("entries.ldif")});
 }
 
-bool LdapServer::start() {
+bool LdapServer::start(bool offersTls) {
     std::filesystem::remove(file("log"));
+    std::filesystem::remove(file("control"));
     tlsPort_ = freePort();
     plainPort_ = freePort();
     e2e::Command command;
@@ -199,11 +222,11 @@ bool LdapServer::start() {
                          "-f",
                          file("slapd.conf"),
                          "-h",
-                         tlsUri() + " " + plainUri() + " " + controlUri()};
+                         (offersTls ? tlsUri() + " " : "") + plainUri() + " " + controlUri()};
     command.errors = file("log");
     process_ = std::make_unique<e2e::ChildProcess>(command);
-    const auto isReady = [&] { return log().find("slapd starting") != std::string::npos; };
-    return e2e::eventually([&] { return isReady() || !process_->isRunning(); }) &&
+    // It begins to listen in this order, so that the last one speaks for all.
+    return e2e::eventually([&] { return listens(file("control")) || !process_->isRunning(); }) &&
            process_->isRunning();
 }
 

@@ -18,10 +18,14 @@ struct LdapServerSettings {
     std::string certificateNames = "IP:127.0.0.1";
     /// Days from now on which its certificate ends.
     int certificateDays = 2;
+    /// Whether it can speak TLS on the port that begins in clear text; no other port then.
+    bool offersTls = true;
     /// What TLS may use, as the server's library takes it; empty for its own choice.
     std::string cipherSuite;
     /// Entries that it has from the beginning, as LDIF, with whatever attributes.
     std::string entries;
+    /// Further lines of its configuration, for the database.
+    std::string configuration;
 };
 
 /// A real LDAP server (slapd) on free ports of the loopback interface, with certificates of an
@@ -70,10 +74,11 @@ class LdapServer {
         return (directory_.path() / name).string();
     }
     void makeCertificates(const LdapServerSettings& settings) const;
+    [[nodiscard]] std::string tlsConfiguration(const LdapServerSettings& settings) const;
     void writeConfiguration(const LdapServerSettings& settings) const;
     void loadEntries(const LdapServerSettings& settings) const;
     /// False when somebody else has taken the ports that were free a moment ago.
-    bool start();
+    bool start(bool offersTls);
     /// Runs a program to its end; throws when that is not success.
     void run(const std::vector<std::string>& command) const;
     /// The address for the administrator.
