@@ -202,7 +202,8 @@ void readDirectory(Reader& reader, const toml::table& root, AgentSettings& setti
         reader.text(*node, section, "user_filter", target.userFilter);
         reader.path(*node, section, "ca_file", target.caFile);
         reader.integer(*node, section, "timeout_seconds", 1, longestTimeout, target.timeoutSeconds);
-        reader.noteUnknown(*node, section, {"uri", "user_base", "user_filter", "ca_file", "timeout_seconds"});
+        reader.noteUnknown(*node, section,
+                           {"uri", "user_base", "user_filter", "ca_file", "timeout_seconds"});
         reader.required(*node, section, "uri");
     }
 }

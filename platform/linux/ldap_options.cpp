@@ -3,7 +3,6 @@
 #include <openldap.h>
 #include <sys/time.h>
 
-#include <initializer_list>
 #include <mutex>
 
 namespace velunor {
@@ -11,7 +10,7 @@ namespace velunor {
 namespace {
 
 /// The certificates that the machine's administrator trusts.
-const std::string systemAuthorities = "/etc/ssl/certs/ca-certificates.crt";
+constexpr const char* systemAuthorities = "/etc/ssl/certs/ca-certificates.crt";
 
 /// The largest message that is taken from a server.
 constexpr ber_len_t longestMessage = ber_len_t{256} * 1024;
@@ -62,7 +61,7 @@ bool setTls(LDAP* handle, const std::string& authorities) {
 
 }  // namespace
 
-const std::string& authoritiesOf(const LdapNodeSettings& settings) {
+std::string authoritiesOf(const LdapNodeSettings& settings) {
     return settings.certificateAuthorities.empty() ? systemAuthorities
                                                    : settings.certificateAuthorities;
 }

@@ -9,7 +9,7 @@
 namespace velunor {
 
 /// The file with the authorities that a server's certificate is checked against.
-[[nodiscard]] const std::string& authoritiesOf(const LdapNodeSettings& settings);
+[[nodiscard]] std::string authoritiesOf(const LdapNodeSettings& settings);
 
 /// Makes an LDAP handle over the connected `socket`, which stays the caller's, without any layer to
 /// read and write with. It never connects by itself. Null when that fails. Any thread.

@@ -47,6 +47,7 @@ Sockbuf_IO LdapTransport::wipingLayer{
     .sbi_write =
         [](Sockbuf_IO_Desc* layer, void* bytes, ber_len_t count) {
             const ber_slen_t sent = LBER_SBIOD_WRITE_NEXT(layer, bytes, count);
+            // The library would send it again only to follow a referral, which it must not do here.
             // A request that fails is given up whole: the layer below never asks for a later try.
             const int reason = errno;
             wipe(static_cast<char*>(bytes), sent > 0 ? static_cast<ber_len_t>(sent) : count);

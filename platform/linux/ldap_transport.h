@@ -10,7 +10,10 @@ namespace velunor {
 /// What an LDAP handle reads from and writes to. Two layers: one below TLS, which is the socket and
 /// keeps a deadline, whatever the library above it does; and one above TLS, which overwrites each
 /// request as soon as it is sent, because the library frees requests, passwords included, as they
-/// are. Must outlive the handle that it is attached to. One thread at a time.
+/// are. That is all as long as TLS encrypts straight from the request, as GnuTLS does with the
+/// ciphers that are accepted; what a library copies and frees by itself cannot be reached. The
+/// kernel gets nothing in clear text. Must outlive the handle that it is attached to. One thread at
+/// a time.
 class LdapTransport {
   public:
     /// `socket` is a connected one.

@@ -34,15 +34,19 @@ using ::testing::StartsWith;
 constexpr const char* timedOut = "Error Domain=LDAP Code=-5 ";
 constexpr const char* down = "Error Domain=LDAP Code=-1 ";
 
+constexpr std::chrono::seconds shortLimit{1};
 /// How long a step may take: its limit, and what a loaded machine adds.
-constexpr std::chrono::seconds patience{3};
+constexpr std::chrono::seconds patience{15};
 
 class LdapNodeLimits : public LdapNode {
   protected:
     LdapNodeLimits() { server.addAccount("alice", "pw"); }
 
     [[nodiscard]] LdapNodeSettings node(const char* scheme, int port) const {
-        return nodeAt(server, std::string(scheme) + "://127.0.0.1:" + std::to_string(port));
+        LdapNodeSettings settings =
+            nodeAt(server, std::string(scheme) + "://127.0.0.1:" + std::to_string(port));
+        settings.timeout = shortLimit;
+        return settings;
     }
 
     [[nodiscard]] std::chrono::milliseconds elapsed() const {
@@ -67,7 +71,7 @@ TEST_F(LdapNodeLimits, ServerThatIsDownIsAnErrorAtOnce) {
         EXPECT_THAT(opening(node(scheme, port)),
                     AllOf(StartsWith(down), HasSubstr("Connection refused")));
     }
-    EXPECT_LT(elapsed(), timeLimit);
+    EXPECT_LT(elapsed(), patience);
 }
 
 TEST_F(LdapNodeLimits, UnknownHostIsAnError) {
@@ -80,7 +84,7 @@ TEST_F(LdapNodeLimits, ServerThatDropsConnectionsEndsAtTheLimit) {
     startClock();
     EXPECT_THAT(opening(node("ldaps", hole.port())),
                 AllOf(StartsWith(down), HasSubstr("Connection timed out")));
-    EXPECT_GT(elapsed(), timeLimit / 2);
+    EXPECT_GT(elapsed(), shortLimit / 2);
     EXPECT_LT(elapsed(), patience);
 }
 
@@ -89,7 +93,7 @@ TEST_F(LdapNodeLimits, SilenceAfterConnectingEndsAtTheLimit) {
     for (const char* scheme : {"ldaps", "ldap"}) {
         startClock();
         EXPECT_THAT(opening(node(scheme, silent.port())), StartsWith(timedOut));
-        EXPECT_GT(elapsed(), timeLimit / 2);
+        EXPECT_GT(elapsed(), shortLimit / 2);
         EXPECT_LT(elapsed(), patience);
     }
 }
@@ -113,13 +117,14 @@ TEST_F(LdapNodeLimits, HandshakeByteByByteEndsAtTheLimit) {
 }
 
 TEST_F(LdapNodeLimits, SilenceAfterTlsEndsAtTheLimit) {
-    for (const std::string& uri : {server.tlsUri(), server.plainUri()}) {
-        const auto open = opened(nodeAt(server, uri));
+    for (const auto& settings :
+         {node("ldaps", server.tlsPort()), node("ldap", server.plainPort())}) {
+        const auto open = opened(settings);
         ASSERT_NE(open, nullptr);
         server.pause();
         startClock();
         EXPECT_THAT(answer(*open, "alice", "pw"), StartsWith(timedOut));
-        EXPECT_GT(elapsed(), timeLimit / 2);
+        EXPECT_GT(elapsed(), shortLimit / 2);
         EXPECT_LT(elapsed(), patience);
         server.resume();
     }
@@ -255,7 +260,7 @@ TEST(LdapNodeNames, SilentNameServerEndsAtTheLimit) {
         }
         LdapNodeSettings settings;
         settings.uri = "ldaps://ldap.example.org";
-        settings.timeout = std::chrono::seconds{1};
+        settings.timeout = shortLimit;
         const auto begin = steady_clock::now();
         const auto node = openLdapNode(settings);
         if (steady_clock::now() - begin > patience) {

@@ -106,6 +106,10 @@ struct Session {
     const char* cipherSuite;
 };
 
+void PrintTo(const Session& session, std::ostream* out) {
+    *out << session.name;
+}
+
 class LdapNodeMemory : public ::testing::TestWithParam<Session> {};
 
 TEST_P(LdapNodeMemory, KeepsNoPasswordAfterACheck) {

@@ -60,7 +60,7 @@ class Relay {
   private:
     void serve();
     void passOn(int client, int server);
-    bool deliver(int target, const std::string& bytes, bool slowly) const;
+    [[nodiscard]] bool deliver(int target, const std::string& bytes, bool slowly) const;
 
     SilentListener listener_;
     int serverPort_;

@@ -164,11 +164,8 @@ std::string LdapServer::tlsConfiguration(const LdapServerSettings& settings) con
 }
 
 void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
-    std::string text;
-    for (const char* schema : {"core", "cosine"}) {
-        text += "include /etc/ldap/schema/" + std::string(schema) + ".schema\n";
-    }
-    text +=
+    std::string text =
+        "include /etc/ldap/schema/core.schema\ninclude /etc/ldap/schema/cosine.schema\n"
         "modulepath /usr/lib/ldap\nmoduleload back_mdb\nmoduleload ppolicy\nmoduleload retcode\n";
     if (settings.offersTls) {
         text += tlsConfiguration(settings);
@@ -216,16 +213,11 @@ bool LdapServer::start(bool offersTls) {
     tlsPort_ = freePort();
     plainPort_ = freePort();
     e2e::Command command;
-    command.arguments = {file("slapd"),
-                         "-d",
-                         "stats",
-                         "-f",
-                         file("slapd.conf"),
-                         "-h",
-                         (offersTls ? tlsUri() + " " : "") + plainUri() + " " + controlUri()};
+    // It begins to listen in this order, so that the last one speaks for all.
+    const std::string uris = (offersTls ? tlsUri() + " " : "") + plainUri() + " " + controlUri();
+    command.arguments = {file("slapd"), "-d", "stats", "-f", file("slapd.conf"), "-h", uris};
     command.errors = file("log");
     process_ = std::make_unique<e2e::ChildProcess>(command);
-    // It begins to listen in this order, so that the last one speaks for all.
     return e2e::eventually([&] { return listens(file("control")) || !process_->isRunning(); }) &&
            process_->isRunning();
 }
