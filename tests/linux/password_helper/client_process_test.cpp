@@ -115,7 +115,7 @@ TEST_F(ClientProcess, NothingOfTheRealHelperOutlivesTheClientsLimit) {
     const std::string answer = withPam(stackOf("hang-deaf"), [&] {
         // What a process leaves behind becomes a child of this one.
         prctl(PR_SET_CHILD_SUBREAPER, 1);
-        const std::string told = checked(settings);
+        std::string told = checked(settings);
         while (waitpid(-1, nullptr, 0) > 0) {
         }
         return told;
