@@ -30,7 +30,7 @@ using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-constexpr milliseconds shortLimit{400};
+constexpr milliseconds shortLimit{1000};
 
 /// Whether a process of the group is at work; one that has ended may wait for its parent forever.
 bool isAtWork(pid_t group) {
