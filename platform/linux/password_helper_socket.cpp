@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/linux/password_helper_connection.h"
+#include "platform/linux/password_helper_protocol.h"
 #include "platform/linux/readiness.h"
 
 namespace velunor {
@@ -98,11 +99,14 @@ std::optional<DirectoryResult<std::string>> askHelperSocket(const std::string& p
         return helperError(EPERM, "a service of another user");
     }
     error = sendAll(socket.get(), request, deadline);
-    // A service that refuses the caller tells so without reading, and its answer is there.
-    if (error != 0 && error != EPIPE && error != ECONNRESET && error != ENOTCONN) {
+    auto answer = readHelperAnswer(socket.get(), deadline);
+    const auto* line = std::get_if<std::string>(&answer);
+    // A service that turns the caller away tells so without taking the request. Any other answer is
+    // none to it.
+    if (error != 0 && (line == nullptr || !line->starts_with(password_helper_protocol::refused))) {
         return helperError(error, "send");
     }
-    return readHelperAnswer(socket.get(), deadline);
+    return answer;
 }
 
 }  // namespace velunor

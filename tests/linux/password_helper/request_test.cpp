@@ -23,9 +23,7 @@ std::string answerTo(const std::string& input) {
 }
 
 std::string bytes(std::size_t size) {
-    std::string result;
-    result.assign(size, 'x');
-    return result;
+    return std::string().append(size, 'x');
 }
 
 TEST(Request, RightPasswordIsAccepted) {
