@@ -30,6 +30,8 @@ dev_run() {
     fi
     need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}"
     build release -- VelunorOSUpdate ostrel-agent osupdate-checkpass sysadminctl press
+    # The prompt starts no program that others could have changed.
+    chmod go-w build/release/osupdate-checkpass
     use_utf8
     development_directories "$ROOT/build/run"
     export VELUNOR_AGENT_SETTINGS=$ROOT/build/run/ostrel-agent.toml

@@ -11,6 +11,10 @@ struct Fault {
     std::vector<std::string> lines;
 };
 
+std::ostream& operator<<(std::ostream& stream, const Fault& fault) {
+    return stream << fault.name;
+}
+
 const std::string localAttempt = "Validating /Local/Default Username ada\n";
 const std::string localError =
     "Node Error Error Domain=Test Code=7 \"The directory has a fault\"\n";

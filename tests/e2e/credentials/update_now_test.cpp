@@ -203,6 +203,10 @@ struct Refusal {
     std::vector<std::string> command;
 };
 
+std::ostream& operator<<(std::ostream& stream, const Refusal& refusal) {
+    return stream << refusal.name;
+}
+
 class UnusableAccount : public UpdateNow, public ::testing::WithParamInterface<Refusal> {};
 
 TEST_P(UnusableAccount, IsRefusedWithItsRightPassword) {
