@@ -34,9 +34,11 @@ class ReplySignal {
 
 }  // namespace
 
-void deliverToService(const OSUpdateNotificationResponse& response, SystemLog& log,
+void deliverToService(OSUpdateNotificationResponse response, SystemLog& log,
                       std::chrono::milliseconds deadline) {
     auto message = encodeJson(response);
+    // The password is in the message now, and nowhere else while the service takes its time.
+    response.answer = Postponse{};
     if (const auto* error = std::get_if<EncodingError>(&message)) {
         log.write("Error encoding data: " + error->description);
         return;

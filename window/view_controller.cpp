@@ -170,13 +170,13 @@ void ViewController::printEndingAccessLog(const OSUpdateNotificationResponse& re
     accessLog_.printEndingEntry(response, reason);
 }
 
-void ViewController::sendDataToService(const OSUpdateNotificationResponse& status) {
-    deliverToService(status, services_.log);
+void ViewController::sendDataToService(OSUpdateNotificationResponse status) {
+    deliverToService(std::move(status), services_.log);
 }
 
-void ViewController::finish(const OSUpdateNotificationResponse& response, std::string_view reason) {
+void ViewController::finish(OSUpdateNotificationResponse response, std::string_view reason) {
     printEndingAccessLog(response, reason);
-    sendDataToService(response);
+    sendDataToService(std::move(response));
     services_.processExit.exit(0);
 }
 

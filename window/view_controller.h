@@ -126,7 +126,7 @@ class ViewController {
                               std::string_view reason);
 
     /// Hands the answer to the agent service. Blocks until it replies, 10 seconds at most.
-    void sendDataToService(const OSUpdateNotificationResponse& status);
+    void sendDataToService(OSUpdateNotificationResponse status);
 
     [[nodiscard]] std::int64_t remainingTimeInSecond() const { return remainingTimeInSecond_; }
     [[nodiscard]] const std::optional<OSUpdateInput>& promptData() const { return promptData_; }
@@ -145,7 +145,7 @@ class ViewController {
     /// The proceed answer of a prompt with credentials, none when a check refuses them.
     [[nodiscard]] std::optional<Proceed> checkedCredentials();
     void applyRebrandedLogo();
-    void finish(const OSUpdateNotificationResponse& response, std::string_view reason);
+    void finish(OSUpdateNotificationResponse response, std::string_view reason);
 
     std::vector<std::string> arguments_;
     PromptEnvironment environment_;

@@ -21,9 +21,9 @@ class DeliveryTest : public ::testing::Test {
     ~DeliveryTest() override { agent().join(); }
 
     /// Delivers and tells how long that took.
-    Milliseconds deliver(const OSUpdateNotificationResponse& response, Milliseconds deadline) {
+    Milliseconds deliver(OSUpdateNotificationResponse response, Milliseconds deadline) {
         const auto begin = std::chrono::steady_clock::now();
-        deliverToService(response, log, deadline);
+        deliverToService(std::move(response), log, deadline);
         return std::chrono::duration_cast<Milliseconds>(std::chrono::steady_clock::now() - begin);
     }
 
