@@ -43,6 +43,21 @@ void CredentialsTest::addSettings(std::string_view lines) {
     writeSettings();
 }
 
+void CredentialsTest::search(const std::string& quotedNames) {
+    addSettings("[directory]\nsearch_path = [" + quotedNames + "]\n");
+}
+
+void CredentialsTest::addNode(const std::string& name, const testing::LdapServer& server) {
+    addNode(name, server.tlsUri(), server.authorities());
+}
+
+void CredentialsTest::addNode(const std::string& name, const std::string& uri,
+                              const std::string& authorities) {
+    addSettings("[directory.node.\"/LDAPv3/" + name + "\"]\nuri = \"" + uri + "\"\nuser_base = \"" +
+                testing::LdapServer::accounts() + "\"\nca_file = \"" + authorities +
+                "\"\ntimeout_seconds = 2\n");
+}
+
 void CredentialsTest::answerTokensWith(const std::string& script) {
     const std::filesystem::path tool = directory() / "token-tool";
     writeFile(tool, "#!/bin/sh\n" + script + "\n");

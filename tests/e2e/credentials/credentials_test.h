@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tests/e2e/support/prompt_test.h"
+#include "tests/linux/ldap_server.h"
 #include "tests/world/machine.h"
 
 namespace velunor::e2e {
@@ -28,6 +29,12 @@ class CredentialsTest : protected Desktop, public PromptTest {
 
     /// Adds lines to the settings; to be called before the start.
     void addSettings(std::string_view lines);
+    /// Sets the search path: node names in quotation marks, with commas between them.
+    void search(const std::string& quotedNames);
+    /// Adds the node "/LDAPv3/<name>" with that server behind it.
+    void addNode(const std::string& name, const testing::LdapServer& server);
+    void addNode(const std::string& name, const std::string& uri, const std::string& authorities);
+
     /// Takes this program's answer about tokens, a shell script, instead of the real tool's.
     void answerTokensWith(const std::string& script);
 

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include "tests/e2e/credentials/credentials_test.h"
-#include "tests/linux/ldap_server.h"
 
 namespace velunor::e2e {
 namespace {
@@ -15,21 +14,6 @@ using testing::LdapServer;
 
 class Nodes : public CredentialsTest {
   protected:
-    /// Sets the list of nodes to ask.
-    void search(const std::string& quotedNames) {
-        addSettings("[directory]\nsearch_path = [" + quotedNames + "]\n");
-    }
-
-    /// Adds the node "/LDAPv3/<name>" with that server behind it.
-    void addNode(const std::string& name, const LdapServer& server) {
-        addNode(name, server.tlsUri(), server.authorities());
-    }
-    void addNode(const std::string& name, const std::string& uri, const std::string& authorities) {
-        addSettings("[directory.node.\"/LDAPv3/" + name + "\"]\nuri = \"" + uri +
-                    "\"\nuser_base = \"" + LdapServer::accounts() + "\"\nca_file = \"" +
-                    authorities + "\"\ntimeout_seconds = 2\n");
-    }
-
     /// Starts a prompt and types the credentials of somebody.
     void fill(const std::string& name, const std::string& text) {
         startService();

@@ -5,6 +5,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 #include "tests/e2e/credentials/memory.h"
+#include "tests/linux/ldap_server.h"
 
 namespace velunor::e2e {
 
@@ -57,6 +58,28 @@ TEST_F(Secrecy, DeliveredPasswordIsNowhereButInTheMessage) {
     ASSERT_EQ(process().wait(), (Ending{0, 0})) << systemLog();
     EXPECT_TRUE(deliveredCredentials("ada", password)) << delivered();
     expectNoFileHolds(password);
+}
+
+TEST_F(Secrecy, PasswordThatADirectoryAcceptedIsNowhereInThePromptButInTheMessage) {
+    testing::LdapServer server;
+    server.addAccount("eve", password);
+    addSettings(
+        "[directory]\nsearch_path = [\"/LDAPv3/corp\"]\n"
+        "[directory.node.\"/LDAPv3/corp\"]\nuri = \"" +
+        server.tlsUri() + "\"\nuser_base = \"" + testing::LdapServer::accounts() +
+        "\"\nca_file = \"" + server.authorities() + "\"\n");
+    startService(Treatment::answerWhenTold);
+    startPrompt();
+    typeUserName("eve");
+    typePassword(password);
+    ASSERT_TRUE(clickButton("Go ahead"));
+    ASSERT_TRUE(eventually([&] { return requests().size() == 1; })) << systemLog();
+    for (const Trace& trace : tracesOf(process().id(), password)) {
+        EXPECT_TRUE(trace.coding == "bytes" && trace.before.ends_with(R"("passwd":")")) << trace;
+    }
+    service().answerNow();
+    ASSERT_EQ(process().wait(), (Ending{0, 0})) << systemLog();
+    EXPECT_TRUE(deliveredCredentials("eve", password)) << delivered();
 }
 
 TEST_F(Secrecy, RefusedPasswordIsNowhereButInThePrompt) {

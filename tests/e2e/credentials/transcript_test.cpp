@@ -4,6 +4,7 @@
 #include "tests/e2e/support/transcript.h"
 
 #include "tests/e2e/credentials/credentials_test.h"
+#include "tests/linux/ldap_server.h"
 
 namespace velunor::e2e {
 namespace {
@@ -51,6 +52,21 @@ TEST_F(CredentialsTranscript, UserWithoutTokenThenPostpone) {
     updateNowUntil("Secure Token not enabled for bob\n");
     clickToTheEnd("Later");
     expectGolden("credentials_without_token");
+}
+
+TEST_F(CredentialsTranscript, PasswordOfANetworkAccount) {
+    testing::LdapServer server;
+    server.addAccount("eve", password);
+    addSettings(
+        "[directory]\nsearch_path = [\"/Local/Default\", \"/LDAPv3/corp\"]\n"
+        "[directory.node.\"/LDAPv3/corp\"]\nuri = \"" +
+        server.tlsUri() + "\"\nuser_base = \"" + testing::LdapServer::accounts() +
+        "\"\nca_file = \"" + server.authorities() + "\"\n");
+    startAndRest();
+    typeUserName("eve");
+    typePassword(password);
+    clickToTheEnd("Go ahead");
+    expectGolden("credentials_network_account");
 }
 
 }  // namespace
