@@ -12,6 +12,7 @@
 #include <QWindow>
 #include <algorithm>
 
+#include "platform/qt/desktop_settings.h"
 #include "platform/qt/form_outlets.h"
 #include "platform/qt/form_views.h"
 #include "platform/qt/prompt_speech.h"
@@ -252,6 +253,10 @@ void PromptWindow::showEvent(QShowEvent* event) {
     relayout();
     QWidget::showEvent(event);
     speech_->opened();
+    if (settings_ == nullptr && hasSessionBus()) {
+        // Once the window is up: connecting to a bus takes its time.
+        settings_ = new DesktopSettings(QDBusConnection::sessionBus(), this);
+    }
 }
 
 void PromptWindow::closeEvent(QCloseEvent* event) {

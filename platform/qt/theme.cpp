@@ -27,6 +27,7 @@ Theme makeLightTheme() {
     theme.notice = QColor(0xFF, 0xF3, 0xD9);
     theme.noticeBorder = QColor(0xEB, 0xCB, 0x85);
     theme.noticeText = QColor(0x5B, 0x3B, 0x00);
+    theme.refused = QColor(0xC4, 0x2B, 0x1C);
     return theme;
 }
 
@@ -52,6 +53,7 @@ Theme makeDarkTheme() {
     theme.notice = QColor(0x3C, 0x30, 0x16);
     theme.noticeBorder = QColor(0x7D, 0x64, 0x28);
     theme.noticeText = QColor(0xFF, 0xE1, 0xA3);
+    theme.refused = QColor(0xFF, 0x9A, 0x8F);
     return theme;
 }
 

@@ -28,6 +28,8 @@ struct Theme {
     QColor notice;
     QColor noticeBorder;
     QColor noticeText;
+    /// Outline of a field whose content was refused.
+    QColor refused;
 };
 
 /// The dark theme where the palette shows light text on a dark ground, else the light one.

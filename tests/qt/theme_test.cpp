@@ -61,6 +61,8 @@ TEST(ThemeTest, HasEnoughContrastInBothSchemes) {
             EXPECT_GE(contrast(theme.text, plate), 4.5);
         }
         EXPECT_GE(contrast(theme.noticeText, theme.notice), 4.5);
+        EXPECT_GE(contrast(theme.refused, theme.panel), 3.0);
+        EXPECT_GE(contrast(theme.refused, theme.field), 3.0);
         EXPECT_GE(contrast(theme.text, theme.field), 4.5);
         EXPECT_GE(contrast(theme.secondaryText, theme.field), 4.5);
     }

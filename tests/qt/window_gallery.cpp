@@ -158,7 +158,8 @@ int main(int argc, char** argv) {
         }
         return 0;
     }
-    // Pictures that do not depend on the display they are made on.
+    // Pictures that do not depend on the desktop they are made on.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     QTemporaryFile screen;
     if (!describeScreen(screen, scale.toInt())) {
         std::fputs("window_gallery: cannot describe the screen\n", stderr);
