@@ -20,6 +20,7 @@
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/theme.h"
 #include "platform/qt/widget_layer.h"
+#include "platform/qt/window_shape.h"
 #include "ui_prompt_window.h"
 
 /// Makes the drawings known; the linker would drop a static library's resources unless somebody
@@ -33,7 +34,7 @@ namespace velunor {
 namespace {
 
 constexpr int cardWidth = 420;
-constexpr double cardRadius = 12;
+constexpr int cardRadius = 12;
 /// Distance kept to every edge of the usable area.
 constexpr int screenMargin = 30;
 /// The part of the window's height that the buttons may take from long texts.
@@ -210,6 +211,9 @@ void PromptWindow::takeSize() {
     fitArea(*form_->bodyArea, {innerWidth, body}, bodyContent);
     fitArea(*form_->footerArea, {innerWidth, footer}, footerContent);
     setFixedSize(width, body + footer + 2);
+    if (!testAttribute(Qt::WA_TranslucentBackground)) {
+        setMask(roundedRegion(size(), cardRadius));
+    }
     settleLayouts(*this);
 }
 
@@ -267,11 +271,21 @@ void PromptWindow::paintEvent(QPaintEvent*) {
     const Theme& theme = currentTheme();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(theme.cardBorder, 1));
-    painter.setBrush(theme.card);
     const QRectF edge = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    const double radius = testAttribute(Qt::WA_TranslucentBackground) ? cardRadius : 0;
-    painter.drawRoundedRect(edge, radius, radius);
+    painter.setPen(QPen(theme.cardBorder, 1));
+    if (mask().isEmpty()) {
+        painter.setBrush(theme.card);
+        painter.drawRoundedRect(edge, cardRadius, cardRadius);
+    } else {
+        // Along the cut corners every pixel of the edge is the border's: nothing shows through, and
+        // no half-blended pixel tells of what is not there.
+        painter.fillRect(rect(), theme.cardBorder);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(theme.card);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), cardRadius - 1,
+                                cardRadius - 1);
+        painter.setPen(QPen(theme.cardBorder, 1));
+    }
     if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
         const double y = form_->footerArea->y() - 0.5;
         painter.drawLine(QPointF(edge.left(), y), QPointF(edge.right(), y));

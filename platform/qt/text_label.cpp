@@ -23,15 +23,16 @@ struct RoleLook {
     QColor Theme::*color;
 };
 
+/// Three sizes: the desktop's own, one for the title and one for what is by the way.
 constexpr std::array<RoleLook, 8> looks{{
     {"body", 1.0, QFont::Normal, &Theme::secondaryText},
     {"productName", 1.0, QFont::DemiBold, &Theme::secondaryText},
     {"title", 1.35, QFont::Bold, &Theme::text},
     {"update", 1.0, QFont::DemiBold, &Theme::text},
-    {"userName", 1.05, QFont::DemiBold, &Theme::text},
-    {"caption", 0.92, QFont::Normal, &Theme::secondaryText},
+    {"userName", 1.0, QFont::DemiBold, &Theme::text},
+    {"caption", 0.9, QFont::Normal, &Theme::secondaryText},
     {"countdown", 1.0, QFont::Normal, &Theme::text},
-    {"notice", 0.95, QFont::Normal, &Theme::noticeText},
+    {"notice", 1.0, QFont::Normal, &Theme::noticeText},
 }};
 
 const RoleLook& lookOf(const QString& role) {
