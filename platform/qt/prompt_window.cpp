@@ -33,7 +33,9 @@ namespace velunor {
 
 namespace {
 
-constexpr int cardWidth = 420;
+constexpr int leastCardWidth = 420;
+/// Width of the card beside the height of a line: a desktop with large text has a wider card.
+constexpr int cardWidthInLines = 21;
 constexpr int cardRadius = 12;
 /// Distance kept to every edge of the usable area.
 constexpr int screenMargin = 30;
@@ -191,7 +193,8 @@ void PromptWindow::takeSize() {
     setWindowTitle(form_->titleLabel->text().replace("[*]", "[*][*]"));
 
     const QRect usable = usableArea();
-    const int width = std::min(cardWidth, usable.width() - 2 * screenMargin);
+    const int wanted = std::max(leastCardWidth, cardWidthInLines * fontMetrics().height());
+    const int width = std::min(wanted, usable.width() - 2 * screenMargin);
     const int innerWidth = width - 2;
     const int limit = usable.height() - 2 * screenMargin - 2;
 

@@ -139,6 +139,7 @@ bool savePicture(const State& state, const QString& path) {
     prompt.fill(window);
     window.present();
     window.activateWindow();
+    QApplication::processEvents();
     state.shown(window);
     QApplication::processEvents();
     return window.grab().save(path);
