@@ -104,7 +104,12 @@ void TextButton::paintEvent(QPaintEvent*) {
     }
     QColor ink = theme.text;
     if (isLink()) {
-        ink = isDown() ? theme.accentPressed : theme.link;
+        if ((underMouse() || isDown()) && isEnabled()) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(theme.linkHover);
+            painter.drawRoundedRect(rect(), radius, radius);
+        }
+        ink = theme.link;
     } else {
         drawPlate(painter);
         ink = role_ == QLatin1String("primary") ? theme.onAccent : theme.text;

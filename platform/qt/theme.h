@@ -15,6 +15,8 @@ struct Theme {
     QColor text;
     QColor secondaryText;
     QColor link;
+    /// Ground of a link beneath the pointer.
+    QColor linkHover;
     QColor accent;
     QColor accentHover;
     QColor accentPressed;

@@ -63,6 +63,7 @@ TEST(ThemeTest, HasEnoughContrastInBothSchemes) {
         for (const QColor& plate : {theme.button, theme.buttonHover, theme.buttonPressed}) {
             EXPECT_GE(contrast(theme.text, plate), 4.5);
         }
+        EXPECT_GE(contrast(theme.link, theme.linkHover), 4.5);
         EXPECT_GE(contrast(theme.noticeText, theme.notice), 4.5);
         EXPECT_GE(contrast(theme.refused, theme.panel), 3.0);
         EXPECT_GE(contrast(theme.refused, theme.field), 3.0);
