@@ -30,10 +30,8 @@ class DesktopSettings : public QObject {
     DesktopSettings(const DesktopSettings&) = delete;
     DesktopSettings& operator=(const DesktopSettings&) = delete;
 
-  private slots:
-    void take(const QString& group, const QString& key, const QDBusVariant& value);
-
   private:
+    Q_SLOT void take(const QString& group, const QString& key, const QDBusVariant& value);
     void ask(const QString& group, const QString& key);
 
     QDBusConnection bus_;

@@ -111,6 +111,15 @@ void PromptWindow::present() {
     // Layouts can only be forced as long as the window is hidden.
     takeSize();
     show();
+    // Only once the window is up: connecting to a bus takes its time.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (settings_ == nullptr && hasSessionBus()) {
+                settings_ = new DesktopSettings(QDBusConnection::sessionBus(), this);
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 void PromptWindow::connectActions() {
@@ -128,14 +137,17 @@ void PromptWindow::connectActions() {
             }
         });
     }
-    // After a refused password the next attempt is typed over it.
-    connect(form_->passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted,
-            this, [this] {
-                if (isActiveWindow()) {
-                    form_->passwordTextFiled->setFocus();
-                    form_->passwordTextFiled->selectAll();
-                }
-            });
+    // After a refused password the next attempt is typed over it. Not in the midst of the refusal:
+    // a field that loses the focus ends its editing, which has consequences of its own.
+    connect(
+        form_->passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted, this,
+        [this] {
+            if (isActiveWindow()) {
+                form_->passwordTextFiled->setFocus();
+                form_->passwordTextFiled->selectAll();
+            }
+        },
+        Qt::QueuedConnection);
     // The link goes away when it is pressed: typing goes on in the field that takes its place.
     connect(form_->usernameChangeButton, &QAbstractButton::clicked, this, [this] {
         if (!form_->userNameTextField->isHidden()) {
@@ -260,10 +272,6 @@ void PromptWindow::showEvent(QShowEvent* event) {
     relayout();
     QWidget::showEvent(event);
     speech_->opened();
-    if (settings_ == nullptr && hasSessionBus()) {
-        // Once the window is up: connecting to a bus takes its time.
-        settings_ = new DesktopSettings(QDBusConnection::sessionBus(), this);
-    }
 }
 
 void PromptWindow::closeEvent(QCloseEvent* event) {

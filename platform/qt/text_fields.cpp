@@ -20,6 +20,11 @@ constexpr int edgeRoom = 10;
 constexpr int glyphSize = 16;
 constexpr int longestText = 1 << 20;
 
+/// Another window or a menu takes the focus only for a while.
+bool isPassing(const QFocusEvent& event) {
+    return event.reason() == Qt::ActiveWindowFocusReason || event.reason() == Qt::PopupFocusReason;
+}
+
 QColor mixed(const QColor& one, const QColor& other, double share) {
     const auto part = [share](int from, int to) { return qRound(from + (to - from) * share); };
     return {part(one.red(), other.red()), part(one.green(), other.green()),
@@ -125,12 +130,18 @@ void RoundedField::applyTheme() {
 
 CustomTextField::CustomTextField(QWidget* parent) : RoundedField(parent) {
     connect(this, &QLineEdit::returnPressed, this, &CustomTextField::editingEnded);
+    connect(this, &QLineEdit::textEdited, this, [this] { editing_ = true; });
+}
+
+void CustomTextField::focusInEvent(QFocusEvent* event) {
+    RoundedField::focusInEvent(event);
+    editing_ = editing_ || !isPassing(*event);
 }
 
 void CustomTextField::focusOutEvent(QFocusEvent* event) {
     RoundedField::focusOutEvent(event);
-    // Another window or a menu takes the focus only for a while.
-    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason) {
+    if (editing_ && !isPassing(*event)) {
+        editing_ = false;
         emit editingEnded();
     }
 }

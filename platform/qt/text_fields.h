@@ -54,11 +54,17 @@ class CustomTextField : public RoundedField {
     explicit CustomTextField(QWidget* parent = nullptr);
 
   signals:
-    /// Return was pressed or the focus went to another control, whether the text was edited or not.
+    /// Return was pressed, or the focus went to another control, whether the text was edited or
+    /// not. Where only the window's activation had put the caret, leaving an unedited field is no
+    /// end.
     void editingEnded();
 
   protected:
+    void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+
+  private:
+    bool editing_ = false;
 };
 
 }  // namespace velunor
