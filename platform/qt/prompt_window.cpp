@@ -260,6 +260,7 @@ bool PromptWindow::event(QEvent* event) {
         // Whoever comes into the window can type at once.
         if (QWidget* field = entryField()) {
             field->setFocus(Qt::ActiveWindowFocusReason);
+            form_->bodyArea->ensureWidgetVisible(field);
         }
     }
     if (event->type() == QEvent::LayoutRequest && !isVisible()) {

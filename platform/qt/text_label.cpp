@@ -42,6 +42,17 @@ const RoleLook& lookOf(const QString& role) {
     return found == std::end(looks) ? looks[0] : *found;
 }
 
+/// A long name that has no spaces breaks where it has a joint, before it breaks between letters.
+void allowBreaksWithinNames(QString& text) {
+    constexpr QChar zeroWidthSpace(0x200B);
+    for (qsizetype index = text.size() - 1; index > 0; --index) {
+        if (QStringView(u".@_-/").contains(text.at(index - 1)) &&
+            text.at(index).isLetterOrNumber()) {
+            text.insert(index, zeroWidthSpace);
+        }
+    }
+}
+
 class AccessibleTextLabel : public QAccessibleWidget {
   public:
     explicit AccessibleTextLabel(TextLabel* label)
@@ -96,6 +107,10 @@ void TextLabel::setText(const ShownText& shown, bool notable) {
     if (role_ == QLatin1String("update") && text_.startsWith(QStringLiteral("\u2022  "))) {
         // A long name must not leave its bullet alone on the line above.
         laidOut.text.replace(1, 2, QString(2, QChar::Nbsp));
+    }
+    if (laidOut.formats.isEmpty() &&
+        (role_ == QLatin1String("update") || role_ == QLatin1String("userName"))) {
+        allowBreaksWithinNames(laidOut.text);
     }
     layout_.setText(laidOut);
     updateGeometry();

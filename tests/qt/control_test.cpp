@@ -53,6 +53,23 @@ TEST(LabelTest, IsStaticTextToAScreenReader) {
     EXPECT_EQ(accessible->text(QAccessible::Name), "<b>A</b> & B");
 }
 
+TEST(LabelTest, BreaksALongNameAtItsJoints) {
+    TextLabel widget;
+    widget.setTextRole("userName");
+    QtLabel label(widget);
+    label.setStringValue("frederica.lindqvist@corp");
+    const int line = widget.heightForWidth(4000);
+    TextLabel longest;
+    longest.setTextRole("userName");
+    QtLabel(longest).setStringValue("lindqvist@");
+
+    // As wide as the longest part: three lines, none broken within a part.
+    EXPECT_GT(widget.heightForWidth(longest.sizeHint().width()), 2 * line);
+    EXPECT_LT(widget.heightForWidth(longest.sizeHint().width()), 4 * line);
+    EXPECT_EQ(label.stringValue(), "frederica.lindqvist@corp");
+    EXPECT_EQ(widget.text(), "frederica.lindqvist@corp");
+}
+
 TEST(LabelTest, StylesMakeItHigher) {
     TextLabel widget;
     QtLabel label(widget);

@@ -16,7 +16,7 @@ class DesktopSettingsTest : public testing::Test {
     DesktopSettingsTest()
         : connection_(QDBusConnection::connectToBus(QString::fromStdString(bus_.address()),
                                                     "desktop settings")) {}
-    ~DesktopSettingsTest() override {
+    void TearDown() override {
         settings_.reset();
         QDBusConnection::disconnectFromBus("desktop settings");
         QApplication::setPalette(QPalette());
