@@ -42,7 +42,7 @@ class AccessibleSecureField : public QAccessibleWidget,
         if (kind == QAccessible::Value) {
             return field().text();
         }
-        const QString text = QAccessibleWidget::text(kind);
+        QString text = QAccessibleWidget::text(kind);
         if (kind == QAccessible::Description && field().hintsAtCapsLock()) {
             const QString hint = "Caps Lock is on";
             return text.isEmpty() ? hint : hint + '\n' + text;

@@ -49,6 +49,30 @@ QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRan
     return within;
 }
 
+/// The format for each digit of the number in `range`, spaced so that all digits of the font are
+/// equally wide: a figure that counts must not make the text beside it tremble.
+void appendFigures(const QString& text, const QTextLayout::FormatRange& range, const QFont& base,
+                   QList<QTextLayout::FormatRange>& formats) {
+    const QFontMetricsF metrics(range.format.font().resolve(base));
+    const auto width = [&](QChar digit) { return metrics.horizontalAdvance(digit); };
+    qreal widest = 0;
+    for (char digit = '0'; digit <= '9'; ++digit) {
+        widest = std::max(widest, width(QLatin1Char(digit)));
+    }
+    for (int index = range.start; index < range.start + range.length; ++index) {
+        QTextLayout::FormatRange single{index, 1, range.format};
+        single.format.setFontKerning(false);
+        single.format.setFontLetterSpacingType(QFont::AbsoluteSpacing);
+        single.format.setFontLetterSpacing(widest - width(text.at(index)));
+        formats.append(single);
+    }
+}
+
+bool isNumber(QStringView text) {
+    return !text.isEmpty() && std::all_of(text.begin(), text.end(),
+                                          [](QChar unit) { return unit >= u'0' && unit <= u'9'; });
+}
+
 /// A styled run's size beside the desktop's own font: the sizes are meant for a desktop whose text
 /// has 13 points, and grow with the text of one that has more.
 double sizeBesideDesktopFont(double pointSize) {
@@ -102,6 +126,14 @@ void LiteralText::rebuild() {
     laidOutWidth_ = -1;
     naturalWidth_ = -1;
     const QString& text = shown_.text;
+    QList<QTextLayout::FormatRange> formats;
+    for (const QTextLayout::FormatRange& range : shown_.formats) {
+        if (isNumber(QStringView(text).sliced(range.start, range.length))) {
+            appendFigures(text, range, font_, formats);
+        } else {
+            formats.append(range);
+        }
+    }
     qsizetype start = 0;
     for (qsizetype index = 0; index <= text.size(); ++index) {
         const qsizetype breakLength = index < text.size() ? lineBreakLength(text, index) : 0;
@@ -121,7 +153,7 @@ void LiteralText::rebuild() {
         auto layout = std::make_unique<QTextLayout>(paragraph, font_);
         layout->setTextOption(option);
         layout->setCacheEnabled(true);
-        layout->setFormats(formatsWithin(shown_.formats, start, index));
+        layout->setFormats(formatsWithin(formats, start, index));
         paragraphs_.push_back(std::move(layout));
         start = index + breakLength;
         index = std::max(index, start - 1);

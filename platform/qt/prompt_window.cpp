@@ -12,6 +12,7 @@
 #include <QWindow>
 #include <algorithm>
 
+#include "platform/qt/desktop_settings.h"
 #include "platform/qt/form_outlets.h"
 #include "platform/qt/form_views.h"
 #include "platform/qt/prompt_speech.h"
@@ -19,6 +20,7 @@
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/theme.h"
 #include "platform/qt/widget_layer.h"
+#include "platform/qt/window_shape.h"
 #include "ui_prompt_window.h"
 
 /// Makes the drawings known; the linker would drop a static library's resources unless somebody
@@ -31,8 +33,10 @@ namespace velunor {
 
 namespace {
 
-constexpr int cardWidth = 420;
-constexpr double cardRadius = 12;
+constexpr int leastCardWidth = 420;
+/// Width of the card beside the height of a line: a desktop with large text has a wider card.
+constexpr int cardWidthInLines = 21;
+constexpr int cardRadius = 12;
 /// Distance kept to every edge of the usable area.
 constexpr int screenMargin = 30;
 /// The part of the window's height that the buttons may take from long texts.
@@ -107,6 +111,15 @@ void PromptWindow::present() {
     // Layouts can only be forced as long as the window is hidden.
     takeSize();
     show();
+    // Only once the window is up: connecting to a bus takes its time.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (settings_ == nullptr && hasSessionBus()) {
+                settings_ = new DesktopSettings(QDBusConnection::sessionBus(), this);
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 void PromptWindow::connectActions() {
@@ -124,14 +137,17 @@ void PromptWindow::connectActions() {
             }
         });
     }
-    // After a refused password the next attempt is typed over it.
-    connect(form_->passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted,
-            this, [this] {
-                if (isActiveWindow()) {
-                    form_->passwordTextFiled->setFocus();
-                    form_->passwordTextFiled->selectAll();
-                }
-            });
+    // After a refused password the next attempt is typed over it. Not in the midst of the refusal:
+    // a field that loses the focus ends its editing, which has consequences of its own.
+    connect(
+        form_->passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted, this,
+        [this] {
+            if (isActiveWindow()) {
+                form_->passwordTextFiled->setFocus();
+                form_->passwordTextFiled->selectAll();
+            }
+        },
+        Qt::QueuedConnection);
     // The link goes away when it is pressed: typing goes on in the field that takes its place.
     connect(form_->usernameChangeButton, &QAbstractButton::clicked, this, [this] {
         if (!form_->userNameTextField->isHidden()) {
@@ -189,7 +205,8 @@ void PromptWindow::takeSize() {
     setWindowTitle(form_->titleLabel->text().replace("[*]", "[*][*]"));
 
     const QRect usable = usableArea();
-    const int width = std::min(cardWidth, usable.width() - 2 * screenMargin);
+    const int wanted = std::max(leastCardWidth, cardWidthInLines * fontMetrics().height());
+    const int width = std::min(wanted, usable.width() - 2 * screenMargin);
     const int innerWidth = width - 2;
     const int limit = usable.height() - 2 * screenMargin - 2;
 
@@ -209,6 +226,9 @@ void PromptWindow::takeSize() {
     fitArea(*form_->bodyArea, {innerWidth, body}, bodyContent);
     fitArea(*form_->footerArea, {innerWidth, footer}, footerContent);
     setFixedSize(width, body + footer + 2);
+    if (!testAttribute(Qt::WA_TranslucentBackground)) {
+        setMask(roundedRegion(size(), cardRadius));
+    }
     settleLayouts(*this);
 }
 
@@ -240,6 +260,7 @@ bool PromptWindow::event(QEvent* event) {
         // Whoever comes into the window can type at once.
         if (QWidget* field = entryField()) {
             field->setFocus(Qt::ActiveWindowFocusReason);
+            form_->bodyArea->ensureWidgetVisible(field);
         }
     }
     if (event->type() == QEvent::LayoutRequest && !isVisible()) {
@@ -262,11 +283,21 @@ void PromptWindow::paintEvent(QPaintEvent*) {
     const Theme& theme = currentTheme();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(theme.cardBorder, 1));
-    painter.setBrush(theme.card);
     const QRectF edge = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    const double radius = testAttribute(Qt::WA_TranslucentBackground) ? cardRadius : 0;
-    painter.drawRoundedRect(edge, radius, radius);
+    painter.setPen(QPen(theme.cardBorder, 1));
+    if (mask().isEmpty()) {
+        painter.setBrush(theme.card);
+        painter.drawRoundedRect(edge, cardRadius, cardRadius);
+    } else {
+        // Along the cut corners every pixel of the edge is the border's: nothing shows through, and
+        // no half-blended pixel tells of what is not there.
+        painter.fillRect(rect(), theme.cardBorder);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(theme.card);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), cardRadius - 1,
+                                cardRadius - 1);
+        painter.setPen(QPen(theme.cardBorder, 1));
+    }
     if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
         const double y = form_->footerArea->y() - 0.5;
         painter.drawLine(QPointF(edge.left(), y), QPointF(edge.right(), y));

@@ -15,6 +15,7 @@ class PromptForm;
 
 namespace velunor {
 
+class DesktopSettings;
 class PromptSpeech;
 
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
@@ -70,6 +71,7 @@ class PromptWindow : public QWidget {
     std::vector<std::shared_ptr<void>> controls_;
     PromptView view_;
     PromptSpeech* speech_ = nullptr;
+    DesktopSettings* settings_ = nullptr;
     std::function<void()> updateNow_ = [] {};
     std::function<void()> postpone_ = [] {};
     std::function<void()> changeUserName_ = [] {};

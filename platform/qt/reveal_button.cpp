@@ -25,7 +25,7 @@ RevealButton::RevealButton(QWidget* parent) : QAbstractButton(parent) {
     setAttribute(Qt::WA_Hover);
     setCursor(Qt::ArrowCursor);
     setAccessibleName("Show password while held");
-    resize(sizeHint());
+    resize(side, side);
 }
 
 QSize RevealButton::sizeHint() const {

@@ -49,7 +49,10 @@ void drawSecret(QPainter& painter, const QRect& area, std::u32string_view text, 
         caretAt = at < caret ? end : caretAt;
     });
     const double room = area.width();
-    const double left = area.left() - std::clamp(caretAt - room, 0.0, std::max(0.0, end - room));
+    double left = area.left() - std::clamp(caretAt - room, 0.0, std::max(0.0, end - room));
+    if (painter.layoutDirection() == Qt::RightToLeft && end < room) {
+        left = area.left() + room - end;
+    }
     const double baseline = area.top() + (area.height() - metrics.height()) / 2 + metrics.ascent();
     painter.save();
     painter.setClipRect(area);

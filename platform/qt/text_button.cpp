@@ -54,7 +54,8 @@ void TextButton::setLeastWidth(int width) {
 }
 
 QMargins TextButton::padding() const {
-    return isLink() ? QMargins(4 + ringRoom, 4 + ringRoom, 4 + ringRoom, 4 + ringRoom)
+    // A link's text is nearly flush with the controls above and below.
+    return isLink() ? QMargins(1 + ringRoom, 4 + ringRoom, 1 + ringRoom, 4 + ringRoom)
                     : QMargins(20 + ringRoom, 8 + ringRoom, 20 + ringRoom, 8 + ringRoom);
 }
 
@@ -103,7 +104,12 @@ void TextButton::paintEvent(QPaintEvent*) {
     }
     QColor ink = theme.text;
     if (isLink()) {
-        ink = isDown() ? theme.accentPressed : theme.link;
+        if ((underMouse() || isDown()) && isEnabled()) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(theme.linkHover);
+            painter.drawRoundedRect(rect(), radius, radius);
+        }
+        ink = theme.link;
     } else {
         drawPlate(painter);
         ink = role_ == QLatin1String("primary") ? theme.onAccent : theme.text;

@@ -20,6 +20,17 @@ constexpr int edgeRoom = 10;
 constexpr int glyphSize = 16;
 constexpr int longestText = 1 << 20;
 
+/// Another window or a menu takes the focus only for a while.
+bool isPassing(const QFocusEvent& event) {
+    return event.reason() == Qt::ActiveWindowFocusReason || event.reason() == Qt::PopupFocusReason;
+}
+
+QColor mixed(const QColor& one, const QColor& other, double share) {
+    const auto part = [share](int from, int to) { return qRound(from + (to - from) * share); };
+    return {part(one.red(), other.red()), part(one.green(), other.green()),
+            part(one.blue(), other.blue())};
+}
+
 }  // namespace
 
 RoundedField::RoundedField(QWidget* parent) : QLineEdit(parent) {
@@ -46,6 +57,14 @@ void RoundedField::placeText() {
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
     const int trailing = edgeRoom + trailingRoom_;
     setTextMargins(mirrored ? trailing : leading, 0, mirrored ? leading : trailing, 0);
+    // Left to itself the editor would take the side from the text or the keyboard.
+    setAlignment((mirrored ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute |
+                 Qt::AlignVCenter);
+}
+
+void RoundedField::setRefusal(double strength) {
+    refusal_ = strength;
+    update();
 }
 
 QSize RoundedField::sizeHint() const {
@@ -65,9 +84,9 @@ void RoundedField::drawPlate(QPainter& painter) const {
     const Theme& theme = currentTheme();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(hasFocus() ? theme.link : theme.fieldBorder);
+    painter.setBrush(mixed(hasFocus() ? theme.link : theme.fieldBorder, theme.refused, refusal_));
     drawFocusRingMask(painter);
-    const double line = hasFocus() ? ringWidth : 1;
+    const double line = hasFocus() || refusal_ > 0 ? ringWidth : 1;
     painter.setBrush(theme.field);
     painter.drawRoundedRect(QRectF(rect()).adjusted(line, line, -line, -line), cornerRadius - line,
                             cornerRadius - line);
@@ -111,12 +130,18 @@ void RoundedField::applyTheme() {
 
 CustomTextField::CustomTextField(QWidget* parent) : RoundedField(parent) {
     connect(this, &QLineEdit::returnPressed, this, &CustomTextField::editingEnded);
+    connect(this, &QLineEdit::textEdited, this, [this] { editing_ = true; });
+}
+
+void CustomTextField::focusInEvent(QFocusEvent* event) {
+    RoundedField::focusInEvent(event);
+    editing_ = editing_ || !isPassing(*event);
 }
 
 void CustomTextField::focusOutEvent(QFocusEvent* event) {
     RoundedField::focusOutEvent(event);
-    // Another window or a menu takes the focus only for a while.
-    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason) {
+    if (editing_ && !isPassing(*event)) {
+        editing_ = false;
         emit editingEnded();
     }
 }

@@ -16,6 +16,9 @@ class RoundedField : public QLineEdit {
     [[nodiscard]] QString glyph() const { return glyph_; }
     void setGlyph(const QString& path);
 
+    /// How strongly the outline shows that the content was refused, from 0 to 1.
+    void setRefusal(double strength);
+
     /// The area that the focus ring surrounds: the field's own bounds.
     [[nodiscard]] QRect focusRingMaskBounds() const { return rect(); }
     /// Fills the shape of the focus ring: the bounds with corner radii 8 and 8.
@@ -40,6 +43,7 @@ class RoundedField : public QLineEdit {
 
     QString glyph_;
     int trailingRoom_ = 0;
+    double refusal_ = 0;
 };
 
 /// The field for plain text.
@@ -50,11 +54,17 @@ class CustomTextField : public RoundedField {
     explicit CustomTextField(QWidget* parent = nullptr);
 
   signals:
-    /// Return was pressed or the focus went to another control, whether the text was edited or not.
+    /// Return was pressed, or the focus went to another control, whether the text was edited or
+    /// not. Where only the window's activation had put the caret, leaving an unedited field is no
+    /// end.
     void editingEnded();
 
   protected:
+    void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+
+  private:
+    bool editing_ = false;
 };
 
 }  // namespace velunor

@@ -23,15 +23,16 @@ struct RoleLook {
     QColor Theme::*color;
 };
 
+/// Three sizes: the desktop's own, one for the title and one for what is by the way.
 constexpr std::array<RoleLook, 8> looks{{
     {"body", 1.0, QFont::Normal, &Theme::secondaryText},
     {"productName", 1.0, QFont::DemiBold, &Theme::secondaryText},
     {"title", 1.35, QFont::Bold, &Theme::text},
     {"update", 1.0, QFont::DemiBold, &Theme::text},
-    {"userName", 1.05, QFont::DemiBold, &Theme::text},
-    {"caption", 0.92, QFont::Normal, &Theme::secondaryText},
+    {"userName", 1.0, QFont::DemiBold, &Theme::text},
+    {"caption", 0.9, QFont::Normal, &Theme::secondaryText},
     {"countdown", 1.0, QFont::Normal, &Theme::text},
-    {"notice", 0.95, QFont::Normal, &Theme::noticeText},
+    {"notice", 1.0, QFont::Normal, &Theme::noticeText},
 }};
 
 const RoleLook& lookOf(const QString& role) {
@@ -39,6 +40,17 @@ const RoleLook& lookOf(const QString& role) {
         return role == QLatin1String(look.role);
     });
     return found == std::end(looks) ? looks[0] : *found;
+}
+
+/// A long name that has no spaces breaks where it has a joint, before it breaks between letters.
+void allowBreaksWithinNames(QString& text) {
+    constexpr QChar zeroWidthSpace(0x200B);
+    for (qsizetype index = text.size() - 1; index > 0; --index) {
+        if (QStringView(u".@_-/").contains(text.at(index - 1)) &&
+            text.at(index).isLetterOrNumber()) {
+            text.insert(index, zeroWidthSpace);
+        }
+    }
 }
 
 class AccessibleTextLabel : public QAccessibleWidget {
@@ -95,6 +107,10 @@ void TextLabel::setText(const ShownText& shown, bool notable) {
     if (role_ == QLatin1String("update") && text_.startsWith(QStringLiteral("\u2022  "))) {
         // A long name must not leave its bullet alone on the line above.
         laidOut.text.replace(1, 2, QString(2, QChar::Nbsp));
+    }
+    if (laidOut.formats.isEmpty() &&
+        (role_ == QLatin1String("update") || role_ == QLatin1String("userName"))) {
+        allowBreaksWithinNames(laidOut.text);
     }
     layout_.setText(laidOut);
     updateGeometry();

@@ -15,6 +15,8 @@ struct Theme {
     QColor text;
     QColor secondaryText;
     QColor link;
+    /// Ground of a link beneath the pointer.
+    QColor linkHover;
     QColor accent;
     QColor accentHover;
     QColor accentPressed;
@@ -28,6 +30,8 @@ struct Theme {
     QColor notice;
     QColor noticeBorder;
     QColor noticeText;
+    /// Outline of a field whose content was refused.
+    QColor refused;
 };
 
 /// The dark theme where the palette shows light text on a dark ground, else the light one.

@@ -3,14 +3,27 @@
 #include <QEvent>
 #include <QPainter>
 #include <algorithm>
+#include <chrono>
+
+#include "platform/qt/desktop_settings.h"
+#include "platform/qt/text_fields.h"
 
 namespace velunor {
+
+namespace {
+constexpr std::chrono::milliseconds pulseDuration{1500};
+}  // namespace
 
 WidgetLayer::WidgetLayer(QWidget* widget) : QObject(widget), widget_(widget) {
     widget_->installEventFilter(this);
     connect(&animation_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& offset) { moveBy(offset.toDouble()); });
     connect(&animation_, &QVariantAnimation::finished, this, [this] { moveBy(0); });
+    connect(&pulse_, &QVariantAnimation::valueChanged, this, [this](const QVariant& strength) {
+        if (auto* field = qobject_cast<RoundedField*>(widget_)) {
+            field->setRefusal(strength.toDouble());
+        }
+    });
 }
 
 void WidgetLayer::setBackgroundColor(const Color& color) {
@@ -32,6 +45,15 @@ void WidgetLayer::addAnimation(const KeyFrameAnimation& animation) {
     if (animation.translationsX.empty()) {
         return;
     }
+    if (isMotionReduced(*widget_)) {
+        pulse();
+    } else {
+        shake(animation);
+    }
+    emit animationStarted();
+}
+
+void WidgetLayer::shake(const KeyFrameAnimation& animation) {
     rest_ = widget_->pos();
     shifted_ = rest_;
     // One loop is a pass and, when the animation reverses, the way back.
@@ -51,7 +73,13 @@ void WidgetLayer::addAnimation(const KeyFrameAnimation& animation) {
                            (animation.autoreverses ? 2 : 1));
     animation_.setLoopCount(std::max(animation.repeatCount, 1));
     animation_.start();
-    emit animationStarted();
+}
+
+void WidgetLayer::pulse() {
+    pulse_.stop();
+    pulse_.setKeyValues({{0.0, 0.0}, {0.2, 1.0}, {0.6, 1.0}, {1.0, 0.0}});
+    pulse_.setDuration(static_cast<int>(pulseDuration.count()));
+    pulse_.start();
 }
 
 bool WidgetLayer::eventFilter(QObject* watched, QEvent* event) {

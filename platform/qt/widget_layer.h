@@ -28,6 +28,10 @@ class WidgetLayer : public QObject, public Layer {
     void animationStarted();
 
   private:
+    void shake(const KeyFrameAnimation& animation);
+    /// What stands for a shake where the desktop asks for less motion: the colour of a field comes
+    /// and goes once.
+    void pulse();
     /// Moves the widget to `offset` points right of its place of rest.
     void moveBy(double offset);
 
@@ -35,6 +39,7 @@ class WidgetLayer : public QObject, public Layer {
     QColor background_ = Qt::transparent;
     double radius_ = 0;
     QVariantAnimation animation_;
+    QVariantAnimation pulse_;
     /// Where the widget is without animation, and where the animation has moved it.
     QPoint rest_;
     QPoint shifted_;

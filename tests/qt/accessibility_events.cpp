@@ -109,13 +109,12 @@ bool AccessibilityEvents::hasState(const AccessibilityEvent& event, unsigned sta
 std::optional<AccessibilityEvent> AccessibilityEvents::last(const std::string& member,
                                                             const std::string& detail,
                                                             const std::string& name) const {
-    for (auto event = events_.rbegin(); event != events_.rend(); ++event) {
-        if (event->member == member && event->detail == detail &&
-            propertyOf(*event, "Name") == name) {
-            return *event;
-        }
-    }
-    return std::nullopt;
+    const auto found =
+        std::find_if(events_.rbegin(), events_.rend(), [&](const AccessibilityEvent& event) {
+            return event.member == member && event.detail == detail &&
+                   propertyOf(event, "Name") == name;
+        });
+    return found == events_.rend() ? std::nullopt : std::optional(*found);
 }
 
 std::uint32_t AccessibilityEvents::roleOf(const AccessibilityEvent& event) const {

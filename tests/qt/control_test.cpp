@@ -53,6 +53,23 @@ TEST(LabelTest, IsStaticTextToAScreenReader) {
     EXPECT_EQ(accessible->text(QAccessible::Name), "<b>A</b> & B");
 }
 
+TEST(LabelTest, BreaksALongNameAtItsJoints) {
+    TextLabel widget;
+    widget.setTextRole("userName");
+    QtLabel label(widget);
+    label.setStringValue("frederica.lindqvist@corp");
+    const int line = widget.heightForWidth(4000);
+    TextLabel longest;
+    longest.setTextRole("userName");
+    QtLabel(longest).setStringValue("lindqvist@");
+
+    // As wide as the longest part: three lines, none broken within a part.
+    EXPECT_GT(widget.heightForWidth(longest.sizeHint().width()), 2 * line);
+    EXPECT_LT(widget.heightForWidth(longest.sizeHint().width()), 4 * line);
+    EXPECT_EQ(label.stringValue(), "frederica.lindqvist@corp");
+    EXPECT_EQ(widget.text(), "frederica.lindqvist@corp");
+}
+
 TEST(LabelTest, StylesMakeItHigher) {
     TextLabel widget;
     QtLabel label(widget);
@@ -145,14 +162,38 @@ TEST(EditableFieldTest, TellsEachEndOfEditing) {
     int ends = 0;
     field.setEditingEnded([&] { ++ends; });
 
+    const auto focus = [&](QEvent::Type type, Qt::FocusReason reason) {
+        QFocusEvent event(type, reason);
+        QCoreApplication::sendEvent(&widget, &event);
+    };
+
     QTest::keyClick(&widget, Qt::Key_Return);
     EXPECT_EQ(ends, 1);
-    QFocusEvent leaves(QEvent::FocusOut, Qt::TabFocusReason);
-    QCoreApplication::sendEvent(&widget, &leaves);
+    focus(QEvent::FocusIn, Qt::TabFocusReason);
+    focus(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+    focus(QEvent::FocusIn, Qt::ActiveWindowFocusReason);
+    EXPECT_EQ(ends, 1);
+    focus(QEvent::FocusOut, Qt::TabFocusReason);
     EXPECT_EQ(ends, 2);
-    QFocusEvent windowLeaves(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
-    QCoreApplication::sendEvent(&widget, &windowLeaves);
-    EXPECT_EQ(ends, 2);
+}
+
+TEST(EditableFieldTest, EndsNoEditingThatTheWindowsActivationBegan) {
+    CustomTextField widget;
+    QtEditableField field(widget);
+    int ends = 0;
+    field.setEditingEnded([&] { ++ends; });
+    const auto passThrough = [&](const QString& typed) {
+        QFocusEvent comes(QEvent::FocusIn, Qt::ActiveWindowFocusReason);
+        QCoreApplication::sendEvent(&widget, &comes);
+        QTest::keyClicks(&widget, typed);
+        QFocusEvent leaves(QEvent::FocusOut, Qt::MouseFocusReason);
+        QCoreApplication::sendEvent(&widget, &leaves);
+    };
+
+    passThrough("");
+    EXPECT_EQ(ends, 0);
+    passThrough("ada");
+    EXPECT_EQ(ends, 1);
 }
 
 TEST(FieldTest, HasAFocusRingAroundItsOwnBounds) {

@@ -1,5 +1,6 @@
 #include "platform/qt/literal_text.h"
 
+#include <QFontDatabase>
 #include <QFontInfo>
 #include <QGuiApplication>
 
@@ -131,6 +132,30 @@ TEST(LiteralTextTest, PutsARightToLeftTextAtTheRight) {
     };
     EXPECT_TRUE(isBlank(0, lineWidth / 2));
     EXPECT_FALSE(isBlank(lineWidth / 2, lineWidth));
+}
+
+TEST(LiteralTextTest, KeepsItsWidthWhileACountdownRuns) {
+    const auto width = [](const QFont& font, const std::string& minutes,
+                          const std::string& seconds) {
+        const TextAttributes bold{FontWeight::bold, 17, TextColor::standard};
+        LiteralText text;
+        text.setFont(font);
+        text.setText(shownText({{"In ", std::nullopt, 0},
+                                {minutes, bold, minutes.size()},
+                                {":", std::nullopt, 0},
+                                {seconds, bold, seconds.size()},
+                                {" left", std::nullopt, 0}}));
+        return text.naturalWidth();
+    };
+    // Not every font has digits of one width.
+    for (const QString& family : QFontDatabase::families()) {
+        const QFont font(family, 11);
+        const int first = width(font, "1", "59");
+        for (const auto& [minutes, seconds] :
+             {std::pair{"1", "48"}, std::pair{"0", "11"}, std::pair{"7", "10"}}) {
+            EXPECT_EQ(width(font, minutes, seconds), first) << family.toStdString();
+        }
+    }
 }
 
 }  // namespace

@@ -94,7 +94,7 @@ TEST_F(PromptSpeechTest, SaysThatThePasswordWasRefusedAndSelectsIt) {
         {"transform", {-10, 10}, true, 2, std::chrono::milliseconds(70)});
 
     EXPECT_EQ(spoken(), "The password was not accepted.");
-    EXPECT_TRUE(password.hasFocus());
+    EXPECT_TRUE(waitUntil([&] { return password.hasFocus(); }));
     EXPECT_EQ(password.selectionLength(), 5);
 }
 

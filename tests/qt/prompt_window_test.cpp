@@ -10,6 +10,7 @@
 #include "platform/qt/form_views.h"
 #include "platform/qt/qt_controls.h"
 #include "platform/qt/qt_desktop.h"
+#include "platform/qt/window_shape.h"
 #include "tests/qt/prompt_window_fixture.h"
 
 namespace velunor {
@@ -222,6 +223,31 @@ TEST_F(PromptWindowTest, MirrorsForARightToLeftLanguage) {
 
     EXPECT_EQ(window.layoutDirection(), Qt::RightToLeft);
     EXPECT_LT(find("updateNowButton").x(), find("postponeButton").x());
+}
+
+TEST(WindowShapeTest, RoundsTheCornersAndNothingElse) {
+    const QRegion shape = roundedRegion(QSize(100, 60), 12);
+
+    EXPECT_EQ(shape.boundingRect(), QRect(0, 0, 100, 60));
+    for (const QPoint& corner : {QPoint(0, 0), QPoint(99, 0), QPoint(0, 59), QPoint(99, 59)}) {
+        EXPECT_FALSE(shape.contains(corner));
+    }
+    for (const QPoint& inside : {QPoint(50, 0), QPoint(0, 30), QPoint(99, 30), QPoint(50, 59),
+                                 QPoint(4, 4), QPoint(95, 55)}) {
+        EXPECT_TRUE(shape.contains(inside));
+    }
+    // The same at all four corners.
+    int pixels = 0;
+    for (const QRect& part : shape) {
+        pixels += part.width() * part.height();
+        EXPECT_EQ(part.left(), 99 - part.right());
+    }
+    EXPECT_NEAR(pixels, 100 * 60 - (4 - 3.14159) * 12 * 12, 8);
+}
+
+TEST(WindowShapeTest, StaysWithinASmallSize) {
+    EXPECT_EQ(roundedRegion(QSize(10, 4), 12).boundingRect(), QRect(0, 0, 10, 4));
+    EXPECT_EQ(roundedRegion(QSize(10, 4), 0), QRegion(0, 0, 10, 4));
 }
 
 }  // namespace

@@ -12,6 +12,8 @@ class WidgetEnvironment : public testing::Environment {
   public:
     void SetUp() override {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        // The desktop that the tests run on has no say.
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
         application_ = std::make_unique<QApplication>(argumentCount_, arguments_.data());
     }
     void TearDown() override { application_.reset(); }

@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMouseEvent>
 #include <QPalette>
 #include <QPixmap>
 #include <QProcess>
@@ -22,6 +23,7 @@
 
 namespace {
 
+using velunor::CustomSecureTextField;
 using velunor::PromptWindow;
 using velunor::SamplePrompt;
 
@@ -29,10 +31,19 @@ struct State {
     const char* name;
     std::function<void(SamplePrompt&, PromptWindow&)> prepare = [](auto&, auto&) {};
     std::function<void(PromptWindow&)> shown = [](auto&) {};
+    /// Size of the desktop's font beside its usual one.
+    double textScale = 1;
 };
 
 void focusField(PromptWindow& window, const char* name) {
     window.findChild<QWidget*>(QLatin1String(name))->setFocus();
+}
+
+void holdDown(QWidget& button) {
+    const QPointF middle = QRectF(button.rect()).center();
+    QMouseEvent press(QEvent::MouseButtonPress, middle, button.mapToGlobal(middle), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&button, &press);
 }
 
 const std::vector<State>& states() {
@@ -44,8 +55,7 @@ const std::vector<State>& states() {
          .prepare = [](SamplePrompt& prompt, PromptWindow&) { prompt.credentials = true; },
          .shown =
              [](PromptWindow& window) {
-                 window.findChild<velunor::CustomSecureTextField*>("passwordTextFiled")
-                     ->type(u"a password");
+                 window.findChild<CustomSecureTextField*>("passwordTextFiled")->type(u"a password");
                  focusField(window, "passwordTextFiled");
              }},
         {.name = "notice",
@@ -55,6 +65,30 @@ const std::vector<State>& states() {
                  prompt.notice = true;
                  prompt.otherUser = true;
              }},
+        {.name = "revealed",
+         .prepare = [](SamplePrompt& prompt, PromptWindow&) { prompt.credentials = true; },
+         .shown =
+             [](PromptWindow& window) {
+                 auto* field = window.findChild<CustomSecureTextField*>("passwordTextFiled");
+                 field->type(u"correct horse battery");
+                 holdDown(field->revealButton());
+             }},
+        {.name = "refused",
+         .prepare = [](SamplePrompt& prompt, PromptWindow&) { prompt.credentials = true; },
+         .shown =
+             [](PromptWindow& window) {
+                 auto* field = window.findChild<CustomSecureTextField*>("passwordTextFiled");
+                 field->type(u"a password");
+                 field->selectAll();
+                 field->setRefusal(1);
+             }},
+        {.name = "large_text",
+         .prepare =
+             [](SamplePrompt& prompt, PromptWindow&) {
+                 prompt.credentials = true;
+                 prompt.notice = true;
+             },
+         .textScale = 2},
         {.name = "keyboard_focus",
          .shown = [](PromptWindow& window) { focusField(window, "updateNowButton"); }},
         {.name = "long_texts",
@@ -95,12 +129,17 @@ QPalette darkPalette() {
 }
 
 bool savePicture(const State& state, const QString& path) {
+    static const QFont usual = QApplication::font();
+    QFont font = usual;
+    font.setPointSizeF(usual.pointSizeF() * state.textScale);
+    QApplication::setFont(font);
     PromptWindow window;
     SamplePrompt prompt;
     state.prepare(prompt, window);
     prompt.fill(window);
     window.present();
     window.activateWindow();
+    QApplication::processEvents();
     state.shown(window);
     QApplication::processEvents();
     return window.grab().save(path);
@@ -158,7 +197,8 @@ int main(int argc, char** argv) {
         }
         return 0;
     }
-    // Pictures that do not depend on the display they are made on.
+    // Pictures that do not depend on the desktop they are made on.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     QTemporaryFile screen;
     if (!describeScreen(screen, scale.toInt())) {
         std::fputs("window_gallery: cannot describe the screen\n", stderr);
