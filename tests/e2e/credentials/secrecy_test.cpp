@@ -5,7 +5,6 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 #include "tests/e2e/credentials/memory.h"
-#include "tests/linux/ldap_server.h"
 
 namespace velunor::e2e {
 
@@ -63,11 +62,8 @@ TEST_F(Secrecy, DeliveredPasswordIsNowhereButInTheMessage) {
 TEST_F(Secrecy, PasswordThatADirectoryAcceptedIsNowhereInThePromptButInTheMessage) {
     testing::LdapServer server;
     server.addAccount("eve", password);
-    addSettings(
-        "[directory]\nsearch_path = [\"/LDAPv3/corp\"]\n"
-        "[directory.node.\"/LDAPv3/corp\"]\nuri = \"" +
-        server.tlsUri() + "\"\nuser_base = \"" + testing::LdapServer::accounts() +
-        "\"\nca_file = \"" + server.authorities() + "\"\n");
+    search(R"("/LDAPv3/corp")");
+    addNode("corp", server);
     startService(Treatment::answerWhenTold);
     startPrompt();
     typeUserName("eve");

@@ -4,7 +4,6 @@
 #include "tests/e2e/support/transcript.h"
 
 #include "tests/e2e/credentials/credentials_test.h"
-#include "tests/linux/ldap_server.h"
 
 namespace velunor::e2e {
 namespace {
@@ -57,11 +56,8 @@ TEST_F(CredentialsTranscript, UserWithoutTokenThenPostpone) {
 TEST_F(CredentialsTranscript, PasswordOfANetworkAccount) {
     testing::LdapServer server;
     server.addAccount("eve", password);
-    addSettings(
-        "[directory]\nsearch_path = [\"/Local/Default\", \"/LDAPv3/corp\"]\n"
-        "[directory.node.\"/LDAPv3/corp\"]\nuri = \"" +
-        server.tlsUri() + "\"\nuser_base = \"" + testing::LdapServer::accounts() +
-        "\"\nca_file = \"" + server.authorities() + "\"\n");
+    search(R"("/Local/Default", "/LDAPv3/corp")");
+    addNode("corp", server);
     startAndRest();
     typeUserName("eve");
     typePassword(password);
