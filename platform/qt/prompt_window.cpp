@@ -112,14 +112,7 @@ void PromptWindow::present() {
     takeSize();
     show();
     // Only once the window is up: connecting to a bus takes its time.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (settings_ == nullptr && hasSessionBus()) {
-                settings_ = new DesktopSettings(QDBusConnection::sessionBus(), this);
-            }
-        },
-        Qt::QueuedConnection);
+    settingsTimer_.start(0);
 }
 
 void PromptWindow::connectActions() {
@@ -167,6 +160,12 @@ void PromptWindow::followDesktop() {
     }
     connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &PromptWindow::scheduleRelayout);
+    settingsTimer_.setSingleShot(true);
+    connect(&settingsTimer_, &QTimer::timeout, this, [this] {
+        if (settings_ == nullptr && hasSessionBus()) {
+            settings_ = new DesktopSettings(QDBusConnection::sessionBus(), this);
+        }
+    });
     relayoutTimer_.setSingleShot(true);
     connect(&relayoutTimer_, &QTimer::timeout, this, &PromptWindow::relayout);
     desktopChanges_ = std::make_unique<X11DesktopChanges>([this] { scheduleRelayout(); });

@@ -78,6 +78,7 @@ class PromptWindow : public QWidget {
     std::function<void()> appear_ = [] {};
     std::unique_ptr<X11DesktopChanges> desktopChanges_;
     QTimer relayoutTimer_;
+    QTimer settingsTimer_;
     QPointF pressedAt_;
     /// The user has dragged the window; it stays where they put it.
     bool movedByUser_ = false;

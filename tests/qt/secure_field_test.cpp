@@ -46,10 +46,10 @@ TEST_F(SecureFieldTest, TakesTheKeysOfItsCharactersAndNoOthers) {
 
 TEST_F(SecureFieldTest, FollowsEveryWayOfRemovingText) {
     struct Case {
-        Qt::Key key;
+        Qt::Key key = Qt::Key_unknown;
         Qt::KeyboardModifiers held;
-        int caret;
-        const char* left;
+        int caret = 0;
+        const char* left = nullptr;
     };
     for (const Case& one : {Case{Qt::Key_Backspace, Qt::NoModifier, 3, "abdef"},
                             Case{Qt::Key_Delete, Qt::NoModifier, 3, "abcef"},
