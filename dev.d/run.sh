@@ -19,7 +19,7 @@ dev_run() {
         arguments=("$kind" "Debian 12.9" false 15 false 2)
     fi
     [ ${#arguments[@]} -eq 6 ] || die "run: six arguments are needed after --"
-    local headless= password=
+    local headless='' password=''
     if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
         headless=yes
     fi
@@ -95,7 +95,7 @@ receive_answer() {
 # ask_password : the password of whoever runs this, from the terminal or from a pipe. The virtual
 # display has no keyboard to type it on.
 ask_password() {
-    local password=
+    local password=''
     if [ -t 0 ]; then
         IFS= read -r -s -p "Password of $(id -un), or nothing to postpone: " password
         printf '\n' >&2
