@@ -1,6 +1,9 @@
 // The console user's picture, from the account's own file and from the accounts service.
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -99,6 +102,27 @@ TEST_F(Picture, OfAnAccountsServiceThatIsNotThereIsNone) {
     startPrompt();
     EXPECT_TRUE(waitForLog("Error: Error Domain=Accounts Code=")) << systemLog();
     EXPECT_TRUE(process().isRunning());
+}
+
+TEST_F(Picture, OfAnAccountsServiceThatNeverAnswersLeavesThePromptUsable) {
+    const std::string place = "/run/dbus/system_bus_socket";
+    const int silent = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    place.copy(address.sun_path, sizeof address.sun_path - 1);
+    {
+        const world::AsRoot root;
+        ASSERT_EQ(::bind(silent, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        std::filesystem::permissions(place, std::filesystem::perms(0666));
+    }
+    ASSERT_EQ(::listen(silent, 8), 0);
+    startService();
+    startPrompt();
+    typePassword(password);
+    clickToTheEnd("Go ahead");
+    EXPECT_TRUE(deliveredCredentials("ada", password)) << delivered();
+    EXPECT_FALSE(logged("Error: ")) << "the look-up had ended before the prompt";
+    ::close(silent);
 }
 
 TEST_F(Picture, ThatMayNotBeReadIsNoneThoughTheAccountsServiceHasOne) {
