@@ -75,7 +75,7 @@ TEST(PamAccounts, UnknownAccount) {
     EXPECT_TRUE(answerTo("../alice", "right").starts_with("refused "));
 }
 
-TEST(PamAccounts, UnusualNames) {
+TEST(PamAccounts, UnusualNamesAreRefused) {
     for (const char* name : {"alice ", " alice", "two words", "\"alice\"", "'alice'", "*",
                              "(alice)", "ali\\ce", "alice\n", "alice\nroot", "-alice", "%s%n",
                              "$(id)", "Ωμέγα", "用户", "مستخدم", "alic\xFF"}) {
