@@ -21,11 +21,11 @@ struct LdapServerSettings {
     /// Whether it can speak TLS on the port that begins in clear text; no other port then.
     bool offersTls = true;
     /// What TLS may use, as the server's library takes it; empty for its own choice.
-    std::string cipherSuite;
+    std::string cipherSuite{};
     /// Entries that it has from the beginning, as LDIF, with whatever attributes.
-    std::string entries;
+    std::string entries{};
     /// Further lines of its configuration, for the database.
-    std::string configuration;
+    std::string configuration{};
 };
 
 /// A real LDAP server (slapd) on free ports of the loopback interface, with certificates of an

@@ -65,6 +65,7 @@ TEST(ChildProcess, ArgumentWithANulStartsNothing) {
     const testing::TemporaryDirectory directory;
     const auto result = run("/usr/bin/touch", {directory.file("started"), std::string("a\0b", 3)});
     EXPECT_NE(result.terminationStatus, 0);
+    EXPECT_EQ(result.output, "Invalid argument\n");
     EXPECT_FALSE(std::filesystem::exists(directory.file("started")));
 }
 

@@ -98,6 +98,17 @@ TEST(SecureTokenTool, UnknownAccount) {
     EXPECT_EQ(statusOf("two words"), unknownAnswer);
 }
 
+TEST(SecureTokenTool, UnusualNamesAreUnknownAccounts) {
+    for (const std::string& name :
+         {std::string("alice "), std::string("\"alice\""), std::string("'alice'"), std::string("*"),
+          std::string("(alice)"), std::string("ali\\ce"), std::string("alice\n"),
+          std::string("alice:x"), std::string("-x"), std::string("--help"), std::string("Ωμέγα"),
+          std::string("用户"), std::string("аlice"), std::string("4001"), std::string("alic\xFF"),
+          std::string(10'000, 'a')}) {
+        EXPECT_EQ(statusOf(name), unknownAnswer) << name;
+    }
+}
+
 TEST(SecureTokenTool, NameThatHoldsAKeyTextIsNeverRepeated) {
     EXPECT_EQ(statusOf("ENABLED"), disabledAnswer);
     EXPECT_EQ(statusOf("Unknown user ENABLED"), unknownAnswer);

@@ -5,7 +5,6 @@
 namespace velunor::e2e {
 namespace {
 
-constexpr const char* helperPath = "/run/velunor/bin/osupdate-checkpass";
 constexpr const char* helperSocket = "/run/velunor/osupdate-checkpass.socket";
 
 }  // namespace
@@ -14,11 +13,15 @@ Desktop::Desktop()
     : password(world::newPassword()),
       user(machine.addAccount("ada", password, {"sudo"})),
       acting(user) {
+    installPasswordHelper();
     const world::AsRoot root;
-    world::Machine::run({"install", "-D", "-m", "755", CHECKPASS_PROGRAM, helperPath});
-    world::Machine::run(
-        {"install", "-D", "-m", "644", PAM_SERVICE_FILE, "/etc/pam.d/velunor-osupdate"});
     world::Machine::seat(user);
+}
+
+void Desktop::installPasswordHelper() {
+    const world::AsRoot root;
+    world::Machine::run({"install", "-D", "-m", "755", CHECKPASS_PROGRAM, passwordHelperPath});
+    world::Machine::run({"install", "-D", "-m", "644", PAM_SERVICE_FILE, pamServicePath});
 }
 
 CredentialsTest::CredentialsTest() : tokenTool_(world::reachable(TOKEN_TOOL_PROGRAM)) {
@@ -34,7 +37,7 @@ void CredentialsTest::writeSettings() {
         text += kind + "_path = \"" + root + "/" + kind + "\"\n";
     }
     text += "[service]\nbus = \"session\"\n[credentials]\nsecure_token_tool = \"" + tokenTool_ +
-            "\"\npassword_helper = \"" + helperPath + "\"\n" + moreSettings_;
+            "\"\npassword_helper = \"" + passwordHelperPath + "\"\n" + moreSettings_;
     writeFile(settingsPath(), text);
 }
 
@@ -97,7 +100,7 @@ void CredentialsTest::startPasswordService() {
     const world::AsRoot root;
     passwordService_ = std::make_unique<ChildProcess>(
         Command{.arguments = {"systemd-socket-activate", "--accept", "--inetd",
-                              "--listen=" + std::string(helperSocket), helperPath},
+                              "--listen=" + std::string(helperSocket), passwordHelperPath},
                 .environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}},
                 .output = {},
                 .errors = directory() / "password-service.log"});

@@ -10,9 +10,17 @@
 
 namespace velunor::e2e {
 
+/// The program that asks PAM, where the settings name it.
+inline constexpr const char* passwordHelperPath = "/run/velunor/bin/osupdate-checkpass";
+/// What PAM does for it.
+inline constexpr const char* pamServicePath = "/etc/pam.d/velunor-osupdate";
+
 /// The account that the tests' desktop belongs to, made before anything of the desktop.
 struct Desktop {
     Desktop();
+
+    /// Puts that program and its PAM service, as they are shipped, into their places.
+    static void installPasswordHelper();
 
     world::Machine machine;
     std::string password;

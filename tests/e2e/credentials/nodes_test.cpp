@@ -104,6 +104,71 @@ TEST_F(Nodes, NameThatIsAFilterIsNobody) {
     EXPECT_EQ(server.binds(), 0);
 }
 
+TEST_F(Nodes, NameOfSeveralAccountsIsRefusedWithoutABind) {
+    const std::string secondName = "uid: eve\n";
+    LdapServer server({.entries = LdapServer::accountEntry("eve", networkPassword) +
+                                  LdapServer::accountEntry("eva", networkPassword, secondName)});
+    search(R"("/LDAPv3/corp")");
+    addNode("corp", server);
+    fill("eve", networkPassword);
+    expectRefused("eve");
+    EXPECT_TRUE(logged("Several accounts have that name")) << systemLog();
+    EXPECT_EQ(server.binds(), 0);
+}
+
+TEST_F(Nodes, ReferralToAnotherServerIsARefusal) {
+    LdapServer elsewhere;
+    // An entry whose bind the server answers with another server's address.
+    LdapServer server({.configuration = "overlay retcode\nretcode-parent \"" +
+                                        LdapServer::accounts() +
+                                        "\"\nretcode-item \"cn=eve\" 0x0a op=bind ref=\"" +
+                                        elsewhere.plainUri() + "/\"\n"});
+    search(R"("/LDAPv3/corp")");
+    addNode("corp", server);
+    addSettings("user_filter = \"(cn=%u)\"\n");
+    fill("eve", networkPassword);
+    expectRefused("eve");
+    EXPECT_TRUE(logged("Credentails Error Error Domain=LDAP Code=10 ")) << systemLog();
+    EXPECT_EQ(elsewhere.connections(), 0);
+}
+
+struct Unusable {
+    const char* name;
+    /// What makes it unusable, as LDIF: attributes of its own, then entries beside it.
+    const char* attributes;
+    const char* entries;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Unusable& account) {
+    return stream << account.name;
+}
+
+class UnusableDirectoryAccount : public Nodes, public ::testing::WithParamInterface<Unusable> {};
+
+TEST_P(UnusableDirectoryAccount, IsRefusedWithItsRightPassword) {
+    LdapServer server(
+        {.entries = LdapServer::accountEntry("eve", networkPassword, GetParam().attributes) +
+                    GetParam().entries});
+    search(R"("/LDAPv3/corp")");
+    addNode("corp", server);
+    fill("eve", networkPassword);
+    expectRefused("eve");
+    EXPECT_TRUE(logged("Credentails Error Error Domain=LDAP Code=")) << systemLog();
+    EXPECT_EQ(server.binds(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Nodes, UnusableDirectoryAccount,
+    ::testing::Values(Unusable{"Locked", "pwdAccountLockedTime: 000001010000Z\n", ""},
+                      Unusable{"Expired",
+                               "pwdPolicySubentry: cn=short,dc=example,dc=org\n"
+                               "pwdChangedTime: 20200101000000Z\n",
+                               "dn: cn=short,dc=example,dc=org\nobjectClass: applicationProcess\n"
+                               "objectClass: pwdPolicy\ncn: short\npwdAttribute: userPassword\n"
+                               "pwdMaxAge: 60\n\n"},
+                      Unusable{"MustChangeItsPassword", "pwdReset: TRUE\n", ""}),
+    [](const auto& instance) { return std::string(instance.param.name); });
+
 TEST_F(Nodes, SecondNodeOfTheSearchPathMayAccept) {
     LdapServer first;
     LdapServer second;

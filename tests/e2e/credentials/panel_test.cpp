@@ -106,6 +106,28 @@ TEST_F(Panel, LeavingTheNameFieldHidesTheNoticeForAnUnknownUser) {
     EXPECT_EQ(delivered(), R"({"postponse":{}})");
 }
 
+TEST_F(Panel, LeavingTheNameFieldHidesTheNoticeForAUserWithToken) {
+    seat(addAccount("bob", password));
+    startService();
+    startPrompt();
+    ASSERT_TRUE(waitForControl("label", "Not allowed to update.")) << systemLog();
+    typeUserName("ada");
+    display().screen().pressKey("Tab");
+    EXPECT_TRUE(waitForLog("Output Secure token is ENABLED for user")) << systemLog();
+    EXPECT_TRUE(eventually([&] { return !noticeShows(); }));
+    clickToTheEnd("Later");
+    EXPECT_EQ(delivered(), R"({"postponse":{}})");
+}
+
+TEST_F(Panel, LeavingThePasswordFieldChecksNoToken) {
+    startService();
+    startPrompt();
+    typePassword("x");
+    display().screen().pressKey("Tab");
+    clickToTheEnd("Later");
+    EXPECT_EQ(timesLogged("Command To Be Executed "), 1U) << systemLog();
+}
+
 TEST_F(Panel, ToolThatIsNotThereLeavesNobodyWithAToken) {
     answerTokensWith("exec /nowhere/at/all");
     startPrompt();

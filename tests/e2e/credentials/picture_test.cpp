@@ -1,6 +1,9 @@
 // The console user's picture, from the account's own file and from the accounts service.
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -60,6 +63,15 @@ class Picture : public CredentialsTest {
                display().screen().pixelsOfColour(*window, blue) == 0;
     }
 
+    /// Expects that the prompt keeps its own picture and says nothing about it.
+    void expectNoneSilently() {
+        startPrompt();
+        ASSERT_TRUE(waitForControl("label", "ada"));
+        ASSERT_TRUE(waitForLog("Dock bounce (critical) triggered at ")) << systemLog();
+        EXPECT_FALSE(logged("Error: "));
+        EXPECT_TRUE(showsNeither());
+    }
+
     [[nodiscard]] std::filesystem::path face() const { return user.home + "/.face"; }
 };
 
@@ -92,21 +104,58 @@ TEST_F(Picture, OfAnAccountsServiceThatIsNotThereIsNone) {
     EXPECT_TRUE(process().isRunning());
 }
 
-TEST_F(Picture, ThatMayNotBeReadIsNone) {
+TEST_F(Picture, OfAnAccountsServiceThatNeverAnswersLeavesThePromptUsable) {
+    const std::string place = "/run/dbus/system_bus_socket";
+    const int silent = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    place.copy(address.sun_path, sizeof address.sun_path - 1);
+    {
+        const world::AsRoot root;
+        ASSERT_EQ(::bind(silent, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        std::filesystem::permissions(place, std::filesystem::perms(0666));
+    }
+    ASSERT_EQ(::listen(silent, 8), 0);
+    startService();
+    startPrompt();
+    typePassword(password);
+    clickToTheEnd("Go ahead");
+    EXPECT_TRUE(deliveredCredentials("ada", password)) << delivered();
+    EXPECT_FALSE(logged("Error: ")) << "the look-up had ended before the prompt";
+    ::close(silent);
+}
+
+TEST_F(Picture, ThatMayNotBeReadIsNoneThoughTheAccountsServiceHasOne) {
     paint(face(), red);
     ASSERT_EQ(::chmod(face().c_str(), 0), 0);
+    paint(user.home + "/other.png", blue);
+    keepPicture(user.home + "/other.png");
     startPrompt();
     EXPECT_TRUE(waitForLog("Error: Error Domain=File Code=")) << systemLog();
     EXPECT_TRUE(showsNeither());
 }
 
+TEST_F(Picture, OfTheAccountsServiceThatIsNotThereIsNoneAndLeavesNoLine) {
+    keepPicture(user.home + "/missing.png");
+    expectNoneSilently();
+}
+
+TEST_F(Picture, OfTheAccountsServiceThatMayNotBeReadIsNoneAndLeavesNoLine) {
+    paint(user.home + "/other.png", blue);
+    ASSERT_EQ(::chmod((user.home + "/other.png").c_str(), 0), 0);
+    keepPicture(user.home + "/other.png");
+    expectNoneSilently();
+}
+
+TEST_F(Picture, OfTheAccountsServiceThatIsNoImageIsNoneAndLeavesNoLine) {
+    writeFile(user.home + "/other.png", "not a picture at all");
+    keepPicture(user.home + "/other.png");
+    expectNoneSilently();
+}
+
 TEST_F(Picture, ThatIsNoImageIsNoneAndLeavesNoLine) {
     writeFile(face(), "not a picture at all");
-    startPrompt();
-    ASSERT_TRUE(waitForControl("label", "ada"));
-    ASSERT_TRUE(waitForLog("Dock bounce (critical) triggered at ")) << systemLog();
-    EXPECT_FALSE(logged("Error: "));
-    EXPECT_TRUE(showsNeither());
+    expectNoneSilently();
 }
 
 TEST_F(Picture, ThatWouldUnpackToGigabytesIsNone) {

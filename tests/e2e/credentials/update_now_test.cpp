@@ -46,6 +46,25 @@ TEST_F(UpdateNow, WrongPasswordStaysAndAFollowingPostponeNamesNobody) {
     EXPECT_TRUE(logged("User Clicked Postpone now - Disabled user --\n"));
 }
 
+TEST_F(UpdateNow, CountdownGoesOnAfterARefusal) {
+    const auto countdown = [&] {
+        for (const Accessible& control : controls()) {
+            if (control.showing && control.name.starts_with("Waits for ")) {
+                return control.name;
+            }
+        }
+        return std::string();
+    };
+    startService();
+    startPrompt();
+    typePassword("x");
+    updateNowUntil("Failed to validate credentials ada\n");
+    std::string first;
+    ASSERT_TRUE(eventually([&] { return !(first = countdown()).empty(); }));
+    std::string later;
+    EXPECT_TRUE(eventually([&] { return !(later = countdown()).empty() && later != first; }));
+}
+
 TEST_F(UpdateNow, RightPasswordAfterAWrongOneIsDelivered) {
     startService();
     startPrompt();
@@ -62,7 +81,8 @@ TEST_F(UpdateNow, EmptyPasswordIsRefused) {
     startService();
     startPrompt();
     updateNowUntil("Failed to validate credentials ada\n");
-    EXPECT_TRUE(logged("Credentails Error "));
+    EXPECT_TRUE(logged("Credentails Error Error Domain=Helper Code=22 \"password: "))
+        << systemLog();
     EXPECT_TRUE(process().isRunning());
     EXPECT_TRUE(requests().empty());
 }
@@ -86,6 +106,8 @@ TEST_F(UpdateNow, EmptyUserNameIsRefused) {
     startPrompt();
     typePassword(password);
     updateNowUntil("Failed to validate credentials \n");
+    EXPECT_TRUE(logged("Credentails Error Error Domain=Helper Code=22 \"user name: "))
+        << systemLog();
     EXPECT_TRUE(requests().empty());
 }
 

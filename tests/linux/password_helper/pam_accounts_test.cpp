@@ -75,6 +75,17 @@ TEST(PamAccounts, UnknownAccount) {
     EXPECT_TRUE(answerTo("../alice", "right").starts_with("refused "));
 }
 
+TEST(PamAccounts, UnusualNamesAreRefused) {
+    for (const char* name : {"alice ", " alice", "two words", "\"alice\"", "'alice'", "*",
+                             "(alice)", "ali\\ce", "alice\n", "alice\nroot", "-alice", "%s%n",
+                             "$(id)", "Ωμέγα", "用户", "مستخدم", "alic\xFF"}) {
+        const std::string answer = answerTo(name, "right");
+        EXPECT_TRUE(answer.starts_with("refused ") && answer.ends_with("\n1")) << name << answer;
+    }
+    // More than a request may hold.
+    EXPECT_EQ(answerTo(std::string(10'000, 'a'), "right"), "refused 19 Conversation error\n1");
+}
+
 TEST(PamAccounts, ExpiredAccount) {
     // What the stack makes of every reason that it does not name.
     EXPECT_EQ(answerTo("expired", "right"), failure);

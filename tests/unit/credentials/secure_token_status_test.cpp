@@ -130,6 +130,19 @@ TEST_F(SecureToken, EscapesAUserNameInTheLogButNotInTheArgument) {
               R"(Command To Be Executed ["/tool", "-secureTokenStatus", "a\"b\\c"])");
 }
 
+TEST_F(SecureToken, PassesAnyUserNameOnUnchangedAndLogsItInOneLine) {
+    using namespace std::string_literals;
+    for (const std::string& name : {"*"s, "(x)"s, "$(id)"s, "it's"s, "line\nbreak\r"s, "nul\0byte"s,
+                                    "Ωμέγα"s, "用户"s, "مستخدم"s, std::string(10'000, 'a')}) {
+        childProcess.runs.clear();
+        EXPECT_EQ(secureTokenStatus(name, "/tool", childProcess, log), SecureTokenStatus::disabled);
+        EXPECT_THAT(childProcess.runs,
+                    ElementsAre(Command{"/usr/bin/env", {"/tool", "-secureTokenStatus", name}}));
+        const auto lines = log.lines();
+        EXPECT_EQ(lines.at(lines.size() - 2).find_first_of("\n\r\0"s), std::string::npos) << name;
+    }
+}
+
 TEST_F(SecureToken, IgnoresTheTerminationStatus) {
     childProcess.answer = {1, "ENABLED"};
     EXPECT_EQ(secureTokenStatus("ada", "/tool", childProcess, log), SecureTokenStatus::enabled);

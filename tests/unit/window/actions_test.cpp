@@ -177,6 +177,21 @@ TEST_F(ActionsTest, PasswordIsNeverLogged) {
     EXPECT_THAT(agent().entries.back().second, Not(HasSubstr("s3cr3t-w0rd")));
 }
 
+TEST_F(ActionsTest, FieldsAreReadAfreshForTheCheckAndForTheAnswer) {
+    openWithCredentials("alice", "p4ss");
+    accounts.accepted["/Local/Default"] = {"alice:p4ss"};
+    controls.userNameTextField.reads = 0;
+    EXPECT_EQ(pressUpdateNow(), 0);
+    EXPECT_EQ(controls.userNameTextField.reads, 3);
+    EXPECT_EQ(controls.passwordTextFiled.reads, 2);
+}
+
+TEST_F(ActionsTest, PostponeIsSentWithoutAttemptsLeftToo) {
+    open("OSUpdateWithCred", "true", "15", "true", "0");
+    EXPECT_EQ(pressPostpone(), 0);
+    EXPECT_EQ(sentJson(), R"({"postponse":{}})");
+}
+
 TEST_F(ActionsTest, FieldIsEmptiedOnceItsPasswordIsTaken) {
     openWithCredentials("alice", "p4ss");
     accounts.accepted["/Local/Default"] = {"alice:p4ss"};

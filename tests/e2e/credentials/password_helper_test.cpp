@@ -1,0 +1,76 @@
+// A PAM, or the program that asks it, that is out of order: the prompt says so in its log, refuses,
+// and goes on.
+
+#include "tests/e2e/credentials/credentials_test.h"
+
+namespace velunor::e2e {
+namespace {
+
+class PasswordHelper : public CredentialsTest {
+  protected:
+    /// PAM's only module behaves like this from now on.
+    static void usePamModule(const std::string& behaviour) {
+        const world::AsRoot root;
+        const std::string line =
+            " required " + world::reachable(PAM_TEST_MODULE) + " " + behaviour + "\n";
+        writeFile(pamServicePath, "auth" + line + "account" + line);
+    }
+
+    /// A script is in the place of the program that asks PAM from now on.
+    static void useProgram(const std::string& commands) {
+        const world::AsRoot root;
+        writeFile(passwordHelperPath, "#!/bin/sh\n" + commands + "\n");
+    }
+
+    /// Expects that the right password is refused with this error, and is taken by the same window
+    /// once everything is in its place again.
+    void expectRefusedUntilRepaired(const std::string& error) {
+        startService();
+        startPrompt();
+        typePassword(password);
+        updateNowUntil("Failed to validate credentials ada\n");
+        EXPECT_TRUE(logged("Credentails Error Error Domain=" + error)) << systemLog();
+        EXPECT_FALSE(logged("Password validated Successfully"));
+        EXPECT_TRUE(requests().empty());
+        installPasswordHelper();
+        clickToTheEnd("Go ahead");
+        EXPECT_TRUE(deliveredCredentials("ada", password)) << delivered();
+    }
+};
+
+class FaultyPam : public PasswordHelper, public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(FaultyPam, RefusesAndLeavesTheWindowUsable) {
+    usePamModule(GetParam());
+    expectRefusedUntilRepaired("PAM Code=26 ");
+}
+
+TEST_P(FaultyPam, OfTheSystemServiceRefusesAndLeavesTheWindowUsable) {
+    usePamModule(GetParam());
+    startPasswordService();
+    expectRefusedUntilRepaired("PAM Code=26 ");
+}
+
+INSTANTIATE_TEST_SUITE_P(PasswordHelper, FaultyPam, ::testing::Values("hang", "crash", "exit"),
+                         [](const auto& instance) { return instance.param; });
+
+TEST_F(PasswordHelper, ThatIsMissingRefusesAndLeavesTheWindowUsable) {
+    {
+        const world::AsRoot root;
+        std::filesystem::remove(passwordHelperPath);
+    }
+    expectRefusedUntilRepaired("Helper Code=2 ");
+}
+
+TEST_F(PasswordHelper, ThatHangsRefusesAndLeavesTheWindowUsable) {
+    useProgram("sleep 600");
+    expectRefusedUntilRepaired("Helper Code=110 ");
+}
+
+TEST_F(PasswordHelper, ThatCrashesRefusesAndLeavesTheWindowUsable) {
+    useProgram("kill -SEGV $$");
+    expectRefusedUntilRepaired("Helper Code=71 ");
+}
+
+}  // namespace
+}  // namespace velunor::e2e
