@@ -11,6 +11,7 @@
 #include "app/app_delegate.h"
 #include "app/globals.h"
 #include "app/start_up.h"
+#include "platform/linux/library_environment.h"
 #include "platform/linux/linux_child_process.h"
 #include "platform/linux/linux_console_users.h"
 #include "platform/linux/linux_directory_service.h"
@@ -116,6 +117,7 @@ struct Machine {
 }  // namespace
 
 int main(int argc, char** argv) {
+    velunor::leaveOutRevealingVariables(argv);
     // The process will hold a typed password: no core dump, no reading by other programs.
     prctl(PR_SET_DUMPABLE, 0);
 

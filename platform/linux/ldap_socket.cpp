@@ -93,6 +93,16 @@ FileDescriptor connected(const addrinfo& address, LdapDeadline deadline) {
     return error == 0 ? std::move(socket) : FileDescriptor();
 }
 
+/// When to give `address` up: each of it and those behind it has the same share of what is left.
+LdapDeadline endOfTurn(const addrinfo* address, LdapDeadline deadline) {
+    int turns = 0;
+    for (; address != nullptr; address = address->ai_next) {
+        ++turns;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    return now + (deadline - now) / turns;
+}
+
 }  // namespace
 
 bool waitForSocket(int socket, short events, LdapDeadline deadline) {
@@ -124,7 +134,8 @@ std::variant<FileDescriptor, std::string> connectSocket(const std::string& host,
     int error = EADDRNOTAVAIL;
     for (const addrinfo* address = addresses.first.get(); address != nullptr;
          address = address->ai_next) {
-        if (FileDescriptor socket = connected(*address, deadline); socket.isOpen()) {
+        FileDescriptor socket = connected(*address, endOfTurn(address, deadline));
+        if (socket.isOpen()) {
             return socket;
         }
         error = errno;

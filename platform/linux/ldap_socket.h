@@ -15,7 +15,8 @@ using LdapDeadline = std::chrono::steady_clock::time_point;
 [[nodiscard]] bool waitForSocket(int socket, short events, LdapDeadline deadline);
 
 /// Connects a TCP socket to the first address of `host` that answers, and looks the name up before.
-/// The socket is close-on-exec and does not block. Else why there is none, as one line. Any thread.
+/// A silent address uses up no more than its share of the time. The socket is close-on-exec and
+/// does not block. Else why there is none, as one line. Any thread.
 [[nodiscard]] std::variant<FileDescriptor, std::string> connectSocket(const std::string& host,
                                                                       int port,
                                                                       LdapDeadline deadline);

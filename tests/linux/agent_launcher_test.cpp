@@ -148,6 +148,32 @@ TEST_F(AgentPrompt, RequestUnderAnotherKeyIsNoAnswer) {
     EXPECT_EQ(output(), "");
 }
 
+TEST_F(AgentPrompt, AnswerOfAProgramThatWasNotStartedHereDoesNotCount) {
+    startBus();
+    initialiseLibrary();
+    ChildProcess& process = startPrompt("stay", "");
+    ASSERT_TRUE(
+        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    EXPECT_EQ(request(statusKey, R"({"proceed":{"passwd":"planted"}})"), "Not the prompt");
+    process.sendSignal(SIGTERM);
+    EXPECT_EQ(process.wait(), exited(AgentExit::noAnswer)) << errors();
+    EXPECT_EQ(output(), "");
+    EXPECT_THAT(errors(), HasSubstr("another program sent an answer"));
+}
+
+TEST_F(AgentPrompt, AnswerOfAPromptThatTheProgramStartsCounts) {
+    startBus();
+    const auto wrapper = directory() / "wrapper";
+    writeFile(wrapper, std::string("#!/bin/sh\n'") + FAKE_PROMPT_PROGRAM + "' \"$@\"\nexit $?\n");
+    std::filesystem::permissions(wrapper, std::filesystem::perms::owner_all);
+    EXPECT_EQ(
+        start({"prompt", "--program", wrapper, "--", "answer", R"({"proceed":{}})", "", "", "", ""})
+            .wait(),
+        exited(AgentExit::proceed))
+        << errors();
+    EXPECT_EQ(output(), "{\"proceed\":{}}\n");
+}
+
 TEST_F(AgentPrompt, PromptThatEndsWithoutAnAnswerEndsWithFour) {
     startBus();
     EXPECT_EQ(startPrompt("silent", "").wait(), exited(AgentExit::noAnswer));

@@ -236,6 +236,34 @@ TEST_F(LdapNodeLimits, SocketIsClosedOnExecAndAfterTheNode) {
 }
 
 /// In namespaces of its own: a name server that never answers.
+TEST(LdapNodeNames, AddressThatIsSilentLeavesTimeForTheNext) {
+    const TemporaryDirectory directory;
+    directory.write("hosts", "127.0.0.1 twins.example.org\n127.0.0.2 twins.example.org\n");
+    directory.write("host.conf", "multi on\n");
+    directory.write("nsswitch.conf", "hosts: files\n");
+    const ChildOutcome outcome = inChild([&]() -> std::string {
+        enterPrivateNamespace();
+        for (const char* name : {"hosts", "host.conf", "nsswitch.conf"}) {
+            mountFileOver(directory.file(name), std::string("/etc/") + name);
+        }
+        const BlackHole hole;
+        const FileDescriptor second(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + 1);
+        address.sin_port = htons(static_cast<std::uint16_t>(hole.port()));
+        if (bind(second.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+            listen(second.get(), 1) != 0) {
+            return "no second address";
+        }
+        const auto connection =
+            connectSocket("twins.example.org", hole.port(), steady_clock::now() + 4 * shortLimit);
+        const auto* reason = std::get_if<std::string>(&connection);
+        return reason == nullptr ? "connected" : *reason;
+    });
+    EXPECT_EQ(outcome.text, "connected");
+}
+
 TEST(LdapNodeNames, SilentNameServerEndsAtTheLimit) {
     const TemporaryDirectory directory;
     directory.write("resolv.conf", "nameserver 127.0.0.1\n");

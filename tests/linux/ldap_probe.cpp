@@ -7,9 +7,11 @@
 #include <cstdio>
 
 #include "platform/linux/ldap_node.h"
+#include "platform/linux/library_environment.h"
 
 int main(int count, char** arguments) {
     using namespace velunor;
+    leaveOutRevealingVariables(arguments);
     if (count != 3) {
         return 2;
     }

@@ -201,10 +201,12 @@ class LdapNodeEnvironment : public LdapNode {
                              directory.path(),
                              LDAP_PROBE_PROGRAM,
                              server.tlsUri(),
-                             other.authorities()};
+                             authorities};
         command.environment = environment;
         command.output = directory.path() / "output";
+        command.errors = directory.path() / "errors";
         std::filesystem::remove(command.output);
+        std::filesystem::remove(command.errors);
         EXPECT_EQ(e2e::ChildProcess(command).wait(), (e2e::Ending{0, 0}));
         return e2e::readFile(command.output);
     }
@@ -213,6 +215,8 @@ class LdapNodeEnvironment : public LdapNode {
     LdapServer server;
     /// Has an authority that the first server's certificate is not from.
     LdapServer other;
+    /// Whom the probe trusts.
+    std::string authorities = other.authorities();
 };
 
 constexpr const char* weakAndRefused =
@@ -252,6 +256,14 @@ TEST_F(LdapNodeEnvironment, FilesDoNotWeakenTheCheck) {
     e2e::writeFile(directory.path() / "ldaprc", weak);
     EXPECT_THAT(probed({}), HasSubstr(weakAndRefused));
     EXPECT_EQ(other.connections(), 0);
+}
+
+TEST_F(LdapNodeEnvironment, VariablesDoNotHaveTheKeysWrittenDown) {
+    authorities = server.authorities();
+    const auto keys = directory.path() / "keys";
+    EXPECT_THAT(probed({{"SSLKEYLOGFILE", keys}, {"GNUTLS_DEBUG_LEVEL", "9"}}), HasSubstr("opens"));
+    EXPECT_FALSE(std::filesystem::exists(keys));
+    EXPECT_THAT(e2e::readFile(directory.path() / "errors"), Not(HasSubstr("KEY [")));
 }
 
 }  // namespace

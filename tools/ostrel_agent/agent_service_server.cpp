@@ -1,12 +1,28 @@
 #include "tools/ostrel_agent/agent_service_server.h"
 
 #include <cerrno>
+#include <memory>
 #include <system_error>
 #include <utility>
 
 #include "agent/linux/agent_bus.h"
 
 namespace velunor {
+
+namespace {
+
+pid_t senderOf(sd_bus_message* message) {
+    sd_bus_creds* raw = nullptr;
+    pid_t sender = 0;
+    if (sd_bus_query_sender_creds(message, SD_BUS_CREDS_PID, &raw) < 0) {
+        return 0;
+    }
+    const std::unique_ptr<sd_bus_creds, decltype(&sd_bus_creds_unref)> credentials(
+        raw, sd_bus_creds_unref);
+    return sd_bus_creds_get_pid(raw, &sender) < 0 ? 0 : sender;
+}
+
+}  // namespace
 
 AgentServiceServer::AgentServiceServer(Handler handler) : handler_(std::move(handler)) {}
 
@@ -62,7 +78,8 @@ int AgentServiceServer::handleMessage(sd_bus_message* message, void* userdata,
         return -EINVAL;
     }
     const auto* text = static_cast<const char*>(bytes);
-    const std::string reply = server.handler_({key, Secret(std::string_view(text, size))});
+    const std::string reply =
+        server.handler_({key, Secret(std::string_view(text, size)), senderOf(message)});
     return sd_bus_reply_method_return(message, "s", reply.c_str());
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/types.h>
 #include <systemd/sd-bus.h>
 
 #include <functional>
@@ -14,6 +15,8 @@ namespace velunor {
 struct AgentRequest {
     std::string key;
     Secret message;
+    /// The process that sent it; 0 when the bus does not tell, as of one that has gone.
+    pid_t sender = 0;
 };
 
 /// The agent service's side of the bus: owns its name and hands each request on. One thread.

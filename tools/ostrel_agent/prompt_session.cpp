@@ -19,6 +19,7 @@
 #include "prompt/os_update_notification_response.h"
 #include "tools/ostrel_agent/agent_service_server.h"
 #include "tools/ostrel_agent/printable.h"
+#include "tools/ostrel_agent/process_tree.h"
 
 namespace velunor {
 
@@ -90,6 +91,11 @@ class PromptSession {
     std::string receive(AgentRequest request) {
         if (request.key != statusKey) {
             return "Unknown key";
+        }
+        // Everybody on the bus may send one.
+        if (!descendsFrom(request.sender, prompt_)) {
+            complain("another program sent an answer");
+            return "Not the prompt";
         }
         if (!answer_) {
             answer_ = std::move(request.message);

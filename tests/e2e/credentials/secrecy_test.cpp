@@ -78,6 +78,24 @@ TEST_F(Secrecy, PasswordThatADirectoryAcceptedIsNowhereInThePromptButInTheMessag
     EXPECT_TRUE(deliveredCredentials("eve", password)) << delivered();
 }
 
+TEST_F(Secrecy, KeysOfTheConnectionToADirectoryAreNotWrittenDown) {
+    testing::LdapServer server;
+    server.addAccount("eve", password);
+    search(R"("/LDAPv3/corp")");
+    addNode("corp", server);
+    startService();
+    const auto keys = directory() / "keys";
+    environment()["SSLKEYLOGFILE"] = keys;
+    environment()["GNUTLS_DEBUG_LEVEL"] = "9";
+    startPrompt();
+    typeUserName("eve");
+    typePassword(password);
+    clickToTheEnd("Go ahead");
+    EXPECT_TRUE(deliveredCredentials("eve", password)) << delivered();
+    EXPECT_FALSE(std::filesystem::exists(keys));
+    EXPECT_EQ(systemLog().find("KEY ["), std::string::npos);
+}
+
 TEST_F(Secrecy, RefusedPasswordIsNowhereButInThePrompt) {
     const std::string wrong = world::newPassword();
     startPasswordService();
