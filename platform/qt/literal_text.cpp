@@ -54,7 +54,7 @@ QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRan
 void appendFigures(const QString& text, const QTextLayout::FormatRange& range, const QFont& base,
                    QList<QTextLayout::FormatRange>& formats) {
     const QFontMetricsF metrics(range.format.font().resolve(base));
-    const auto width = [&](QChar digit) { return metrics.horizontalAdvance(digit); };
+    const auto width = [&](QChar digit) { return metrics.horizontalAdvance(QString(digit)); };
     qreal widest = 0;
     for (char digit = '0'; digit <= '9'; ++digit) {
         widest = std::max(widest, width(QLatin1Char(digit)));
