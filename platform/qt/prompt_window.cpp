@@ -11,6 +11,7 @@
 #include <QScrollBar>
 #include <QWindow>
 #include <algorithm>
+#include <chrono>
 
 #include "platform/qt/desktop_settings.h"
 #include "platform/qt/form_outlets.h"
@@ -33,6 +34,8 @@ namespace velunor {
 
 namespace {
 
+/// Until what was pressed during a check has arrived.
+constexpr std::chrono::milliseconds settlingTime{100};
 constexpr int leastCardWidth = 420;
 /// Width of the card beside the height of a line: a desktop with large text has a wider card.
 constexpr int cardWidthInLines = 21;
@@ -119,7 +122,15 @@ void PromptWindow::connectActions() {
     const auto onClick = [this](QAbstractButton* button, std::function<void()>& action) {
         connect(button, &QAbstractButton::clicked, this, [&action] { action(); });
     };
-    onClick(form_->updateNowButton, updateNow_);
+    settling_.setSingleShot(true);
+    connect(form_->updateNowButton, &QAbstractButton::clicked, this, [this] {
+        // A check holds the window up. Whoever went on pressing meant the same attempt, and each
+        // further one counts towards the lock of the account.
+        if (!settling_.isActive()) {
+            updateNow_();
+            settling_.start(settlingTime);
+        }
+    });
     onClick(form_->postponeButton, postpone_);
     onClick(form_->usernameChangeButton, changeUserName_);
     for (QLineEdit* field : {static_cast<QLineEdit*>(form_->userNameTextField),

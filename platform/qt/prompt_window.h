@@ -34,6 +34,7 @@ class PromptWindow : public QWidget {
     /// window. Valid as long as this object.
     [[nodiscard]] PromptView view() const { return view_; }
 
+    /// What is pressed while `action` runs does not call it again.
     void onUpdateNow(std::function<void()> action) { updateNow_ = std::move(action); }
     void onPostpone(std::function<void()> action) { postpone_ = std::move(action); }
     void onChangeUserName(std::function<void()> action) { changeUserName_ = std::move(action); }
@@ -79,6 +80,8 @@ class PromptWindow : public QWidget {
     std::unique_ptr<X11DesktopChanges> desktopChanges_;
     QTimer relayoutTimer_;
     QTimer settingsTimer_;
+    /// Runs for a moment after each check.
+    QTimer settling_;
     QPointF pressedAt_;
     /// The user has dragged the window; it stays where they put it.
     bool movedByUser_ = false;

@@ -184,8 +184,25 @@ TEST_F(PromptKeyboardTest, TakesReturnInTheFieldsAsUpdateNow) {
 
     QTest::keyClick(&find("userNameTextField"), Qt::Key_Return);
     EXPECT_EQ(updates, 1);
-    QTest::keyClick(&find("passwordTextFiled"), Qt::Key_Enter);
-    EXPECT_EQ(updates, 2);
+    EXPECT_TRUE(waitUntil([&] {
+        QTest::keyClick(&find("passwordTextFiled"), Qt::Key_Enter);
+        return updates == 2;
+    }));
+}
+
+TEST_F(PromptKeyboardTest, PressingDuringACheckAndRightAfterItIsNoFurtherOne) {
+    int updates = 0;
+    window.onUpdateNow([&] { ++updates; });
+    show();
+
+    auto& button = find<TextButton>("updateNowButton");
+    button.click();
+    button.click();
+    EXPECT_EQ(updates, 1);
+    EXPECT_TRUE(waitUntil([&] {
+        button.click();
+        return updates == 2;
+    }));
 }
 
 TEST_F(PromptKeyboardTest, PassesOverReturnWhileUpdateNowIsHidden) {
