@@ -30,6 +30,7 @@ class LiteralText {
   public:
     void setText(const ShownText& shown);
     void setFont(const QFont& font);
+    [[nodiscard]] const QFont& font() const { return font_; }
     /// The direction of the surrounding layout; every line is at its leading edge.
     void setLayoutDirection(Qt::LayoutDirection direction);
     void setCentered(bool centered);

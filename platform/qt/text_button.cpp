@@ -114,7 +114,7 @@ void TextButton::paintEvent(QPaintEvent*) {
         drawPlate(painter);
         ink = role_ == QLatin1String("primary") ? theme.onAccent : theme.text;
     }
-    const QRect room = rect().marginsRemoved(padding());
+    const QRect room = textRoom();
     const int height = layout_.heightForWidth(room.width());
     const int top = room.top() + std::max(0, (room.height() - height) / 2);
     layout_.draw(painter, QRect(room.left(), top, room.width(), height), ink);
