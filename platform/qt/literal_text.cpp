@@ -3,6 +3,7 @@
 #include <QFontInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QTextBoundaryFinder>
 #include <QTextOption>
 #include <algorithm>
 #include <cmath>
@@ -160,28 +161,49 @@ void LiteralText::rebuild() {
     }
 }
 
+void LiteralText::setHangingUnits(qsizetype units) {
+    hangingUnits_ = units;
+    rebuild();
+}
+
+qreal LiteralText::hangingIndent(const QTextLayout& paragraph) const {
+    const bool rightToLeft = paragraph.textOption().textDirection() == Qt::RightToLeft;
+    const bool atLeadingEdge =
+        paragraph.textOption().alignment() == (rightToLeft ? Qt::AlignRight : Qt::AlignLeft);
+    return hangingUnits_ > 0 && atLeadingEdge
+               ? QFontMetricsF(font_).horizontalAdvance(shown_.text.left(hangingUnits_))
+               : 0;
+}
+
 qreal LiteralText::layOut(qreal width) const {
     if (width == laidOutWidth_) {
         return laidOutHeight_;
     }
-    const qreal emptyLine = QFontMetricsF(font_).height();
+    // A script whose letters another font has to lend keeps the rhythm of the text's own font.
+    const QFontMetricsF own(font_);
     qreal y = 0;
+    bool first = true;
     for (const auto& layout : paragraphs_) {
+        const qreal indent = hangingIndent(*layout);
+        const bool fromLeft = layout->textOption().textDirection() == Qt::LeftToRight;
         layout->beginLayout();
         bool any = false;
         for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
-            line.setLineWidth(width);
-            y +=
-                any || layout != paragraphs_.front() ? std::round(line.height() * extraLeading) : 0;
-            line.setPosition(QPointF(0, y));
-            y += line.height();
+            const qreal before = first ? 0 : std::min(indent, width / 2);
+            line.setLineWidth(width - before);
+            y += first ? 0 : std::round(line.height() * extraLeading);
+            const qreal above = std::max(0.0, own.ascent() - line.ascent());
+            const qreal below = std::max(0.0, own.descent() - line.descent());
+            line.setPosition(QPointF(fromLeft ? before : 0, y + above));
+            y += above + line.height() + below;
             any = true;
+            first = false;
         }
         layout->endLayout();
-        y += any ? 0 : emptyLine;
+        y += any ? 0 : own.height();
     }
     laidOutWidth_ = width;
-    laidOutHeight_ = std::max(y, emptyLine);
+    laidOutHeight_ = std::max(y, own.height());
     return laidOutHeight_;
 }
 
@@ -197,6 +219,18 @@ int LiteralText::naturalWidth() const {
         naturalWidth_ = static_cast<int>(std::ceil(widest));
     }
     return naturalWidth_;
+}
+
+int LiteralText::widestWord() const {
+    const QFontMetricsF metrics(font_);
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Line, shown_.text);
+    qreal widest = 0;
+    for (qsizetype start = 0, end = finder.toNextBoundary(); end >= 0;
+         start = end, end = finder.toNextBoundary()) {
+        const QString word = shown_.text.mid(start, end - start).trimmed();
+        widest = std::max(widest, metrics.horizontalAdvance(word));
+    }
+    return static_cast<int>(std::ceil(widest));
 }
 
 int LiteralText::heightForWidth(int width) const {
