@@ -2,10 +2,13 @@
 
 #include <QApplication>
 #include <QFontMetrics>
+#include <QGlyphRun>
 #include <QLineEdit>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTextLayout>
+#include <algorithm>
 #include <array>
 #include <iterator>
 #include <memory>
@@ -36,9 +39,24 @@ bool isName(const QWidget& label) {
     return label.objectName() == "updateDescription" || label.objectName() == "userNameLabel";
 }
 
+/// Whether the machine's fonts have all letters of the text: what a missing one would take says
+/// nothing about the real one.
+bool hasLetters(const QString& text, const QFont& font) {
+    QTextLayout layout(text, font);
+    layout.beginLayout();
+    layout.createLine();
+    layout.endLayout();
+    const QList<QGlyphRun> runs = layout.glyphRuns();
+    return std::none_of(runs.begin(), runs.end(),
+                        [](const QGlyphRun& run) { return run.glyphIndexes().contains(0); });
+}
+
 void checkText(const QWidget& control, const QString& text, const QFont& font, const QSize& box,
                Complaints& complaints) {
     const std::string name = control.objectName().toStdString();
+    if (!hasLetters(text, font)) {
+        complaints.push_back(name + ": no font has its letters; are the Noto fonts installed?");
+    }
     const QSize room = roomOf(text, font, box.width());
     if (room.width() > box.width() && !isName(control)) {
         complaints.push_back(name + ": a word is wider than its box");
