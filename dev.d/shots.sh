@@ -40,34 +40,48 @@ dev_shots() {
     # The README's first picture shows the window as ./dev run shows it.
     unset DISPLAY WAYLAND_DISPLAY
     "$ROOT/dev" run
-    cp "$ROOT/build/run/prompt.png" "$ROOT/docs/prompt.png"
+    # The bare screen beside the card's corners is not the window's.
+    local right bottom
+    right=$(($(identify -format '%w' "$ROOT/build/run/prompt.png") - 1))
+    bottom=$(($(identify -format '%h' "$ROOT/build/run/prompt.png") - 1))
+    convert "$ROOT/build/run/prompt.png" -alpha set -fill none -floodfill +0+0 black \
+        -floodfill "+$right+0" black -floodfill "+0+$bottom" black \
+        -floodfill "+$right+$bottom" black "$ROOT/docs/prompt.png"
     say "docs/prompt.png and docs/prompt-credentials.png are new"
 }
 
-# contact_sheet SCALE light|dark|both WIDTH NAME : a row for each state, a column for each language.
+# contact_sheet SCALE light|dark|both WIDTH NAME : a row for each state, a column for each language;
+# the states that only English is shown in stand at the end.
 contact_sheet() {
-    local scale=$1 looks=(light dark) width=$3 state language look pictures=() others=()
+    local scale=$1 looks=(light dark) width=$3 state language look row rows
     [ "$2" = both ] || looks=("$2")
+    local number=100 columns=$((${#looks[@]} * ${#SHOT_LANGUAGES[@]})) special=()
+    cd "$ROOT/build/shots" || exit
+    rows=$(mktemp -d)
     for state in "${SHOT_STATES[@]}"; do
+        row=()
         for look in "${looks[@]}"; do
             for language in "${SHOT_LANGUAGES[@]}"; do
-                pictures+=("${state}_${language}_${look}_${scale}x.png")
+                row+=("${state}_${language}_${look}_${scale}x.png")
             done
         done
+        contact_row "$width" "$columns" "$rows/$((number += 1)).png" "${row[@]}"
     done
-    # The states that only English is shown in stand at the end.
     for look in "${looks[@]}"; do
-        mapfile -t -O "${#others[@]}" others < <(
-            cd "$ROOT/build/shots" &&
-                for state in *_en_"${look}_${scale}x.png"; do
-                    [[ " ${pictures[*]} " == *" $state "* ]] || printf '%s\n' "$state"
-                done
-        )
+        for state in *_en_"${look}_${scale}x.png"; do
+            [[ " ${SHOT_STATES[*]} " == *" ${state%_en_*} "* ]] || special+=("$state")
+        done
     done
-    (
-        cd "$ROOT/build/shots" || exit
-        montage -label '%t' "${pictures[@]}" "${others[@]}" \
-            -tile "$((${#looks[@]} * ${#SHOT_LANGUAGES[@]}))x" -geometry "${width}x+12+12" \
-            -background '#9aa3ad' -quality 92 "$4"
-    )
+    for ((row = 0; row < ${#special[@]}; row += columns)); do
+        contact_row "$width" "$columns" "$rows/$((number += 1)).png" "${special[@]:row:columns}"
+    done
+    convert "$rows"/*.png -append -quality 92 "$4"
+    rm -rf "$rows"
+    cd "$ROOT" || exit
+}
+
+# contact_row WIDTH COLUMNS OUTPUT PICTURE...
+contact_row() {
+    montage -label '%t' "${@:4}" -tile "$2x1" -gravity north -geometry "${1}x+12+12" \
+        -background '#9aa3ad' "$3"
 }

@@ -19,7 +19,7 @@ constexpr double tolerance = 0.002;
 class ApprovedPicturesTest : public testing::TestWithParam<ApprovedPicture> {
   protected:
     static void SetUpTestSuite() {
-        screen_ = std::make_unique<OffscreenScreen>(1280, 1000, 1);
+        screen_ = std::make_unique<OffscreenScreen>(1280, 800, 1);
         prepareApprovedFont();
         application_ = std::make_unique<QApplication>(argumentCount_, arguments_.data());
         ready_ = screen_->isReady() && useApprovedFont();

@@ -76,7 +76,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     const int scale = what == "2" ? 2 : 1;
-    const OffscreenScreen screen(1280, 1000, scale);
+    const OffscreenScreen screen(1280, 800, scale);
     if (!screen.isReady()) {
         std::fputs("window_gallery: cannot describe the screen\n", stderr);
         return 1;
