@@ -6,6 +6,7 @@
 #include <QTextBoundaryFinder>
 #include <QTextOption>
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace velunor {
@@ -50,21 +51,39 @@ QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRan
     return within;
 }
 
+/// Widths of the ten digits in the place of the figure in `range`: beside letters of some scripts a
+/// font takes other shapes than for a digit that stands alone.
+std::array<qreal, 10> digitWidths(const QString& text, const QTextLayout::FormatRange& range,
+                                  const QFont& base) {
+    std::array<qreal, 10> widths{};
+    QTextLayout::FormatRange single{range.start, 1, range.format};
+    single.format.setFontKerning(false);
+    QString sample = text;
+    for (std::size_t digit = 0; digit < widths.size(); ++digit) {
+        sample[range.start] = QChar(u'0' + static_cast<char16_t>(digit));
+        QTextLayout layout(sample, base);
+        layout.setFormats({single});
+        layout.beginLayout();
+        QTextLine line = layout.createLine();
+        line.setLineWidth(unlimitedWidth);
+        layout.endLayout();
+        widths.at(digit) = std::abs(line.cursorToX(range.start + 1) - line.cursorToX(range.start));
+    }
+    return widths;
+}
+
 /// The format for each digit of the number in `range`, spaced so that all digits of the font are
 /// equally wide: a figure that counts must not make the text beside it tremble.
 void appendFigures(const QString& text, const QTextLayout::FormatRange& range, const QFont& base,
                    QList<QTextLayout::FormatRange>& formats) {
-    const QFontMetricsF metrics(range.format.font().resolve(base));
-    const auto width = [&](QChar digit) { return metrics.horizontalAdvance(digit); };
-    qreal widest = 0;
-    for (char digit = '0'; digit <= '9'; ++digit) {
-        widest = std::max(widest, width(QLatin1Char(digit)));
-    }
+    const std::array<qreal, 10> widths = digitWidths(text, range, base);
+    const qreal widest = *std::max_element(widths.begin(), widths.end());
     for (int index = range.start; index < range.start + range.length; ++index) {
         QTextLayout::FormatRange single{index, 1, range.format};
         single.format.setFontKerning(false);
         single.format.setFontLetterSpacingType(QFont::AbsoluteSpacing);
-        single.format.setFontLetterSpacing(widest - width(text.at(index)));
+        const auto digit = static_cast<std::size_t>(text.at(index).digitValue());
+        single.format.setFontLetterSpacing(widest - widths.at(digit));
         formats.append(single);
     }
 }

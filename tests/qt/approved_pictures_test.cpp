@@ -58,7 +58,7 @@ TEST_P(ApprovedPicturesTest, LooksAsApproved) {
     }
 }
 
-TEST_P(ApprovedPicturesTest, NoticesAColumnOfButtonsOnePixelLower) {
+TEST_P(ApprovedPicturesTest, NoticesButtonsOnePixelLower) {
     const QImage now = renderNow(GetParam());
     const QRect buttons(0, now.height() - 70, now.width(), 60);
     QImage moved = now;
