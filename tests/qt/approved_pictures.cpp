@@ -43,7 +43,7 @@ void prepareApprovedFont() {
 }
 
 bool useApprovedFont() {
-    constexpr double usualPointSize = 10;
+    constexpr double usualPointSize = 9;
     for (const char* file : {"DejaVuSans.ttf", "DejaVuSans-Bold.ttf"}) {
         const QString path = QStringLiteral("/usr/share/fonts/truetype/dejavu/") + file;
         if (QFontDatabase::addApplicationFont(path) < 0) {
@@ -56,6 +56,8 @@ bool useApprovedFont() {
     font.setPointSizeF(usualPointSize);
     font.setHintingPreference(QFont::PreferNoHinting);
     QApplication::setFont(font);
+    // A caret that blinks would come and go with the speed of the machine.
+    QApplication::setCursorFlashTime(0);
     return true;
 }
 
