@@ -220,6 +220,7 @@ qreal LiteralText::layOut(qreal width) const {
         }
         layout->endLayout();
         y += any ? 0 : own.height();
+        first = false;
     }
     laidOutWidth_ = width;
     laidOutHeight_ = std::max(y, own.height());

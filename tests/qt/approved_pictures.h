@@ -7,9 +7,9 @@ namespace velunor {
 
 /// A picture of the window whose look was approved; it is kept as <name>.png.
 struct ApprovedPicture {
-    const char* name;
-    const char* state;
-    const char* language;
+    const char* name = "";
+    const char* state = "";
+    const char* language = "";
     bool dark = false;
 };
 

@@ -11,7 +11,7 @@ namespace velunor {
 
 /// A state of the window that people meet.
 struct SampleState {
-    const char* name;
+    const char* name = "";
     /// Changes the prompt before its texts are written into the window.
     std::function<void(SamplePrompt&)> prepare = [](auto&) {};
     /// What is done in the window once it is shown.
