@@ -21,6 +21,8 @@ readonly PACKAGES_DISPLAY=(
 readonly PACKAGES_TEST=(
     valgrind clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
     systemd util-linux passwd)
+# Letters of Chinese, Japanese and Korean, for the pictures and the test that every text fits.
+readonly PACKAGES_SHOTS=(fonts-noto-cjk)
 readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck)
 readonly PACKAGES_BENCH=(zenity)
 readonly PACKAGES_PACKAGE=(dpkg-dev file lintian)

@@ -7,7 +7,8 @@ readonly THREAD_TESTS=(tests/unit tests/linux)
 dev_test() {
     [ $# -eq 0 ] || die "test takes no arguments"
     local begin=$SECONDS preset
-    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}"
+    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}" \
+        "${PACKAGES_SHOTS[@]}"
     use_utf8
     for preset in release core asan; do
         build "$preset"

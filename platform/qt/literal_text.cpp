@@ -3,8 +3,10 @@
 #include <QFontInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QTextBoundaryFinder>
 #include <QTextOption>
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace velunor {
@@ -49,21 +51,39 @@ QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRan
     return within;
 }
 
+/// Widths of the ten digits in the place of the figure in `range`: beside letters of some scripts a
+/// font takes other shapes than for a digit that stands alone.
+std::array<qreal, 10> digitWidths(const QString& text, const QTextLayout::FormatRange& range,
+                                  const QFont& base) {
+    std::array<qreal, 10> widths{};
+    QTextLayout::FormatRange single{range.start, 1, range.format};
+    single.format.setFontKerning(false);
+    QString sample = text;
+    for (std::size_t digit = 0; digit < widths.size(); ++digit) {
+        sample[range.start] = QChar(u'0' + static_cast<char16_t>(digit));
+        QTextLayout layout(sample, base);
+        layout.setFormats({single});
+        layout.beginLayout();
+        QTextLine line = layout.createLine();
+        line.setLineWidth(unlimitedWidth);
+        layout.endLayout();
+        widths.at(digit) = std::abs(line.cursorToX(range.start + 1) - line.cursorToX(range.start));
+    }
+    return widths;
+}
+
 /// The format for each digit of the number in `range`, spaced so that all digits of the font are
 /// equally wide: a figure that counts must not make the text beside it tremble.
 void appendFigures(const QString& text, const QTextLayout::FormatRange& range, const QFont& base,
                    QList<QTextLayout::FormatRange>& formats) {
-    const QFontMetricsF metrics(range.format.font().resolve(base));
-    const auto width = [&](QChar digit) { return metrics.horizontalAdvance(QString(digit)); };
-    qreal widest = 0;
-    for (char digit = '0'; digit <= '9'; ++digit) {
-        widest = std::max(widest, width(QLatin1Char(digit)));
-    }
+    const std::array<qreal, 10> widths = digitWidths(text, range, base);
+    const qreal widest = *std::max_element(widths.begin(), widths.end());
     for (int index = range.start; index < range.start + range.length; ++index) {
         QTextLayout::FormatRange single{index, 1, range.format};
         single.format.setFontKerning(false);
         single.format.setFontLetterSpacingType(QFont::AbsoluteSpacing);
-        single.format.setFontLetterSpacing(widest - width(text.at(index)));
+        const auto digit = static_cast<std::size_t>(text.at(index).digitValue());
+        single.format.setFontLetterSpacing(widest - widths.at(digit));
         formats.append(single);
     }
 }
@@ -160,28 +180,50 @@ void LiteralText::rebuild() {
     }
 }
 
+void LiteralText::setHangingUnits(qsizetype units) {
+    hangingUnits_ = units;
+    rebuild();
+}
+
+qreal LiteralText::hangingIndent(const QTextLayout& paragraph) const {
+    const bool rightToLeft = paragraph.textOption().textDirection() == Qt::RightToLeft;
+    const bool atLeadingEdge =
+        paragraph.textOption().alignment() == (rightToLeft ? Qt::AlignRight : Qt::AlignLeft);
+    return hangingUnits_ > 0 && atLeadingEdge
+               ? QFontMetricsF(font_).horizontalAdvance(shown_.text.left(hangingUnits_))
+               : 0;
+}
+
 qreal LiteralText::layOut(qreal width) const {
     if (width == laidOutWidth_) {
         return laidOutHeight_;
     }
-    const qreal emptyLine = QFontMetricsF(font_).height();
+    // A script whose letters another font has to lend keeps the rhythm of the text's own font.
+    const QFontMetricsF own(font_);
     qreal y = 0;
+    bool first = true;
     for (const auto& layout : paragraphs_) {
+        const qreal indent = hangingIndent(*layout);
+        const bool fromLeft = layout->textOption().textDirection() == Qt::LeftToRight;
         layout->beginLayout();
         bool any = false;
         for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
-            line.setLineWidth(width);
-            y +=
-                any || layout != paragraphs_.front() ? std::round(line.height() * extraLeading) : 0;
-            line.setPosition(QPointF(0, y));
-            y += line.height();
+            const qreal before = first ? 0 : std::min(indent, width / 2);
+            line.setLineWidth(width - before);
+            y += first ? 0 : std::round(line.height() * extraLeading);
+            const qreal above = std::max(0.0, own.ascent() - line.ascent());
+            const qreal below = std::max(0.0, own.descent() - line.descent());
+            line.setPosition(QPointF(fromLeft ? before : 0, y + above));
+            y += above + line.height() + below;
             any = true;
+            first = false;
         }
         layout->endLayout();
-        y += any ? 0 : emptyLine;
+        y += any ? 0 : own.height();
+        first = false;
     }
     laidOutWidth_ = width;
-    laidOutHeight_ = std::max(y, emptyLine);
+    laidOutHeight_ = std::max(y, own.height());
     return laidOutHeight_;
 }
 
@@ -197,6 +239,18 @@ int LiteralText::naturalWidth() const {
         naturalWidth_ = static_cast<int>(std::ceil(widest));
     }
     return naturalWidth_;
+}
+
+int LiteralText::widestWord() const {
+    const QFontMetricsF metrics(font_);
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Line, shown_.text);
+    qreal widest = 0;
+    for (qsizetype start = 0, end = finder.toNextBoundary(); end >= 0;
+         start = end, end = finder.toNextBoundary()) {
+        const QString word = shown_.text.mid(start, end - start).trimmed();
+        widest = std::max(widest, metrics.horizontalAdvance(word));
+    }
+    return static_cast<int>(std::ceil(widest));
 }
 
 int LiteralText::heightForWidth(int width) const {

@@ -30,12 +30,18 @@ class LiteralText {
   public:
     void setText(const ShownText& shown);
     void setFont(const QFont& font);
+    [[nodiscard]] const QFont& font() const { return font_; }
     /// The direction of the surrounding layout; every line is at its leading edge.
     void setLayoutDirection(Qt::LayoutDirection direction);
     void setCentered(bool centered);
+    /// Lets every line but the first begin where the text goes on after its first `units` units,
+    /// such as a bullet.
+    void setHangingUnits(qsizetype units);
 
     /// Width of the longest paragraph on one line, rounded up.
     [[nodiscard]] int naturalWidth() const;
+    /// Width of the longest part that a line break should not split, rounded up.
+    [[nodiscard]] int widestWord() const;
     /// Height of the text when its lines are at most `width` wide, rounded up; one line at least.
     [[nodiscard]] int heightForWidth(int width) const;
     void draw(QPainter& painter, const QRect& area, const QColor& color) const;
@@ -44,11 +50,14 @@ class LiteralText {
     void rebuild();
     /// Lays all paragraphs out and gives back their height together.
     qreal layOut(qreal width) const;
+    /// The space that later lines keep free at their leading edge.
+    [[nodiscard]] qreal hangingIndent(const QTextLayout& paragraph) const;
 
     ShownText shown_;
     QFont font_;
     Qt::LayoutDirection direction_ = Qt::LeftToRight;
     bool centered_ = false;
+    qsizetype hangingUnits_ = 0;
     std::vector<std::unique_ptr<QTextLayout>> paragraphs_;
     mutable qreal laidOutWidth_ = -1;
     mutable qreal laidOutHeight_ = 0;

@@ -1,6 +1,7 @@
 #include "platform/qt/picture_view.h"
 
 #include <QSvgRenderer>
+#include <algorithm>
 
 #include "platform/qt/theme.h"
 
@@ -51,7 +52,15 @@ void PictureView::setSide(int side) {
 
 void PictureView::setNoticeTint(bool tint) {
     noticeTint_ = tint;
+    updateGeometry();
     update();
+}
+
+QSize PictureView::sizeHint() const {
+    constexpr double sideInLines = 0.9;
+    const int grown = noticeTint_ ? qRound(sideInLines * fontMetrics().height()) : 0;
+    const int side = std::max(side_, grown);
+    return {side, side};
 }
 
 void PictureView::setImage(const QImage& image) {

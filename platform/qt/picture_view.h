@@ -25,7 +25,7 @@ class PictureView : public QWidget {
     Q_PROPERTY(QString source READ source WRITE setSource)
     /// Length of the square's sides in points.
     Q_PROPERTY(int side READ side WRITE setSide)
-    /// Draw the picture in the colour of notices.
+    /// Draw the picture in the colour of notices, and larger beside large text.
     Q_PROPERTY(bool noticeTint READ noticeTint WRITE setNoticeTint)
 
   public:
@@ -42,7 +42,7 @@ class PictureView : public QWidget {
     /// The image that was set; null while the design's own picture shows.
     [[nodiscard]] QImage image() const { return image_; }
 
-    [[nodiscard]] QSize sizeHint() const override { return {side_, side_}; }
+    [[nodiscard]] QSize sizeHint() const override;
 
   protected:
     void paintEvent(QPaintEvent* event) override;

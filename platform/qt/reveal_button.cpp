@@ -3,6 +3,7 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <algorithm>
 
 #include "platform/qt/picture_view.h"
 #include "platform/qt/theme.h"
@@ -11,8 +12,11 @@ namespace velunor {
 
 namespace {
 
-constexpr int side = 28;
-constexpr int glyphSize = 18;
+constexpr int leastSide = 28;
+/// Length of a side beside the height of a line: it grows with large text.
+constexpr double sideInLines = 1.3;
+/// Room around the glyph.
+constexpr int inset = 5;
 constexpr double radius = 6;
 constexpr double ringWidth = 2;
 constexpr double disabledOpacity = 0.45;
@@ -25,10 +29,11 @@ RevealButton::RevealButton(QWidget* parent) : QAbstractButton(parent) {
     setAttribute(Qt::WA_Hover);
     setCursor(Qt::ArrowCursor);
     setAccessibleName("Show password while held");
-    resize(side, side);
+    resize(sizeHint());
 }
 
 QSize RevealButton::sizeHint() const {
+    const int side = std::max(leastSide, qRound(sideInLines * fontMetrics().height()));
     return {side, side};
 }
 
@@ -116,7 +121,6 @@ void RevealButton::paintEvent(QPaintEvent*) {
     if (!isEnabled()) {
         painter.setOpacity(disabledOpacity);
     }
-    const int inset = (side - glyphSize) / 2;
     drawVectorPicture(painter, rect().adjusted(inset, inset, -inset, -inset),
                       ":/icons/eye-glyph.svg", held_ ? theme.link : theme.secondaryText);
 }

@@ -22,7 +22,6 @@ namespace {
 
 constexpr QChar bullet(0x25CF);
 constexpr int revealRoom = 6;
-constexpr int capsLockSize = 16;
 constexpr int capsLockRoom = 8;
 
 bool isKey(const QKeyEvent& event, std::initializer_list<QKeySequence::StandardKey> keys) {
@@ -212,23 +211,25 @@ void CustomSecureTextField::resizeEvent(QResizeEvent* event) {
 
 void CustomSecureTextField::changeEvent(QEvent* event) {
     RoundedField::changeEvent(event);
-    if (event->type() == QEvent::LayoutDirectionChange) {
+    if (event->type() == QEvent::LayoutDirectionChange || event->type() == QEvent::FontChange) {
         placeTrailingParts();
     }
 }
 
 void CustomSecureTextField::placeTrailingParts() {
+    reveal_->resize(reveal_->sizeHint());
     const int side = reveal_->width();
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
     reveal_->move(mirrored ? revealRoom : width() - revealRoom - side, (height() - side) / 2);
-    setTrailingRoom(side + (capsLockHint_ ? capsLockRoom + capsLockSize : 0));
+    setTrailingRoom(side + (capsLockHint_ ? capsLockRoom + glyphSize() : 0));
 }
 
 QRect CustomSecureTextField::capsLockPlace() const {
+    const int size = glyphSize();
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
     const int x = mirrored ? reveal_->geometry().right() + 1 + capsLockRoom
-                           : reveal_->x() - capsLockRoom - capsLockSize;
-    return {x, (height() - capsLockSize) / 2, capsLockSize, capsLockSize};
+                           : reveal_->x() - capsLockRoom - size;
+    return {x, (height() - size) / 2, size, size};
 }
 
 void CustomSecureTextField::paintEvent(QPaintEvent* event) {

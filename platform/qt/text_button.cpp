@@ -12,8 +12,10 @@ namespace velunor {
 namespace {
 
 constexpr int widestHint = 4000;
-/// What a button keeps of its title's width when its row is short of room.
+/// What a button keeps of its title's width when its row is short of room; more, up to so many
+/// times the height of a line, for a long word.
 constexpr int narrowestText = 96;
+constexpr int narrowestTextInLines = 8;
 constexpr int leastButtonHeight = 40;
 /// Room for the focus ring around the plate.
 constexpr int ringRoom = 3;
@@ -68,7 +70,9 @@ QSize TextButton::sizeHint() const {
 
 QSize TextButton::minimumSizeHint() const {
     const QMargins room = padding();
-    const int width = std::min(narrowestText + room.left() + room.right(), sizeHint().width());
+    const int most = std::max(narrowestText, narrowestTextInLines * fontMetrics().height());
+    const int text = std::clamp(layout_.widestWord(), narrowestText, most);
+    const int width = std::min(text + room.left() + room.right(), sizeHint().width());
     return {width, heightForWidth(widestHint)};
 }
 
@@ -114,7 +118,7 @@ void TextButton::paintEvent(QPaintEvent*) {
         drawPlate(painter);
         ink = role_ == QLatin1String("primary") ? theme.onAccent : theme.text;
     }
-    const QRect room = rect().marginsRemoved(padding());
+    const QRect room = textRoom();
     const int height = layout_.heightForWidth(room.width());
     const int top = room.top() + std::max(0, (room.height() - height) / 2);
     layout_.draw(painter, QRect(room.left(), top, room.width(), height), ink);

@@ -23,6 +23,10 @@ class TextButton : public QPushButton {
 
     void setLiteralText(const QString& text);
     [[nodiscard]] QString literalText() const { return text_; }
+    /// The font that the role makes of the widget's own.
+    [[nodiscard]] const QFont& textFont() const { return layout_.font(); }
+    /// The part of the button that its title may take.
+    [[nodiscard]] QRect textRoom() const { return rect().marginsRemoved(padding()); }
     /// Keeps the button at least this wide, in points, as long as its row has the room.
     void setLeastWidth(int width);
 

@@ -17,7 +17,9 @@ constexpr double ringWidth = 2;
 constexpr int leastFieldHeight = 40;
 constexpr int verticalRoom = 10;
 constexpr int edgeRoom = 10;
-constexpr int glyphSize = 16;
+constexpr int leastGlyphSize = 16;
+/// Size of a glyph beside the height of a line: it grows with large text.
+constexpr double glyphSizeInLines = 0.8;
 constexpr int longestText = 1 << 20;
 
 /// Another window or a menu takes the focus only for a while.
@@ -52,8 +54,12 @@ void RoundedField::setTrailingRoom(int room) {
     placeText();
 }
 
+int RoundedField::glyphSize() const {
+    return std::max(leastGlyphSize, qRound(glyphSizeInLines * fontMetrics().height()));
+}
+
 void RoundedField::placeText() {
-    const int leading = glyph_.isEmpty() ? edgeRoom : edgeRoom + glyphSize + edgeRoom - 2;
+    const int leading = glyph_.isEmpty() ? edgeRoom : edgeRoom + glyphSize() + edgeRoom - 2;
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
     const int trailing = edgeRoom + trailingRoom_;
     setTextMargins(mirrored ? trailing : leading, 0, mirrored ? leading : trailing, 0);
@@ -92,9 +98,10 @@ void RoundedField::drawPlate(QPainter& painter) const {
                             cornerRadius - line);
     if (!glyph_.isEmpty()) {
         const bool mirrored = layoutDirection() == Qt::RightToLeft;
-        const int x = mirrored ? width() - edgeRoom - glyphSize : edgeRoom;
-        drawVectorPicture(painter, QRect(x, (height() - glyphSize) / 2, glyphSize, glyphSize),
-                          glyph_, theme.secondaryText);
+        const int size = glyphSize();
+        const int x = mirrored ? width() - edgeRoom - size : edgeRoom;
+        drawVectorPicture(painter, QRect(x, (height() - size) / 2, size, size), glyph_,
+                          theme.secondaryText);
     }
 }
 
@@ -108,7 +115,7 @@ void RoundedField::paintEvent(QPaintEvent* event) {
 
 void RoundedField::changeEvent(QEvent* event) {
     QLineEdit::changeEvent(event);
-    if (event->type() == QEvent::LayoutDirectionChange) {
+    if (event->type() == QEvent::LayoutDirectionChange || event->type() == QEvent::FontChange) {
         placeText();
     } else if (event->type() == QEvent::PaletteChange) {
         applyTheme();

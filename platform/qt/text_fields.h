@@ -34,6 +34,8 @@ class RoundedField : public QLineEdit {
 
     /// Keeps the text out of so many points at its trailing edge.
     void setTrailingRoom(int room);
+    /// Length of a glyph's sides in points; it grows with large text.
+    [[nodiscard]] int glyphSize() const;
     /// Draws everything but the text: ground, outline or focus ring, and the glyph.
     void drawPlate(QPainter& painter) const;
 

@@ -104,10 +104,13 @@ void TextLabel::setText(const ShownText& shown, bool notable) {
     const bool changed = shown.text != text_;
     text_ = shown.text;
     ShownText laidOut = shown;
-    if (role_ == QLatin1String("update") && text_.startsWith(QStringLiteral("\u2022  "))) {
+    const bool bulleted =
+        role_ == QLatin1String("update") && text_.startsWith(QStringLiteral("\u2022  "));
+    if (bulleted) {
         // A long name must not leave its bullet alone on the line above.
         laidOut.text.replace(1, 2, QString(2, QChar::Nbsp));
     }
+    layout_.setHangingUnits(bulleted ? 3 : 0);
     if (laidOut.formats.isEmpty() &&
         (role_ == QLatin1String("update") || role_ == QLatin1String("userName"))) {
         allowBreaksWithinNames(laidOut.text);

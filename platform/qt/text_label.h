@@ -25,6 +25,8 @@ class TextLabel : public QWidget {
     void setText(const ShownText& shown, bool notable = true);
     /// The text as shown.
     [[nodiscard]] QString text() const { return text_; }
+    /// The font that the role makes of the widget's own.
+    [[nodiscard]] const QFont& textFont() const { return layout_.font(); }
     /// The controls that this text is the label of.
     [[nodiscard]] const QList<QWidget*>& labelledWidgets() const { return labelledWidgets_; }
     void setLabelledWidgets(const QList<QWidget*>& widgets) { labelledWidgets_ = widgets; }

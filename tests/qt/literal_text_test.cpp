@@ -153,7 +153,8 @@ TEST(LiteralTextTest, KeepsItsWidthWhileACountdownRuns) {
         const int first = width(font, "1", "59");
         for (const auto& [minutes, seconds] :
              {std::pair{"1", "48"}, std::pair{"0", "11"}, std::pair{"7", "10"}}) {
-            EXPECT_EQ(width(font, minutes, seconds), first) << family.toStdString();
+            EXPECT_EQ(width(font, minutes, seconds), first)
+                << family.toStdString() << ": " << minutes << ":" << seconds;
         }
     }
 }

@@ -1,8 +1,31 @@
 #include "tests/qt/sample_prompt.h"
 
+#include <QImage>
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include "agent/linux/properties.h"
+#include "platform/qt/qt_image.h"
+
 namespace velunor {
 
 namespace {
+
+constexpr std::string_view filePrefix = "application_";
+constexpr std::string_view fileSuffix = ".properties";
+
+/// The pairs of a shipped file; none when it cannot be read.
+Properties shippedTexts(const std::string& language) {
+    const std::string name = std::string(filePrefix) + language + std::string(fileSuffix);
+    std::ifstream file(std::filesystem::path(SHIPPED_TEXTS) / name, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    auto parsed = parseProperties(text, name);
+    Properties* texts = std::get_if<Properties>(&parsed);
+    return texts == nullptr ? Properties{} : std::move(*texts);
+}
 
 TextRun figure(const std::string& digits) {
     return {digits, TextAttributes{FontWeight::bold, 17.0, TextColor::standard}, digits.size()};
@@ -18,6 +41,35 @@ void showConstraint(PromptView& view, const std::string& identifier, bool wins) 
 
 }  // namespace
 
+bool SamplePrompt::useShippedTexts(const std::string& language, bool proceeds) {
+    const Properties texts = shippedTexts(language);
+    bool complete = true;
+    const auto take = [&](const char* name) -> std::string {
+        const auto found = texts.find(std::string("tarn.agent.msghand.") + name);
+        complete = complete && found != texts.end() && !found->second.empty();
+        return found == texts.end() ? std::string() : found->second;
+    };
+    title = take("os_reboot.reboot_title");
+    message = take("os_reboot.reboot_text");
+    credentialsInfo = take("os_reboot.credentials_text");
+    changeTitle = take("os_reboot.change_username_text");
+    noticeText = take("os_reboot.credentials_not_sufficient");
+    postponeTitle = take("postpone");
+    updateNowTitle = take("update_now");
+    attempts = "2 " + take("remaining_attempts");
+    const std::string countdown =
+        take(proceeds ? "automatic_install_text" : "automatic_postpone_text");
+    const std::size_t first = countdown.find("%s");
+    const std::size_t second = first == std::string::npos ? first : countdown.find("%s", first + 2);
+    if (second == std::string::npos) {
+        return false;
+    }
+    countdownStart = countdown.substr(0, first);
+    countdownMiddle = countdown.substr(first + 2, second - first - 2);
+    countdownEnd = countdown.substr(second + 2);
+    return complete;
+}
+
 void SamplePrompt::makeLong() {
     title = "A required update for the operating system of this computer is waiting for you";
     for (int times = 0; times < 3; ++times) {
@@ -31,6 +83,15 @@ void SamplePrompt::makeLong() {
     noticeText += " If you do not have another account, ask your service desk for one.";
     postponeTitle = "Remind me again tomorrow morning";
     updateNowTitle = "Install the update and restart now";
+}
+
+void SamplePrompt::lengthen() {
+    productName = "Northwind Device Care for Workstations and Laptops";
+    title += " – " + message;
+    message += " " + noticeText;
+    updateName = "Cumulative_Security_and_Quality_Update_for_Workstations_2024-07_revision_12b";
+    userName = "frederica.alexandrina.lindqvist-von-habersburg@corp.example.org";
+    minutes = "1439";
 }
 
 void SamplePrompt::makeRightToLeft() {
@@ -71,9 +132,9 @@ void SamplePrompt::fill(PromptWindow& window) const {
     outlets.usernameChangeButton->setTitle(changeTitle);
     outlets.unsupportedUserCredentailInfoTextLabel->setStringValue(noticeText);
     outlets.timerInfoLabel->setAttributedStringValue({{countdownStart, std::nullopt, 0},
-                                                      figure("14"),
+                                                      figure(minutes),
                                                       {countdownMiddle, std::nullopt, 0},
-                                                      figure("59"),
+                                                      figure(seconds),
                                                       {countdownEnd, std::nullopt, 0}});
     outlets.postponeAttemptsRemainingLabel->setStringValue(attempts);
     outlets.postponeButton->setTitle(postponeTitle);
@@ -91,12 +152,31 @@ void SamplePrompt::fill(PromptWindow& window) const {
     outlets.userNameTextField->setHidden(!otherUser);
     outlets.postponeButton->setHidden(!postponeOffered);
 
+    if (rebranded) {
+        QImage logo(256, 160, QImage::Format_ARGB32);
+        logo.fill(QColor(0xD2, 0x4A, 0x1F));
+        outlets.appIcon->setImage(std::make_shared<QtImage>(logo));
+    }
+
     outlets.updateGearBackground->setWantsLayer(true);
     Layer& disc = *outlets.updateGearBackground->layer();
     disc.setBackgroundColor({7.0 / 255, 18.0 / 255, 41.0 / 255, 1});
     disc.setCornerRadius(outlets.updateGearBackground->frame().size.height / 2);
     outlets.updateNowButton->activateWidthConstraint(outlets.updateNowButton->frame().size.width +
                                                      10);
+}
+
+std::vector<std::string> shippedLanguages() {
+    std::vector<std::string> languages;
+    for (const auto& entry : std::filesystem::directory_iterator(SHIPPED_TEXTS)) {
+        const std::string name = entry.path().filename().string();
+        if (name.starts_with(filePrefix) && name.ends_with(fileSuffix)) {
+            languages.push_back(name.substr(filePrefix.size(),
+                                            name.size() - filePrefix.size() - fileSuffix.size()));
+        }
+    }
+    std::sort(languages.begin(), languages.end());
+    return languages;
 }
 
 }  // namespace velunor

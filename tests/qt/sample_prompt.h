@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "platform/qt/prompt_window.h"
 
@@ -20,7 +21,9 @@ struct SamplePrompt {
     std::string noticeText =
         "This account may not authorise system updates. Use another account or postpone.";
     std::string countdownStart = "The update starts in ";
+    std::string minutes = "14";
     std::string countdownMiddle = " minutes and ";
+    std::string seconds = "59";
     std::string countdownEnd = " seconds.";
     std::string attempts = "2 attempt(s) remaining";
     std::string postponeTitle = "Postpone";
@@ -29,8 +32,14 @@ struct SamplePrompt {
     bool notice = false;
     bool otherUser = false;
     bool postponeOffered = true;
+    bool rebranded = false;
 
+    /// Takes the texts that are shipped in `language`, with the countdown to an installation when
+    /// the update `proceeds` by itself. False when they cannot be read or one is missing.
+    [[nodiscard]] bool useShippedTexts(const std::string& language, bool proceeds = false);
     void makeLong();
+    /// Long names, and texts of the present language that are as long as an administrator's own.
+    void lengthen();
     void makeRightToLeft();
     /// Texts that a toolkit might take for markup, mnemonics, placeholders or its own line breaks.
     void makeLiteral();
@@ -38,5 +47,8 @@ struct SamplePrompt {
     /// Writes everything into the window's controls, as the controller does.
     void fill(PromptWindow& window) const;
 };
+
+/// The languages that texts are shipped in, such as "pt_BR", sorted.
+[[nodiscard]] std::vector<std::string> shippedLanguages();
 
 }  // namespace velunor
