@@ -55,10 +55,14 @@ PromptTest::PromptTest() {
 
 Display& PromptTest::display() {
     if (!display_) {
-        display_ = std::make_unique<Display>(directory());
-        environment_["DISPLAY"] = display_->name();
+        makeDisplay({});
     }
     return *display_;
+}
+
+void PromptTest::makeDisplay(const DisplaySetup& setup) {
+    display_ = std::make_unique<Display>(directory(), setup);
+    environment_["DISPLAY"] = display_->name();
 }
 
 Bus& PromptTest::bus() {

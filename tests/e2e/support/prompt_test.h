@@ -30,6 +30,8 @@ class PromptTest : public ::testing::Test {
     PromptTest();
 
     Display& display();
+    /// Makes the display in another way than the usual one; to be called before anything else.
+    void makeDisplay(const DisplaySetup& setup);
     Bus& bus();
     [[nodiscard]] std::filesystem::path directory() const { return directory_.path(); }
     [[nodiscard]] std::filesystem::path dataPath() const { return directory() / "data"; }
