@@ -11,8 +11,15 @@
 
 namespace velunor::e2e {
 
+/// Where a control is to be asked: its program's name on the bus and its path there.
+struct AccessibleReference {
+    std::string owner;
+    std::string path;
+};
+
 /// One control as a screen reader meets it.
 struct Accessible {
+    AccessibleReference reference;
     /// The kind in the registry's words: "push button", "label", "password text".
     std::string role;
     std::string name;
@@ -21,6 +28,7 @@ struct Accessible {
     /// screen can be out of date, so that is asked of the X server.
     PixelRect extents;
     bool showing = false;
+    bool focusable = false;
     bool focused = false;
 };
 
@@ -33,12 +41,15 @@ class AccessibilityReader {
     /// All controls of the process, or of every program on the bus; parents first. Empty while none
     /// has registered. A control that vanishes meanwhile is left out.
     [[nodiscard]] std::vector<Accessible> controlsOf(std::optional<pid_t> process) const;
+    /// Names of the controls that the program calls the labels of this one.
+    [[nodiscard]] std::vector<std::string> labelsOf(const Accessible& control) const;
+    /// What can be done with the control, such as "Press".
+    [[nodiscard]] std::vector<std::string> actionsOf(const Accessible& control) const;
+    /// Does one of these actions, with neither pointer nor keyboard; whether the program took it.
+    [[nodiscard]] bool act(const Accessible& control, const std::string& action) const;
 
   private:
-    struct Reference {
-        std::string owner;
-        std::string path;
-    };
+    using Reference = AccessibleReference;
 
     void readWindow(const Reference& window, std::vector<Accessible>& controls) const;
     [[nodiscard]] std::vector<Reference> children(const Reference& parent) const;

@@ -102,7 +102,9 @@ void PromptTest::start(const std::vector<std::string>& arguments, mode_t umask) 
 }
 
 void PromptTest::startProgram(const std::vector<std::string>& command, mode_t umask) {
-    display();
+    if (environment_.count("WAYLAND_DISPLAY") == 0) {
+        display();
+    }
     bus();
     process_ = std::make_unique<ChildProcess>(Command{.arguments = command,
                                                       .environment = environment_,
@@ -137,10 +139,14 @@ std::optional<Accessible> PromptTest::waitForControl(const std::string& role,
 }
 
 std::vector<Accessible> PromptTest::controls() {
+    return reader().controlsOf(prompt_);
+}
+
+const AccessibilityReader& PromptTest::reader() {
     if (!reader_) {
         reader_ = std::make_unique<AccessibilityReader>(bus().accessibilityAddress());
     }
-    return reader_->controlsOf(prompt_);
+    return *reader_;
 }
 
 bool PromptTest::clickControl(const std::string& role, const std::string& name) {

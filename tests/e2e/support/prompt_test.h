@@ -64,6 +64,8 @@ class PromptTest : public ::testing::Test {
                                                            const std::string& name);
     /// All controls as they are now.
     [[nodiscard]] std::vector<Accessible> controls();
+    /// For more than `controls` tells.
+    [[nodiscard]] const AccessibilityReader& reader();
     /// Clicks the middle of the control of this kind and name by the pointer; whether it was found.
     [[nodiscard]] bool clickControl(const std::string& role, const std::string& name);
     [[nodiscard]] bool clickButton(const std::string& title) {
