@@ -109,7 +109,7 @@ TEST_F(Screens, WithoutAWindowManagerTheWindowPlacesItself) {
     start(patientPrompt());
     std::optional<WindowId> shown;
     ASSERT_TRUE(eventually([&] {
-        shown = display().screen().unmanagedWindowOf(process().id());
+        shown = display().screen().unlistedWindowOf(process().id());
         return shown.has_value();
     })) << systemLog();
     useWindow(*shown);

@@ -10,6 +10,7 @@ namespace {
 constexpr const char* accessibleInterface = "org.a11y.atspi.Accessible";
 constexpr const char* actionInterface = "org.a11y.atspi.Action";
 constexpr const char* componentInterface = "org.a11y.atspi.Component";
+constexpr const char* editableTextInterface = "org.a11y.atspi.EditableText";
 
 // Numbers of the states in the registry's protocol.
 constexpr unsigned focusableState = 11;
@@ -37,6 +38,11 @@ std::uint64_t readStates(sd_bus_message* message) {
     }
     const auto* numbers = static_cast<const std::uint32_t*>(words);
     return numbers[0] | std::uint64_t{numbers[1]} << 32U;
+}
+
+bool saysYes(const BusMessage& reply) {
+    int yes = 0;
+    return reply != nullptr && sd_bus_message_read(reply.get(), "b", &yes) > 0 && yes != 0;
 }
 
 bool hasState(std::uint64_t states, unsigned state) {
@@ -104,6 +110,10 @@ std::optional<Accessible> AccessibilityReader::read(const Reference& reference) 
     }
     control.reference = reference;
     control.role = roleName;
+    const BusMessage number = call(reference, accessibleInterface, "GetRole");
+    if (number != nullptr) {
+        sd_bus_message_read(number.get(), "u", &control.roleNumber);
+    }
     control.name = text(reference, "Name");
     control.description = text(reference, "Description");
     sd_bus_message* extents = nullptr;
@@ -168,9 +178,15 @@ bool AccessibilityReader::act(const Accessible& control, const std::string& acti
     sd_bus_call_method(bus_.get(), control.reference.owner.c_str(), control.reference.path.c_str(),
                        actionInterface, "DoAction", nullptr, &message, "i",
                        static_cast<std::int32_t>(found - actions.begin()));
-    const BusMessage reply(message);
-    int taken = 0;
-    return reply != nullptr && sd_bus_message_read(reply.get(), "b", &taken) > 0 && taken != 0;
+    return saysYes(BusMessage(message));
+}
+
+bool AccessibilityReader::fill(const Accessible& field, const std::string& content) const {
+    sd_bus_message* message = nullptr;
+    sd_bus_call_method(bus_.get(), field.reference.owner.c_str(), field.reference.path.c_str(),
+                       editableTextInterface, "SetTextContents", nullptr, &message, "s",
+                       content.c_str());
+    return saysYes(BusMessage(message));
 }
 
 pid_t AccessibilityReader::processOf(const std::string& owner) const {

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ struct Accessible {
     AccessibleReference reference;
     /// The kind in the registry's words: "push button", "label", "password text".
     std::string role;
+    /// The same as its number in the registry's protocol, which is what screen readers go by.
+    std::uint32_t roleNumber = 0;
     std::string name;
     std::string description;
     /// Place inside its window, in pixels. What a program believes of its window's place on the
@@ -47,6 +50,8 @@ class AccessibilityReader {
     [[nodiscard]] std::vector<std::string> actionsOf(const Accessible& control) const;
     /// Does one of these actions, with neither pointer nor keyboard; whether the program took it.
     [[nodiscard]] bool act(const Accessible& control, const std::string& action) const;
+    /// Fills a field, as dictation or an on-screen keyboard does; whether the program took it.
+    [[nodiscard]] bool fill(const Accessible& field, const std::string& content) const;
 
   private:
     using Reference = AccessibleReference;

@@ -67,8 +67,8 @@ class Screen {
     [[nodiscard]] bool waitForWindowManager();
     /// The window of this process that is on the screen, once it is mapped.
     [[nodiscard]] std::optional<WindowId> windowOf(pid_t process) const;
-    /// The window of this process on a screen that nobody manages, once it is mapped.
-    [[nodiscard]] std::optional<WindowId> unmanagedWindowOf(pid_t process) const;
+    /// The same where no window manager lists the windows.
+    [[nodiscard]] std::optional<WindowId> unlistedWindowOf(pid_t process) const;
     /// The windows that are on the screen, as far as a window manager knows them.
     [[nodiscard]] std::vector<WindowId> shownWindows() const;
     /// Where the inside of the window is, without its decoration.

@@ -135,28 +135,29 @@ std::optional<WindowId> Screen::windowOf(pid_t process) const {
     return std::nullopt;
 }
 
-std::optional<WindowId> Screen::unmanagedWindowOf(pid_t process) const {
-    WindowId root = 0;
-    WindowId parent = 0;
-    WindowId* children = nullptr;
-    unsigned count = 0;
-    std::optional<WindowId> found;
-    if (XQueryTree(connection_->display, connection_->root, &root, &parent, &children, &count) ==
-            0 ||
-        children == nullptr) {
-        return found;
-    }
-    for (unsigned index = 0; index < count && !found; ++index) {
+std::optional<WindowId> Screen::unlistedWindowOf(pid_t process) const {
+    std::vector<WindowId> open{connection_->root};
+    while (!open.empty()) {
+        const WindowId next = open.back();
+        open.pop_back();
         XWindowAttributes attributes{};
-        if (XGetWindowAttributes(connection_->display, children[index], &attributes) != 0 &&
-            attributes.map_state == IsViewable &&
-            connection_->property(children[index], "_NET_WM_PID") ==
-                std::vector{static_cast<unsigned long>(process)}) {
-            found = children[index];
+        if (connection_->property(next, "_NET_WM_PID") ==
+                std::vector{static_cast<unsigned long>(process)} &&
+            XGetWindowAttributes(connection_->display, next, &attributes) != 0 &&
+            attributes.map_state == IsViewable) {
+            return next;
+        }
+        WindowId root = 0;
+        WindowId parent = 0;
+        WindowId* children = nullptr;
+        unsigned count = 0;
+        if (XQueryTree(connection_->display, next, &root, &parent, &children, &count) != 0 &&
+            children != nullptr) {
+            open.insert(open.end(), children, children + count);
+            XFree(children);
         }
     }
-    XFree(children);
-    return found;
+    return std::nullopt;
 }
 
 PixelRect Screen::contentOf(WindowId window) const {
