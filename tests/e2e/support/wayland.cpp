@@ -1,6 +1,7 @@
 #include "tests/e2e/support/wayland.h"
 
 #include <regex>
+#include <sstream>
 #include <stdexcept>
 
 #include "tests/e2e/support/files.h"
@@ -16,11 +17,13 @@ WaylandDesktop::WaylandDesktop(const std::filesystem::path& directory,
                    {"XDG_RUNTIME_DIR", runtimeDirectory.string()}} {
     std::filesystem::create_directories(directory_);
     const std::filesystem::path log = directory_ / "weston.log";
+    const std::filesystem::path settings = directory_ / "weston.ini";
+    writeFile(settings, "[shell]\npanel-position=none\nbackground-color=0xff446688\n");
     // The protocol for pictures of the screen comes with "debug" only.
     std::vector<std::string> command{"weston",
                                      "--backend=headless-backend.so",
                                      "--use-pixman",
-                                     "--no-config",
+                                     "--config=" + settings.string(),
                                      "--idle-time=0",
                                      "--debug",
                                      "--socket=" + name(),
@@ -48,19 +51,23 @@ WaylandDesktop::WaylandDesktop(const std::filesystem::path& directory,
     }
 }
 
-double WaylandDesktop::shareOfColour(const std::string& colour) const {
+PixelRect WaylandDesktop::placeOfColour(const std::string& colour) const {
     const std::filesystem::path pictures = directory_ / "pictures";
     std::filesystem::remove_all(pictures);
     std::filesystem::create_directories(pictures);
     // The tool names the picture itself, in the directory where it is started.
     run({"sh", "-c", "cd \"$1\" && exec weston-screenshooter", "sh", pictures.string()}, {});
-    const std::filesystem::path share = directory_ / "share";
+    const std::filesystem::path bounds = directory_ / "bounds";
+    std::filesystem::remove(bounds);
     run({"sh", "-c",
-         "exec convert \"$1\"/*.png -fill black +opaque \"$2\" -fill white -opaque \"$2\""
-         " -format '%[fx:mean]' info:",
-         "sh", pictures.string(), colour},
-        share);
-    return std::stod(readFile(share));
+         "exec convert \"$1\"/*.png -alpha off -fill black +opaque \"$2\" -format '%@' info:", "sh",
+         pictures.string(), colour},
+        bounds);
+    PixelRect place;
+    char between = 0;
+    std::istringstream text(readFile(bounds));
+    text >> place.width >> between >> place.height >> place.x >> place.y;
+    return place;
 }
 
 void WaylandDesktop::run(const std::vector<std::string>& command,

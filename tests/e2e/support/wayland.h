@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/e2e/support/child_process.h"
+#include "tests/e2e/support/display.h"
 
 namespace velunor::e2e {
 
@@ -25,9 +25,9 @@ class WaylandDesktop {
     /// Name of the X server inside, such as ":6"; empty where there is none.
     [[nodiscard]] const std::string& xDisplay() const { return xDisplay_; }
 
-    /// Share of the screen, from 0 to 1, that has exactly this colour ("#ffffff"). Throws when no
-    /// picture of the screen can be taken.
-    [[nodiscard]] double shareOfColour(const std::string& colour) const;
+    /// The smallest place of the screen that holds every pixel of exactly this colour ("#ffffff");
+    /// without width where there is none. Throws when no picture of the screen can be taken.
+    [[nodiscard]] PixelRect placeOfColour(const std::string& colour) const;
 
   private:
     void run(const std::vector<std::string>& command, const std::filesystem::path& output) const;
