@@ -16,12 +16,11 @@ readonly PACKAGES_BUILD=(
     qt6-base-dev qt6-svg-dev libtomlplusplus-dev libplist-dev libsystemd-dev libpam0g-dev
     libldap-dev libxcb1-dev libgtest-dev libgmock-dev)
 readonly PACKAGES_DISPLAY=(
-    dbus xvfb openbox picom x11-utils x11-xserver-utils at-spi2-core libx11-dev libxtst-dev
-    imagemagick
+    dbus xvfb openbox x11-utils at-spi2-core libx11-dev libxtst-dev imagemagick
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
 readonly PACKAGES_TEST=(
     valgrind clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
-    systemd util-linux passwd)
+    systemd util-linux passwd picom x11-xserver-utils weston xwayland qt6-wayland)
 readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck)
 readonly PACKAGES_BENCH=(zenity)
 readonly PACKAGES_PACKAGE=(dpkg-dev file lintian)
