@@ -51,7 +51,8 @@ class PromptTest : public ::testing::Test {
 
     /// Starts the prompt with the arguments after the program's path.
     void start(const std::vector<std::string>& arguments, mode_t umask = 022);
-    /// Starts another program of the build in the same session.
+    /// Starts another program of the build in the same session. A display is made first, unless the
+    /// session names a Wayland one.
     void startProgram(const std::vector<std::string>& command, mode_t umask = 022);
     [[nodiscard]] ChildProcess& process() { return *process_; }
 
