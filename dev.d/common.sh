@@ -20,7 +20,7 @@ readonly PACKAGES_DISPLAY=(
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
 readonly PACKAGES_TEST=(
     valgrind clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
-    systemd util-linux passwd)
+    systemd util-linux passwd picom x11-xserver-utils weston xwayland qt6-wayland)
 # Letters of Chinese, Japanese and Korean, for the pictures and the test that every text fits.
 readonly PACKAGES_SHOTS=(fonts-noto-cjk)
 readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck)

@@ -113,6 +113,9 @@ PromptWindow::~PromptWindow() = default;
 void PromptWindow::present() {
     // Layouts can only be forced as long as the window is hidden.
     takeSize();
+    // The native window is made at its place: some window managers take no notice of a move between
+    // then and the first show.
+    place();
     show();
     // Only once the window is up: connecting to a bus takes its time.
     settingsTimer_.start(0);

@@ -35,7 +35,7 @@ TEST_F(Placement, FrameEndsThirtyPixelsFromTheRightAndTheBottomOfTheScreen) {
 }
 
 TEST_F(Placement, FrameStandsAboveAPanelThatReservesItsPlace) {
-    display().screen().addBottomPanel(panelHeight);
+    display().screen().addPanel(Edge::bottom, panelHeight);
     start(patientPrompt());
     const std::optional<WindowId> window = waitForWindow();
     ASSERT_TRUE(window) << systemLog();

@@ -8,11 +8,17 @@ namespace velunor::e2e {
 namespace {
 
 constexpr const char* accessibleInterface = "org.a11y.atspi.Accessible";
+constexpr const char* actionInterface = "org.a11y.atspi.Action";
 constexpr const char* componentInterface = "org.a11y.atspi.Component";
+constexpr const char* editableTextInterface = "org.a11y.atspi.EditableText";
 
 // Numbers of the states in the registry's protocol.
+constexpr unsigned focusableState = 11;
 constexpr unsigned focusedState = 12;
 constexpr unsigned showingState = 25;
+
+// Number of the relation in the registry's protocol.
+constexpr std::uint32_t labelledBy = 2;
 
 // A program that is busy for a while is asked again by the caller.
 constexpr std::uint64_t answerLimitMicroseconds = 3'000'000;
@@ -32,6 +38,11 @@ std::uint64_t readStates(sd_bus_message* message) {
     }
     const auto* numbers = static_cast<const std::uint32_t*>(words);
     return numbers[0] | std::uint64_t{numbers[1]} << 32U;
+}
+
+bool saysYes(const BusMessage& reply) {
+    int yes = 0;
+    return reply != nullptr && sd_bus_message_read(reply.get(), "b", &yes) > 0 && yes != 0;
 }
 
 bool hasState(std::uint64_t states, unsigned state) {
@@ -97,7 +108,12 @@ std::optional<Accessible> AccessibilityReader::read(const Reference& reference) 
     if (role == nullptr || sd_bus_message_read(role.get(), "s", &roleName) <= 0) {
         return std::nullopt;
     }
+    control.reference = reference;
     control.role = roleName;
+    const BusMessage number = call(reference, accessibleInterface, "GetRole");
+    if (number != nullptr) {
+        sd_bus_message_read(number.get(), "u", &control.roleNumber);
+    }
     control.name = text(reference, "Name");
     control.description = text(reference, "Description");
     sd_bus_message* extents = nullptr;
@@ -109,8 +125,68 @@ std::optional<Accessible> AccessibilityReader::read(const Reference& reference) 
     const BusMessage stateReply = call(reference, accessibleInterface, "GetState");
     const std::uint64_t states = readStates(stateReply.get());
     control.showing = hasState(states, showingState);
+    control.focusable = hasState(states, focusableState);
     control.focused = hasState(states, focusedState);
     return control;
+}
+
+std::vector<std::string> AccessibilityReader::labelsOf(const Accessible& control) const {
+    std::vector<std::string> labels;
+    const BusMessage reply = call(control.reference, accessibleInterface, "GetRelationSet");
+    if (reply == nullptr || sd_bus_message_enter_container(reply.get(), 'a', "(ua(so))") < 0) {
+        return labels;
+    }
+    while (sd_bus_message_enter_container(reply.get(), 'r', "ua(so)") > 0) {
+        std::uint32_t relation = 0;
+        sd_bus_message_read(reply.get(), "u", &relation);
+        sd_bus_message_enter_container(reply.get(), 'a', "(so)");
+        const char* owner = nullptr;
+        const char* path = nullptr;
+        while (sd_bus_message_read(reply.get(), "(so)", &owner, &path) > 0) {
+            if (relation == labelledBy) {
+                labels.push_back(text({owner, path}, "Name"));
+            }
+        }
+        sd_bus_message_exit_container(reply.get());
+        sd_bus_message_exit_container(reply.get());
+    }
+    return labels;
+}
+
+std::vector<std::string> AccessibilityReader::actionsOf(const Accessible& control) const {
+    std::vector<std::string> actions;
+    const BusMessage reply = call(control.reference, actionInterface, "GetActions");
+    if (reply == nullptr || sd_bus_message_enter_container(reply.get(), 'a', "(sss)") < 0) {
+        return actions;
+    }
+    const char* name = nullptr;
+    const char* description = nullptr;
+    const char* keys = nullptr;
+    while (sd_bus_message_read(reply.get(), "(sss)", &name, &description, &keys) > 0) {
+        actions.emplace_back(name);
+    }
+    return actions;
+}
+
+bool AccessibilityReader::act(const Accessible& control, const std::string& action) const {
+    const std::vector<std::string> actions = actionsOf(control);
+    const auto found = std::find(actions.begin(), actions.end(), action);
+    if (found == actions.end()) {
+        return false;
+    }
+    sd_bus_message* message = nullptr;
+    sd_bus_call_method(bus_.get(), control.reference.owner.c_str(), control.reference.path.c_str(),
+                       actionInterface, "DoAction", nullptr, &message, "i",
+                       static_cast<std::int32_t>(found - actions.begin()));
+    return saysYes(BusMessage(message));
+}
+
+bool AccessibilityReader::fill(const Accessible& field, const std::string& content) const {
+    sd_bus_message* message = nullptr;
+    sd_bus_call_method(bus_.get(), field.reference.owner.c_str(), field.reference.path.c_str(),
+                       editableTextInterface, "SetTextContents", nullptr, &message, "s",
+                       content.c_str());
+    return saysYes(BusMessage(message));
 }
 
 pid_t AccessibilityReader::processOf(const std::string& owner) const {

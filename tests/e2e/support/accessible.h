@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,16 +12,26 @@
 
 namespace velunor::e2e {
 
+/// Where a control is to be asked: its program's name on the bus and its path there.
+struct AccessibleReference {
+    std::string owner;
+    std::string path;
+};
+
 /// One control as a screen reader meets it.
 struct Accessible {
+    AccessibleReference reference;
     /// The kind in the registry's words: "push button", "label", "password text".
     std::string role;
+    /// The same as its number in the registry's protocol, which is what screen readers go by.
+    std::uint32_t roleNumber = 0;
     std::string name;
     std::string description;
     /// Place inside its window, in pixels. What a program believes of its window's place on the
     /// screen can be out of date, so that is asked of the X server.
     PixelRect extents;
     bool showing = false;
+    bool focusable = false;
     bool focused = false;
 };
 
@@ -33,12 +44,17 @@ class AccessibilityReader {
     /// All controls of the process, or of every program on the bus; parents first. Empty while none
     /// has registered. A control that vanishes meanwhile is left out.
     [[nodiscard]] std::vector<Accessible> controlsOf(std::optional<pid_t> process) const;
+    /// Names of the controls that the program calls the labels of this one.
+    [[nodiscard]] std::vector<std::string> labelsOf(const Accessible& control) const;
+    /// What can be done with the control, such as "Press".
+    [[nodiscard]] std::vector<std::string> actionsOf(const Accessible& control) const;
+    /// Does one of these actions, with neither pointer nor keyboard; whether the program took it.
+    [[nodiscard]] bool act(const Accessible& control, const std::string& action) const;
+    /// Fills a field, as dictation or an on-screen keyboard does; whether the program took it.
+    [[nodiscard]] bool fill(const Accessible& field, const std::string& content) const;
 
   private:
-    struct Reference {
-        std::string owner;
-        std::string path;
-    };
+    using Reference = AccessibleReference;
 
     void readWindow(const Reference& window, std::vector<Accessible>& controls) const;
     [[nodiscard]] std::vector<Reference> children(const Reference& parent) const;

@@ -55,10 +55,14 @@ PromptTest::PromptTest() {
 
 Display& PromptTest::display() {
     if (!display_) {
-        display_ = std::make_unique<Display>(directory());
-        environment_["DISPLAY"] = display_->name();
+        makeDisplay({});
     }
     return *display_;
+}
+
+void PromptTest::makeDisplay(const DisplaySetup& setup) {
+    display_ = std::make_unique<Display>(directory(), setup);
+    environment_["DISPLAY"] = display_->name();
 }
 
 Bus& PromptTest::bus() {
@@ -98,7 +102,9 @@ void PromptTest::start(const std::vector<std::string>& arguments, mode_t umask) 
 }
 
 void PromptTest::startProgram(const std::vector<std::string>& command, mode_t umask) {
-    display();
+    if (environment_.count("WAYLAND_DISPLAY") == 0) {
+        display();
+    }
     bus();
     process_ = std::make_unique<ChildProcess>(Command{.arguments = command,
                                                       .environment = environment_,
@@ -133,10 +139,14 @@ std::optional<Accessible> PromptTest::waitForControl(const std::string& role,
 }
 
 std::vector<Accessible> PromptTest::controls() {
+    return reader().controlsOf(prompt_);
+}
+
+const AccessibilityReader& PromptTest::reader() {
     if (!reader_) {
         reader_ = std::make_unique<AccessibilityReader>(bus().accessibilityAddress());
     }
-    return reader_->controlsOf(prompt_);
+    return *reader_;
 }
 
 bool PromptTest::clickControl(const std::string& role, const std::string& name) {

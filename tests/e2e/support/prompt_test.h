@@ -30,6 +30,8 @@ class PromptTest : public ::testing::Test {
     PromptTest();
 
     Display& display();
+    /// Makes the display in another way than the usual one; to be called before anything else.
+    void makeDisplay(const DisplaySetup& setup);
     Bus& bus();
     [[nodiscard]] std::filesystem::path directory() const { return directory_.path(); }
     [[nodiscard]] std::filesystem::path dataPath() const { return directory() / "data"; }
@@ -49,7 +51,8 @@ class PromptTest : public ::testing::Test {
 
     /// Starts the prompt with the arguments after the program's path.
     void start(const std::vector<std::string>& arguments, mode_t umask = 022);
-    /// Starts another program of the build in the same session.
+    /// Starts another program of the build in the same session. A display is made first, unless the
+    /// session names a Wayland one.
     void startProgram(const std::vector<std::string>& command, mode_t umask = 022);
     [[nodiscard]] ChildProcess& process() { return *process_; }
 
@@ -62,6 +65,8 @@ class PromptTest : public ::testing::Test {
                                                            const std::string& name);
     /// All controls as they are now.
     [[nodiscard]] std::vector<Accessible> controls();
+    /// For more than `controls` tells.
+    [[nodiscard]] const AccessibilityReader& reader();
     /// Clicks the middle of the control of this kind and name by the pointer; whether it was found.
     [[nodiscard]] bool clickControl(const std::string& role, const std::string& name);
     [[nodiscard]] bool clickButton(const std::string& title) {

@@ -14,6 +14,9 @@
 namespace velunor::e2e {
 namespace {
 
+// What a request says of its sender: a pager or task switcher, which acts for the user.
+constexpr long fromPager = 2;
+
 // A window may vanish between two requests; its answers are then simply missing.
 int passOver(::Display* /*display*/, XErrorEvent* /*error*/) {
     return 0;
@@ -132,6 +135,31 @@ std::optional<WindowId> Screen::windowOf(pid_t process) const {
     return std::nullopt;
 }
 
+std::optional<WindowId> Screen::unlistedWindowOf(pid_t process) const {
+    std::vector<WindowId> open{connection_->root};
+    while (!open.empty()) {
+        const WindowId next = open.back();
+        open.pop_back();
+        XWindowAttributes attributes{};
+        if (connection_->property(next, "_NET_WM_PID") ==
+                std::vector{static_cast<unsigned long>(process)} &&
+            XGetWindowAttributes(connection_->display, next, &attributes) != 0 &&
+            attributes.map_state == IsViewable) {
+            return next;
+        }
+        WindowId root = 0;
+        WindowId parent = 0;
+        WindowId* children = nullptr;
+        unsigned count = 0;
+        if (XQueryTree(connection_->display, next, &root, &parent, &children, &count) != 0 &&
+            children != nullptr) {
+            open.insert(open.end(), children, children + count);
+            XFree(children);
+        }
+    }
+    return std::nullopt;
+}
+
 PixelRect Screen::contentOf(WindowId window) const {
     XWindowAttributes attributes{};
     WindowId child = 0;
@@ -195,6 +223,10 @@ bool Screen::demandsAttention(WindowId window) const {
     return urgent;
 }
 
+bool Screen::hasCompositor() const {
+    return XGetSelectionOwner(connection_->display, connection_->atom("_NET_WM_CM_S0")) != None;
+}
+
 std::size_t Screen::pixelsOfColour(WindowId window, unsigned long colour) const {
     const PixelRect content = contentOf(window);
     XImage* image =
@@ -214,18 +246,52 @@ std::size_t Screen::pixelsOfColour(WindowId window, unsigned long colour) const 
     return count;
 }
 
-void Screen::addBottomPanel(int height) {
-    const WindowId panel =
-        connection_->makeWindow({0, Display::height - height, Display::width, height});
+void Screen::resizePanel(WindowId panel, Edge edge, int thickness,
+                         const std::optional<PixelRect>& monitor) {
+    const PixelRect desktop = contentOf(connection_->root);
+    const PixelRect area = monitor.value_or(desktop);
+    const bool upright = edge == Edge::left || edge == Edge::right;
+    PixelRect place = area;
+    (upright ? place.width : place.height) = thickness;
+    if (edge == Edge::right) {
+        place.x = area.x + area.width - thickness;
+    } else if (edge == Edge::bottom) {
+        place.y = area.y + area.height - thickness;
+    }
+    // A reserved width counts from the edge of the whole desktop, and spans the panel's length.
+    const int width = edge == Edge::left    ? place.x + thickness
+                      : edge == Edge::right ? desktop.width - place.x
+                      : edge == Edge::top   ? place.y + thickness
+                                            : desktop.height - place.y;
+    const int first = upright ? place.y : place.x;
+    const int last = first + (upright ? place.height : place.width) - 1;
+    const auto side = static_cast<std::size_t>(edge);
+    std::vector<unsigned long> strut(12);
+    strut[side] = static_cast<unsigned long>(width);
+    strut[4 + 2 * side] = static_cast<unsigned long>(first);
+    strut[5 + 2 * side] = static_cast<unsigned long>(last);
+    XMoveResizeWindow(connection_->display, panel, place.x, place.y,
+                      static_cast<unsigned>(place.width), static_cast<unsigned>(place.height));
+    connection_->setProperty(panel, "_NET_WM_STRUT_PARTIAL", XA_CARDINAL, strut);
+    XFlush(connection_->display);
+}
+
+WindowId Screen::addPanel(Edge edge, int thickness, const std::optional<PixelRect>& monitor) {
+    const PixelRect before = workArea();
+    const WindowId panel = connection_->makeWindow({0, 0, 1, 1});
     connection_->setProperty(panel, "_NET_WM_WINDOW_TYPE", XA_ATOM,
                              {connection_->atom("_NET_WM_WINDOW_TYPE_DOCK")});
-    connection_->setProperty(panel, "_NET_WM_STRUT_PARTIAL", XA_CARDINAL,
-                             {0, 0, 0, static_cast<unsigned long>(height), 0, 0, 0, 0, 0, 0, 0,
-                              static_cast<unsigned long>(Display::width - 1)});
+    resizePanel(panel, edge, thickness, monitor);
     connection_->showAndWait(panel);
-    if (!eventually([&] { return workArea().height == Display::height - height; })) {
+    const bool known = eventually([&] {
+        const std::vector<WindowId> windows = shownWindows();
+        return std::find(windows.begin(), windows.end(), panel) != windows.end();
+    });
+    // Of several monitors the window manager's one work area may stay as it is.
+    if (!known || (!monitor && !eventually([&] { return workArea() != before; }))) {
         throw std::runtime_error("the panel's place was not reserved");
     }
+    return panel;
 }
 
 WindowId Screen::addWindow(const PixelRect& place) {
@@ -239,17 +305,25 @@ WindowId Screen::addWindow(const PixelRect& place) {
     return window;
 }
 
-void Screen::requestClose(WindowId window) {
+void Screen::request(WindowId window, const char* name, long first, long second) {
     XEvent event{};
     event.xclient.type = ClientMessage;
     event.xclient.window = window;
-    event.xclient.message_type = connection_->atom("_NET_CLOSE_WINDOW");
+    event.xclient.message_type = connection_->atom(name);
     event.xclient.format = 32;
-    event.xclient.data.l[0] = CurrentTime;
-    event.xclient.data.l[1] = 2;  // the request comes from a pager
+    event.xclient.data.l[0] = first;
+    event.xclient.data.l[1] = second;
     XSendEvent(connection_->display, connection_->root, 0,
                SubstructureNotifyMask | SubstructureRedirectMask, &event);
     XSync(connection_->display, 0);
+}
+
+void Screen::activate(WindowId window) {
+    request(window, "_NET_ACTIVE_WINDOW", fromPager, CurrentTime);
+}
+
+void Screen::requestClose(WindowId window) {
+    request(window, "_NET_CLOSE_WINDOW", CurrentTime, fromPager);
 }
 
 void Screen::click(WindowId window, const PixelRect& place) {
