@@ -75,7 +75,11 @@ bool hasSessionBus() {
 
 DesktopSettings::DesktopSettings(QDBusConnection bus, QObject* parent)
     : QObject(parent), bus_(std::move(bus)) {
-    bus_.connect(service, object, interface, "SettingChanged", this,
+    // Otherwise the slot's parameters are not known yet, and the connection is refused.
+    qRegisterMetaType<QDBusVariant>();
+    // From any sender: the toolkit finds out only later who the portal is, and would drop what it
+    // tells until then.
+    bus_.connect(QString(), object, interface, "SettingChanged", this,
                  SLOT(take(QString, QString, QDBusVariant)));
     ask(appearance, colorScheme);
     ask(gnomeInterface, animations);
