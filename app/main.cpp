@@ -7,25 +7,25 @@
 #include <string>
 #include <vector>
 
+#include "agent/globals.h"
 #include "agent/linux/loaded_settings.h"
 #include "app/app_delegate.h"
-#include "app/globals.h"
 #include "app/start_up.h"
-#include "platform/linux/library_environment.h"
-#include "platform/linux/linux_child_process.h"
-#include "platform/linux/linux_console_users.h"
-#include "platform/linux/linux_directory_service.h"
-#include "platform/linux/linux_process.h"
-#include "platform/linux/linux_process_activity.h"
-#include "platform/linux/linux_property_list_reader.h"
-#include "platform/linux/linux_system_log.h"
-#include "platform/qt/display.h"
-#include "platform/qt/prompt_window.h"
-#include "platform/qt/qt_desktop.h"
-#include "platform/qt/qt_image.h"
-#include "platform/qt/qt_run_loop.h"
-#include "platform/qt/qt_text_segmenter.h"
-#include "platform/qt/termination_signals.h"
+#include "platform/linux/directory/directory_service.h"
+#include "platform/linux/directory/library_environment.h"
+#include "platform/linux/log/system_log.h"
+#include "platform/linux/session/console_users.h"
+#include "platform/linux/session/idle_inhibitor.h"
+#include "platform/posix/child_process.h"
+#include "platform/posix/process.h"
+#include "platform/property_list/property_list_reader.h"
+#include "platform/qt/application/image_reader.h"
+#include "platform/qt/application/run_loop.h"
+#include "platform/qt/application/termination_signals.h"
+#include "platform/qt/application/text_segmenter.h"
+#include "platform/qt/desktop/display.h"
+#include "platform/qt/desktop/window_and_screens.h"
+#include "ui/prompt_window.h"
 #include "window/view_controller.h"
 
 namespace {
@@ -94,8 +94,7 @@ struct Machine {
                                      velunor::loadedSettings().secureTokenTool,
                                      {}};
     services.application.connect(&application);
-    velunor::ViewController controller(arguments, velunor::promptEnvironment(globals), services,
-                                       view);
+    velunor::ViewController controller(arguments, globals, services, view);
     promptWindow.onUpdateNow([&] { controller.updateNow(); });
     promptWindow.onPostpone([&] { controller.postponeDeployment(); });
     promptWindow.onChangeUserName([&] { controller.changeUserName(); });

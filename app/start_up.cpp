@@ -57,9 +57,4 @@ void fillGlobals(Globals& globals, const ProcessInfo& processInfo, SystemLog& lo
     }
 }
 
-PromptEnvironment promptEnvironment(const Globals& globals) {
-    return {globals.productName, globals.basePath, globals.dataPath, globals.accessLogPath,
-            globals.i18nDefault};
-}
-
 }  // namespace velunor

@@ -3,10 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include "app/globals.h"
+#include "agent/globals.h"
 #include "platform/process.h"
 #include "platform/system_log.h"
-#include "window/prompt_environment.h"
 
 namespace velunor {
 
@@ -19,8 +18,5 @@ namespace velunor {
 /// initialisation is a fatal stop. Main thread, once, before the main loop.
 void fillGlobals(Globals& globals, const ProcessInfo& processInfo, SystemLog& log,
                  ProcessExit& processExit);
-
-/// What the window reads of the globals, which must outlive the result.
-[[nodiscard]] PromptEnvironment promptEnvironment(const Globals& globals);
 
 }  // namespace velunor

@@ -1,24 +1,36 @@
-# Checks that each folder includes only what it may: cmake -DROOT=<source tree> -P this file.
-# Dependencies point app -> window -> {prompt, credentials} -> {agent, platform}; implementations
-# know interfaces, and the entry point alone knows implementations.
+# Checks that every source of the program includes only what its folder may:
+# cmake -DROOT=<source tree> -P this file.
+# Dependencies point app -> ui -> window -> {prompt, credentials} -> {agent, platform} and ui ->
+# platform/qt; implementations know interfaces, and the entry point alone knows implementations.
 cmake_minimum_required(VERSION 3.25)
 
 set(violations "")
+set(unruled "")
+foreach(folder agent app credentials platform prompt tools ui window)
+    file(GLOB_RECURSE files RELATIVE "${ROOT}" "${ROOT}/${folder}/*.h" "${ROOT}/${folder}/*.cpp")
+    list(APPEND unruled ${files})
+endforeach()
 
-# check_folder(FOLDER ALLOW <patterns of quoted includes> [STANDARD_ONLY] [EXCEPT <files>])
-function(check_folder folder)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "STANDARD_ONLY" "" "ALLOW;EXCEPT")
-    file(GLOB files RELATIVE "${ROOT}" "${ROOT}/${folder}/*.h" "${ROOT}/${folder}/*.cpp")
-    list(JOIN arg_ALLOW "|" allowed)
-    foreach(file IN LISTS files)
-        if(file IN_LIST arg_EXCEPT)
+# rule(PLACE ALLOW <places> [STANDARD_ONLY] [GENERATED]): PLACE is a folder, without those below it,
+# or a single file, and so is each place that it may include. STANDARD_ONLY: of the headers in angle
+# brackets only the standard library's. GENERATED: also what the toolkit makes of a form or a source.
+function(rule place)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "STANDARD_ONLY;GENERATED" "" "ALLOW")
+    foreach(file IN LISTS unruled)
+        cmake_path(GET file PARENT_PATH folder)
+        if(NOT file STREQUAL place AND NOT folder STREQUAL place)
             continue()
         endif()
+        list(REMOVE_ITEM unruled "${file}")
         file(STRINGS "${ROOT}/${file}" lines REGEX "^[ \t]*#[ \t]*include")
         foreach(line IN LISTS lines)
             if(line MATCHES "include[ \t]*\"([^\"]+)\"")
                 set(header "${CMAKE_MATCH_1}")
-                if(header MATCHES "^(${allowed})$")
+                cmake_path(GET header PARENT_PATH origin)
+                if(header IN_LIST arg_ALLOW OR origin IN_LIST arg_ALLOW)
+                    continue()
+                endif()
+                if(arg_GENERATED AND header MATCHES "^((ui|moc)_[a-z0-9_]+\\.h|[a-z0-9_]+\\.moc)$")
                     continue()
                 endif()
             elseif(line MATCHES "include[ \t]*<([^>]+)>")
@@ -33,32 +45,55 @@ function(check_folder folder)
             list(APPEND violations "${file} must not include ${header}")
         endforeach()
     endforeach()
+    set(unruled "${unruled}" PARENT_SCOPE)
     set(violations "${violations}" PARENT_SCOPE)
 endfunction()
 
-set(platform "platform/[a-z0-9_]+\\.h")
-set(agent "agent/[a-z0-9_]+\\.h")
-set(prompt "prompt/[a-z0-9_]+\\.h")
-set(credentials "credentials/[a-z0-9_]+\\.h")
-set(window "window/[a-z0-9_]+\\.h")
-set(app "app/[a-z0-9_]+\\.h")
-# What a form connects to its window.
-set(view "window/(outlets|prompt_view)\\.h")
+# The logic, and the interfaces of what it needs.
+rule(platform STANDARD_ONLY ALLOW platform)
+rule(agent STANDARD_ONLY ALLOW agent platform)
+rule(prompt STANDARD_ONLY ALLOW prompt agent platform)
+rule(credentials STANDARD_ONLY ALLOW credentials agent platform)
+rule(window STANDARD_ONLY ALLOW window prompt credentials agent platform)
 
-check_folder(platform STANDARD_ONLY ALLOW ${platform})
-check_folder(agent STANDARD_ONLY ALLOW ${agent} ${platform})
-check_folder(prompt STANDARD_ONLY ALLOW ${prompt} ${agent} ${platform})
-check_folder(credentials STANDARD_ONLY ALLOW ${credentials} ${agent} ${platform})
-check_folder(window STANDARD_ONLY
-    ALLOW ${window} ${prompt} ${credentials} ${agent} ${platform})
-check_folder(app STANDARD_ONLY
-    ALLOW ${app} ${window} ${prompt} ${credentials} ${agent} ${platform}
-    EXCEPT app/main.cpp)
-check_folder(agent/linux ALLOW "agent/linux/[a-z0-9_]+\\.h" ${agent} ${platform})
-check_folder(platform/linux ALLOW "platform/linux/[a-z0-9_]+\\.h" ${platform})
-check_folder(platform/qt ALLOW "platform/qt/[a-z0-9_]+\\.h" "(ui|moc)_[a-z0-9_]+\\.h"
-    "[a-z0-9_]+\\.moc" ${view} ${platform})
+# The system.
+set(system platform platform/posix)
+rule(platform/posix ALLOW ${system})
+rule(platform/property_list ALLOW platform platform/property_list)
+rule(platform/linux/log ALLOW ${system} platform/linux/log)
+rule(platform/linux/session ALLOW ${system} platform/linux/session)
+rule(platform/linux/directory ALLOW
+    ${system} platform/linux/session platform/linux/directory)
+list(APPEND system platform/linux/log platform/linux/session platform/linux/directory)
+rule(agent/linux ALLOW ${system} agent agent/linux)
 
+# The toolkit, and the window over it. Of the controller a form knows what it connects.
+set(toolkit platform platform/qt/application)
+rule(platform/qt/application GENERATED ALLOW ${toolkit})
+rule(platform/qt/accessibility GENERATED ALLOW platform platform/qt/accessibility)
+list(APPEND toolkit platform/qt/accessibility platform/qt/desktop)
+rule(platform/qt/desktop GENERATED ALLOW ${toolkit})
+list(APPEND toolkit platform/qt/widgets)
+rule(platform/qt/widgets GENERATED ALLOW ${toolkit})
+list(APPEND toolkit platform/qt/password_field)
+rule(platform/qt/password_field GENERATED ALLOW ${toolkit})
+list(APPEND toolkit platform/qt/controls)
+rule(platform/qt/controls GENERATED ALLOW ${toolkit})
+rule(ui GENERATED ALLOW ui window/outlets.h window/prompt_view.h ${toolkit})
+
+# The composition root is the one file that knows implementations.
+rule(app/main.cpp ALLOW
+    app ui window agent agent/linux platform/property_list ${system} ${toolkit})
+rule(app STANDARD_ONLY ALLOW app window prompt credentials agent platform)
+
+# The programs beside the prompt. Of its logic they know the answer's form.
+rule(tools/ostrel_agent ALLOW tools/ostrel_agent prompt agent agent/linux ${system})
+rule(tools/osupdate_checkpass ALLOW tools/osupdate_checkpass agent agent/linux ${system})
+rule(tools/sysadminctl ALLOW tools/sysadminctl agent agent/linux ${system})
+
+foreach(file IN LISTS unruled)
+    list(APPEND violations "${file} stands in no folder that has a rule")
+endforeach()
 if(violations)
     list(JOIN violations "\n" text)
     message(FATAL_ERROR "\n${text}")

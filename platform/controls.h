@@ -48,10 +48,14 @@ class View {
     [[nodiscard]] virtual Layer* layer() = 0;
 };
 
+/// Whether a change of a text is told to assistive technologies or only shown.
+enum class Announcement { spoken, silent };
+
 class Label : public View {
   public:
     virtual void setStringValue(std::string_view text) = 0;
-    virtual void setAttributedStringValue(const AttributedString& text) = 0;
+    virtual void setAttributedStringValue(const AttributedString& text,
+                                          Announcement announcement) = 0;
     /// The text as shown, without styling.
     [[nodiscard]] virtual std::string stringValue() const = 0;
 };

@@ -12,6 +12,13 @@ namespace {
 constexpr std::chrono::seconds tickInterval{1};
 constexpr std::int64_t secondsPerMinute = 60;
 
+/// A listener hears each whole minute, and of the last one its middle and its end.
+Announcement announcementAt(std::int64_t secondsLeft) {
+    const bool isSpoken =
+        secondsLeft % secondsPerMinute == 0 || secondsLeft == 30 || secondsLeft == 10;
+    return isSpoken ? Announcement::spoken : Announcement::silent;
+}
+
 }  // namespace
 
 AttributedString ViewController::buildAttributedUpdateString(
@@ -23,7 +30,8 @@ void ViewController::showRemainingTime() {
     const std::array values{decimal(remainingTimeInSecond_ / secondsPerMinute),
                             decimal(remainingTimeInSecond_ % secondsPerMinute)};
     outlets().timerInfoLabel->setAttributedStringValue(
-        buildAttributedUpdateString(timerInfoMessage_, values));
+        buildAttributedUpdateString(timerInfoMessage_, values),
+        announcementAt(remainingTimeInSecond_));
 }
 
 void ViewController::updateTimerInfoLabel() {

@@ -20,7 +20,7 @@ void customize(const PropertyListDictionary& texts, std::string_view key, std::s
 }  // namespace
 
 void ViewController::setCustomizedText() {
-    const std::string path = environment_.dataPath + "/AutoRebootMessages.plist";
+    const std::string path = globals_.dataPath + "/AutoRebootMessages.plist";
     if (!fileExists(path)) {
         services_.log.write("AutoRebootMessages File not available");
         return;

@@ -21,7 +21,7 @@ std::variant<Rebrand, RebrandError> readRebrand(const std::string& path,
 }  // namespace
 
 std::optional<Rebrand> ViewController::getRebrandDetails() {
-    const std::string path = environment_.dataPath + "/rebrand.plist";
+    const std::string path = globals_.dataPath + "/rebrand.plist";
     if (!fileExists(path)) {
         return std::nullopt;
     }
@@ -54,7 +54,7 @@ void ViewController::processRebranding() {
 }
 
 void ViewController::applyRebrandedLogo() {
-    const std::string path = environment_.basePath + "/images/rebranded-agent-logo.png";
+    const std::string path = globals_.basePath + "/images/rebranded-agent-logo.png";
     if (!fileExists(path)) {
         services_.log.write("App icon not rebranded");
         return;

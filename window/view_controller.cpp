@@ -48,14 +48,13 @@ CredentialsPanelOutlets panelOutlets(const Outlets& outlets) {
 
 }  // namespace
 
-ViewController::ViewController(std::vector<std::string> arguments,
-                               const PromptEnvironment& environment, PromptServices services,
-                               PromptView view)
+ViewController::ViewController(std::vector<std::string> arguments, const Globals& globals,
+                               PromptServices services, PromptView view)
     : arguments_(std::move(arguments)),
-      environment_(environment),
+      globals_(globals),
       services_(std::move(services)),
       view_(std::move(view)),
-      accessLog_(environment_.accessLogPath, services_.processInfo, services_.clock, services_.log),
+      accessLog_(globals_.accessLogPath, services_.processInfo, services_.clock, services_.log),
       credentialsPanel_(panelOutlets(view_.outlets), view_.constraints,
                         {services_.log, services_.runLoop, services_.images, services_.childProcess,
                          services_.consoleUsers, services_.directory, services_.secureTokenTool}) {}
@@ -97,7 +96,7 @@ OSUpdateInput ViewController::getOSUpdatePromptData() {
 void ViewController::setInitialData(const OSUpdateInput& data) {
     constexpr std::int64_t secondsPerMinute = 60;
     remainingTimeInSecond_ = orFatalStop(multiplied(data.timer, secondsPerMinute));
-    outlets().productNameLabel->setStringValue(environment_.productName);
+    outlets().productNameLabel->setStringValue(globals_.productName);
     services_.log.write("Product Name : " + outlets().productNameLabel->stringValue());
     showCredentailsView(data.updateType == UpdateType::withCredentials);
     showUnspportedCredentailsAlert(false);
@@ -122,7 +121,7 @@ void ViewController::showPostponeCount(std::int64_t remainingPostponeCount) {
     }
     const std::string count = decimal(remainingPostponeCount);
     const auto text =
-        environment_.i18nDefault.getValueForKeyString("tarn.agent.msghand.remaining_attempts");
+        globals_.i18nDefault.getValueForKeyString("tarn.agent.msghand.remaining_attempts");
     label.setStringValue(count + " " + text.value_or("attempt(s) remaining"));
     services_.log.write("Remaining Postpone Count: " + count);
 }
@@ -154,7 +153,7 @@ void ViewController::bounceDock() {
 }
 
 std::string ViewController::localizedText(std::string_view key) const {
-    auto text = environment_.i18nDefault.getValueForKeyString(key);
+    auto text = globals_.i18nDefault.getValueForKeyString(key);
     if (!text) {
         fatalStop();
     }

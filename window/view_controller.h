@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "agent/globals.h"
 #include "credentials/credentials_panel.h"
 #include "credentials/secure_token_status.h"
 #include "platform/attributed_string.h"
@@ -23,7 +24,6 @@
 #include "prompt/access_log.h"
 #include "prompt/os_update_input.h"
 #include "prompt/os_update_notification_response.h"
-#include "window/prompt_environment.h"
 #include "window/prompt_view.h"
 #include "window/rebrand.h"
 
@@ -52,8 +52,9 @@ struct PromptServices {
 /// Everything here runs on the main thread. Using an unconnected outlet ends the process.
 class ViewController {
   public:
-    /// `arguments` is the process's command line, the program's path first.
-    ViewController(std::vector<std::string> arguments, const PromptEnvironment& environment,
+    /// `arguments` is the process's command line, the program's path first. `globals` must outlive
+    /// the controller.
+    ViewController(std::vector<std::string> arguments, const Globals& globals,
                    PromptServices services, PromptView view);
     ViewController(const ViewController&) = delete;
     ViewController& operator=(const ViewController&) = delete;
@@ -148,7 +149,7 @@ class ViewController {
     void finish(OSUpdateNotificationResponse response, std::string_view reason);
 
     std::vector<std::string> arguments_;
-    PromptEnvironment environment_;
+    const Globals& globals_;
     PromptServices services_;
     PromptView view_;
     AccessLog accessLog_;

@@ -1,8 +1,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "platform/linux/linux_property_list_reader.h"
-#include "platform/linux/property_list_limits.h"
+#include "platform/property_list/property_list_limits.h"
+#include "platform/property_list/property_list_reader.h"
 #include "platform/text.h"
 
 namespace velunor {

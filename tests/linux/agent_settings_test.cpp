@@ -9,7 +9,7 @@
 #include "agent/linux/loaded_settings.h"
 #include "agent/linux/settings.h"
 #include "agent/ltarnutils.h"
-#include "platform/linux/directory_settings.h"
+#include "platform/linux/directory/directory_settings.h"
 #include "tests/linux/agent_support.h"
 
 namespace velunor::testing {

@@ -1,7 +1,7 @@
+#include "platform/linux/directory/directory_service.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "platform/linux/linux_directory_service.h"
 
 namespace velunor {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "platform/linux/ldap_error.h"
+#include "platform/linux/directory/ldap_error.h"
 #include "tests/linux/ldap_node_fixture.h"
 
 namespace velunor::testing {

@@ -16,8 +16,8 @@
 #include <memory>
 #include <utility>
 
-#include "platform/linux/ldap_options.h"
-#include "platform/linux/ldap_transport.h"
+#include "platform/linux/directory/ldap_options.h"
+#include "platform/linux/directory/ldap_transport.h"
 #include "tests/linux/ldap_node_fixture.h"
 #include "tests/linux/ldap_peers.h"
 #include "tests/linux/platform_child.h"

@@ -9,8 +9,8 @@
 #include <sstream>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/ldap_node.h"
+#include "platform/linux/directory/ldap_node.h"
+#include "platform/posix/file_descriptor.h"
 #include "tests/linux/ldap_server.h"
 #include "tests/linux/platform_child.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/ldap_node.h"
+#include "platform/linux/directory/ldap_node.h"
 #include "tests/linux/ldap_server.h"
 
 namespace velunor::testing {

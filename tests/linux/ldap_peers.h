@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/posix/file_descriptor.h"
 
 namespace velunor::testing {
 

@@ -6,8 +6,8 @@
 
 #include <cstdio>
 
-#include "platform/linux/ldap_node.h"
-#include "platform/linux/library_environment.h"
+#include "platform/linux/directory/ldap_node.h"
+#include "platform/linux/directory/library_environment.h"
 
 int main(int count, char** arguments) {
     using namespace velunor;

@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/linux_directory_service.h"
+#include "platform/linux/directory/directory_service.h"
 #include "tests/e2e/support/files.h"
 #include "tests/world/machine.h"
 

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <string>
 
-#include "platform/linux/linux_console_users.h"
+#include "platform/linux/session/console_users.h"
 #include "tests/linux/platform_child.h"
 
 namespace velunor {

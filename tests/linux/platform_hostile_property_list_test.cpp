@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "platform/file.h"
-#include "platform/linux/linux_property_list_reader.h"
-#include "platform/linux/property_list_limits.h"
+#include "platform/property_list/property_list_limits.h"
+#include "platform/property_list/property_list_reader.h"
 #include "tests/linux/platform_binary_property_list.h"
 
 namespace velunor {

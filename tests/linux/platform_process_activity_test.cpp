@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/linux_process_activity.h"
+#include "platform/linux/session/idle_inhibitor.h"
 #include "tests/linux/platform_private_bus.h"
 
 namespace velunor {

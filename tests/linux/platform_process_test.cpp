@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/linux/linux_process.h"
+#include "platform/posix/process.h"
 #include "tests/linux/platform_child.h"
 #include "tests/unit/support/temporary_directory.h"
 

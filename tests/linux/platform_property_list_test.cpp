@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/linux_property_list_reader.h"
+#include "platform/property_list/property_list_reader.h"
 #include "tests/linux/platform_binary_property_list.h"
 
 namespace velunor {

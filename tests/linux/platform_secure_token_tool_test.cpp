@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/linux_child_process.h"
+#include "platform/posix/child_process.h"
 #include "tests/linux/platform_child.h"
 #include "tests/unit/support/temporary_directory.h"
 

@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/linux_system_log.h"
+#include "platform/linux/log/system_log.h"
 #include "tests/linux/platform_child.h"
 
 namespace velunor {

@@ -3,9 +3,9 @@
 #include <QTest>
 #include <QVBoxLayout>
 
-#include "platform/qt/form_views.h"
-#include "platform/qt/qt_controls.h"
+#include "platform/qt/controls/control_adapters.h"
 #include "tests/qt/widget_test.h"
+#include "ui/form_views.h"
 
 namespace velunor {
 namespace {
@@ -38,7 +38,8 @@ TEST(LabelTest, GivesBackStyledTextWithoutItsStyle) {
     QtLabel label(widget);
 
     label.setAttributedStringValue(
-        {{"in ", std::nullopt, 0}, {"5", TextAttributes{FontWeight::bold, 17, {}}, 1}});
+        {{"in ", std::nullopt, 0}, {"5", TextAttributes{FontWeight::bold, 17, {}}, 1}},
+        Announcement::spoken);
 
     EXPECT_EQ(label.stringValue(), "in 5");
 }
@@ -76,7 +77,8 @@ TEST(LabelTest, StylesMakeItHigher) {
     label.setStringValue("5");
     const int plain = widget.heightForWidth(200);
 
-    label.setAttributedStringValue({{"5", TextAttributes{FontWeight::bold, 17, {}}, 1}});
+    label.setAttributedStringValue({{"5", TextAttributes{FontWeight::bold, 17, {}}, 1}},
+                                   Announcement::spoken);
 
     EXPECT_GT(widget.heightForWidth(200), plain);
 }

@@ -1,10 +1,10 @@
-#include "platform/qt/desktop_settings.h"
+#include "platform/qt/desktop/desktop_settings.h"
 
 #include <QApplication>
 #include <QDBusConnectionInterface>
 
-#include "platform/qt/qt_controls.h"
-#include "platform/qt/theme.h"
+#include "platform/qt/controls/control_adapters.h"
+#include "platform/qt/desktop/theme.h"
 #include "tests/e2e/support/files.h"
 #include "tests/qt/fake_portal.h"
 #include "tests/qt/widget_test.h"

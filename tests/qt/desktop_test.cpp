@@ -2,9 +2,9 @@
 #include <QIcon>
 #include <QScreen>
 
-#include "platform/qt/qt_desktop.h"
-#include "platform/qt/qt_image.h"
-#include "platform/qt/x11_desktop.h"
+#include "platform/qt/application/image_reader.h"
+#include "platform/qt/desktop/window_and_screens.h"
+#include "platform/qt/desktop/x11_desktop.h"
 #include "tests/qt/widget_test.h"
 
 namespace velunor {

@@ -1,4 +1,4 @@
-#include "platform/qt/display.h"
+#include "platform/qt/desktop/display.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

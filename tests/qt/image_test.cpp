@@ -5,7 +5,7 @@
 #include <QTemporaryDir>
 #include <QtEndian>
 
-#include "platform/qt/qt_image.h"
+#include "platform/qt/application/image_reader.h"
 #include "tests/qt/widget_test.h"
 
 namespace velunor {

@@ -1,4 +1,4 @@
-#include "platform/qt/literal_text.h"
+#include "platform/qt/widgets/literal_text.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>

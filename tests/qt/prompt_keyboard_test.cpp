@@ -1,8 +1,8 @@
 #include <QApplication>
 #include <QTest>
 
-#include "platform/qt/secure_text_field.h"
-#include "platform/qt/text_button.h"
+#include "platform/qt/password_field/secure_text_field.h"
+#include "platform/qt/widgets/text_button.h"
 #include "tests/qt/prompt_window_fixture.h"
 
 namespace velunor {

@@ -1,9 +1,8 @@
 #include <QAccessible>
 
-#include "platform/qt/announcer.h"
-#include "platform/qt/countdown_speech.h"
-#include "platform/qt/secure_text_field.h"
-#include "platform/qt/text_label.h"
+#include "platform/qt/accessibility/announcer.h"
+#include "platform/qt/password_field/secure_text_field.h"
+#include "platform/qt/widgets/text_label.h"
 #include "tests/qt/prompt_window_fixture.h"
 
 namespace velunor {
@@ -27,25 +26,6 @@ class PromptSpeechTest : public PromptWindowTest {
     }
 };
 
-TEST(CountdownSpeechTest, KnowsTheSecondsLeft) {
-    EXPECT_EQ(countdownSeconds(countdown("14", "59")), 899);
-    EXPECT_EQ(countdownSeconds(countdown("0", "1")), 1);
-    EXPECT_EQ(countdownSeconds(countdown("120", "0")), 7200);
-    EXPECT_EQ(countdownSeconds(countdown("x", "1")), std::nullopt);
-    EXPECT_EQ(countdownSeconds(countdown("1234567890", "1")), std::nullopt);
-    EXPECT_EQ(countdownSeconds({{"no figures", std::nullopt, 0}}), std::nullopt);
-}
-
-TEST(CountdownSpeechTest, SpeaksAtWholeMinutesAndTwiceInTheLast) {
-    std::vector<long> moments;
-    for (long left = 180; left > 0; --left) {
-        if (isSpokenMoment(left)) {
-            moments.push_back(left);
-        }
-    }
-    EXPECT_EQ(moments, (std::vector<long>{180, 120, 60, 30, 10}));
-}
-
 TEST_F(PromptSpeechTest, SaysItsTextsWhenItOpens) {
     EXPECT_EQ(spoken(), "");
 
@@ -62,11 +42,14 @@ TEST_F(PromptSpeechTest, SaysTheCountdownNowAndThen) {
     show();
     PromptView view = window.view();
 
-    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("2", "0"));
+    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("2", "0"),
+                                                          Announcement::spoken);
     EXPECT_EQ(spoken(), "In 2 min 0");
-    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("1", "59"));
+    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("1", "59"),
+                                                          Announcement::silent);
     EXPECT_EQ(spoken(), "In 2 min 0");
-    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("0", "10"));
+    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("0", "10"),
+                                                          Announcement::spoken);
     EXPECT_EQ(spoken(), "In 0 min 10");
 }
 

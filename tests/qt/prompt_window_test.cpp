@@ -1,4 +1,4 @@
-#include "platform/qt/prompt_window.h"
+#include "ui/prompt_window.h"
 
 #include <QApplication>
 #include <QScreen>
@@ -7,11 +7,11 @@
 #include <QTest>
 #include <set>
 
-#include "platform/qt/form_views.h"
-#include "platform/qt/qt_controls.h"
-#include "platform/qt/qt_desktop.h"
-#include "platform/qt/window_shape.h"
+#include "platform/qt/controls/control_adapters.h"
+#include "platform/qt/desktop/window_and_screens.h"
+#include "platform/qt/desktop/window_shape.h"
 #include "tests/qt/prompt_window_fixture.h"
+#include "ui/form_views.h"
 
 namespace velunor {
 namespace {

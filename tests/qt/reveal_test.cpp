@@ -1,7 +1,7 @@
 #include <QTest>
 #include <QVBoxLayout>
 
-#include "platform/qt/secure_text_field.h"
+#include "platform/qt/password_field/secure_text_field.h"
 #include "tests/qt/widget_test.h"
 
 namespace velunor {

@@ -1,9 +1,10 @@
+#include "platform/qt/application/run_loop.h"
+
 #include <QThread>
 #include <atomic>
 #include <csignal>
 
-#include "platform/qt/qt_run_loop.h"
-#include "platform/qt/termination_signals.h"
+#include "platform/qt/application/termination_signals.h"
 #include "tests/qt/widget_test.h"
 
 namespace velunor {

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "agent/linux/properties.h"
-#include "platform/qt/qt_image.h"
+#include "platform/qt/application/image_reader.h"
 
 namespace velunor {
 
@@ -135,7 +135,8 @@ void SamplePrompt::fill(PromptWindow& window) const {
                                                       figure(minutes),
                                                       {countdownMiddle, std::nullopt, 0},
                                                       figure(seconds),
-                                                      {countdownEnd, std::nullopt, 0}});
+                                                      {countdownEnd, std::nullopt, 0}},
+                                                     Announcement::spoken);
     outlets.postponeAttemptsRemainingLabel->setStringValue(attempts);
     outlets.postponeButton->setTitle(postponeTitle);
     outlets.updateNowButton->setTitle(updateNowTitle);

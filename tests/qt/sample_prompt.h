@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/qt/prompt_window.h"
+#include "ui/prompt_window.h"
 
 namespace velunor {
 

@@ -4,7 +4,7 @@
 #include <QMouseEvent>
 #include <QPalette>
 
-#include "platform/qt/secure_text_field.h"
+#include "platform/qt/password_field/secure_text_field.h"
 
 namespace velunor {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/qt/prompt_window.h"
 #include "tests/qt/sample_prompt.h"
+#include "ui/prompt_window.h"
 
 namespace velunor {
 

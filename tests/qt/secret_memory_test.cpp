@@ -12,7 +12,7 @@
 #include <random>
 #include <sstream>
 
-#include "platform/qt/qt_controls.h"
+#include "platform/qt/controls/control_adapters.h"
 #include "tests/qt/widget_test.h"
 
 namespace velunor {

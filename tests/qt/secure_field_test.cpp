@@ -5,7 +5,7 @@
 #include <QMimeData>
 #include <QTest>
 
-#include "platform/qt/qt_controls.h"
+#include "platform/qt/controls/control_adapters.h"
 #include "tests/qt/widget_test.h"
 
 namespace velunor {

@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/qt/text_button.h"
-#include "platform/qt/text_label.h"
+#include "platform/qt/widgets/text_button.h"
+#include "platform/qt/widgets/text_label.h"
 #include "tests/qt/offscreen_screen.h"
 #include "tests/qt/sample_states.h"
 

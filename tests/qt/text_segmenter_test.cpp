@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
+#include "platform/qt/application/text_segmenter.h"
 
-#include "platform/qt/qt_text_segmenter.h"
+#include <gtest/gtest.h>
 
 namespace velunor {
 namespace {

@@ -1,11 +1,11 @@
-#include "platform/qt/theme.h"
+#include "platform/qt/desktop/theme.h"
 
 #include <QApplication>
 #include <QPalette>
 #include <cmath>
 
-#include "platform/qt/text_button.h"
-#include "platform/qt/text_label.h"
+#include "platform/qt/widgets/text_button.h"
+#include "platform/qt/widgets/text_label.h"
 #include "tests/qt/prompt_window_fixture.h"
 
 namespace velunor {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "agent/linux/settings.h"
-#include "platform/linux/linux_system_log.h"
+#include "platform/linux/log/system_log.h"
 #include "tools/ostrel_agent/command_line.h"
 #include "tools/ostrel_agent/exit_status.h"
 #include "tools/ostrel_agent/prompt_session.h"

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <variant>
 
-#include "platform/linux/linux_system_log.h"
+#include "platform/linux/log/system_log.h"
 #include "prompt/os_update_notification_response.h"
 
 namespace velunor {

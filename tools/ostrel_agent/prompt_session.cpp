@@ -14,8 +14,8 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/linux_process.h"
-#include "platform/linux/linux_system_log.h"
+#include "platform/linux/log/system_log.h"
+#include "platform/posix/process.h"
 #include "prompt/os_update_notification_response.h"
 #include "tools/ostrel_agent/agent_service_server.h"
 #include "tools/ostrel_agent/printable.h"

@@ -11,8 +11,8 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/readiness.h"
+#include "platform/posix/file_descriptor.h"
+#include "platform/posix/poll_until.h"
 
 namespace velunor {
 

@@ -18,8 +18,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/password_helper_protocol.h"
+#include "platform/linux/directory/credential_checker_protocol.h"
+#include "platform/posix/file_descriptor.h"
 #include "tools/osupdate_checkpass/caller.h"
 #include "tools/osupdate_checkpass/guarded_check.h"
 #include "tools/osupdate_checkpass/pam_check.h"

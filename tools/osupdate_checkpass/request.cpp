@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <string_view>
 
-#include "platform/linux/password_helper_protocol.h"
-#include "platform/linux/readiness.h"
+#include "platform/linux/directory/credential_checker_protocol.h"
+#include "platform/posix/poll_until.h"
 
 namespace velunor {
 

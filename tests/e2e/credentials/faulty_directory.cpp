@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/linux_directory_service.h"
+#include "platform/linux/directory/directory_service.h"
 
 namespace velunor {
 namespace {

@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/password_helper.h"
+#include "platform/linux/directory/credential_checker.h"
+#include "platform/posix/file_descriptor.h"
 #include "tests/linux/password_helper/helper_support.h"
 #include "tests/linux/password_helper/listening_socket.h"
 #include "tests/unit/support/temporary_directory.h"

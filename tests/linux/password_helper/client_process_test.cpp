@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/password_helper_protocol.h"
+#include "platform/linux/directory/credential_checker_protocol.h"
+#include "platform/posix/file_descriptor.h"
 #include "tests/linux/password_helper/helper_support.h"
 #include "tests/linux/platform_child.h"
 #include "tests/unit/support/temporary_directory.h"

@@ -9,8 +9,8 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/password_helper.h"
+#include "platform/linux/directory/credential_checker.h"
+#include "platform/posix/file_descriptor.h"
 #include "tests/linux/platform_child.h"
 
 namespace velunor::testing {

@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/linux/directory_settings.h"
+#include "platform/linux/directory/directory_settings.h"
 
 namespace velunor::testing {
 

@@ -8,7 +8,7 @@
 #include <ostream>
 #include <string>
 
-#include "platform/linux/password_helper_protocol.h"
+#include "platform/linux/directory/credential_checker_protocol.h"
 #include "tests/linux/password_helper/helper_support.h"
 
 namespace velunor::testing {

@@ -92,16 +92,6 @@ TEST_F(StartUpDeathTest, LibraryWithoutGlobalVariablesIsAFatalStop) {
     EXPECT_EXIT(fill(), ::testing::KilledBySignal(SIGABRT), "^$");
 }
 
-TEST_F(StartUpTest, WindowSeesTheGlobalsThatItReads) {
-    fill();
-    const PromptEnvironment environment = promptEnvironment(globals);
-    EXPECT_EQ(&environment.productName, &globals.productName);
-    EXPECT_EQ(&environment.basePath, &globals.basePath);
-    EXPECT_EQ(&environment.dataPath, &globals.dataPath);
-    EXPECT_EQ(&environment.accessLogPath, &globals.accessLogPath);
-    EXPECT_EQ(&environment.i18nDefault, &globals.i18nDefault);
-}
-
 TEST(SecondParentTest, DropsTheLastTwoComponents) {
     EXPECT_EQ(secondParentOf("/A/B/Prompt.app"), "/A");
     EXPECT_EQ(secondParentOf("/A/B/C/Prompt.app/"), "/A/B");

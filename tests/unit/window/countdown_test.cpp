@@ -40,6 +40,14 @@ TEST_F(CountdownTest, FiguresAreStyledRuns) {
                             TextRun{".", std::nullopt, 0}));
 }
 
+TEST_F(CountdownTest, ListenersHearWholeMinutesAndTwiceInTheLast) {
+    open("OSUpdate", "false", "3");
+    runOut(180s);
+    EXPECT_THAT(controls.timerInfoLabel.spoken,
+                ElementsAre("Postpone in 3:0.", "Postpone in 2:0.", "Postpone in 1:0.",
+                            "Postpone in 0:30.", "Postpone in 0:10."));
+}
+
 TEST_F(CountdownTest, StartIsLoggedWithThePlainText) {
     open("OSUpdate", "false", "1");
     EXPECT_THAT(log.lines(), ::testing::Contains("Starting with Postpone in 1:0."));

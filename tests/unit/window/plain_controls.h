@@ -48,15 +48,21 @@ struct PlainLabel : PlainControl<Label> {
         styled = {{std::string(text), std::nullopt, 0}};
         history.emplace_back(text);
     }
-    void setAttributedStringValue(const AttributedString& text) override {
+    void setAttributedStringValue(const AttributedString& text,
+                                  Announcement announcement) override {
         styled = text;
         history.push_back(plainText(text));
+        if (announcement == Announcement::spoken) {
+            spoken.push_back(history.back());
+        }
     }
     [[nodiscard]] std::string stringValue() const override {
         return shownInstead.value_or(plainText(styled));
     }
 
     AttributedString styled;
+    /// The styled texts that assistive technologies were told of.
+    std::vector<std::string> spoken;
     /// Every text that the label was given.
     std::vector<std::string> history;
     /// What the label shows in place of what it was given, as a control that trims would.

@@ -21,10 +21,12 @@ class PromptFixture : public ::testing::Test {
   protected:
     PromptFixture() {
         resetAgent();
-        i18n.loadI18NPropertyFile();
-        data = directory.path();
-        base = directory.path();
-        std::filesystem::create_directory(base + "/images");
+        globals.i18nDefault.loadI18NPropertyFile();
+        globals.productName = "Ostrel Agent";
+        globals.basePath = directory.path();
+        globals.dataPath = directory.path();
+        globals.accessLogPath = directory.file("rebootaccess.log");
+        std::filesystem::create_directory(globals.basePath + "/images");
     }
     ~PromptFixture() override { agent().join(); }
 
@@ -37,7 +39,7 @@ class PromptFixture : public ::testing::Test {
             services.application.connect(&application);
         }
         controller =
-            std::make_unique<ViewController>(std::move(arguments), environment, services, view);
+            std::make_unique<ViewController>(std::move(arguments), globals, services, view);
     }
 
     /// Opens a prompt as the agent would.
@@ -89,12 +91,7 @@ class PromptFixture : public ::testing::Test {
     bool hasApplication = true;
     PlainControls controls;
     PromptView view = controls.view();
-    std::string productName = "Ostrel Agent";
-    std::string base;
-    std::string data;
-    std::string accessLogPath = directory.file("rebootaccess.log");
-    I18NUtility i18n;
-    PromptEnvironment environment{productName, base, data, accessLogPath, i18n};
+    Globals globals;
     std::unique_ptr<ViewController> controller;
     std::size_t openingLines = 0;
 };

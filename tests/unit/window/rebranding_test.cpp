@@ -25,7 +25,7 @@ class RebrandingTest : public PromptFixture {
     void putLogo() {
         directory.write("images/rebranded-agent-logo.png", "logo");
         logo = std::make_shared<FakeImage>(Size{64, 64});
-        images.byPath[base + "/images/rebranded-agent-logo.png"] = logo;
+        images.byPath[globals.basePath + "/images/rebranded-agent-logo.png"] = logo;
     }
 
     ImagePointer logo;

@@ -22,8 +22,8 @@ TEST_F(SetUpTest, OpeningWritesItsLinesInTheStatedOrder) {
         ElementsAre(
             "Opened Application [\"/opt/prompt\", \"OSUpdateWithCred\", "
             "\"Debian 12.9\", \"true\", \"15\", \"false\", \"2\"]",
-            "Log file created at " + accessLogPath, "Permissions set to 0666", "Title : Title text",
-            "Message : Message text", "Credentails Info : Credentials text",
+            "Log file created at " + globals.accessLogPath, "Permissions set to 0666",
+            "Title : Title text", "Message : Message text", "Credentails Info : Credentials text",
             "Unspported Credentails Info : Not sufficient", "Postpone Button : Postpone caption",
             "Update Now Button : Update caption", "Username Change Button : Change user",
             "Product Name : Ostrel Agent", "Showing Timer Below Credentails",
@@ -35,7 +35,7 @@ TEST_F(SetUpTest, OpeningWritesItsLinesInTheStatedOrder) {
 TEST_F(SetUpTest, StartingEntryIsWrittenBeforeTheTexts) {
     open();
     ASSERT_EQ(agent().entries.size(), 1U);
-    EXPECT_EQ(agent().entries.front().first, accessLogPath);
+    EXPECT_EQ(agent().entries.front().first, globals.accessLogPath);
     EXPECT_THAT(agent().entries.front().second,
                 HasSubstr("\t\tOSUpdate\t\talice\t\tWithout Credentials - false - Debian 12.9 - "
                           "15 mins"));
@@ -87,7 +87,7 @@ TEST_F(SetUpTest, NegativeCountHidesTheAttemptsLabel) {
 
 TEST_F(SetUpTest, CountOfOneShowsTheFallbackTextWhereTheStoreHasNone) {
     agent().texts.erase("tarn.agent.msghand.remaining_attempts");
-    i18n.loadI18NPropertyFile();
+    globals.i18nDefault.loadI18NPropertyFile();
     open("OSUpdate", "true", "15", "false", "1");
     EXPECT_EQ(controls.postponeAttemptsRemainingLabel.stringValue(), "1 attempt(s) remaining");
     EXPECT_FALSE(controls.postponeAttemptsRemainingLabel.hidden);
@@ -117,7 +117,7 @@ TEST_F(SetUpTest, PostponingByDefaultShowsThePostponeText) {
 
 TEST_F(SetUpDeathTest, MissingCountdownTemplateIsAFatalStop) {
     agent().texts.erase("tarn.agent.msghand.automatic_postpone_text");
-    i18n.loadI18NPropertyFile();
+    globals.i18nDefault.loadI18NPropertyFile();
     EXPECT_EXIT(open("OSUpdate", "false"), ::testing::KilledBySignal(SIGABRT), "");
 }
 

@@ -15,7 +15,7 @@ class TextsTest : public PromptFixture {
   protected:
     void localise(const std::string& key, const std::string& text) {
         agent().texts[key] = text;
-        i18n.loadI18NPropertyFile();
+        globals.i18nDefault.loadI18NPropertyFile();
     }
     /// Puts a file where the administrator's texts are looked for and reads it as `result`.
     void customise(PropertyListResult result) {
@@ -69,7 +69,7 @@ class MissingCaptionDeathTest : public TextsTest,
 
 TEST_P(MissingCaptionDeathTest, IsAFatalStop) {
     agent().texts.erase(GetParam());
-    i18n.loadI18NPropertyFile();
+    globals.i18nDefault.loadI18NPropertyFile();
     makeController({});
     EXPECT_EXIT(controller->setLocalizationText(), ::testing::KilledBySignal(SIGABRT), "");
 }

@@ -1,3 +1,3 @@
 #pragma once
 
-#include "platform/linux/linux_system_log.h"
+#include "platform/linux/log/system_log.h"

@@ -1,0 +1,122 @@
+#include "platform/linux/directory/directory_service.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "platform/linux/directory/credential_checker.h"
+#include "platform/linux/directory/ldap_node.h"
+#include "platform/linux/directory/local_account_record.h"
+
+namespace velunor {
+
+namespace {
+
+using Settings = std::shared_ptr<const LinuxDirectorySettings>;
+
+/// The accounts of this machine.
+class LocalNode : public DirectoryNode {
+  public:
+    explicit LocalNode(Settings settings) : settings_(std::move(settings)) {}
+
+    std::optional<DirectoryError> setCredentials(const std::string& recordName,
+                                                 const Secret& password) override {
+        return checkLocalPassword(settings_->passwordHelper, recordName, password);
+    }
+
+    std::optional<PropertyListDictionary> nodeDetails(
+        std::span<const std::string_view> /*keys*/) override {
+        return std::nullopt;
+    }
+
+    DirectoryResult<DirectoryRecords> usersNamed(const std::string& recordName,
+                                                 std::size_t maximumResults) override {
+        LocalAccountResult found = localAccountNamed(recordName);
+        if (found.error != 0) {
+            return DirectoryError{"Password database", found.error,
+                                  std::generic_category().message(found.error)};
+        }
+        DirectoryRecords records;
+        if (found.account && maximumResults > 0) {
+            records.push_back(std::make_unique<LocalAccountRecord>(std::move(*found.account)));
+        }
+        return records;
+    }
+
+  private:
+    Settings settings_;
+};
+
+/// The node that knows which nodes are to be asked, and has no accounts of its own.
+class SearchNode : public DirectoryNode {
+  public:
+    explicit SearchNode(Settings settings) : settings_(std::move(settings)) {}
+
+    std::optional<DirectoryError> setCredentials(const std::string& /*recordName*/,
+                                                 const Secret& /*password*/) override {
+        return noAccounts();
+    }
+
+    std::optional<PropertyListDictionary> nodeDetails(
+        std::span<const std::string_view> keys) override {
+        PropertyListDictionary details;
+        if (std::find(keys.begin(), keys.end(), attributeSearchPath) != keys.end()) {
+            PropertyListArray names;
+            for (const std::string& name : settings_->searchPath) {
+                names.push_back({name});
+            }
+            details.emplace(attributeSearchPath, PropertyListValue{std::move(names)});
+        }
+        return details;
+    }
+
+    DirectoryResult<DirectoryRecords> usersNamed(const std::string& /*recordName*/,
+                                                 std::size_t /*maximumResults*/) override {
+        return noAccounts();
+    }
+
+  private:
+    static DirectoryError noAccounts() {
+        return {"Directory", ENOTSUP, "The search node has no accounts of its own"};
+    }
+
+    Settings settings_;
+};
+
+class LinuxDirectorySession : public DirectorySession {
+  public:
+    explicit LinuxDirectorySession(Settings settings) : settings_(std::move(settings)) {}
+
+    DirectoryResult<DirectoryNodePointer> openNode(const std::string& name) override {
+        if (name == "/Local/Default") {
+            return openNode(DirectoryNodeType::localNodes);
+        }
+        if (name == "/Search") {
+            return std::make_unique<SearchNode>(settings_);
+        }
+        const auto node = settings_->ldapNodes.find(name);
+        if (node == settings_->ldapNodes.end()) {
+            return DirectoryError{"Directory", ENOENT, "No node of this name"};
+        }
+        return openLdapNode(node->second);
+    }
+
+    DirectoryResult<DirectoryNodePointer> openNode(DirectoryNodeType /*type*/) override {
+        return std::make_unique<LocalNode>(settings_);
+    }
+
+  private:
+    Settings settings_;
+};
+
+}  // namespace
+
+LinuxDirectoryService::LinuxDirectoryService(LinuxDirectorySettings settings)
+    : settings_(std::make_shared<const LinuxDirectorySettings>(std::move(settings))) {}
+
+std::shared_ptr<DirectorySession> LinuxDirectoryService::defaultSession() {
+    return std::make_shared<LinuxDirectorySession>(settings_);
+}
+
+}  // namespace velunor

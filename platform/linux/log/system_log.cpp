@@ -1,0 +1,190 @@
+#include "platform/linux/log/system_log.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <systemd/sd-journal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <ctime>
+
+#include "platform/posix/file_descriptor.h"
+#include "platform/text.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr const char* identifier = "VelunorOSUpdate";
+constexpr const char* journalSocket = "/run/systemd/journal/socket";
+constexpr const char* syslogSocket = "/dev/log";
+
+/// Local time with milliseconds, then the program and its process id.
+std::string recordHead() {
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
+        1000;
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    std::array<char, 32> date{};
+    static_cast<void>(std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &local));
+    std::array<char, 96> head{};
+    const int length = std::snprintf(head.data(), head.size(), "%s.%03d %s[%d] ", date.data(),
+                                     static_cast<int>(milliseconds), identifier, getpid());
+    return {head.data(), static_cast<std::size_t>(length)};
+}
+
+bool isReadyForWriting(int descriptor) {
+    pollfd ready{descriptor, POLLOUT, 0};
+    return poll(&ready, 1, 0) == 1 && (ready.revents & POLLOUT) != 0;
+}
+
+/// A log that cannot be written has nowhere else to say so.
+void tryToWrite(int descriptor, std::string_view record) {
+    [[maybe_unused]] const ssize_t written = ::write(descriptor, record.data(), record.size());
+}
+
+/// Writes the record in one piece. A reader that does not read, or is gone, costs the record and
+/// never stops the program. Whoever shares standard error keeps its blocking mode: a pipe is opened
+/// anew for this write instead of being changed.
+void writeToStandardError(std::string_view record) {
+    struct stat about {};
+    if (fstat(STDERR_FILENO, &about) != 0) {
+        return;
+    }
+    if (S_ISSOCK(about.st_mode)) {
+        static_cast<void>(
+            ::send(STDERR_FILENO, record.data(), record.size(), MSG_DONTWAIT | MSG_NOSIGNAL));
+        return;
+    }
+    const bool isPipe = S_ISFIFO(about.st_mode);
+    const FileDescriptor pipe(isPipe ? open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_CLOEXEC)
+                                     : -1);
+    if (pipe.isOpen()) {
+        tryToWrite(pipe.get(), record);
+    } else if (isReadyForWriting(STDERR_FILENO)) {
+        // Another user's pipe cannot be opened; up to this size it takes a record without waiting.
+        tryToWrite(STDERR_FILENO, isPipe ? record.substr(0, PIPE_BUF) : record);
+    }
+}
+
+/// Whether somebody listens on the socket, and has room for a record now: the calls that send one
+/// would wait.
+struct Listener {
+    bool present = false;
+    bool hasRoom = false;
+};
+
+Listener listenerAt(const char* path) {
+    const FileDescriptor probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::string_view(path).copy(address.sun_path, sizeof address.sun_path - 1);
+    const bool connected =
+        probe.isOpen() &&
+        connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    return {connected, connected && isReadyForWriting(probe.get())};
+}
+
+/// Gives each standard stream that is closed a place to go. The next file or connection to be
+/// opened would get its number otherwise, and the records with it.
+void occupyStandardStreams() {
+    int file = 0;
+    do {
+        file = open("/dev/null", O_RDWR);
+    } while (file >= 0 && file <= STDERR_FILENO);
+    if (file >= 0) {
+        close(file);
+    }
+}
+
+void sendToJournal(const std::string& message) {
+    const std::string text = "MESSAGE=" + message;
+    const std::string name = std::string("SYSLOG_IDENTIFIER=") + identifier;
+    const std::string priority = "PRIORITY=" + std::to_string(LOG_NOTICE);
+    const auto field = [](const std::string& value) {
+        return iovec{const_cast<char*>(value.data()), value.size()};
+    };
+    const std::array fields{field(text), field(name), field(priority)};
+    static_cast<void>(sd_journal_sendv(fields.data(), static_cast<int>(fields.size())));
+}
+
+}  // namespace
+
+std::string escapedForLog(std::string_view message) {
+    constexpr std::string_view hexadecimal = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(message.size());
+    const auto escape = [&](unsigned code) {
+        out += "\\u{";
+        for (unsigned shift = code > 0xFFU ? 12 : 4;; shift -= 4) {
+            out += hexadecimal[(code >> shift) & 0xFU];
+            if (shift == 0) {
+                break;
+            }
+        }
+        out += '}';
+    };
+    for (std::size_t index = 0; index < message.size();) {
+        std::size_t length = 1;
+        while (length < 4 && !isValidUtf8(message.substr(index, length))) {
+            ++length;
+        }
+        const std::string_view character = message.substr(index, length);
+        if (!isValidUtf8(character)) {
+            out += "\uFFFD";
+            ++index;
+            continue;
+        }
+        const auto first = static_cast<unsigned char>(character.front());
+        if (character == "\n") {
+            out += "\\n";
+        } else if (character == "\r") {
+            out += "\\r";
+        } else if (character == "\t") {
+            out += "\\t";
+        } else if (first < 0x20U || first == 0x7FU) {
+            escape(first);
+        } else if (first == 0xC2U && static_cast<unsigned char>(character[1]) < 0xA0U) {
+            escape(static_cast<unsigned char>(character[1]));
+        } else if (character == "\u2028" || character == "\u2029") {
+            escape(character == "\u2028" ? 0x2028U : 0x2029U);
+        } else {
+            out += character;
+        }
+        index += length;
+    }
+    return out;
+}
+
+LinuxSystemLog::LinuxSystemLog() {
+    occupyStandardStreams();
+    // A reader of standard error that goes away must not take the prompt with it.
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    openlog(identifier, LOG_PID | LOG_NDELAY, LOG_USER);
+}
+
+void LinuxSystemLog::write(std::string_view message) {
+    const std::string text = escapedForLog(message);
+    writeToStandardError(recordHead() + text + "\n");
+    const Listener journal = listenerAt(journalSocket);
+    if (journal.hasRoom) {
+        sendToJournal(text);
+    } else if (!journal.present && listenerAt(syslogSocket).hasRoom) {
+        syslog(LOG_NOTICE, "%s", text.c_str());
+    }
+}
+
+}  // namespace velunor

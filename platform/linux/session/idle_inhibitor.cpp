@@ -1,0 +1,110 @@
+#include "platform/linux/session/idle_inhibitor.h"
+
+#include <fcntl.h>
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "platform/linux/session/bus_handles.h"
+#include "platform/posix/file_descriptor.h"
+
+namespace velunor {
+
+namespace {
+
+/// The login manager's lock; it lasts as long as the descriptor is open.
+FileDescriptor loginManagerLock(const std::string& reason) {
+    const BusHandle bus = openBus(sd_bus_open_system);
+    sd_bus_message* reply = nullptr;
+    if (!bus ||
+        sd_bus_call_method(bus.get(), "org.freedesktop.login1", "/org/freedesktop/login1",
+                           "org.freedesktop.login1.Manager", "Inhibit", nullptr, &reply, "ssss",
+                           "idle", "VelunorOSUpdate", reason.c_str(), "block") < 0) {
+        return FileDescriptor();
+    }
+    const BusMessageHandle owner(reply);
+    int descriptor = -1;
+    if (sd_bus_message_read(reply, "h", &descriptor) < 0) {
+        return FileDescriptor();
+    }
+    // The message closes its own descriptor with itself.
+    return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, 3));
+}
+
+/// The desktop portal's lock; it lasts as long as the connection is open.
+BusHandle portalLock(const std::string& reason) {
+    constexpr std::uint32_t idle = 8;
+    BusHandle bus = openBus(sd_bus_open_user);
+    sd_bus_message* reply = nullptr;
+    if (!bus || sd_bus_call_method(bus.get(), "org.freedesktop.portal.Desktop",
+                                   "/org/freedesktop/portal/desktop",
+                                   "org.freedesktop.portal.Inhibit", "Inhibit", nullptr, &reply,
+                                   "sua{sv}", "", idle, 1, "reason", "s", reason.c_str()) < 0) {
+        return nullptr;
+    }
+    const BusMessageHandle owner(reply);
+    return bus;
+}
+
+}  // namespace
+
+class LinuxProcessActivity::Lock {
+  public:
+    /// Asks for the lock; false when nobody grants one. On the asking thread.
+    bool acquire(const std::string& reason) {
+        FileDescriptor descriptor = loginManagerLock(reason);
+        BusHandle bus = descriptor.isOpen() ? nullptr : portalLock(reason);
+        const bool granted = descriptor.isOpen() || bus;
+        const std::lock_guard guard(mutex_);
+        // One that was given back before it was granted is dropped here.
+        if (!released_) {
+            descriptor_ = std::move(descriptor);
+            bus_ = std::move(bus);
+        }
+        return granted;
+    }
+
+    void release() {
+        const std::lock_guard guard(mutex_);
+        released_ = true;
+        descriptor_ = FileDescriptor();
+        bus_.reset();
+    }
+
+  private:
+    std::mutex mutex_;
+    bool released_ = false;
+    FileDescriptor descriptor_;
+    BusHandle bus_;
+};
+
+LinuxProcessActivity::LinuxProcessActivity(SystemLog& log) : log_(log) {}
+
+ProcessActivity::Token LinuxProcessActivity::beginUserInitiated(std::string_view reason) {
+    const auto lock = std::make_shared<Lock>();
+    locks_.emplace(++lastToken_, lock);
+    try {
+        std::thread([lock, text = std::string(reason), &log = log_] {
+            if (!lock->acquire(text)) {
+                log.write("No idle inhibitor available");
+            }
+        }).detach();
+    } catch (const std::system_error&) {
+        log_.write("No idle inhibitor available");
+    }
+    return lastToken_;
+}
+
+void LinuxProcessActivity::end(Token token) {
+    const auto found = locks_.find(token);
+    if (found != locks_.end()) {
+        found->second->release();
+        locks_.erase(found);
+    }
+}
+
+}  // namespace velunor

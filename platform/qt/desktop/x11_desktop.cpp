@@ -1,0 +1,205 @@
+#include "platform/qt/desktop/x11_desktop.h"
+
+#include <xcb/xcb.h>
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWidget>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velunor {
+
+namespace {
+
+constexpr std::uint32_t longestProperty = 4096;
+
+struct FreeReply {
+    void operator()(void* reply) const { std::free(reply); }
+};
+
+template <class Reply>
+using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
+
+xcb_connection_t* connection() {
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 == nullptr ? nullptr : x11->connection();
+}
+
+xcb_atom_t atom(xcb_connection_t* x, const std::string& name) {
+    const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+        x, xcb_intern_atom(x, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+/// The 32-bit values of a window's property; empty when it is absent or of another format.
+std::vector<std::uint32_t> values(xcb_connection_t* x, xcb_window_t window,
+                                  const std::string& property) {
+    const ReplyPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        x, xcb_get_property(x, 0, window, atom(x, property), XCB_ATOM_ANY, 0, longestProperty),
+        nullptr));
+    if (!reply || reply->format != 32) {
+        return {};
+    }
+    std::vector<std::uint32_t> numbers(reply->value_len);
+    if (!numbers.empty()) {
+        std::memcpy(numbers.data(), xcb_get_property_value(reply.get()),
+                    numbers.size() * sizeof(std::uint32_t));
+    }
+    return numbers;
+}
+
+bool overlaps(int from, int to, std::uint32_t first, std::uint32_t last) {
+    return static_cast<std::int64_t>(first) < to && static_cast<std::int64_t>(last) >= from;
+}
+
+/// The window manager's own work area for `monitor`, where it keeps one for each.
+std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const QRect& monitor) {
+    const auto desktop = values(x, root, "_NET_CURRENT_DESKTOP");
+    const std::string number = std::to_string(desktop.empty() ? 0 : desktop.front());
+    const auto areas = values(x, root, "_GTK_WORKAREAS_D" + number);
+    for (std::size_t index = 0; index + 3 < areas.size(); index += 4) {
+        const QRect area(static_cast<int>(areas[index]), static_cast<int>(areas[index + 1]),
+                         static_cast<int>(areas[index + 2]), static_cast<int>(areas[index + 3]));
+        if (monitor.contains(area)) {
+            return area;
+        }
+    }
+    return std::nullopt;
+}
+
+QRect withoutStruts(xcb_connection_t* x, const xcb_screen_t& screen, const QRect& monitor) {
+    const QSize desktop(screen.width_in_pixels, screen.height_in_pixels);
+    QRect area = monitor;
+    for (const xcb_window_t client : values(x, screen.root, "_NET_CLIENT_LIST")) {
+        std::vector<std::uint32_t> strut = values(x, client, "_NET_WM_STRUT_PARTIAL");
+        if (strut.size() < 12) {
+            strut = values(x, client, "_NET_WM_STRUT");
+            if (strut.size() < 4) {
+                continue;
+            }
+            const std::uint32_t height = screen.height_in_pixels;
+            const std::uint32_t width = screen.width_in_pixels;
+            strut.resize(4);
+            strut.insert(strut.end(), {0, height, 0, height, 0, width, 0, width});
+        }
+        area = area.intersected(withoutStrut(monitor, strut, desktop));
+    }
+    return area.isEmpty() ? monitor : area;
+}
+
+}  // namespace
+
+QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
+                   const QSize& desktop) {
+    const auto width = [&](std::size_t side) { return static_cast<int>(strut[side]); };
+    const auto spans = [&](std::size_t side, int from, int to) {
+        return strut[side] > 0 && overlaps(from, to, strut[4 + 2 * side], strut[5 + 2 * side]);
+    };
+    QRect left = monitor;
+    const int top = monitor.y();
+    const int bottom = top + monitor.height();
+    const int start = monitor.x();
+    const int end = start + monitor.width();
+    if (spans(0, top, bottom)) {
+        left.setLeft(std::max(start, width(0)));
+    }
+    if (spans(1, top, bottom)) {
+        left.setRight(std::min(end, desktop.width() - width(1)) - 1);
+    }
+    if (spans(2, start, end)) {
+        left.setTop(std::max(top, width(2)));
+    }
+    if (spans(3, start, end)) {
+        left.setBottom(std::min(bottom, desktop.height() - width(3)) - 1);
+    }
+    // A strut across a whole monitor belongs to a panel on the one beyond it.
+    return left.isEmpty() ? monitor : left;
+}
+
+std::optional<QRect> x11UsableArea(const QScreen& screen) {
+    xcb_connection_t* x = connection();
+    if (x == nullptr || QGuiApplication::screens().size() < 2) {
+        return std::nullopt;
+    }
+    const xcb_screen_t* root = xcb_setup_roots_iterator(xcb_get_setup(x)).data;
+    // Device pixels: the origin of a screen is the same in both systems, its size is scaled.
+    const double scale = screen.devicePixelRatio();
+    const QPoint origin = screen.geometry().topLeft();
+    const QRect monitor(origin, screen.geometry().size() * scale);
+    const QRect area =
+        ownWorkArea(x, root->root, monitor).value_or(withoutStruts(x, *root, monitor));
+    const QPoint inside = (area.topLeft() - origin) / scale;
+    return QRect(origin + inside, area.size() / scale);
+}
+
+std::optional<QMargins> x11FrameMargins(const QWidget& window) {
+    xcb_connection_t* x = connection();
+    if (x == nullptr) {
+        return std::nullopt;
+    }
+    const auto id = static_cast<xcb_window_t>(window.internalWinId());
+    const auto extents =
+        id == 0 ? std::vector<std::uint32_t>() : values(x, id, "_NET_FRAME_EXTENTS");
+    if (extents.size() < 4) {
+        return QMargins();
+    }
+    const double scale = window.devicePixelRatioF();
+    const auto points = [&](std::size_t side) { return qRound(extents[side] / scale); };
+    return QMargins(points(0), points(2), points(1), points(3));
+}
+
+bool hasCompositor() {
+    xcb_connection_t* x = connection();
+    if (x == nullptr) {
+        return true;
+    }
+    const ReplyPointer<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+        x, xcb_get_selection_owner(x, atom(x, "_NET_WM_CM_S0")), nullptr));
+    return owner && owner->owner != XCB_WINDOW_NONE;
+}
+
+std::optional<bool> capsLockIsOn() {
+    xcb_connection_t* x = connection();
+    if (x == nullptr) {
+        return std::nullopt;
+    }
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+    const ReplyPointer<xcb_query_pointer_reply_t> reply(
+        xcb_query_pointer_reply(x, xcb_query_pointer(x, root), nullptr));
+    return reply && (reply->mask & XCB_MOD_MASK_LOCK) != 0;
+}
+
+X11DesktopChanges::X11DesktopChanges(std::function<void()> changed) : changed_(std::move(changed)) {
+    if (xcb_connection_t* x = connection()) {
+        workAreaAtom_ = atom(x, "_NET_WORKAREA");
+        frameExtentsAtom_ = atom(x, "_NET_FRAME_EXTENTS");
+        qGuiApp->installNativeEventFilter(this);
+    }
+}
+
+X11DesktopChanges::~X11DesktopChanges() {
+    if (qGuiApp != nullptr) {
+        qGuiApp->removeNativeEventFilter(this);
+    }
+}
+
+bool X11DesktopChanges::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) {
+    if (eventType != "xcb_generic_event_t") {
+        return false;
+    }
+    const auto* event = static_cast<xcb_generic_event_t*>(message);
+    constexpr unsigned sentFlag = 0x80;
+    if ((event->response_type & ~sentFlag) == XCB_PROPERTY_NOTIFY) {
+        const auto* change = reinterpret_cast<const xcb_property_notify_event_t*>(event);
+        if (change->atom == workAreaAtom_ || change->atom == frameExtentsAtom_) {
+            changed_();
+        }
+    }
+    return false;
+}
+
+}  // namespace velunor

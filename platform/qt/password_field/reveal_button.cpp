@@ -1,0 +1,128 @@
+#include "platform/qt/password_field/reveal_button.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <algorithm>
+
+#include "platform/qt/desktop/theme.h"
+#include "platform/qt/widgets/picture_view.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr int leastSide = 28;
+/// Length of a side beside the height of a line: it grows with large text.
+constexpr double sideInLines = 1.3;
+/// Room around the glyph.
+constexpr int inset = 5;
+constexpr double radius = 6;
+constexpr double ringWidth = 2;
+constexpr double disabledOpacity = 0.45;
+
+}  // namespace
+
+RevealButton::RevealButton(QWidget* parent) : QAbstractButton(parent) {
+    // A click leaves the caret in the field.
+    setFocusPolicy(Qt::TabFocus);
+    setAttribute(Qt::WA_Hover);
+    setCursor(Qt::ArrowCursor);
+    setAccessibleName("Show password while held");
+    resize(sizeHint());
+}
+
+QSize RevealButton::sizeHint() const {
+    const int side = std::max(leastSide, qRound(sideInLines * fontMetrics().height()));
+    return {side, side};
+}
+
+void RevealButton::hold() {
+    // A window in the background shows nothing to somebody who is at work in another.
+    if (!held_ && isEnabled() && isActiveWindow()) {
+        held_ = true;
+        setDown(true);
+        update();
+        emit heldChanged(true);
+    }
+}
+
+void RevealButton::letGo() {
+    if (held_) {
+        held_ = false;
+        setDown(false);
+        update();
+        emit heldChanged(false);
+    }
+}
+
+bool RevealButton::event(QEvent* event) {
+    switch (event->type()) {
+        case QEvent::FocusOut:
+        case QEvent::WindowDeactivate:
+        case QEvent::Hide:
+        case QEvent::EnabledChange:
+        case QEvent::Leave:
+        case QEvent::UngrabMouse:
+            letGo();
+            break;
+        default:
+            break;
+    }
+    return QAbstractButton::event(event);
+}
+
+void RevealButton::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton) {
+        hold();
+    }
+}
+
+void RevealButton::mouseMoveEvent(QMouseEvent* event) {
+    if (!rect().contains(event->position().toPoint())) {
+        letGo();
+    }
+}
+
+void RevealButton::mouseReleaseEvent(QMouseEvent*) {
+    letGo();
+}
+
+void RevealButton::keyPressEvent(QKeyEvent* event) {
+    if (event->key() != Qt::Key_Space) {
+        letGo();
+        event->ignore();
+    } else if (!event->isAutoRepeat()) {
+        hold();
+    }
+}
+
+void RevealButton::keyReleaseEvent(QKeyEvent* event) {
+    if (!event->isAutoRepeat()) {
+        letGo();
+    }
+}
+
+void RevealButton::paintEvent(QPaintEvent*) {
+    const Theme& theme = currentTheme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF plate = QRectF(rect()).adjusted(1, 1, -1, -1);
+    if (held_ || (underMouse() && isEnabled())) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(held_ ? theme.buttonPressed : theme.buttonHover);
+        painter.drawRoundedRect(plate, radius, radius);
+    }
+    if (hasFocus()) {
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(theme.link, ringWidth));
+        painter.drawRoundedRect(plate, radius, radius);
+    }
+    if (!isEnabled()) {
+        painter.setOpacity(disabledOpacity);
+    }
+    drawVectorPicture(painter, rect().adjusted(inset, inset, -inset, -inset),
+                      ":/icons/eye-glyph.svg", held_ ? theme.link : theme.secondaryText);
+}
+
+}  // namespace velunor

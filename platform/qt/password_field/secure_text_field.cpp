@@ -1,0 +1,262 @@
+#include "platform/qt/password_field/secure_text_field.h"
+
+#include <QAccessible>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <algorithm>
+#include <initializer_list>
+
+#include "platform/qt/desktop/theme.h"
+#include "platform/qt/desktop/x11_desktop.h"
+#include "platform/qt/password_field/accessible_secure_field.h"
+#include "platform/qt/password_field/secret_drawing.h"
+#include "platform/qt/widgets/picture_view.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr QChar bullet(0x25CF);
+constexpr int revealRoom = 6;
+constexpr int capsLockRoom = 8;
+
+bool isKey(const QKeyEvent& event, std::initializer_list<QKeySequence::StandardKey> keys) {
+    return std::any_of(keys.begin(), keys.end(),
+                       [&](QKeySequence::StandardKey key) { return event.matches(key); });
+}
+
+bool isForbidden(const QKeyEvent& event) {
+    return isKey(event,
+                 {QKeySequence::Undo, QKeySequence::Redo, QKeySequence::Copy, QKeySequence::Cut});
+}
+
+/// Whether the key stands for its text, as the toolkit's own editors decide it.
+bool isTyped(const QKeyEvent& event) {
+    const QString text = event.text();
+    if (text.isEmpty()) {
+        return false;
+    }
+    const QChar first = text.front();
+    if (first.category() == QChar::Other_Format) {
+        return true;
+    }
+    const Qt::KeyboardModifiers held = event.modifiers();
+    if (held == Qt::ControlModifier || held == (Qt::ShiftModifier | Qt::ControlModifier)) {
+        return false;
+    }
+    return first.isPrint() || first.category() == QChar::Other_PrivateUse ||
+           first.isHighSurrogate();
+}
+
+/// Takes the first code point from `text`.
+char32_t takeCodePoint(QStringView& text) {
+    const QChar first = text.front();
+    if (first.isHighSurrogate() && text.size() > 1 && text[1].isLowSurrogate()) {
+        const char32_t both = QChar::surrogateToUcs4(first, text[1]);
+        text = text.sliced(2);
+        return both;
+    }
+    text = text.sliced(1);
+    return first.unicode();
+}
+
+void wipe(QString& text) {
+    // A string that somebody else holds as well is not ours to overwrite.
+    if (text.isDetached()) {
+        velunor::wipe(reinterpret_cast<char*>(text.data()),
+                      static_cast<std::size_t>(text.size()) * sizeof(QChar));
+    }
+}
+
+}  // namespace
+
+CustomSecureTextField::CustomSecureTextField(QWidget* parent)
+    : RoundedField(parent), reveal_(new RevealButton(this)) {
+    describeSecureFields();
+    setEchoMode(QLineEdit::Password);
+    setDragEnabled(false);
+    setAcceptDrops(false);
+    setContextMenuPolicy(Qt::NoContextMenu);
+    setInputMethodHints(Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText |
+                        Qt::ImhNoAutoUppercase);
+    connect(this, &QLineEdit::textChanged, this, &CustomSecureTextField::followEditor);
+    connect(reveal_, &RevealButton::heldChanged, this, [this](bool held) {
+        if (held && !reveal_->hasFocus()) {
+            setFocus(Qt::MouseFocusReason);
+        }
+        update();
+    });
+    reveal_->setEnabled(false);
+    placeTrailingParts();
+}
+
+void CustomSecureTextField::type(QStringView text) {
+    const auto start =
+        static_cast<std::size_t>(hasSelectedText() ? selectionStart() : cursorPosition());
+    secret_.erase(start, static_cast<std::size_t>(selectionLength()));
+    std::size_t at = start;
+    while (!text.isEmpty() && length() < maxLength()) {
+        const char32_t codePoint = takeCodePoint(text);
+        if (QChar::category(codePoint) != QChar::Other_Control) {
+            secret_.insert(at++, codePoint);
+        }
+    }
+    settingBullets_ = true;
+    insert(QString(static_cast<qsizetype>(at - start), bullet));
+    settingBullets_ = false;
+    reveal_->setEnabled(length() > 0);
+}
+
+void CustomSecureTextField::wipeText() {
+    secret_.clear();
+    setText(QString());
+}
+
+void CustomSecureTextField::followEditor() {
+    if (settingBullets_) {
+        return;
+    }
+    const auto shown = static_cast<std::size_t>(text().size());
+    if (shown < secret_.size()) {
+        // The caret stands where something was removed, whichever key did it.
+        secret_.erase(static_cast<std::size_t>(cursorPosition()), secret_.size() - shown);
+    }
+    const QString bullets(length(), bullet);
+    if (text() != bullets) {
+        // Nothing gets into the editor past this class.
+        settingBullets_ = true;
+        setText(bullets);
+        settingBullets_ = false;
+    }
+    reveal_->setEnabled(length() > 0);
+}
+
+void CustomSecureTextField::pasteFromClipboard() {
+    QString copied = QGuiApplication::clipboard()->text(QClipboard::Clipboard);
+    type(copied);
+    wipe(copied);
+}
+
+void CustomSecureTextField::keyPressEvent(QKeyEvent* event) {
+    updateCapsLockHint(hasFocus());
+    if (isForbidden(*event)) {
+        event->accept();
+    } else if (event->matches(QKeySequence::Paste)) {
+        pasteFromClipboard();
+        event->accept();
+    } else if (isTyped(*event)) {
+        type(event->text());
+        event->accept();
+    } else {
+        RoundedField::keyPressEvent(event);
+    }
+}
+
+void CustomSecureTextField::inputMethodEvent(QInputMethodEvent* event) {
+    // What is being composed is neither shown nor kept; only what comes of it is typed.
+    if (event->replacementLength() > 0) {
+        setSelection(std::max(0, cursorPosition() + event->replacementStart()),
+                     event->replacementLength());
+    }
+    if (!event->commitString().isEmpty() || event->replacementLength() > 0) {
+        type(event->commitString());
+    }
+    event->accept();
+}
+
+void CustomSecureTextField::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() == Qt::MiddleButton) {
+        // Otherwise whatever was last selected anywhere would be pasted.
+        event->accept();
+        return;
+    }
+    RoundedField::mouseReleaseEvent(event);
+}
+
+void CustomSecureTextField::keyReleaseEvent(QKeyEvent* event) {
+    updateCapsLockHint(hasFocus());
+    RoundedField::keyReleaseEvent(event);
+}
+
+void CustomSecureTextField::focusInEvent(QFocusEvent* event) {
+    RoundedField::focusInEvent(event);
+    updateCapsLockHint(true);
+}
+
+void CustomSecureTextField::focusOutEvent(QFocusEvent* event) {
+    reveal_->letGo();
+    updateCapsLockHint(false);
+    RoundedField::focusOutEvent(event);
+}
+
+void CustomSecureTextField::updateCapsLockHint(bool focused) {
+    const bool hint = focused && capsLockIsOn().value_or(false);
+    if (hint != capsLockHint_) {
+        capsLockHint_ = hint;
+        QAccessibleEvent described(this, QAccessible::DescriptionChanged);
+        QAccessible::updateAccessibility(&described);
+        placeTrailingParts();
+        update();
+    }
+}
+
+void CustomSecureTextField::resizeEvent(QResizeEvent* event) {
+    RoundedField::resizeEvent(event);
+    placeTrailingParts();
+}
+
+void CustomSecureTextField::changeEvent(QEvent* event) {
+    RoundedField::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange || event->type() == QEvent::FontChange) {
+        placeTrailingParts();
+    }
+}
+
+void CustomSecureTextField::placeTrailingParts() {
+    reveal_->resize(reveal_->sizeHint());
+    const int side = reveal_->width();
+    const bool mirrored = layoutDirection() == Qt::RightToLeft;
+    reveal_->move(mirrored ? revealRoom : width() - revealRoom - side, (height() - side) / 2);
+    setTrailingRoom(side + (capsLockHint_ ? capsLockRoom + glyphSize() : 0));
+}
+
+QRect CustomSecureTextField::capsLockPlace() const {
+    const int size = glyphSize();
+    const bool mirrored = layoutDirection() == Qt::RightToLeft;
+    const int x = mirrored ? reveal_->geometry().right() + 1 + capsLockRoom
+                           : reveal_->x() - capsLockRoom - size;
+    return {x, (height() - size) / 2, size, size};
+}
+
+void CustomSecureTextField::paintEvent(QPaintEvent* event) {
+    if (isRevealed()) {
+        QPainter painter(this);
+        drawPlate(painter);
+        painter.setPen(currentTheme().text);
+        drawSecret(painter, rect().marginsRemoved(textMargins()), secret_.reveal(),
+                   static_cast<std::size_t>(cursorPosition()));
+    } else {
+        RoundedField::paintEvent(event);
+    }
+    if (capsLockHint_) {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        drawVectorPicture(painter, capsLockPlace(), ":/icons/caps-lock-glyph.svg",
+                          currentTheme().link);
+    }
+}
+
+bool CustomSecureTextField::event(QEvent* event) {
+    // Otherwise the editor claims these shortcuts for itself.
+    if (event->type() == QEvent::ShortcutOverride && isForbidden(*static_cast<QKeyEvent*>(event))) {
+        event->accept();
+        return true;
+    }
+    return RoundedField::event(event);
+}
+
+}  // namespace velunor

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QStringView>
+
+#include "platform/qt/password_field/reveal_button.h"
+#include "platform/qt/password_field/secret_text.h"
+#include "platform/qt/widgets/text_fields.h"
+
+namespace velunor {
+
+/// The field for a password. The toolkit's editor behind it holds one bullet for each character and
+/// never the text, so that nothing it does with its own text can give the password away: clipboard,
+/// selection, drag, undo, input methods, assistive technologies, buffers that it frees. The typed
+/// text is kept beside it and wiped. Main thread only.
+///
+/// What cannot be wiped from here: the key events of single characters, and for a pasted password
+/// the clipboard itself with the toolkit's copy of it.
+class CustomSecureTextField : public RoundedField {
+    Q_OBJECT
+
+  public:
+    explicit CustomSecureTextField(QWidget* parent = nullptr);
+
+    /// The typed text in UTF-8.
+    [[nodiscard]] Secret secret() const { return secret_.utf8(); }
+    /// The number of typed characters (code points).
+    [[nodiscard]] int length() const { return static_cast<int>(secret_.size()); }
+    /// Types `text` at the caret in place of what is selected. Line breaks and other control
+    /// characters are left out.
+    void type(QStringView text);
+    /// Empties the field; nothing of the text is left.
+    void wipeText();
+
+    /// The eye that shows the text while it is held; the field's own, to be put into a tab order.
+    [[nodiscard]] RevealButton& revealButton() const { return *reveal_; }
+    /// Whether the text is readable on the screen now.
+    [[nodiscard]] bool isRevealed() const { return reveal_->isHeld(); }
+    /// Whether the field hints at Caps Lock: it has the focus while Caps Lock is on.
+    [[nodiscard]] bool hintsAtCapsLock() const { return capsLockHint_; }
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void inputMethodEvent(QInputMethodEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    bool event(QEvent* event) override;
+
+  private:
+    void pasteFromClipboard();
+    /// Removes from the typed text what the editor has removed of its bullets.
+    void followEditor();
+    void placeTrailingParts();
+    void updateCapsLockHint(bool focused);
+    [[nodiscard]] QRect capsLockPlace() const;
+
+    SecretText secret_;
+    RevealButton* reveal_;
+    bool capsLockHint_ = false;
+    /// The editor's text is being changed by this class itself.
+    bool settingBullets_ = false;
+};
+
+}  // namespace velunor

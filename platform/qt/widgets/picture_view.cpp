@@ -1,0 +1,86 @@
+#include "platform/qt/widgets/picture_view.h"
+
+#include <QSvgRenderer>
+#include <algorithm>
+
+#include "platform/qt/desktop/theme.h"
+
+namespace velunor {
+
+void drawVectorPicture(QPainter& painter, const QRect& area, const QString& resource,
+                       const QColor& tint) {
+    QSvgRenderer renderer(resource);
+    if (!renderer.isValid()) {
+        return;
+    }
+    const double scale = painter.device()->devicePixelRatioF();
+    QImage picture(area.size() * scale, QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(scale);
+    picture.fill(Qt::transparent);
+    QPainter canvas(&picture);
+    const QRectF whole(QPointF(0, 0), QSizeF(area.size()));
+    renderer.render(&canvas, whole);
+    if (tint.isValid()) {
+        canvas.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        canvas.fillRect(whole, tint);
+    }
+    canvas.end();
+    painter.drawImage(area.topLeft(), picture);
+}
+
+QPixmap vectorPicture(const QString& resource, int side) {
+    QPixmap picture(side, side);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    drawVectorPicture(painter, picture.rect(), resource, QColor());
+    return picture;
+}
+
+PictureView::PictureView(QWidget* parent) : QWidget(parent) {
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+void PictureView::setSource(const QString& source) {
+    source_ = source;
+    update();
+}
+
+void PictureView::setSide(int side) {
+    side_ = side;
+    updateGeometry();
+}
+
+void PictureView::setNoticeTint(bool tint) {
+    noticeTint_ = tint;
+    updateGeometry();
+    update();
+}
+
+QSize PictureView::sizeHint() const {
+    constexpr double sideInLines = 0.9;
+    const int grown = noticeTint_ ? qRound(sideInLines * fontMetrics().height()) : 0;
+    const int side = std::max(side_, grown);
+    return {side, side};
+}
+
+void PictureView::setImage(const QImage& image) {
+    image_ = image;
+    update();
+}
+
+void PictureView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    if (image_.isNull()) {
+        drawVectorPicture(painter, rect(), source_,
+                          noticeTint_ ? currentTheme().noticeText : QColor());
+        return;
+    }
+    const double scale = devicePixelRatioF();
+    QImage fitted = image_.scaled(size() * scale, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    fitted.setDevicePixelRatio(scale);
+    const QSizeF shown = fitted.deviceIndependentSize();
+    painter.drawImage(QPointF((width() - shown.width()) / 2, (height() - shown.height()) / 2),
+                      fitted);
+}
+
+}  // namespace velunor

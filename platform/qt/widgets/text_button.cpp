@@ -1,0 +1,160 @@
+#include "platform/qt/widgets/text_button.h"
+
+#include <QEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <algorithm>
+
+#include "platform/qt/desktop/theme.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr int widestHint = 4000;
+/// What a button keeps of its title's width when its row is short of room; more, up to so many
+/// times the height of a line, for a long word.
+constexpr int narrowestText = 96;
+constexpr int narrowestTextInLines = 8;
+constexpr int leastButtonHeight = 40;
+/// Room for the focus ring around the plate.
+constexpr int ringRoom = 3;
+constexpr double radius = 8;
+constexpr double ringWidth = 2;
+constexpr double disabledOpacity = 0.5;
+
+}  // namespace
+
+TextButton::TextButton(QWidget* parent) : QPushButton(parent) {
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+    setAttribute(Qt::WA_Hover);
+    setAutoDefault(false);
+    setFocusPolicy(Qt::StrongFocus);
+    layout_.setCentered(true);
+    updateFont();
+}
+
+void TextButton::setButtonRole(const QString& role) {
+    role_ = role;
+    setCursor(isLink() ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    updateFont();
+}
+
+void TextButton::setLiteralText(const QString& text) {
+    text_ = text;
+    layout_.setText({text, {}});
+    setAccessibleName(text);
+    updateGeometry();
+    update();
+}
+
+void TextButton::setLeastWidth(int width) {
+    leastWidth_ = width;
+    updateGeometry();
+}
+
+QMargins TextButton::padding() const {
+    // A link's text is nearly flush with the controls above and below.
+    return isLink() ? QMargins(1 + ringRoom, 4 + ringRoom, 1 + ringRoom, 4 + ringRoom)
+                    : QMargins(20 + ringRoom, 8 + ringRoom, 20 + ringRoom, 8 + ringRoom);
+}
+
+QSize TextButton::sizeHint() const {
+    const QMargins room = padding();
+    const int natural = layout_.naturalWidth() + room.left() + room.right();
+    const int width = std::min(std::max(natural, leastWidth_), widestHint);
+    return {width, heightForWidth(width)};
+}
+
+QSize TextButton::minimumSizeHint() const {
+    const QMargins room = padding();
+    const int most = std::max(narrowestText, narrowestTextInLines * fontMetrics().height());
+    const int text = std::clamp(layout_.widestWord(), narrowestText, most);
+    const int width = std::min(text + room.left() + room.right(), sizeHint().width());
+    return {width, heightForWidth(widestHint)};
+}
+
+int TextButton::heightForWidth(int width) const {
+    const QMargins room = padding();
+    const int height =
+        layout_.heightForWidth(width - room.left() - room.right()) + room.top() + room.bottom();
+    return isLink() ? height : std::max(height, leastButtonHeight + 2 * ringRoom);
+}
+
+void TextButton::drawPlate(QPainter& painter) const {
+    const Theme& theme = currentTheme();
+    const bool primary = role_ == QLatin1String("primary");
+    QColor fill = primary ? theme.accent : theme.button;
+    if (isDown()) {
+        fill = primary ? theme.accentPressed : theme.buttonPressed;
+    } else if (underMouse() && isEnabled()) {
+        fill = primary ? theme.accentHover : theme.buttonHover;
+    }
+    const QRectF plate = QRectF(rect()).marginsRemoved({ringRoom, ringRoom, ringRoom, ringRoom});
+    painter.setBrush(fill);
+    painter.setPen(primary ? QPen(Qt::NoPen) : QPen(theme.buttonBorder, 1));
+    const double inset = primary ? 0 : 0.5;
+    painter.drawRoundedRect(plate.adjusted(inset, inset, -inset, -inset), radius, radius);
+}
+
+void TextButton::paintEvent(QPaintEvent*) {
+    const Theme& theme = currentTheme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (!isEnabled()) {
+        painter.setOpacity(disabledOpacity);
+    }
+    QColor ink = theme.text;
+    if (isLink()) {
+        if ((underMouse() || isDown()) && isEnabled()) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(theme.linkHover);
+            painter.drawRoundedRect(rect(), radius, radius);
+        }
+        ink = theme.link;
+    } else {
+        drawPlate(painter);
+        ink = role_ == QLatin1String("primary") ? theme.onAccent : theme.text;
+    }
+    const QRect room = textRoom();
+    const int height = layout_.heightForWidth(room.width());
+    const int top = room.top() + std::max(0, (room.height() - height) / 2);
+    layout_.draw(painter, QRect(room.left(), top, room.width(), height), ink);
+    if (hasFocus()) {
+        const double inset = ringWidth / 2;
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(theme.link, ringWidth));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset),
+                                radius + ringRoom, radius + ringRoom);
+    }
+}
+
+void TextButton::changeEvent(QEvent* event) {
+    QPushButton::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::LayoutDirectionChange) {
+        updateFont();
+    }
+}
+
+void TextButton::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        if (!event->isAutoRepeat()) {
+            click();
+        }
+        return;
+    }
+    QPushButton::keyPressEvent(event);
+}
+
+void TextButton::updateFont() {
+    QFont titleFont = font();
+    titleFont.setWeight(isLink() ? QFont::Medium : QFont::DemiBold);
+    layout_.setFont(titleFont);
+    layout_.setLayoutDirection(layoutDirection());
+    updateGeometry();
+    update();
+}
+
+}  // namespace velunor

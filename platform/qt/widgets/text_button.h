@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QPushButton>
+#include <QString>
+
+#include "platform/qt/widgets/literal_text.h"
+
+namespace velunor {
+
+/// A push button whose title is literal (an ampersand is an ampersand) and wraps when it is too
+/// long for one line. The inherited text() stays empty: use literalText(). Space and Return press
+/// it while it has the focus.
+class TextButton : public QPushButton {
+    Q_OBJECT
+    /// primary, secondary or link.
+    Q_PROPERTY(QString buttonRole READ buttonRole WRITE setButtonRole)
+
+  public:
+    explicit TextButton(QWidget* parent = nullptr);
+
+    [[nodiscard]] QString buttonRole() const { return role_; }
+    void setButtonRole(const QString& role);
+
+    void setLiteralText(const QString& text);
+    [[nodiscard]] QString literalText() const { return text_; }
+    /// The font that the role makes of the widget's own.
+    [[nodiscard]] const QFont& textFont() const { return layout_.font(); }
+    /// The part of the button that its title may take.
+    [[nodiscard]] QRect textRoom() const { return rect().marginsRemoved(padding()); }
+    /// Keeps the button at least this wide, in points, as long as its row has the room.
+    void setLeastWidth(int width);
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+    [[nodiscard]] bool hasHeightForWidth() const override { return true; }
+    [[nodiscard]] int heightForWidth(int width) const override;
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+  private:
+    [[nodiscard]] QMargins padding() const;
+    [[nodiscard]] bool isLink() const { return role_ == QLatin1String("link"); }
+    void drawPlate(QPainter& painter) const;
+    void updateFont();
+
+    QString role_;
+    QString text_;
+    LiteralText layout_;
+    int leastWidth_ = 0;
+};
+
+}  // namespace velunor

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QWidget>
+
+#include "platform/controls.h"
+#include "platform/qt/widgets/literal_text.h"
+
+namespace velunor {
+
+/// Shows a text exactly as it stands, wrapped, never cut. A screen reader sees static text.
+class TextLabel : public QWidget {
+    Q_OBJECT
+    /// The part that the text plays: productName, title, body, update, caption, countdown or
+    /// notice. Settles the font's size and weight and the colour.
+    Q_PROPERTY(QString textRole READ textRole WRITE setTextRole)
+
+  public:
+    explicit TextLabel(QWidget* parent = nullptr);
+
+    [[nodiscard]] QString textRole() const { return role_; }
+    void setTextRole(const QString& role);
+
+    void setText(const ShownText& shown, Announcement announcement = Announcement::spoken);
+    /// The text as shown.
+    [[nodiscard]] QString text() const { return text_; }
+    /// The font that the role makes of the widget's own.
+    [[nodiscard]] const QFont& textFont() const { return layout_.font(); }
+    /// The controls that this text is the label of.
+    [[nodiscard]] const QList<QWidget*>& labelledWidgets() const { return labelledWidgets_; }
+    void setLabelledWidgets(const QList<QWidget*>& widgets) { labelledWidgets_ = widgets; }
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+    [[nodiscard]] int heightForWidth(int width) const override;
+
+  signals:
+    void textChanged(const QString& text, Announcement announcement);
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+  private:
+    void updateFont();
+
+    QString role_;
+    QString text_;
+    LiteralText layout_;
+    QList<QWidget*> labelledWidgets_;
+};
+
+}  // namespace velunor

@@ -1,0 +1,3 @@
+#pragma once
+
+#include "platform/qt/controls/control_adapters.h"

@@ -1,0 +1,3 @@
+#pragma once
+
+#include "window/view_controller.h"

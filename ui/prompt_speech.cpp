@@ -1,0 +1,101 @@
+#include "ui/prompt_speech.h"
+
+#include <QAccessibleWidget>
+#include <QEvent>
+#include <chrono>
+
+#include "platform/qt/accessibility/announcer.h"
+#include "platform/qt/controls/widget_layer.h"
+#include "ui/prompt_window.h"
+#include "ui_prompt_window.h"
+
+namespace velunor {
+
+namespace {
+
+/// A program that has just started is not heard: the toolkit learns on the way who listens, and
+/// does not tell when it has.
+constexpr std::chrono::milliseconds timeToBeHeard{1000};
+
+/// A dialogue, whose texts a screen reader reads out when somebody comes into it.
+class AccessiblePromptWindow : public QAccessibleWidget {
+  public:
+    explicit AccessiblePromptWindow(PromptWindow* window)
+        : QAccessibleWidget(window, QAccessible::Dialog) {}
+};
+
+QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
+    auto* window = qobject_cast<PromptWindow*>(object);
+    return window == nullptr ? nullptr : new AccessiblePromptWindow(window);
+}
+
+}  // namespace
+
+PromptSpeech::PromptSpeech(const Ui::PromptForm& form, QWidget* window)
+    : QObject(window), form_(form), announcer_(new Announcer(window)) {
+    static const bool installed = [] {
+        QAccessible::installFactory(&makeAccessible);
+        return true;
+    }();
+    Q_UNUSED(installed);
+    opening_.setSingleShot(true);
+    opening_.setInterval(timeToBeHeard);
+    connect(&opening_, &QTimer::timeout, this, &PromptSpeech::sayWhatItIsAbout);
+    QAccessible::installActivationObserver(this);
+    form_.unsupportedInfoStackView->installEventFilter(this);
+    form_.credentailsInfoTextLabel->setLabelledWidgets(
+        {form_.userNameTextField, form_.passwordTextFiled});
+    connect(form_.credentailsInfoTextLabel, &TextLabel::textChanged, this,
+            [this](const QString& text) {
+                form_.userNameTextField->setAccessibleDescription(text);
+                form_.passwordTextFiled->setAccessibleDescription(text);
+            });
+    connect(form_.messageLabel, &TextLabel::textChanged, window,
+            &QWidget::setAccessibleDescription);
+    connect(form_.timerInfoLabel, &TextLabel::textChanged, this,
+            [this](const QString& text, Announcement announcement) {
+                if (opened_ && announcement == Announcement::spoken) {
+                    announcer_->announce(text);
+                }
+            });
+    if (const auto* layer = form_.passwordTextFiled->findChild<WidgetLayer*>()) {
+        connect(layer, &WidgetLayer::animationStarted, this,
+                [this] { announcer_->announce("The password was not accepted."); });
+    }
+}
+
+PromptSpeech::~PromptSpeech() {
+    QAccessible::removeActivationObserver(this);
+}
+
+void PromptSpeech::opened() {
+    opened_ = true;
+    opening_.start();
+}
+
+void PromptSpeech::accessibilityActiveChanged(bool active) {
+    if (active && opened_) {
+        opening_.start();
+    }
+}
+
+void PromptSpeech::sayWhatItIsAbout() {
+    QStringList texts;
+    for (const TextLabel* label :
+         {form_.titleLabel, form_.messageLabel, form_.updateDescription, form_.timerInfoLabel}) {
+        texts.append(label->text());
+    }
+    if (form_.unsupportedUserCredentailInfoTextLabel->isVisible()) {
+        texts.append(form_.unsupportedUserCredentailInfoTextLabel->text());
+    }
+    announcer_->announce(texts.join('\n'));
+}
+
+bool PromptSpeech::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Show && opened_) {
+        announcer_->announce(form_.unsupportedUserCredentailInfoTextLabel->text());
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+}  // namespace velunor

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "platform/qt/desktop/x11_desktop.h"
+#include "window/prompt_view.h"
+
+namespace Ui {
+class PromptForm;
+}
+
+namespace velunor {
+
+class DesktopSettings;
+class PromptSpeech;
+
+/// The prompt's window: a card without decoration that shows the form, grows with its texts up to
+/// the usable area (then the texts scroll and the buttons stay in sight), and cannot be closed.
+/// Every outlet is connected to the form's object of the same name. Main thread only.
+class PromptWindow : public QWidget {
+    Q_OBJECT
+
+  public:
+    PromptWindow();
+    PromptWindow(const PromptWindow&) = delete;
+    PromptWindow& operator=(const PromptWindow&) = delete;
+    ~PromptWindow() override;
+
+    /// The controls for the logic, connected to the outlets by their names in the form, without a
+    /// window. Valid as long as this object.
+    [[nodiscard]] PromptView view() const { return view_; }
+
+    /// What is pressed while `action` runs does not call it again.
+    void onUpdateNow(std::function<void()> action) { updateNow_ = std::move(action); }
+    void onPostpone(std::function<void()> action) { postpone_ = std::move(action); }
+    void onChangeUserName(std::function<void()> action) { changeUserName_ = std::move(action); }
+    /// Called when the window is about to appear at its final size, and again whenever its size,
+    /// the screen or the usable area changes.
+    void onAppear(std::function<void()> action) { appear_ = std::move(action); }
+
+    /// Shows the window, placed and without taking the focus.
+    void present();
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  protected:
+    bool event(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+
+  private:
+    void connectActions();
+    void followDesktop();
+    void scheduleRelayout();
+    /// Takes the size that the texts need, at most what the usable area allows, and that place.
+    void relayout();
+    void takeSize();
+    void place();
+    void applyTheme();
+    /// The field that takes the caret when the user comes into the window; null where none is
+    /// asked for.
+    [[nodiscard]] QWidget* entryField() const;
+    std::unique_ptr<Ui::PromptForm> form_;
+    std::vector<std::shared_ptr<void>> controls_;
+    PromptView view_;
+    PromptSpeech* speech_ = nullptr;
+    DesktopSettings* settings_ = nullptr;
+    std::function<void()> updateNow_ = [] {};
+    std::function<void()> postpone_ = [] {};
+    std::function<void()> changeUserName_ = [] {};
+    std::function<void()> appear_ = [] {};
+    std::unique_ptr<X11DesktopChanges> desktopChanges_;
+    QTimer relayoutTimer_;
+    QTimer settingsTimer_;
+    /// Runs for a moment after each check.
+    QTimer settling_;
+    QPointF pressedAt_;
+    /// The user has dragged the window; it stays where they put it.
+    bool movedByUser_ = false;
+    bool sessionEnds_ = false;
+};
+
+}  // namespace velunor
