@@ -57,8 +57,28 @@ struct Findings {
     std::size_t utf8 = 0;
     std::size_t utf16 = 0;
     std::size_t utf32 = 0;
+    /// Where it stands in UTF-32, for one of those places.
+    std::uintptr_t utf32Place = 0;
     std::size_t scannedBytes = 0;
 };
+
+/// Whether the page at this address is kept out of swap.
+bool isLocked(std::uintptr_t address) {
+    std::ifstream mappings("/proc/self/smaps");
+    bool inside = false;
+    for (std::string line; std::getline(mappings, line);) {
+        std::uintptr_t start = 0;
+        std::uintptr_t end = 0;
+        char dash = 0;
+        std::istringstream words(line);
+        if (words >> std::hex >> start >> dash >> end && dash == '-') {
+            inside = start <= address && address < end;
+        } else if (inside && line.starts_with("VmFlags:")) {
+            return line.find(" lo") != std::string::npos;
+        }
+    }
+    return false;
+}
 
 /// Searches every readable and writable region of this process except for its own window into it.
 class MemorySearch {
@@ -111,7 +131,10 @@ class MemorySearch {
                 const unsigned char* bytes = window_ + offset;
                 found.utf8 += needle.isAt(bytes, 1) ? 1 : 0;
                 found.utf16 += offset + 2 * MaskedNeedle::length <= size && needle.isAt(bytes, 2);
-                found.utf32 += offset + longest <= size && needle.isAt(bytes, 4);
+                if (offset + longest <= size && needle.isAt(bytes, 4)) {
+                    ++found.utf32;
+                    found.utf32Place = at + offset;
+                }
             }
             if (wanted < windowSize) {
                 return;
@@ -187,6 +210,25 @@ TEST_F(SecretMemoryTest, LeavesNothingWhenTheTextIsRemovedByKeys) {
     widget().selectAll();
     QTest::keyClick(&widget(), Qt::Key_Delete);
     expectNothingLeft();
+}
+
+TEST_F(SecretMemoryTest, KeepsTheTypedTextOutOfSwap) {
+    typeNeedle();
+    const Findings held = memory.search(needle);
+    ASSERT_EQ(held.utf32, 1U);
+    EXPECT_TRUE(isLocked(held.utf32Place));
+    int onTheStack = 0;
+    EXPECT_FALSE(isLocked(reinterpret_cast<std::uintptr_t>(&onTheStack)));
+}
+
+TEST_F(SecretMemoryTest, KeepsStorageThatHasGrownOutOfSwap) {
+    constexpr int rounds = 40;
+    for (int round = 0; round < rounds; ++round) {
+        typeNeedle();
+    }
+    const Findings held = memory.search(needle);
+    ASSERT_EQ(held.utf32, std::size_t{rounds});
+    EXPECT_TRUE(isLocked(held.utf32Place));
 }
 
 TEST_F(SecretMemoryTest, LeavesNothingInStorageThatItOutgrows) {

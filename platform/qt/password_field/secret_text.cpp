@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "platform/posix/memory_lock.h"
+
 namespace velunor {
 
 namespace {
@@ -13,6 +15,14 @@ constexpr char32_t replacement = 0xFFFD;
 
 void wipe(char32_t* text, std::size_t count) noexcept {
     velunor::wipe(reinterpret_cast<char*>(text), count * sizeof(char32_t));
+}
+
+/// Room for `count` code points that is not written to a disk. A password has to be taken all the
+/// same where the system locks no more memory.
+std::vector<char32_t> lockedStorage(std::size_t count) {
+    std::vector<char32_t> storage(count);
+    lockMemory(storage.data(), storage.size() * sizeof(char32_t));
+    return storage;
 }
 
 std::ptrdiff_t offset(std::size_t index) {
@@ -40,7 +50,7 @@ std::size_t encode(char32_t codePoint, std::array<char, 4>& bytes) {
 
 }  // namespace
 
-SecretText::SecretText() : storage_(firstCapacity) {}
+SecretText::SecretText() : storage_(lockedStorage(firstCapacity)) {}
 
 SecretText::~SecretText() {
     wipe(storage_.data(), storage_.size());
@@ -60,7 +70,7 @@ Secret SecretText::utf8() const {
 void SecretText::insert(std::size_t index, char32_t codePoint) {
     if (size_ == storage_.size()) {
         // Growing in place would leave a copy behind.
-        std::vector<char32_t> grown(storage_.size() * 2);
+        std::vector<char32_t> grown = lockedStorage(storage_.size() * 2);
         std::copy(storage_.begin(), storage_.end(), grown.begin());
         wipe(storage_.data(), storage_.size());
         storage_ = std::move(grown);

@@ -9,7 +9,8 @@
 namespace velunor {
 
 /// A text that is edited and must not outlive its use, one element a code point. Its storage is
-/// overwritten where characters are removed, when it is outgrown and at its end. Not thread-safe.
+/// overwritten where characters are removed, when it is outgrown and at its end, and kept out of
+/// swap as far as the system allows. Not thread-safe.
 class SecretText {
   public:
     SecretText();
