@@ -1,6 +1,9 @@
 # shellcheck shell=bash
 # ./dev run: the prompt with the settings and directories of a development tree.
 
+# How it ends when the password that it was given is refused.
+readonly STATUS_REFUSED=3
+
 dev_run() {
     local kind=OSUpdate arguments=() press="Update Now"
     while [ $# -gt 0 ]; do
@@ -48,10 +51,12 @@ dev_run() {
     fi
     start_display 1280x800
     setsid dbus-run-session -- "$ROOT/dev.d/in-session.sh" "$ROOT/build/release/ostrel-agent" prompt -- \
-        "${arguments[@]}" 3>"$ROOT/build/run/pipe" 4>&2 >"$ROOT/build/run/bus.log" 2>&1 &
+        "${arguments[@]}" 3>"$ROOT/build/run/pipe" 4> >(tee "$ROOT/build/run/prompt.log" >&2) \
+        >"$ROOT/build/run/bus.log" 2>&1 &
     local session=$!
     keep $session
     press_when_shown "$session" "$press" "$password"
+    [ -z "$password" ] || end_when_refused "$session"
     finish_run "$session"
 }
 
@@ -59,7 +64,7 @@ dev_run() {
 development_directories() {
     local directory=$1
     mkdir -p "$directory/base/images" "$directory/data" "$directory/log/UserLogs"
-    rm -rf "$directory/base/i18n" "$directory/bus"
+    rm -rf "$directory/base/i18n" "$directory/bus" "$directory/prompt.log"
     if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
         export XDG_RUNTIME_DIR=$directory/runtime
         mkdir -p "$XDG_RUNTIME_DIR"
@@ -92,14 +97,14 @@ receive_answer() {
     RECEIVER=$!
 }
 
-# ask_password : the password of whoever runs this, from the terminal or from a pipe. The virtual
+# ask_password : the password of whoever runs this, from the terminal, a pipe or a file. The virtual
 # display has no keyboard to type it on.
 ask_password() {
     local password=''
     if [ -t 0 ]; then
         IFS= read -r -s -p "Password of $(id -un), or nothing to postpone: " password
         printf '\n' >&2
-    elif [ -p /dev/stdin ]; then
+    elif [ -p /dev/stdin ] || [ -f /dev/stdin ]; then
         IFS= read -r password || true
     fi
     printf '%s' "$password"
@@ -138,6 +143,20 @@ type_credentials() {
     fi
     printf '%s\n' "$1" | "$press" --type "text" "Password" ||
         die "the password could not be typed"
+}
+
+# end_when_refused SESSION : the prompt of a refused password waits for another one, which nobody is
+# there to give.
+end_when_refused() {
+    local said='Failed to validate credentials|Secure Token not enabled'
+    while kill -0 "$1" 2>/dev/null; do
+        if grep -qE "$said" "$ROOT/build/run/prompt.log"; then
+            end_children
+            say "refused: $(grep -oE -m 1 "($said).*" "$ROOT/build/run/prompt.log")"
+            exit "$STATUS_REFUSED"
+        fi
+        sleep 0.2
+    done
 }
 
 # finish_run SESSION : waits for the answer and shows what came of it.
