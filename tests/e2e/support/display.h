@@ -103,8 +103,9 @@ class Screen {
     void click(WindowId window, const PixelRect& place);
     /// Presses and releases the key that xmodmap calls `key` ("Escape"), Alt held or not.
     void pressKey(const std::string& key, bool withAlt = false);
-    /// Presses and releases the key of each character, Shift held where it needs that. Throws at a
-    /// character that the keyboard has no key for; ASCII has one.
+    /// Presses and releases the key of each character of a UTF-8 text, Shift held where it needs
+    /// that. Characters that the keyboard has no key for are put on unused keys first; throws when
+    /// there are not enough of those.
     void type(std::string_view text);
     /// Puts the key down or lets it go.
     void holdKey(const std::string& key, bool down);

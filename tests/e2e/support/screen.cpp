@@ -6,7 +6,10 @@
 #include <X11/keysym.h>
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "tests/e2e/support/display.h"
@@ -20,6 +23,24 @@ constexpr long fromPager = 2;
 // A window may vanish between two requests; its answers are then simply missing.
 int passOver(::Display* /*display*/, XErrorEvent* /*error*/) {
     return 0;
+}
+
+/// The key that makes a symbol, alone or with Shift.
+struct KeyStroke {
+    KeyCode code = 0;
+    bool shifted = false;
+};
+
+// The characters of a UTF-8 text. Throws at text that is none.
+std::u32string codePoints(std::string_view text) {
+    // Paths are the one place where the standard library converts without a locale.
+    return std::filesystem::path(std::u8string(text.begin(), text.end())).u32string();
+}
+
+KeySym symbolOf(char32_t letter) {
+    // The symbols of Latin-1 have its numbers, the others are counted from here.
+    constexpr KeySym unicode = 0x1000000;
+    return letter <= 0xff ? letter : unicode + letter;
 }
 
 }  // namespace
@@ -87,6 +108,32 @@ struct XConnection {
         if (!shown) {
             throw std::runtime_error("a window of the test did not show");
         }
+    }
+
+    // The key of a symbol; one without a symbol gets it where no key has it. Programs learn of that
+    // before the key is pressed. Throws when every key has a symbol.
+    [[nodiscard]] KeyStroke strokeFor(KeySym symbol) const {
+        if (const KeyCode code = XKeysymToKeycode(display, symbol); code != 0) {
+            for (const int level : {0, 1}) {
+                if (XkbKeycodeToKeysym(display, code, 0, level) == symbol) {
+                    return {code, level == 1};
+                }
+            }
+        }
+        int first = 0;
+        int last = 0;
+        XDisplayKeycodes(display, &first, &last);
+        for (int code = last; code >= first; --code) {
+            const auto key = static_cast<KeyCode>(code);
+            if (XkbKeycodeToKeysym(display, key, 0, 0) == NoSymbol) {
+                std::array<KeySym, 2> both{symbol, symbol};
+                XChangeKeyboardMapping(display, code, static_cast<int>(both.size()), both.data(),
+                                       1);
+                XSync(display, 0);
+                return {key, false};
+            }
+        }
+        throw std::runtime_error("no key is left for a character");
     }
 
     ::Display* display;
@@ -345,20 +392,17 @@ void Screen::click(WindowId window, const PixelRect& place) {
 void Screen::type(std::string_view text) {
     ::Display* display = connection_->display;
     const KeyCode shift = XKeysymToKeycode(display, XK_Shift_L);
-    for (const char letter : text) {
-        // The key symbols of these characters have the characters' own numbers.
-        const KeySym symbol = static_cast<unsigned char>(letter);
-        const KeyCode code = XKeysymToKeycode(display, symbol);
-        if (code == 0) {
-            throw std::runtime_error("the keyboard has no key for a character");
-        }
-        const bool shifted = XkbKeycodeToKeysym(display, code, 0, 0) != symbol;
-        if (shifted) {
+    std::vector<KeyStroke> strokes;
+    for (const char32_t letter : codePoints(text)) {
+        strokes.push_back(connection_->strokeFor(symbolOf(letter)));
+    }
+    for (const KeyStroke& stroke : strokes) {
+        if (stroke.shifted) {
             XTestFakeKeyEvent(display, shift, 1, CurrentTime);
         }
-        XTestFakeKeyEvent(display, code, 1, CurrentTime);
-        XTestFakeKeyEvent(display, code, 0, CurrentTime);
-        if (shifted) {
+        XTestFakeKeyEvent(display, stroke.code, 1, CurrentTime);
+        XTestFakeKeyEvent(display, stroke.code, 0, CurrentTime);
+        if (stroke.shifted) {
             XTestFakeKeyEvent(display, shift, 0, CurrentTime);
         }
     }
