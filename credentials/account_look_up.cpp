@@ -20,17 +20,17 @@ const std::string* firstText(const DirectoryValues& values) {
 
 DirectoryResult<ImagePointer> pictureOf(const DirectoryRecord& record, const ImageReader& images) {
     const auto photo = record.valuesForAttribute(attributeJPEGPhoto);
-    if (const auto* error = std::get_if<DirectoryError>(&photo)) {
-        return *error;
+    if (!photo) {
+        return photo.error();
     }
-    if (const auto* data = firstData(std::get<DirectoryValues>(photo))) {
+    if (const auto* data = firstData(*photo)) {
         return images.imageFromData(*data);
     }
     const auto picture = record.valuesForAttribute(attributePicture);
-    if (const auto* error = std::get_if<DirectoryError>(&picture)) {
-        return *error;
+    if (!picture) {
+        return picture.error();
     }
-    const auto* path = firstText(std::get<DirectoryValues>(picture));
+    const auto* path = firstText(*picture);
     return path == nullptr ? ImagePointer() : images.imageFromFile(*path);
 }
 
@@ -41,14 +41,14 @@ DirectoryResult<ImagePointer> findPicture(const std::string& user, DirectoryServ
         return DirectoryError{"Directory", 0, "No directory session"};
     }
     const auto node = session->openNode(DirectoryNodeType::localNodes);
-    if (const auto* error = std::get_if<DirectoryError>(&node)) {
-        return *error;
+    if (!node) {
+        return node.error();
     }
-    const auto found = std::get<DirectoryNodePointer>(node)->usersNamed(user, 1);
-    if (const auto* error = std::get_if<DirectoryError>(&found)) {
-        return *error;
+    const auto found = (*node)->usersNamed(user, 1);
+    if (!found) {
+        return found.error();
     }
-    const auto& records = std::get<DirectoryRecords>(found);
+    const auto& records = *found;
     return records.empty() ? ImagePointer() : pictureOf(*records.front(), images);
 }
 
@@ -74,11 +74,11 @@ std::optional<std::string> getUserName(ConsoleUsers& consoleUsers, SystemLog& lo
 ImagePointer getUserPicture(const std::string& forUser, DirectoryService& directory,
                             const ImageReader& images, SystemLog& log) {
     auto picture = findPicture(forUser, directory, images);
-    if (const auto* error = std::get_if<DirectoryError>(&picture)) {
-        log.write("Error: " + error->description());
+    if (!picture) {
+        log.write("Error: " + picture.error().description());
         return nullptr;
     }
-    return std::get<ImagePointer>(std::move(picture));
+    return *std::move(picture);
 }
 
 }  // namespace velunor::OSUpdateUtil

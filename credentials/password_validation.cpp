@@ -11,10 +11,9 @@ constexpr std::string_view localNodeName = "/Local/Default";
 
 /// The search node's own details; none when the node does not open or does not tell.
 std::optional<PropertyListDictionary> searchNodeDetails(DirectorySession& session) {
-    const auto opened = session.openNode("/Search");
-    const auto* node = std::get_if<DirectoryNodePointer>(&opened);
+    const auto node = session.openNode("/Search");
     constexpr std::array keys{attributeSearchPath};
-    return node == nullptr ? std::nullopt : (*node)->nodeDetails(keys);
+    return node ? (*node)->nodeDetails(keys) : std::nullopt;
 }
 
 /// The search path; none when it is missing or not a list of texts.
@@ -47,11 +46,11 @@ bool validatePasswordForDomain(const std::string& nodeName, const std::string& u
         return false;
     }
     const auto node = session->openNode(nodeName);
-    if (const auto* error = std::get_if<DirectoryError>(&node)) {
-        log.write("Node Error " + error->description());
+    if (!node) {
+        log.write("Node Error " + node.error().description());
         return false;
     }
-    const auto error = std::get<DirectoryNodePointer>(node)->setCredentials(userName, password);
+    const auto error = (*node)->setCredentials(userName, password);
     log.write(error ? "Credentails Error " + error->description()
                     : "Password validated Successfully");
     return !error;

@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/expected.h"
 #include "platform/property_list.h"
 #include "platform/secret.h"
 
@@ -32,7 +33,7 @@ struct DirectoryError {
 };
 
 template <class Value>
-using DirectoryResult = std::variant<Value, DirectoryError>;
+using DirectoryResult = Expected<Value, DirectoryError>;
 
 /// The values of one attribute: texts or byte strings.
 using DirectoryValues = std::variant<std::vector<std::string>, std::vector<std::vector<std::byte>>>;

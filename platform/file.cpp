@@ -11,7 +11,7 @@ namespace velunor {
 
 namespace {
 
-FileError errorOf(int number) {
+Error errorOf(int number) {
     return {std::generic_category().message(number)};
 }
 
@@ -26,15 +26,15 @@ bool fileExists(const std::string& path) {
     return std::filesystem::exists(path, ignored);
 }
 
-std::variant<std::vector<std::byte>, FileError> readWholeFile(const std::string& path) {
+Expected<std::vector<std::byte>> readWholeFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (error && status.type() != std::filesystem::file_type::not_found) {
-        return FileError{error.message()};
+        return Error{error.message()};
     }
     // Opening a pipe would wait for its writer, so anything but a plain file is refused unopened.
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        return FileError{"Not a regular file"};
+        return Error{"Not a regular file"};
     }
     errno = 0;
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rbe"));

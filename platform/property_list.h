@@ -9,6 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "platform/expected.h"
+
 namespace velunor {
 
 struct PropertyListValue;
@@ -44,13 +46,6 @@ struct PropertyListValue {
     }
 };
 
-/// Why bytes are not an acceptable property list, as one line of text.
-struct PropertyListError {
-    std::string description;
-};
-
-using PropertyListResult = std::variant<PropertyListValue, PropertyListError>;
-
 /// Reads property lists.
 class PropertyListReader {
   public:
@@ -58,7 +53,8 @@ class PropertyListReader {
 
     /// Parses a whole property list in XML, binary or old text form. Bytes that are malformed, too
     /// many or too deeply nested give an error. Any thread.
-    [[nodiscard]] virtual PropertyListResult parse(std::span<const std::byte> bytes) const = 0;
+    [[nodiscard]] virtual Expected<PropertyListValue> parse(
+        std::span<const std::byte> bytes) const = 0;
 };
 
 }  // namespace velunor

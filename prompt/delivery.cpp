@@ -39,8 +39,8 @@ void deliverToService(OSUpdateNotificationResponse response, SystemLog& log,
     auto message = encodeJson(response);
     // The password is in the message now, and nowhere else while the service takes its time.
     response.answer = Postponse{};
-    if (const auto* error = std::get_if<EncodingError>(&message)) {
-        log.write("Error encoding data: " + error->description);
+    if (!message) {
+        log.write("Error encoding data: " + message.error().description);
         return;
     }
     const AgentServiceConnection connection;
@@ -48,8 +48,7 @@ void deliverToService(OSUpdateNotificationResponse response, SystemLog& log,
     // Shared with the callback, because a late reply may find this call gone.
     const auto replied = std::make_shared<ReplySignal>();
     if (service) {
-        service->replyDataBlockForKey("PatchOSUpdateNotificationStatus",
-                                      std::move(std::get<Secret>(message)),
+        service->replyDataBlockForKey("PatchOSUpdateNotificationStatus", *std::move(message),
                                       [replied, &log](const std::string& reply) {
                                           log.write("Reply Received " + reply);
                                           replied->signal();

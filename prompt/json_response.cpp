@@ -59,9 +59,9 @@ class AnswerWriter {
         appendString(json_, *text);
     }
 
-    std::variant<Secret, EncodingError> finish() {
+    Expected<Secret> finish() {
         if (error_) {
-            return EncodingError{std::move(*error_)};
+            return Error{std::move(*error_)};
         }
         json_.append("}}");
         return std::move(json_);
@@ -79,12 +79,12 @@ DecodingError typeMismatch(std::string_view codingPath, std::string_view debugDe
 }
 
 /// The optional text under `key`: absent and null are none; another type is an error.
-std::variant<std::optional<Secret>, DecodingError> takeText(JsonObject& members,
-                                                            std::string_view outerKey,
-                                                            std::string_view key) {
+Expected<std::optional<Secret>, DecodingError> takeText(JsonObject& members,
+                                                        std::string_view outerKey,
+                                                        std::string_view key) {
     const auto member = members.find(key);
     if (member == members.end() || std::holds_alternative<JsonValue::Null>(member->second.value)) {
-        return std::nullopt;
+        return std::optional<Secret>();
     }
     if (auto* text = std::get_if<Secret>(&member->second.value)) {
         return std::optional<Secret>(std::move(*text));
@@ -97,27 +97,26 @@ std::optional<std::string> revealed(const std::optional<Secret>& text) {
     return text ? std::optional<std::string>(text->reveal()) : std::nullopt;
 }
 
-std::variant<OSUpdateNotificationResponse, DecodingError> decodeAnswer(std::string_view caseName,
-                                                                       JsonObject& members) {
+Expected<OSUpdateNotificationResponse, DecodingError> decodeAnswer(std::string_view caseName,
+                                                                   JsonObject& members) {
     auto userName = takeText(members, caseName, userNameKey);
-    if (auto* error = std::get_if<DecodingError>(&userName)) {
-        return std::move(*error);
+    if (!userName) {
+        return std::move(userName).error();
     }
-    auto name = revealed(std::get<std::optional<Secret>>(userName));
+    auto name = revealed(*userName);
     if (caseName == postponseKey) {
         return OSUpdateNotificationResponse{Postponse{std::move(name)}};
     }
     auto passwd = takeText(members, caseName, passwdKey);
-    if (auto* error = std::get_if<DecodingError>(&passwd)) {
-        return std::move(*error);
+    if (!passwd) {
+        return std::move(passwd).error();
     }
-    return OSUpdateNotificationResponse{
-        Proceed{std::move(name), std::move(std::get<std::optional<Secret>>(passwd))}};
+    return OSUpdateNotificationResponse{Proceed{std::move(name), *std::move(passwd)}};
 }
 
 }  // namespace
 
-std::variant<Secret, EncodingError> encodeJson(const OSUpdateNotificationResponse& response) {
+Expected<Secret> encodeJson(const OSUpdateNotificationResponse& response) {
     if (const auto* proceed = std::get_if<Proceed>(&response.answer)) {
         AnswerWriter writer(proceedKey);
         writer.add(userNameKey, proceed->userName);
@@ -130,7 +129,7 @@ std::variant<Secret, EncodingError> encodeJson(const OSUpdateNotificationRespons
     return writer.finish();
 }
 
-std::variant<OSUpdateNotificationResponse, DecodingError> decodeJson(std::string_view json) {
+Expected<OSUpdateNotificationResponse, DecodingError> decodeJson(std::string_view json) {
     auto value = parseJson(json);
     if (!value) {
         return DecodingError{DecodingError::Kind::dataCorrupted, "",

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <variant>
 
+#include "platform/expected.h"
 #include "platform/secret.h"
 
 namespace velunor {
@@ -28,15 +29,9 @@ struct OSUpdateNotificationResponse {
     [[nodiscard]] std::string description() const;
 };
 
-/// Why an answer has no JSON form, as one line of text.
-struct EncodingError {
-    std::string description;
-};
-
 /// The answer's JSON: one member named by the case, absent values left out, compact, "/" written
 /// as "\/". Fails for a text that is not UTF-8.
-[[nodiscard]] std::variant<Secret, EncodingError> encodeJson(
-    const OSUpdateNotificationResponse& response);
+[[nodiscard]] Expected<Secret> encodeJson(const OSUpdateNotificationResponse& response);
 
 /// Why bytes do not decode to an answer.
 struct DecodingError {
@@ -49,7 +44,7 @@ struct DecodingError {
 
 /// The answer that `json` holds. Exactly one of the top-level keys must be a case name; other keys
 /// are not counted.
-[[nodiscard]] std::variant<OSUpdateNotificationResponse, DecodingError> decodeJson(
+[[nodiscard]] Expected<OSUpdateNotificationResponse, DecodingError> decodeJson(
     std::string_view json);
 
 }  // namespace velunor

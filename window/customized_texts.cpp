@@ -26,16 +26,16 @@ void ViewController::setCustomizedText() {
         return;
     }
     const auto bytes = readWholeFile(path);
-    if (const auto* error = std::get_if<FileError>(&bytes)) {
-        services_.log.write("Error " + path + " " + error->description);
+    if (!bytes) {
+        services_.log.write("Error " + path + " " + bytes.error().description);
         return;
     }
-    const auto root = services_.propertyLists.parse(std::get<std::vector<std::byte>>(bytes));
-    if (const auto* error = std::get_if<PropertyListError>(&root)) {
-        services_.log.write("Error " + path + " " + error->description);
+    const auto root = services_.propertyLists.parse(*bytes);
+    if (!root) {
+        services_.log.write("Error " + path + " " + root.error().description);
         return;
     }
-    const PropertyListDictionary* texts = std::get<PropertyListValue>(root).dictionary();
+    const PropertyListDictionary* texts = root->dictionary();
     if (texts == nullptr) {
         services_.log.write("AutoRebootMessages Not able to get data");
         return;

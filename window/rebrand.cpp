@@ -22,17 +22,17 @@ bool decodeField(const PropertyListDictionary& dictionary, std::string_view key,
 
 }  // namespace
 
-std::variant<Rebrand, RebrandError> decodeRebrand(const PropertyListValue& root) {
+Expected<Rebrand> decodeRebrand(const PropertyListValue& root) {
     const PropertyListDictionary* dictionary = root.dictionary();
     if (dictionary == nullptr) {
-        return RebrandError{"The top level is not a dictionary with text keys"};
+        return Error{"The top level is not a dictionary with text keys"};
     }
     Rebrand rebrand;
     if (!decodeField(*dictionary, "IS_REBRANDED", rebrand.isRebranded)) {
-        return RebrandError{"The value of \"IS_REBRANDED\" is not a text"};
+        return Error{"The value of \"IS_REBRANDED\" is not a text"};
     }
     if (!decodeField(*dictionary, "PRODUCT_NAME", rebrand.productName)) {
-        return RebrandError{"The value of \"PRODUCT_NAME\" is not a text"};
+        return Error{"The value of \"PRODUCT_NAME\" is not a text"};
     }
     return rebrand;
 }

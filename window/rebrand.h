@@ -2,8 +2,8 @@
 
 #include <optional>
 #include <string>
-#include <variant>
 
+#include "platform/expected.h"
 #include "platform/property_list.h"
 
 namespace velunor {
@@ -16,13 +16,8 @@ struct Rebrand {
     std::optional<std::string> productName;
 };
 
-/// Why a property list does not decode to a record, as one line of text.
-struct RebrandError {
-    std::string description;
-};
-
 /// The record that the property list holds. Missing keys are absent fields; a key with another
 /// type than text fails the whole record.
-[[nodiscard]] std::variant<Rebrand, RebrandError> decodeRebrand(const PropertyListValue& root);
+[[nodiscard]] Expected<Rebrand> decodeRebrand(const PropertyListValue& root);
 
 }  // namespace velunor

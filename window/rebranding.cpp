@@ -5,17 +5,16 @@ namespace velunor {
 
 namespace {
 
-std::variant<Rebrand, RebrandError> readRebrand(const std::string& path,
-                                                const PropertyListReader& propertyLists) {
+Expected<Rebrand> readRebrand(const std::string& path, const PropertyListReader& propertyLists) {
     const auto bytes = readWholeFile(path);
-    if (const auto* error = std::get_if<FileError>(&bytes)) {
-        return RebrandError{error->description};
+    if (!bytes) {
+        return bytes.error();
     }
-    const auto root = propertyLists.parse(std::get<std::vector<std::byte>>(bytes));
-    if (const auto* error = std::get_if<PropertyListError>(&root)) {
-        return RebrandError{error->description};
+    const auto root = propertyLists.parse(*bytes);
+    if (!root) {
+        return root.error();
     }
-    return decodeRebrand(std::get<PropertyListValue>(root));
+    return decodeRebrand(*root);
 }
 
 }  // namespace
@@ -26,11 +25,11 @@ std::optional<Rebrand> ViewController::getRebrandDetails() {
         return std::nullopt;
     }
     auto rebrand = readRebrand(path, services_.propertyLists);
-    if (const auto* error = std::get_if<RebrandError>(&rebrand)) {
-        services_.log.write("rebrandData error " + error->description);
+    if (!rebrand) {
+        services_.log.write("rebrandData error " + rebrand.error().description);
         return std::nullopt;
     }
-    return std::get<Rebrand>(std::move(rebrand));
+    return *std::move(rebrand);
 }
 
 void ViewController::processRebranding() {

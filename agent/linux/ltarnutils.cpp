@@ -48,12 +48,12 @@ std::string pathOfLanguage(const std::string& language) {
 }
 
 /// The pairs of one property file, or the line that says why there are none.
-PropertiesResult loadFile(const std::string& path) {
+Expected<Properties> loadFile(const std::string& path) {
     const auto bytes = readWholeFile(path);
-    if (const auto* error = std::get_if<FileError>(&bytes)) {
-        return PropertiesError{path + ": " + error->description};
+    if (!bytes) {
+        return Error{path + ": " + bytes.error().description};
     }
-    const auto& content = std::get<std::vector<std::byte>>(bytes);
+    const auto& content = *bytes;
     return parseProperties({reinterpret_cast<const char*>(content.data()), content.size()}, path);
 }
 
@@ -69,11 +69,11 @@ Properties loadPreferred(const std::vector<std::string>& languages) {
             continue;
         }
         auto result = loadFile(path);
-        if (const auto* error = std::get_if<PropertiesError>(&result)) {
-            library_log::write(error->description);
+        if (!result) {
+            library_log::write(result.error().description);
             continue;
         }
-        texts.merge(std::get<Properties>(result));
+        texts.merge(*result);
         wanted = languageWithFallbacks(language);
     }
     return texts;
@@ -91,13 +91,13 @@ void TarnUtilMac::initializeTarnGlobal() {
 
 void TarnUtilMac::initializeAgentParams() {
     auto result = loadSettings(settingsPath());
-    if (const auto* error = std::get_if<SettingsError>(&result)) {
+    if (!result) {
         state().settingsFailed = true;
-        library_log::writeError(error->description);
+        library_log::writeError(result.error().description);
         return;
     }
     state().settingsFailed = false;
-    AgentSettings& settings = state().settings = std::get<AgentSettings>(std::move(result));
+    AgentSettings& settings = state().settings = *std::move(result);
     state().variables = {settings.basePath, settings.dataPath, settings.logPath};
     for (const std::string& line : settings.unknownKeys) {
         library_log::write(line);
@@ -147,8 +147,8 @@ int I18NUtility::loadI18NPropertyFile() {
         return failed;
     }
     auto english = loadFile(pathOfLanguage("en"));
-    if (const auto* error = std::get_if<PropertiesError>(&english)) {
-        library_log::writeError(error->description);
+    if (!english) {
+        library_log::writeError(english.error().description);
         return failed;
     }
     const auto languages =
@@ -156,7 +156,7 @@ int I18NUtility::loadI18NPropertyFile() {
                            environmentText("LC_MESSAGES"), environmentText("LANG"));
     texts_ = loadPreferred(languages);
     // What the language lacks stays English.
-    texts_.merge(std::get<Properties>(english));
+    texts_.merge(*english);
     return 0;
 }
 

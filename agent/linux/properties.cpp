@@ -93,9 +93,9 @@ bool addPair(std::string_view line, Properties& properties) {
 
 }  // namespace
 
-PropertiesResult parseProperties(std::string_view text, const std::string& file) {
+Expected<Properties> parseProperties(std::string_view text, const std::string& file) {
     if (!isValidUtf8(text)) {
-        return PropertiesError{file + ": is not UTF-8"};
+        return Error{file + ": is not UTF-8"};
     }
     if (text.starts_with("\xEF\xBB\xBF")) {
         text.remove_prefix(3);
@@ -115,8 +115,7 @@ PropertiesResult parseProperties(std::string_view text, const std::string& file)
             line += withoutLeadingBlanks(takeLine(text));
         }
         if (!addPair(line, properties)) {
-            return PropertiesError{file + ":" + std::to_string(first) +
-                                   R"(: malformed "\u" escape)"};
+            return Error{file + ":" + std::to_string(first) + R"(: malformed "\u" escape)"};
         }
     }
     return properties;

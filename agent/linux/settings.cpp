@@ -210,13 +210,13 @@ void readDirectory(Reader& reader, const toml::table& root, AgentSettings& setti
 
 }  // namespace
 
-SettingsResult parseSettings(std::string_view text, const std::string& file) {
+Expected<AgentSettings> parseSettings(std::string_view text, const std::string& file) {
     toml::table root;
     try {
         root = toml::parse(text, file);
     } catch (const toml::parse_error& error) {
-        return SettingsError{file + ":" + std::to_string(error.source().begin.line) + ": " +
-                             std::string(error.description())};
+        return Error{file + ":" + std::to_string(error.source().begin.line) + ": " +
+                     std::string(error.description())};
     }
     AgentSettings settings;
     Reader reader(file, settings.unknownKeys);
@@ -226,20 +226,19 @@ SettingsResult parseSettings(std::string_view text, const std::string& file) {
     readDirectory(reader, root, settings);
     reader.noteUnknown(root, "", {"agent", "service", "credentials", "directory"});
     if (!reader.error().empty()) {
-        return SettingsError{reader.error()};
+        return Error{reader.error()};
     }
     return settings;
 }
 
-SettingsResult loadSettings(const std::string& path) {
+Expected<AgentSettings> loadSettings(const std::string& path) {
     const auto bytes = readWholeFile(path);
-    if (const auto* error = std::get_if<FileError>(&bytes)) {
-        return SettingsError{path + ": " + error->description};
+    if (!bytes) {
+        return Error{path + ": " + bytes.error().description};
     }
-    const auto& content = std::get<std::vector<std::byte>>(bytes);
+    const auto& content = *bytes;
     if (content.size() > largestSettingsFile) {
-        return SettingsError{path + ": is larger than " + std::to_string(largestSettingsFile) +
-                             " bytes"};
+        return Error{path + ": is larger than " + std::to_string(largestSettingsFile) + " bytes"};
     }
     return parseSettings({reinterpret_cast<const char*>(content.data()), content.size()}, path);
 }

@@ -4,8 +4,9 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
+
+#include "platform/expected.h"
 
 namespace velunor {
 
@@ -41,21 +42,15 @@ struct AgentSettings {
     std::vector<std::string> unknownKeys;
 };
 
-/// Why settings cannot be used: one line that names file, line and key as far as they apply.
-struct SettingsError {
-    std::string description;
-};
-
-using SettingsResult = std::variant<AgentSettings, SettingsError>;
-
 /// The largest settings file: 1 MiB.
 inline constexpr std::size_t largestSettingsFile = std::size_t{1024} * 1024;
 
-/// Reads the settings in `text`; `file` is the name for error messages.
-[[nodiscard]] SettingsResult parseSettings(std::string_view text, const std::string& file);
+/// Reads the settings in `text`; `file` is its name for errors, which also tell line and key as far
+/// as they apply.
+[[nodiscard]] Expected<AgentSettings> parseSettings(std::string_view text, const std::string& file);
 
 /// Reads the settings file at `path`.
-[[nodiscard]] SettingsResult loadSettings(const std::string& path);
+[[nodiscard]] Expected<AgentSettings> loadSettings(const std::string& path);
 
 /// The settings file to use: the system's, or the one that the environment variable
 /// VELUNOR_AGENT_SETTINGS names unless the process is privileged.

@@ -22,9 +22,9 @@ class TextParser {
   public:
     explicit TextParser(std::string_view text) : text_(text) {}
 
-    PropertyListResult whole() {
+    Expected<PropertyListValue> whole() {
         if (atEnd()) {
-            return PropertyListError{"Property list is empty"};
+            return Error{"Property list is empty"};
         }
         auto value = parseValue(0);
         if (value && !atEnd()) {
@@ -33,8 +33,8 @@ class TextParser {
         if (value && atEnd() && !error_) {
             return std::move(*value);
         }
-        return PropertyListError{error_.value_or("Unexpected text after the property list") +
-                                 " on line " + std::to_string(line())};
+        return Error{error_.value_or("Unexpected text after the property list") + " on line " +
+                     std::to_string(line())};
     }
 
   private:
@@ -281,9 +281,9 @@ class TextParser {
 
 }  // namespace
 
-PropertyListResult parseTextPropertyList(std::string_view text) {
+Expected<PropertyListValue> parseTextPropertyList(std::string_view text) {
     if (!isValidUtf8(text)) {
-        return PropertyListError{"Property list is not valid UTF-8"};
+        return Error{"Property list is not valid UTF-8"};
     }
     return TextParser(text).whole();
 }

@@ -166,39 +166,39 @@ std::optional<PropertyListValue> converted(plist_t node) {
     }
 }
 
-PropertyListResult resultOf(const Node& node, const char* form) {
+Expected<PropertyListValue> resultOf(const Node& node, const char* form) {
     auto value = node ? converted(node.get()) : std::nullopt;
     if (!value) {
-        return PropertyListError{std::string(form) + " property list is malformed"};
+        return Error{std::string(form) + " property list is malformed"};
     }
     return std::move(*value);
 }
 
-PropertyListResult parseBinary(std::span<const std::byte> bytes) {
+Expected<PropertyListValue> parseBinary(std::span<const std::byte> bytes) {
     auto check = checkBinaryPropertyList(bytes);
     if (check.objection) {
-        return PropertyListError{std::move(*check.objection)};
+        return Error{std::move(*check.objection)};
     }
     if (check.topLevelHasForeignKeys) {
         return PropertyListValue{PropertyListForeignDictionary{}};
     }
     if (check.hasForeignKeys) {
-        return PropertyListError{"Binary property list has a key that is not a text"};
+        return Error{"Binary property list has a key that is not a text"};
     }
     plist_t root = nullptr;
     plist_from_bin(asText(bytes).data(), static_cast<std::uint32_t>(bytes.size()), &root);
     return resultOf(Node(root), "Binary");
 }
 
-PropertyListResult parseXml(const std::string& text) {
+Expected<PropertyListValue> parseXml(const std::string& text) {
     if (!isValidUtf8(text)) {
-        return PropertyListError{"XML property list is not valid UTF-8"};
+        return Error{"XML property list is not valid UTF-8"};
     }
     if (text.find('\0') != std::string::npos) {
-        return PropertyListError{"XML property list holds a NUL character"};
+        return Error{"XML property list holds a NUL character"};
     }
     if (auto objection = xmlPropertyListObjection(text)) {
-        return PropertyListError{std::move(*objection)};
+        return Error{std::move(*objection)};
     }
     plist_t root = nullptr;
     plist_from_xml(text.c_str(), static_cast<std::uint32_t>(text.size()), &root);
@@ -216,16 +216,16 @@ bool isXml(std::string_view text) {
 
 }  // namespace
 
-PropertyListResult LinuxPropertyListReader::parse(std::span<const std::byte> bytes) const {
+Expected<PropertyListValue> LinuxPropertyListReader::parse(std::span<const std::byte> bytes) const {
     if (bytes.size() > largestReadableFile) {
-        return PropertyListError{"Property list is too large"};
+        return Error{"Property list is too large"};
     }
     if (asText(bytes).starts_with("bplist")) {
         return parseBinary(bytes);
     }
     const auto text = inUtf8(asText(bytes));
     if (!text) {
-        return PropertyListError{"Property list is not valid UTF-16"};
+        return Error{"Property list is not valid UTF-16"};
     }
     return isXml(*text) ? parseXml(*text) : parseTextPropertyList(*text);
 }

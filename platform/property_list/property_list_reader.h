@@ -8,7 +8,8 @@ namespace velunor {
 /// text form with a parser of its own. Holds no state; any thread.
 class LinuxPropertyListReader : public PropertyListReader {
   public:
-    [[nodiscard]] PropertyListResult parse(std::span<const std::byte> bytes) const override;
+    [[nodiscard]] Expected<PropertyListValue> parse(
+        std::span<const std::byte> bytes) const override;
 };
 
 }  // namespace velunor

@@ -37,11 +37,11 @@ void checkValue(const PropertyListValue& value, int depth) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto result =
         velunor::LinuxPropertyListReader().parse({reinterpret_cast<const std::byte*>(data), size});
-    if (const auto* error = std::get_if<velunor::PropertyListError>(&result)) {
-        velunor::require(!error->description.empty());
-        velunor::require(error->description.find('\n') == std::string::npos);
+    if (!result) {
+        velunor::require(!result.error().description.empty());
+        velunor::require(result.error().description.find('\n') == std::string::npos);
     } else {
-        velunor::checkValue(std::get<velunor::PropertyListValue>(result), 0);
+        velunor::checkValue(*result, 0);
     }
     return 0;
 }

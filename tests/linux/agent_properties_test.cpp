@@ -14,15 +14,13 @@ using ::testing::UnorderedElementsAre;
 
 Properties parse(std::string_view text) {
     auto result = parseProperties(text, "F");
-    const auto* error = std::get_if<PropertiesError>(&result);
-    EXPECT_EQ(error, nullptr) << error->description;
-    return error == nullptr ? std::get<Properties>(std::move(result)) : Properties();
+    EXPECT_TRUE(result) << result.error().description;
+    return result ? *std::move(result) : Properties();
 }
 
 std::string errorOf(std::string_view text) {
     const auto result = parseProperties(text, "F");
-    const auto* error = std::get_if<PropertiesError>(&result);
-    return error == nullptr ? "none" : error->description;
+    return result ? "none" : result.error().description;
 }
 
 TEST(AgentProperties, EmptyFileHasNoPairs) {

@@ -26,14 +26,12 @@ constexpr const char* agentTable =
 
 AgentSettings parse(const std::string& text) {
     auto result = parseSettings(text, "F");
-    const auto* error = std::get_if<SettingsError>(&result);
-    EXPECT_EQ(error, nullptr) << error->description;
-    return error == nullptr ? std::get<AgentSettings>(std::move(result)) : AgentSettings();
+    EXPECT_TRUE(result) << result.error().description;
+    return result ? *std::move(result) : AgentSettings();
 }
 
-std::string errorOf(const SettingsResult& result) {
-    const auto* error = std::get_if<SettingsError>(&result);
-    return error == nullptr ? "none" : error->description;
+std::string errorOf(const Expected<AgentSettings>& result) {
+    return result ? "none" : result.error().description;
 }
 
 TEST(AgentSettingsText, EveryKeyIsRead) {
@@ -249,9 +247,9 @@ TEST(AgentSettingsText, EndlessNestingIsAnError) {
 using AgentSettingsFile = AgentFiles;
 
 TEST_F(AgentSettingsFile, WholeFileIsRead) {
-    const SettingsResult result = loadSettings(settingsFile());
+    const Expected<AgentSettings> result = loadSettings(settingsFile());
     ASSERT_EQ(errorOf(result), "none");
-    EXPECT_EQ(std::get<AgentSettings>(result).productName, "Test Agent");
+    EXPECT_EQ(result->productName, "Test Agent");
 }
 
 TEST_F(AgentSettingsFile, MissingFileIsNamed) {

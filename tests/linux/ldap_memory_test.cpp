@@ -130,9 +130,8 @@ TEST_P(LdapNodeMemory, KeepsNoPasswordAfterACheck) {
                   }).text,
                   "added");
         auto node = openLdapNode(settings);
-        ASSERT_TRUE(std::holds_alternative<DirectoryNodePointer>(node))
-            << std::get<DirectoryError>(node).description();
-        auto& open = *std::get<DirectoryNodePointer>(node);
+        ASSERT_TRUE(node) << node.error().description();
+        auto& open = **node;
         {
             const Secret typed = password(seed, length);
             EXPECT_EQ(open.setCredentials(user, typed), std::nullopt);

@@ -16,10 +16,10 @@ LdapNodeSettings LdapNode::nodeAt(const LdapServer& server, const std::string& u
 std::string LdapNode::answer(const LdapNodeSettings& settings, const std::string& user,
                              std::string_view password) {
     auto node = openLdapNode(settings);
-    if (const auto* error = std::get_if<DirectoryError>(&node)) {
-        return error->description();
+    if (!node) {
+        return node.error().description();
     }
-    return answer(*std::get<DirectoryNodePointer>(node), user, password);
+    return answer(**node, user, password);
 }
 
 std::string LdapNode::answer(DirectoryNode& node, const std::string& user,
@@ -30,17 +30,16 @@ std::string LdapNode::answer(DirectoryNode& node, const std::string& user,
 
 std::string LdapNode::opening(const LdapNodeSettings& settings) {
     const auto node = openLdapNode(settings);
-    const auto* error = std::get_if<DirectoryError>(&node);
-    return error == nullptr ? "opened" : error->description();
+    return node ? "opened" : node.error().description();
 }
 
 DirectoryNodePointer LdapNode::opened(const LdapNodeSettings& settings) {
     auto node = openLdapNode(settings);
-    if (const auto* error = std::get_if<DirectoryError>(&node)) {
-        ADD_FAILURE() << error->description();
+    if (!node) {
+        ADD_FAILURE() << node.error().description();
         return nullptr;
     }
-    return std::get<DirectoryNodePointer>(std::move(node));
+    return *std::move(node);
 }
 
 }  // namespace velunor::testing

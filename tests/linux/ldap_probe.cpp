@@ -22,7 +22,6 @@ int main(int count, char** arguments) {
     ldap_get_option(nullptr, LDAP_OPT_X_TLS_REQUIRE_CERT, &demanded);
     std::puts(demanded == LDAP_OPT_X_TLS_NEVER ? "demands nothing" : "demands a certificate");
     const auto node = openLdapNode(settings);
-    const auto* error = std::get_if<DirectoryError>(&node);
-    std::puts(error == nullptr ? "opens" : error->description().c_str());
+    std::puts(node ? "opens" : node.error().description().c_str());
     return 0;
 }

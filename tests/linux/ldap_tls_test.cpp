@@ -68,8 +68,7 @@ TEST(LdapNodeStore, SystemsAuthoritiesAreTrusted) {
         LdapNodeSettings settings;
         settings.uri = server.tlsUri();
         const auto node = openLdapNode(settings);
-        const auto* error = std::get_if<DirectoryError>(&node);
-        return error == nullptr ? opens : error->description();
+        return node ? opens : node.error().description();
     });
     EXPECT_EQ(outcome.text, opens);
 }

@@ -24,9 +24,8 @@ class LocalAccount : public ::testing::Test {
 
     static DirectoryRecords recordsNamed(const std::string& name, std::size_t maximum = 1) {
         const auto session = LinuxDirectoryService(LinuxDirectorySettings{}).defaultSession();
-        const auto node =
-            std::get<DirectoryNodePointer>(session->openNode(DirectoryNodeType::localNodes));
-        return std::get<DirectoryRecords>(node->usersNamed(name, maximum));
+        const auto node = *session->openNode(DirectoryNodeType::localNodes);
+        return *node->usersNamed(name, maximum);
     }
 
     /// What the user's record has, asked as the user.
@@ -41,8 +40,7 @@ class LocalAccount : public ::testing::Test {
     [[nodiscard]] std::filesystem::path face() const { return user.home + "/.face"; }
 
     static std::string errorOf(const DirectoryResult<DirectoryValues>& result) {
-        const auto* error = std::get_if<DirectoryError>(&result);
-        return error == nullptr ? "no error" : error->description();
+        return result ? "no error" : result.error().description();
     }
 
     void keepPicture(const std::string& path) {
@@ -70,12 +68,11 @@ TEST_F(LocalAccount, NoRecordIsGivenWhereNoneIsWanted) {
 
 TEST_F(LocalAccount, PhotoIsTheFileInTheHomeDirectory) {
     e2e::writeFile(face(), "abc");
-    EXPECT_EQ(std::get<DirectoryValues>(photo()),
-              DirectoryValues(Photos{{std::byte{'a'}, std::byte{'b'}, std::byte{'c'}}}));
+    EXPECT_EQ(*photo(), DirectoryValues(Photos{{std::byte{'a'}, std::byte{'b'}, std::byte{'c'}}}));
 }
 
 TEST_F(LocalAccount, WithoutThatFileHasAnEmptyListOfPhotos) {
-    EXPECT_EQ(std::get<DirectoryValues>(photo()), DirectoryValues(Photos{}));
+    EXPECT_EQ(*photo(), DirectoryValues(Photos{}));
 }
 
 TEST_F(LocalAccount, PhotoThatMayNotBeReadIsAnError) {
@@ -111,8 +108,7 @@ TEST_F(LocalAccount, PictureIsThePathThatTheAccountsServiceKeeps) {
     keepPicture("/run/homes/ada/picture.png");
     machine.startSystemBus();
     machine.startAccountsService();
-    EXPECT_EQ(std::get<DirectoryValues>(picture()),
-              DirectoryValues(Paths{"/run/homes/ada/picture.png"}));
+    EXPECT_EQ(*picture(), DirectoryValues(Paths{"/run/homes/ada/picture.png"}));
 }
 
 TEST_F(LocalAccount, PictureWithoutASystemBusIsAnError) {

@@ -11,7 +11,7 @@ namespace {
 
 using testing::BinaryPropertyList;
 
-PropertyListResult parse(std::string_view text) {
+Expected<PropertyListValue> parse(std::string_view text) {
     return LinuxPropertyListReader().parse(
         {reinterpret_cast<const std::byte*>(text.data()), text.size()});
 }
@@ -19,11 +19,11 @@ PropertyListResult parse(std::string_view text) {
 /// The value that the bytes hold; an error in them fails the test.
 PropertyListValue value(std::string_view text) {
     const auto result = parse(text);
-    if (const auto* error = std::get_if<PropertyListError>(&result)) {
-        ADD_FAILURE() << error->description;
+    if (!result) {
+        ADD_FAILURE() << result.error().description;
         return {};
     }
-    return std::get<PropertyListValue>(result);
+    return *result;
 }
 
 PropertyListValue text(const char* content) {

@@ -23,8 +23,7 @@ Properties shippedTexts(const std::string& language) {
     std::ifstream file(std::filesystem::path(SHIPPED_TEXTS) / name, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     auto parsed = parseProperties(text, name);
-    Properties* texts = std::get_if<Properties>(&parsed);
-    return texts == nullptr ? Properties{} : std::move(*texts);
+    return parsed ? *std::move(parsed) : Properties{};
 }
 
 TextRun figure(const std::string& digits) {

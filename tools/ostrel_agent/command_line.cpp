@@ -39,7 +39,7 @@ std::optional<std::chrono::seconds> parseSeconds(const std::string& text) {
     return std::chrono::seconds(value);
 }
 
-Command parseServe(Options options) {
+Expected<Command> parseServe(Options options) {
     ServeCommand command;
     while (const auto option = options.next()) {
         if (*option == "--once") {
@@ -47,26 +47,26 @@ Command parseServe(Options options) {
         } else if (*option == "--reply") {
             const auto reply = options.next();
             if (!reply) {
-                return UsageError{"--reply needs a text"};
+                return Error{"--reply needs a text"};
             }
             command.reply = *reply;
         } else if (*option == "--help") {
             return HelpCommand{};
         } else {
-            return UsageError{"unknown argument " + *option};
+            return Error{"unknown argument " + *option};
         }
     }
     return command;
 }
 
-Command parsePrompt(Options options) {
+Expected<Command> parsePrompt(Options options) {
     constexpr std::size_t promptArguments = 6;
     PromptCommand command;
     while (const auto option = options.next()) {
         if (*option == "--") {
             command.arguments = options.rest();
             if (command.arguments.size() != promptArguments) {
-                return UsageError{"the prompt takes six arguments after --"};
+                return Error{"the prompt takes six arguments after --"};
             }
             return command;
         }
@@ -75,27 +75,27 @@ Command parsePrompt(Options options) {
         }
         const auto value = options.next();
         if (!value) {
-            return UsageError{*option + " needs a value"};
+            return Error{*option + " needs a value"};
         }
         if (*option == "--timeout") {
             command.timeout = parseSeconds(*value);
             if (!command.timeout) {
-                return UsageError{"--timeout takes a whole number of seconds up to a week"};
+                return Error{"--timeout takes a whole number of seconds up to a week"};
             }
         } else if (*option == "--program") {
             command.program = *value;
         } else {
-            return UsageError{"unknown argument " + *option};
+            return Error{"unknown argument " + *option};
         }
     }
-    return UsageError{"the prompt's six arguments are missing after --"};
+    return Error{"the prompt's six arguments are missing after --"};
 }
 
 }  // namespace
 
-Command parseCommandLine(const std::vector<std::string>& arguments) {
+Expected<Command> parseCommandLine(const std::vector<std::string>& arguments) {
     if (arguments.empty()) {
-        return UsageError{"no command given"};
+        return Error{"no command given"};
     }
     const std::string& verb = arguments.front();
     if (verb == "serve") {
@@ -110,7 +110,7 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
     if (verb == "--version") {
         return VersionCommand{};
     }
-    return UsageError{"unknown command " + verb};
+    return Error{"unknown command " + verb};
 }
 
 }  // namespace velunor

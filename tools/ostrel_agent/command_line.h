@@ -6,6 +6,8 @@
 #include <variant>
 #include <vector>
 
+#include "platform/expected.h"
+
 namespace velunor {
 
 /// Own the service's name and answer each request.
@@ -26,14 +28,9 @@ struct PromptCommand {
 struct HelpCommand {};
 struct VersionCommand {};
 
-/// Why a command line is not understood, as one line of text.
-struct UsageError {
-    std::string description;
-};
-
-using Command = std::variant<ServeCommand, PromptCommand, HelpCommand, VersionCommand, UsageError>;
+using Command = std::variant<ServeCommand, PromptCommand, HelpCommand, VersionCommand>;
 
 /// Reads the arguments that follow the program's name.
-[[nodiscard]] Command parseCommandLine(const std::vector<std::string>& arguments);
+[[nodiscard]] Expected<Command> parseCommandLine(const std::vector<std::string>& arguments);
 
 }  // namespace velunor

@@ -37,11 +37,11 @@ AgentExit fail(const std::string& text) {
 template <class Run>
 AgentExit withSettings(Run&& run) {
     const auto settings = velunor::loadSettings(velunor::settingsPath());
-    if (const auto* error = std::get_if<velunor::SettingsError>(&settings)) {
-        fail(error->description);
+    if (!settings) {
+        fail(settings.error().description);
         return AgentExit::noService;
     }
-    return run(std::get<velunor::AgentSettings>(settings).bus);
+    return run(settings->bus);
 }
 
 AgentExit run(const velunor::Command& command) {
@@ -57,12 +57,8 @@ AgentExit run(const velunor::Command& command) {
         std::fputs(usage, stdout);
         return AgentExit::proceed;
     }
-    if (std::holds_alternative<velunor::VersionCommand>(command)) {
-        std::printf("ostrel-agent %s\n", VELUNOR_VERSION);
-        return AgentExit::proceed;
-    }
-    std::fputs(usage, stderr);
-    return fail(std::get<velunor::UsageError>(command).description);
+    std::printf("ostrel-agent %s\n", VELUNOR_VERSION);
+    return AgentExit::proceed;
 }
 
 }  // namespace
@@ -71,5 +67,10 @@ int main(int argc, char** argv) {
     // An answer may hold a password: no core dump, no reading by other programs.
     prctl(PR_SET_DUMPABLE, 0);
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
-    return static_cast<int>(run(velunor::parseCommandLine(arguments)));
+    const auto command = velunor::parseCommandLine(arguments);
+    if (!command) {
+        std::fputs(usage, stderr);
+        return static_cast<int>(fail(command.error().description));
+    }
+    return static_cast<int>(run(*command));
 }

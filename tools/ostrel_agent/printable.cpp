@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdio>
-#include <variant>
 
 #include "platform/linux/log/system_log.h"
 #include "prompt/os_update_notification_response.h"
@@ -63,9 +62,7 @@ std::string printableJson(std::string_view json) {
 }
 
 std::string printableBody(std::string_view body) {
-    return std::holds_alternative<OSUpdateNotificationResponse>(decodeJson(body))
-               ? printableJson(body)
-               : escapedForLog(body);
+    return decodeJson(body) ? printableJson(body) : escapedForLog(body);
 }
 
 }  // namespace velunor

@@ -178,11 +178,9 @@ class PromptSession {
             complain(timedOut_ ? "no answer in time" : "the prompt ended without an answer");
             return timedOut_ ? AgentExit::timeout : AgentExit::noAnswer;
         }
-        const auto decoded = decodeJson(answer_->reveal());
-        const auto* response = std::get_if<OSUpdateNotificationResponse>(&decoded);
-        if (response == nullptr) {
-            complain("the answer is malformed: " +
-                     std::get<DecodingError>(decoded).debugDescription);
+        const auto response = decodeJson(answer_->reveal());
+        if (!response) {
+            complain("the answer is malformed: " + response.error().debugDescription);
             return AgentExit::noAnswer;
         }
         if (!print(printableJson(answer_->reveal()))) {

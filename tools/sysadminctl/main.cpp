@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 
 #include "agent/linux/settings.h"
 #include "platform/file.h"
@@ -30,10 +29,10 @@ int main(int argc, char** argv) {
     const std::string path = velunor::settingsPath();
     if (velunor::fileExists(path)) {
         auto loaded = velunor::loadSettings(path);
-        if (std::holds_alternative<velunor::SettingsError>(loaded)) {
+        if (!loaded) {
             return answer(stderr, "The agent's settings cannot be used", unusableSettings);
         }
-        settings = std::get<velunor::AgentSettings>(std::move(loaded));
+        settings = *std::move(loaded);
     }
     switch (velunor::tokenHolder(argv[2], settings.adminGroups)) {
         case velunor::TokenHolder::yes:

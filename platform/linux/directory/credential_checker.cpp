@@ -7,7 +7,6 @@
 #include <charconv>
 #include <string_view>
 #include <system_error>
-#include <variant>
 
 #include "platform/linux/directory/credential_checker_connection.h"
 #include "platform/linux/directory/credential_checker_protocol.h"
@@ -118,10 +117,10 @@ std::optional<DirectoryError> checkLocalPassword(const PasswordHelperSettings& s
     if (!answer) {
         answer = askHelperProcess(settings.program, request, deadline);
     }
-    if (auto* error = std::get_if<DirectoryError>(&*answer)) {
-        return std::move(*error);
+    if (!*answer) {
+        return std::move(*answer).error();
     }
-    return verdictOf(std::get<std::string>(*answer));
+    return verdictOf(**answer);
 }
 
 }  // namespace velunor

@@ -136,8 +136,7 @@ DirectoryResult<std::string> askHelperProcess(const std::string& program, const 
     question.reader = FileDescriptor();
     answer.writer = FileDescriptor();
     auto text = readHelperAnswer(answer.reader.get(), deadline);
-    const auto* line = std::get_if<std::string>(&text);
-    if (line != nullptr && *line == password_helper_protocol::accepted) {
+    if (text && *text == password_helper_protocol::accepted) {
         error = process.waitForSuccess(deadline);
         if (error != 0) {
             return helperError(error, "end of the program");

@@ -100,10 +100,9 @@ std::optional<DirectoryResult<std::string>> askHelperSocket(const std::string& p
     }
     error = sendAll(socket.get(), request, deadline);
     auto answer = readHelperAnswer(socket.get(), deadline);
-    const auto* line = std::get_if<std::string>(&answer);
     // A service that turns the caller away tells so without taking the request. Any other answer is
     // none to it.
-    if (error != 0 && (line == nullptr || !line->starts_with(password_helper_protocol::refused))) {
+    if (error != 0 && (!answer || !answer->starts_with(password_helper_protocol::refused))) {
         return helperError(error, "send");
     }
     return answer;

@@ -81,10 +81,10 @@ class LdapNode final : public DirectoryNode {
             return ldapError(LDAP_NO_MEMORY, "The account cannot be looked up");
         }
         auto connection = takeConnection();
-        if (auto* error = std::get_if<DirectoryError>(&connection)) {
-            return std::move(*error);
+        if (!connection) {
+            return std::move(connection).error();
         }
-        return check(*std::get<ConnectionPointer>(connection), *escaped, password);
+        return check(**connection, *escaped, password);
     }
 
     std::optional<PropertyListDictionary> nodeDetails(
@@ -112,10 +112,10 @@ class LdapNode final : public DirectoryNode {
                                         const Secret& password) const {
         auto entry =
             connection.findEntry(settings_.userBase, filterFor(settings_.userFilter, name));
-        if (auto* error = std::get_if<DirectoryError>(&entry)) {
-            return std::move(*error);
+        if (!entry) {
+            return std::move(entry).error();
         }
-        const auto& entryName = std::get<std::string>(entry);
+        const auto& entryName = *entry;
         // The directory's own root has no name, and a bind without one is a bind as nobody.
         if (entryName.empty() || entryName.size() > longestEntryName) {
             return ldapError(LDAP_LOCAL_ERROR, "The account's entry cannot be bound as");
@@ -131,11 +131,10 @@ class LdapNode final : public DirectoryNode {
 
 DirectoryResult<DirectoryNodePointer> openLdapNode(const LdapNodeSettings& settings) {
     auto connection = LdapConnection::open(settings);
-    if (auto* error = std::get_if<DirectoryError>(&connection)) {
-        return std::move(*error);
+    if (!connection) {
+        return std::move(connection).error();
     }
-    return std::make_unique<LdapNode>(
-        settings, std::get<std::unique_ptr<LdapConnection>>(std::move(connection)));
+    return std::make_unique<LdapNode>(settings, *std::move(connection));
 }
 
 }  // namespace velunor

@@ -22,11 +22,11 @@ DirectoryResult<DirectoryValues> photoIn(const std::string& homeDirectory) {
         return DirectoryValues(std::vector<std::vector<std::byte>>());
     }
     auto content = readWholeFile(path);
-    if (const auto* failure = std::get_if<FileError>(&content)) {
-        return DirectoryError{"File", 0, path + ": " + failure->description};
+    if (!content) {
+        return DirectoryError{"File", 0, path + ": " + content.error().description};
     }
     std::vector<std::vector<std::byte>> photos;
-    photos.push_back(std::get<std::vector<std::byte>>(std::move(content)));
+    photos.push_back(*std::move(content));
     return DirectoryValues(std::move(photos));
 }
 

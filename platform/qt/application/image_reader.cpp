@@ -60,8 +60,7 @@ QtImageReader::QtImageReader() {
 
 ImagePointer QtImageReader::imageFromFile(const std::string& path) const {
     const auto content = readWholeFile(path);
-    const auto* bytes = std::get_if<std::vector<std::byte>>(&content);
-    return bytes == nullptr ? nullptr : imageFromData(*bytes);
+    return content ? imageFromData(*content) : nullptr;
 }
 
 ImagePointer QtImageReader::imageFromData(std::span<const std::byte> data) const {

@@ -67,11 +67,11 @@ class ScriptedNode : public DirectoryNode {
         const std::string& recordName, std::size_t maximumResults) override {
         directory_.calls.push_back("users " + name_ + " " + recordName + " " +
                                    std::to_string(maximumResults));
-        if (const auto* error = std::get_if<DirectoryError>(&script_.users)) {
-            return *error;
+        if (!script_.users) {
+            return script_.users.error();
         }
         DirectoryRecords records;
-        for (const RecordScript& script : std::get<std::vector<RecordScript>>(script_.users)) {
+        for (const RecordScript& script : *script_.users) {
             records.push_back(std::make_unique<ScriptedRecord>(directory_.calls, script));
         }
         return records;

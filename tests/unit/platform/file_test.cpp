@@ -11,10 +11,8 @@ namespace {
 
 std::string contentOf(const std::string& path) {
     const auto result = readWholeFile(path);
-    const auto* bytes = std::get_if<std::vector<std::byte>>(&result);
-    return bytes == nullptr
-               ? "error: " + std::get<FileError>(result).description
-               : std::string(reinterpret_cast<const char*>(bytes->data()), bytes->size());
+    return result ? std::string(reinterpret_cast<const char*>(result->data()), result->size())
+                  : "error: " + result.error().description;
 }
 
 TEST(FileTest, ReadsTheWholeFile) {

@@ -23,26 +23,22 @@ OSUpdateNotificationResponse postpone(std::optional<std::string> user = std::nul
 
 std::string json(const OSUpdateNotificationResponse& response) {
     const auto encoded = encodeJson(response);
-    const auto* bytes = std::get_if<Secret>(&encoded);
-    return bytes == nullptr ? "no JSON" : std::string(bytes->reveal());
+    return encoded ? std::string(encoded->reveal()) : "no JSON";
 }
 
 std::string encodingError(const OSUpdateNotificationResponse& response) {
     const auto encoded = encodeJson(response);
-    const auto* error = std::get_if<EncodingError>(&encoded);
-    return error == nullptr ? "" : error->description;
+    return encoded ? "" : encoded.error().description;
 }
 
 DecodingError decodingError(std::string_view text) {
     auto decoded = decodeJson(text);
-    const auto* error = std::get_if<DecodingError>(&decoded);
-    return error == nullptr ? DecodingError{{}, "", "no error"} : *error;
+    return decoded ? DecodingError{{}, "", "no error"} : decoded.error();
 }
 
 std::string decodedText(std::string_view text) {
     const auto decoded = decodeJson(text);
-    const auto* response = std::get_if<OSUpdateNotificationResponse>(&decoded);
-    return response == nullptr ? "no answer" : json(*response);
+    return decoded ? json(*decoded) : "no answer";
 }
 
 TEST(ResponseText, NamesTheUserOrNA) {
@@ -109,7 +105,7 @@ TEST(ResponseDecoding, AcceptsWhatEncodingWrites) {
 
 TEST(ResponseDecoding, EscapedSlashIsASlash) {
     const auto decoded = decodeJson(R"({"proceed":{"passwd":"a\/b"}})");
-    const auto& answer = std::get<OSUpdateNotificationResponse>(decoded).answer;
+    const auto& answer = decoded->answer;
     EXPECT_EQ(std::get<Proceed>(answer).passwd->reveal(), "a/b");
 }
 
@@ -239,7 +235,7 @@ TEST(ResponseDecoding, RandomTextsComeBackUnchanged) {
         const std::string user = text();
         const std::string password = text();
         const auto decoded = decodeJson(json(proceed(user, password)));
-        const auto& answer = std::get<OSUpdateNotificationResponse>(decoded).answer;
+        const auto& answer = decoded->answer;
         EXPECT_EQ(std::get<Proceed>(answer).userName, user);
         EXPECT_EQ(std::get<Proceed>(answer).passwd->reveal(), password);
     }

@@ -10,13 +10,13 @@ class RebrandingTest : public PromptFixture {
   protected:
     RebrandingTest() { controls.productNameLabel.setStringValue("Ostrel Agent"); }
 
-    void rebrand(PropertyListResult result) {
+    void rebrand(Expected<PropertyListValue> result) {
         directory.write("rebrand.plist", "content");
         propertyLists.result = std::move(result);
         run();
     }
     void rebrand(PropertyListDictionary members) {
-        rebrand(PropertyListResult(PropertyListValue{std::move(members)}));
+        rebrand(Expected<PropertyListValue>(PropertyListValue{std::move(members)}));
     }
     void run() {
         makeController({});
@@ -95,7 +95,7 @@ TEST_F(RebrandingTest, NumericNameFailsTheWholeRecord) {
 }
 
 TEST_F(RebrandingTest, MalformedFileIsAnError) {
-    rebrand(PropertyListResult(PropertyListError{"no plist"}));
+    rebrand(Expected<PropertyListValue>(Error{"no plist"}));
     EXPECT_THAT(log.lines(), ElementsAre("rebrandData error no plist", "No rebrand file found"));
 }
 
@@ -107,7 +107,7 @@ TEST_F(RebrandingTest, UnreadableFileIsAnError) {
 }
 
 TEST_F(RebrandingTest, TopLevelArrayIsAnError) {
-    rebrand(PropertyListResult(PropertyListValue{PropertyListArray{}}));
+    rebrand(Expected<PropertyListValue>(PropertyListValue{PropertyListArray{}}));
     EXPECT_EQ(log.lines().size(), 2U);
     EXPECT_EQ(log.lines().back(), "No rebrand file found");
 }

@@ -67,7 +67,8 @@ ImagePointer FakeImageReader::clippedToRoundedRectangle(const ImagePointer& /*im
     return clipped;
 }
 
-PropertyListResult ScriptedPropertyLists::parse(std::span<const std::byte> /*bytes*/) const {
+Expected<PropertyListValue> ScriptedPropertyLists::parse(
+    std::span<const std::byte> /*bytes*/) const {
     return result;
 }
 

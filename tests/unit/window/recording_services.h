@@ -80,8 +80,9 @@ struct FakeImageReader : ImageReader {
 
 /// Gives the result that the test set, whatever the bytes are.
 struct ScriptedPropertyLists : PropertyListReader {
-    [[nodiscard]] PropertyListResult parse(std::span<const std::byte> bytes) const override;
-    PropertyListResult result = PropertyListError{"not set"};
+    [[nodiscard]] Expected<PropertyListValue> parse(
+        std::span<const std::byte> bytes) const override;
+    Expected<PropertyListValue> result = Error{"not set"};
 };
 
 /// Counts as the test says, or one character a byte.

@@ -18,7 +18,7 @@ class TextsTest : public PromptFixture {
         globals.i18nDefault.loadI18NPropertyFile();
     }
     /// Puts a file where the administrator's texts are looked for and reads it as `result`.
-    void customise(PropertyListResult result) {
+    void customise(Expected<PropertyListValue> result) {
         directory.write("AutoRebootMessages.plist", "content");
         propertyLists.result = std::move(result);
         makeController({});
@@ -142,7 +142,7 @@ TEST_F(TextsTest, UnreadableFileIsOneErrorLine) {
 }
 
 TEST_F(TextsTest, MalformedFileIsOneErrorLine) {
-    customise(PropertyListError{"no plist"});
+    customise(Error{"no plist"});
     EXPECT_THAT(log.lines(),
                 ElementsAre("Error " + directory.file("AutoRebootMessages.plist") + " no plist"));
 }
