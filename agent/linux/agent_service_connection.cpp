@@ -1,7 +1,5 @@
-#include <systemd/sd-bus.h>
-
+#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -11,28 +9,13 @@
 #include "agent/linux/library_log.h"
 #include "agent/linux/loaded_settings.h"
 #include "agent/ltarnutils.h"
+#include "platform/linux/session/bus_handles.h"
 
 namespace velunor {
 
 namespace {
 
-constexpr std::uint64_t lookUpTimeoutMicroseconds = 5'000'000;
 constexpr std::uint64_t callTimeoutMicroseconds = 30'000'000;
-
-struct CloseBus {
-    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
-};
-using Bus = std::unique_ptr<sd_bus, CloseBus>;
-
-struct DropMessage {
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-};
-using Message = std::unique_ptr<sd_bus_message, DropMessage>;
-
-struct DropCredentials {
-    void operator()(sd_bus_creds* credentials) const { sd_bus_creds_unref(credentials); }
-};
-using Credentials = std::unique_ptr<sd_bus_creds, DropCredentials>;
 
 void report(const char* step, int error) {
     library_log::write(std::string("Agent service: ") + step + ": " +
@@ -40,7 +23,7 @@ void report(const char* step, int error) {
 }
 
 /// Who owns the service's name, started first where the bus knows how; null when nobody does.
-Credentials ownerOfService(sd_bus* bus) {
+BusCredentialsHandle ownerOfService(sd_bus* bus) {
     constexpr std::uint64_t wanted = SD_BUS_CREDS_UNIQUE_NAME | SD_BUS_CREDS_EUID;
     sd_bus_creds* credentials = nullptr;
     int error = sd_bus_get_name_creds(bus, agentBusName, wanted, &credentials);
@@ -55,12 +38,12 @@ Credentials ownerOfService(sd_bus* bus) {
         report("no owner", error);
         return nullptr;
     }
-    return Credentials(credentials);
+    return BusCredentialsHandle(credentials);
 }
 
 /// The unique name to send to; none when it may not be trusted with an answer.
 std::string trustedDestination(sd_bus* bus, ServiceBus kind) {
-    const Credentials owner = ownerOfService(bus);
+    const BusCredentialsHandle owner = ownerOfService(bus);
     const char* name = nullptr;
     if (!owner || sd_bus_creds_get_unique_name(owner.get(), &name) < 0) {
         return {};
@@ -74,12 +57,12 @@ std::string trustedDestination(sd_bus* bus, ServiceBus kind) {
     return name;
 }
 
-Message requestFor(sd_bus* bus, const std::string& destination, const std::string& key,
-                   const Secret& message) {
+BusMessageHandle requestFor(sd_bus* bus, const std::string& destination, const std::string& key,
+                            const Secret& message) {
     sd_bus_message* raw = nullptr;
     int error = sd_bus_message_new_method_call(bus, &raw, destination.c_str(), agentObjectPath,
                                                agentInterface, agentReplyMethod);
-    Message request(raw);
+    BusMessageHandle request(raw);
     if (error >= 0) {
         // The bus library wipes the message when it drops it.
         error = sd_bus_message_sensitive(raw);
@@ -98,14 +81,13 @@ Message requestFor(sd_bus* bus, const std::string& destination, const std::strin
 }
 
 /// The whole exchange, on the library's own thread.
-void exchange(Bus bus, ServiceBus kind, const std::string& key, Secret message,
+void exchange(BusHandle bus, ServiceBus kind, const std::string& key, Secret message,
               const AgentService::ReplyData& withReplyData) {
-    sd_bus_set_method_call_timeout(bus.get(), lookUpTimeoutMicroseconds);
     const std::string destination = trustedDestination(bus.get(), kind);
     if (destination.empty()) {
         return;
     }
-    Message request = requestFor(bus.get(), destination, key, message);
+    BusMessageHandle request = requestFor(bus.get(), destination, key, message);
     message.clear();
     if (!request) {
         return;
@@ -114,7 +96,7 @@ void exchange(Bus bus, ServiceBus kind, const std::string& key, Secret message,
     sd_bus_message* raw = nullptr;
     const int error =
         sd_bus_call(bus.get(), request.get(), callTimeoutMicroseconds, &failure, &raw);
-    const Message reply(raw);
+    const BusMessageHandle reply(raw);
     request.reset();
     const char* text = nullptr;
     if (error < 0 && failure.message != nullptr) {
@@ -130,9 +112,9 @@ void exchange(Bus bus, ServiceBus kind, const std::string& key, Secret message,
 }
 
 /// The service behind one connection of its own.
-class BusAgentService : public AgentService {
+class BusAgentService final : public AgentService {
   public:
-    BusAgentService(Bus bus, ServiceBus kind) : bus_(std::move(bus)), kind_(kind) {}
+    BusAgentService(BusHandle bus, ServiceBus kind) : bus_(std::move(bus)), kind_(kind) {}
 
     void replyDataBlockForKey(const std::string& key, Secret message,
                               ReplyData withReplyData) override {
@@ -151,7 +133,7 @@ class BusAgentService : public AgentService {
     }
 
   private:
-    Bus bus_;
+    BusHandle bus_;
     ServiceBus kind_;
 };
 
@@ -159,15 +141,13 @@ class BusAgentService : public AgentService {
 
 std::shared_ptr<AgentService> AgentServiceConnection::getService() const {
     const ServiceBus kind = loadedSettings().bus;
-    sd_bus* bus = nullptr;
     // Only the socket is opened here; authentication goes on where the first call is made.
-    const int error =
-        kind == ServiceBus::system ? sd_bus_open_system(&bus) : sd_bus_open_user(&bus);
-    if (error < 0) {
-        report("no bus", error);
+    BusHandle bus = openBus(kind == ServiceBus::system ? sd_bus_open_system : sd_bus_open_user);
+    if (!bus) {
+        report("no bus", -errno);
         return nullptr;
     }
-    return std::make_shared<BusAgentService>(Bus(bus), kind);
+    return std::make_shared<BusAgentService>(std::move(bus), kind);
 }
 
 }  // namespace velunor

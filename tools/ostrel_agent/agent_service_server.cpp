@@ -1,7 +1,6 @@
 #include "tools/ostrel_agent/agent_service_server.h"
 
 #include <cerrno>
-#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -17,8 +16,7 @@ pid_t senderOf(sd_bus_message* message) {
     if (sd_bus_query_sender_creds(message, SD_BUS_CREDS_PID, &raw) < 0) {
         return 0;
     }
-    const std::unique_ptr<sd_bus_creds, decltype(&sd_bus_creds_unref)> credentials(
-        raw, sd_bus_creds_unref);
+    const BusCredentialsHandle credentials(raw);
     return sd_bus_creds_get_pid(raw, &sender) < 0 ? 0 : sender;
 }
 
@@ -27,9 +25,7 @@ pid_t senderOf(sd_bus_message* message) {
 AgentServiceServer::AgentServiceServer(Handler handler) : handler_(std::move(handler)) {}
 
 AgentServiceServer::~AgentServiceServer() {
-    if (bus_ != nullptr) {
-        sd_bus_flush_close_unref(bus_);
-    }
+    sd_bus_flush(bus_.get());
 }
 
 std::string AgentServiceServer::start(ServiceBus kind, sd_event* loop) {
@@ -40,30 +36,28 @@ std::string AgentServiceServer::start(ServiceBus kind, sd_event* loop) {
                                  "s", SD_BUS_PARAM(reply), handleMessage,
                                  SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
-    int error = kind == ServiceBus::system ? sd_bus_open_system(&bus_) : sd_bus_open_user(&bus_);
+    sd_bus* bus = nullptr;
+    int error = kind == ServiceBus::system ? sd_bus_open_system(&bus) : sd_bus_open_user(&bus);
+    bus_.reset(bus);
     const char* step = "no message bus";
     if (error >= 0) {
         step = "no object on the bus";
         error =
-            sd_bus_add_object_vtable(bus_, nullptr, agentObjectPath, agentInterface, table, this);
+            sd_bus_add_object_vtable(bus, nullptr, agentObjectPath, agentInterface, table, this);
     }
     if (error >= 0) {
         step = "the name com.velunor.OstrelAgent cannot be had";
-        error = sd_bus_request_name(bus_, agentBusName, 0);
+        error = sd_bus_request_name(bus, agentBusName, 0);
     }
     if (error >= 0) {
         step = "no event loop";
-        error = sd_bus_attach_event(bus_, loop, SD_EVENT_PRIORITY_IMPORTANT);
+        error = sd_bus_attach_event(bus, loop, SD_EVENT_PRIORITY_IMPORTANT);
     }
     if (error >= 0) {
-        error = sd_bus_set_exit_on_disconnect(bus_, 1);
+        error = sd_bus_set_exit_on_disconnect(bus, 1);
     }
     return error >= 0 ? std::string()
                       : std::string(step) + ": " + std::generic_category().message(-error);
-}
-
-void AgentServiceServer::flush() {
-    sd_bus_flush(bus_);
 }
 
 int AgentServiceServer::handleMessage(sd_bus_message* message, void* userdata,

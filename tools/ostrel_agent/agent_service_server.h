@@ -1,12 +1,13 @@
 #pragma once
 
 #include <sys/types.h>
-#include <systemd/sd-bus.h>
+#include <systemd/sd-event.h>
 
 #include <functional>
 #include <string>
 
 #include "agent/linux/settings.h"
+#include "platform/linux/session/bus_handles.h"
 #include "platform/secret.h"
 
 namespace velunor {
@@ -28,20 +29,18 @@ class AgentServiceServer {
     explicit AgentServiceServer(Handler handler);
     AgentServiceServer(const AgentServiceServer&) = delete;
     AgentServiceServer& operator=(const AgentServiceServer&) = delete;
+    /// Sends what is still waiting to be sent.
     ~AgentServiceServer();
 
     /// Connects to the bus, takes the name and serves on `loop`, which ends with a failure when the
     /// bus goes away. Empty on success, else one line that says why not.
     [[nodiscard]] std::string start(ServiceBus kind, sd_event* loop);
 
-    /// Sends what is still waiting to be sent.
-    void flush();
-
   private:
     static int handleMessage(sd_bus_message* message, void* userdata, sd_bus_error* error);
 
     Handler handler_;
-    sd_bus* bus_ = nullptr;
+    BusHandle bus_;
 };
 
 }  // namespace velunor

@@ -2,6 +2,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <memory>
 
@@ -20,12 +21,20 @@ struct DropMessage {
 
 using BusMessageHandle = std::unique_ptr<sd_bus_message, DropMessage>;
 
+struct DropCredentials {
+    void operator()(sd_bus_creds* credentials) const { sd_bus_creds_unref(credentials); }
+};
+
+/// What the bus tells of one of its clients.
+using BusCredentialsHandle = std::unique_ptr<sd_bus_creds, DropCredentials>;
+
 /// A connection that `open` makes, on which an answer may take five seconds; null when there is no
-/// such bus. Any thread.
+/// such bus, with the reason in errno. Any thread.
 [[nodiscard]] inline BusHandle openBus(int (*open)(sd_bus**)) {
     constexpr std::uint64_t answerTimeoutMicroseconds = 5'000'000;
     sd_bus* bus = nullptr;
-    if (open(&bus) < 0) {
+    if (const int error = open(&bus); error < 0) {
+        errno = -error;
         return nullptr;
     }
     sd_bus_set_method_call_timeout(bus, answerTimeoutMicroseconds);
