@@ -1,7 +1,5 @@
 #include "tools/ostrel_agent/prompt_session.h"
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <systemd/sd-event.h>
 #include <unistd.h>
@@ -16,6 +14,7 @@
 
 #include "platform/linux/log/system_log.h"
 #include "platform/posix/process.h"
+#include "platform/posix/spawn_settings.h"
 #include "prompt/os_update_notification_response.h"
 #include "tools/ostrel_agent/agent_service_server.h"
 #include "tools/ostrel_agent/printable.h"
@@ -113,20 +112,10 @@ class PromptSession {
         }
         argv.push_back(nullptr);
 
-        posix_spawn_file_actions_t actions{};
-        posix_spawnattr_t attributes{};
-        sigset_t none;
-        sigemptyset(&none);
-        posix_spawn_file_actions_init(&actions);
         // Standard output belongs to the answer alone.
-        posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO);
-        posix_spawnattr_init(&attributes);
-        posix_spawnattr_setsigmask(&attributes, &none);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-        const int error =
-            posix_spawnp(&prompt_, program.c_str(), &actions, &attributes, argv.data(), environ);
-        posix_spawnattr_destroy(&attributes);
-        posix_spawn_file_actions_destroy(&actions);
+        const SpawnSettings settings({-1, STDERR_FILENO, STDERR_FILENO});
+        const int error = posix_spawnp(&prompt_, program.c_str(), settings.actions(),
+                                       settings.attributes(), argv.data(), environ);
         return error == 0 ? std::string() : program + ": " + std::generic_category().message(error);
     }
 
@@ -231,7 +220,6 @@ AgentExit runService(const ServeCommand& command, ServiceBus bus) {
         complain(busLost);
         return AgentExit::noService;
     }
-    server.flush();
     return AgentExit::proceed;
 }
 
