@@ -1,5 +1,7 @@
 #include "app/start_up.h"
 
+#include <filesystem>
+
 #include "platform/fatal_stop.h"
 
 namespace velunor {
@@ -13,26 +15,14 @@ const TarnGlobalVariables& agentVariables() {
     return *gv_globvars;
 }
 
-std::string_view withoutTrailingSlashes(std::string_view path) {
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.remove_suffix(1);
-    }
-    return path;
-}
-
-std::string_view parentOf(std::string_view path) {
-    path = withoutTrailingSlashes(path);
-    const auto slash = path.rfind('/');
-    if (slash == std::string_view::npos) {
-        return {};
-    }
-    return withoutTrailingSlashes(path.substr(0, slash == 0 ? 1 : slash));
-}
-
 }  // namespace
 
 std::string secondParentOf(std::string_view path) {
-    return std::string(parentOf(parentOf(path)));
+    std::filesystem::path folder(path);
+    if (!folder.has_filename()) {
+        folder = folder.parent_path();
+    }
+    return folder.parent_path().parent_path().string();
 }
 
 void fillGlobals(Globals& globals, const ProcessInfo& processInfo, SystemLog& log,

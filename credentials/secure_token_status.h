@@ -13,9 +13,6 @@ namespace velunor {
 /// Whether an account may authorise system updates.
 enum class SecureTokenStatus { enabled, disabled, unknownUser };
 
-/// The system tool that knows about secure tokens.
-inline constexpr std::string_view systemSecureTokenTool = "/usr/sbin/sysadminctl";
-
 /// What a command answered: its termination status and its merged output.
 struct ShellResult {
     std::int32_t status = 0;

@@ -15,6 +15,7 @@
 #include "agent/linux/loaded_settings.h"
 #include "agent/linux/properties.h"
 #include "platform/file.h"
+#include "platform/posix/file_descriptor.h"
 
 namespace velunor {
 
@@ -113,25 +114,24 @@ std::string UtilsWrapper::productName() const {
 }
 
 void UtilsWrapper::printAccessToFile(const std::string& path, std::string_view logContent) const {
-    const int file =
-        ::open(path.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (file < 0) {
+    const FileDescriptor file(
+        ::open(path.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen()) {
         library_log::write(path + ": " + errorText(errno));
         return;
     }
     // One write for the entry, so that the entries of several users do not mix.
     while (!logContent.empty()) {
-        const ssize_t count = ::write(file, logContent.data(), logContent.size());
+        const ssize_t count = ::write(file.get(), logContent.data(), logContent.size());
         if (count < 0 && errno == EINTR) {
             continue;
         }
         if (count <= 0) {
             library_log::write(path + ": " + errorText(errno));
-            break;
+            return;
         }
         logContent.remove_prefix(static_cast<std::size_t>(count));
     }
-    ::close(file);
 }
 
 void Log::changeLogStream(const std::string& fileName, bool isUserLog) {

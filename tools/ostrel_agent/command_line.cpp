@@ -1,32 +1,23 @@
 #include "tools/ostrel_agent/command_line.h"
 
 #include <charconv>
+#include <span>
 
 namespace velunor {
 
 namespace {
 
-/// Walks over options; a value follows its option.
-class Options {
-  public:
-    explicit Options(const std::vector<std::string>& arguments) : arguments_(arguments) {}
+using Arguments = std::span<const std::string>;
 
-    /// The next argument, or none at the end.
-    std::optional<std::string> next() {
-        if (position_ == arguments_.size()) {
-            return std::nullopt;
-        }
-        return arguments_[position_++];
+/// Takes the first argument off, or none at the end.
+std::optional<std::string> take(Arguments& arguments) {
+    if (arguments.empty()) {
+        return std::nullopt;
     }
-
-    [[nodiscard]] std::vector<std::string> rest() const {
-        return {arguments_.begin() + static_cast<std::ptrdiff_t>(position_), arguments_.end()};
-    }
-
-  private:
-    const std::vector<std::string>& arguments_;
-    std::size_t position_ = 1;
-};
+    const std::string& first = arguments.front();
+    arguments = arguments.subspan(1);
+    return first;
+}
 
 std::optional<std::chrono::seconds> parseSeconds(const std::string& text) {
     constexpr int longest = 7 * 24 * 3600;
@@ -39,13 +30,13 @@ std::optional<std::chrono::seconds> parseSeconds(const std::string& text) {
     return std::chrono::seconds(value);
 }
 
-Expected<Command> parseServe(Options options) {
+Expected<Command> parseServe(Arguments arguments) {
     ServeCommand command;
-    while (const auto option = options.next()) {
+    while (const auto option = take(arguments)) {
         if (*option == "--once") {
             command.once = true;
         } else if (*option == "--reply") {
-            const auto reply = options.next();
+            const auto reply = take(arguments);
             if (!reply) {
                 return Error{"--reply needs a text"};
             }
@@ -59,12 +50,12 @@ Expected<Command> parseServe(Options options) {
     return command;
 }
 
-Expected<Command> parsePrompt(Options options) {
+Expected<Command> parsePrompt(Arguments arguments) {
     constexpr std::size_t promptArguments = 6;
     PromptCommand command;
-    while (const auto option = options.next()) {
+    while (const auto option = take(arguments)) {
         if (*option == "--") {
-            command.arguments = options.rest();
+            command.arguments.assign(arguments.begin(), arguments.end());
             if (command.arguments.size() != promptArguments) {
                 return Error{"the prompt takes six arguments after --"};
             }
@@ -73,7 +64,7 @@ Expected<Command> parsePrompt(Options options) {
         if (*option == "--help") {
             return HelpCommand{};
         }
-        const auto value = options.next();
+        const auto value = take(arguments);
         if (!value) {
             return Error{*option + " needs a value"};
         }
@@ -94,23 +85,24 @@ Expected<Command> parsePrompt(Options options) {
 }  // namespace
 
 Expected<Command> parseCommandLine(const std::vector<std::string>& arguments) {
-    if (arguments.empty()) {
+    Arguments rest(arguments);
+    const auto verb = take(rest);
+    if (!verb) {
         return Error{"no command given"};
     }
-    const std::string& verb = arguments.front();
-    if (verb == "serve") {
-        return parseServe(Options(arguments));
+    if (*verb == "serve") {
+        return parseServe(rest);
     }
-    if (verb == "prompt") {
-        return parsePrompt(Options(arguments));
+    if (*verb == "prompt") {
+        return parsePrompt(rest);
     }
-    if (verb == "--help" || verb == "help") {
+    if (*verb == "--help" || *verb == "help") {
         return HelpCommand{};
     }
-    if (verb == "--version") {
+    if (*verb == "--version") {
         return VersionCommand{};
     }
-    return Error{"unknown command " + verb};
+    return Error{"unknown command " + *verb};
 }
 
 }  // namespace velunor

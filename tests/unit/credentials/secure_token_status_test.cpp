@@ -94,7 +94,7 @@ class SecureToken : public ::testing::Test {
 
 TEST_F(SecureToken, AsksTheToolThroughEnvAndLogsCommandAndOutput) {
     childProcess.answer.output = "Secure token is ENABLED for user Ada\n";
-    EXPECT_EQ(secureTokenStatus("ada", std::string(systemSecureTokenTool), childProcess, log),
+    EXPECT_EQ(secureTokenStatus("ada", "/usr/sbin/sysadminctl", childProcess, log),
               SecureTokenStatus::enabled);
     EXPECT_THAT(childProcess.runs,
                 ElementsAre(Command{"/usr/bin/env",
