@@ -1,7 +1,8 @@
 #pragma once
 
 // The agent's utility library as this program uses it, and nothing else of it. The classes are
-// concrete; which implementation stands behind them is settled when the program is linked.
+// concrete; which implementation stands behind them is settled when the program is linked. Names
+// such as `tarnagentBasePath` are the library's own and are kept on purpose.
 
 #include <functional>
 #include <map>
@@ -76,16 +77,20 @@ class AgentService {
   public:
     using ReplyData = std::function<void(const std::string& reply)>;
 
+    AgentService() = default;
+    AgentService(const AgentService&) = delete;
+    AgentService& operator=(const AgentService&) = delete;
     virtual ~AgentService() = default;
 
     /// Hands `message` to the service under the request key and returns without waiting. The
     /// callback runs once with the service's reply, on a thread of the library; it never runs when
-    /// the service gives no reply. The library wipes its copy of the message after use.
+    /// the service gives no reply. The library wipes its copy of the message after use. One
+    /// message only; main thread.
     virtual void replyDataBlockForKey(const std::string& key, Secret message,
                                       ReplyData withReplyData) = 0;
 };
 
-/// A connection to the agent service, made afresh for each message.
+/// A connection to the agent service, made afresh for each message. Main thread only.
 class AgentServiceConnection {
   public:
     /// The service, or null when it cannot be reached. Does not block on a service that is silent.

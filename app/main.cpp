@@ -79,20 +79,22 @@ struct Machine {
 
     velunor::PromptView view = promptWindow.view();
     view.window = &window;
-    velunor::PromptServices services{machine.log,
-                                     runLoop,
-                                     screens,
-                                     machine.propertyLists,
-                                     images,
-                                     segmenter,
-                                     machine.processInfo,
-                                     machine.processExit,
-                                     machine.clock,
-                                     machine.childProcess,
-                                     machine.consoleUsers,
-                                     directory,
-                                     velunor::loadedSettings().secureTokenTool,
-                                     {}};
+    velunor::PromptServices services{
+        .log = machine.log,
+        .runLoop = runLoop,
+        .screens = screens,
+        .propertyLists = machine.propertyLists,
+        .images = images,
+        .segmenter = segmenter,
+        .processInfo = machine.processInfo,
+        .processExit = machine.processExit,
+        .clock = machine.clock,
+        .childProcess = machine.childProcess,
+        .consoleUsers = machine.consoleUsers,
+        .directory = directory,
+        .secureTokenTool = velunor::loadedSettings().secureTokenTool,
+        .application = {},
+    };
     services.application.connect(&application);
     velunor::ViewController controller(arguments, globals, services, view);
     promptWindow.onUpdateNow([&] { controller.updateNow(); });

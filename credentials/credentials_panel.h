@@ -17,6 +17,8 @@
 
 namespace velunor {
 
+// `Credentails` and `Unspported` are interface names, kept on purpose.
+
 /// The controls of the panel.
 struct CredentialsPanelOutlets {
     WeakReference<View> credentailsRequiredView;

@@ -25,6 +25,7 @@ struct OSUpdateInput {
     bool defaultToProceed = true;
     /// Length of the countdown in minutes; may be zero or negative.
     std::int64_t timer = 15;
+    /// An interface name, kept on purpose.
     bool isPosponeButtonDisabled = true;
     /// Postponements that the user has left; -1 when the agent gave no count.
     std::int64_t remainingPostponeCount = -1;

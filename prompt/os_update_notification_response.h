@@ -16,7 +16,8 @@ struct Proceed {
     std::optional<Secret> passwd;
 };
 
-/// The answer "postpone": naming the user found without a secure token, or nobody.
+/// The answer "postpone": naming the user found without a secure token, or nobody. `Postponse` is
+/// an interface name, kept on purpose.
 struct Postponse {
     std::optional<std::string> userName;
 };

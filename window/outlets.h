@@ -6,7 +6,8 @@
 namespace velunor {
 
 /// The window's controls, connected from the window's form by name. All are weak: the window's
-/// view hierarchy owns them. Main thread only.
+/// view hierarchy owns them. Main thread only. Names such as `passwordTextFiled` and `Credentails`
+/// are interface names, kept on purpose.
 struct Outlets {
     WeakReference<Label> productNameLabel;
     WeakReference<View> osUpdateInfoView;

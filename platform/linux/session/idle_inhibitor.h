@@ -11,7 +11,7 @@ namespace velunor {
 /// Keeps the desktop from idling through the login manager's inhibitor lock, or through the
 /// desktop portal where there is no login manager. The lock is asked for on a thread of its own, so
 /// a silent bus costs the prompt nothing; where nobody answers, that is one log line.
-class LinuxProcessActivity : public ProcessActivity {
+class LinuxProcessActivity final : public ProcessActivity {
   public:
     /// `log` must live until the process ends.
     explicit LinuxProcessActivity(SystemLog& log);
