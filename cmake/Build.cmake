@@ -6,6 +6,8 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# What the toolkit generates of one target needs no other target to be built.
+set(CMAKE_AUTOGEN_ORIGIN_DEPENDS OFF)
 
 find_program(CCACHE ccache)
 if(CCACHE)

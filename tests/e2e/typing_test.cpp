@@ -10,11 +10,11 @@ class Typing : public PromptTest {
         Environment environment = this->environment();
         environment["DISPLAY"] = display().name();
         environment["AT_SPI_BUS_ADDRESS"] = bus().accessibilityAddress();
-        ChildProcess press({.arguments = {"/bin/sh", "-c",
-                                          R"(printf '%s\n' "$1" | "$0" --type text 'User name')",
-                                          PRESS_PROGRAM, text},
-                            .environment = environment,
-                            .errors = directory() / "press"});
+        ChildProcess press(
+            {.arguments = {"/bin/sh", "-c", R"(printf '%s\n' "$1" | "$0" --type text 'User name')",
+                           PRESS_PROGRAM, text},
+             .environment = environment,
+             .errors = directory() / "press"});
         EXPECT_EQ(press.wait(), Ending{.status = 0}) << readFile(directory() / "press");
     }
 };
@@ -25,8 +25,9 @@ TEST_F(Typing, ReachesTheFieldWithCharactersThatNoKeyOfTheKeyboardHas) {
 
     pressTypes("Zo\u00EB-\u00DF\u00E9\u00DF_\u20AC\u0416\u6F22");
     ASSERT_TRUE(clickButton("Go ahead"));
-    EXPECT_TRUE(waitForLog("Failed to validate credentials "
-                           "Zo\u00EB-\u00DF\u00E9\u00DF_\u20AC\u0416\u6F22\n"))
+    EXPECT_TRUE(
+        waitForLog("Failed to validate credentials "
+                   "Zo\u00EB-\u00DF\u00E9\u00DF_\u20AC\u0416\u6F22\n"))
         << systemLog();
 }
 
