@@ -10,7 +10,7 @@
 namespace velunor {
 
 /// `path` without its last two components: /A for /A/B/Prompt. A trailing slash does not count as
-/// a component and the root stays the root.
+/// a component and the root stays the root. Any thread.
 [[nodiscard]] std::string secondParentOf(std::string_view path);
 
 /// Fills the globals in their fixed order, the agent library included. Ends the process with

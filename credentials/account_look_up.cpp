@@ -6,15 +6,10 @@ namespace velunor::OSUpdateUtil {
 
 namespace {
 
-/// The first byte string of the values, or null when they are of the other type or none.
-const std::vector<std::byte>* firstData(const DirectoryValues& values) {
-    const auto* list = std::get_if<std::vector<std::vector<std::byte>>>(&values);
-    return list == nullptr || list->empty() ? nullptr : &list->front();
-}
-
-/// The first text of the values, or null when they are of the other type or none.
-const std::string* firstText(const DirectoryValues& values) {
-    const auto* list = std::get_if<std::vector<std::string>>(&values);
+/// The first of the values, or null when they are of the other type or none.
+template <class Value>
+const Value* firstOf(const DirectoryValues& values) {
+    const auto* list = std::get_if<std::vector<Value>>(&values);
     return list == nullptr || list->empty() ? nullptr : &list->front();
 }
 
@@ -23,14 +18,14 @@ DirectoryResult<ImagePointer> pictureOf(const DirectoryRecord& record, const Ima
     if (!photo) {
         return photo.error();
     }
-    if (const auto* data = firstData(*photo)) {
+    if (const auto* data = firstOf<std::vector<std::byte>>(*photo)) {
         return images.imageFromData(*data);
     }
     const auto picture = record.valuesForAttribute(attributePicture);
     if (!picture) {
         return picture.error();
     }
-    const auto* path = firstText(*picture);
+    const auto* path = firstOf<std::string>(*picture);
     return path == nullptr ? ImagePointer() : images.imageFromFile(*path);
 }
 

@@ -18,13 +18,14 @@ namespace velunor::OSUpdateUtil {
 [[nodiscard]] ImagePointer getUserPicture(const std::string& forUser, DirectoryService& directory,
                                           const ImageReader& images, SystemLog& log);
 
-/// Whether the node accepts the password for the user. Blocks while the directory answers.
+/// Whether the node accepts the password for the user. Blocks while the directory answers; any
+/// thread.
 [[nodiscard]] bool validatePasswordForDomain(const std::string& nodeName,
                                              const std::string& userName, const Secret& password,
                                              DirectoryService& directory, SystemLog& log);
 
 /// Whether any node of the search path but "/Local/Default" accepts the password for the user; the
-/// first that does ends the walk. Blocks while the directory answers.
+/// first that does ends the walk. Blocks while the directory answers; any thread.
 [[nodiscard]] bool validatePasswordForAllDomain(const std::string& userName, const Secret& password,
                                                 DirectoryService& directory, SystemLog& log);
 

@@ -1,7 +1,6 @@
 #include "credentials/secure_token_status.h"
 
 #include <array>
-#include <utility>
 
 #include "platform/fatal_stop.h"
 #include "platform/text.h"
@@ -16,12 +15,12 @@ bool contains(std::string_view text, std::string_view part) {
 
 }  // namespace
 
-ShellResult shell(std::span<const std::string> args, ChildProcess& childProcess) {
+ChildProcessResult shell(std::span<const std::string> args, ChildProcess& childProcess) {
     ChildProcessResult result = childProcess.run("/usr/bin/env", args);
     if (!isValidUtf8(result.output)) {
         fatalStop();
     }
-    return {result.terminationStatus, std::move(result.output)};
+    return result;
 }
 
 SecureTokenStatus secureTokenStatus(std::string_view forUser, const std::string& tool,

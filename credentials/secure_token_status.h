@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,15 +12,10 @@ namespace velunor {
 /// Whether an account may authorise system updates.
 enum class SecureTokenStatus { enabled, disabled, unknownUser };
 
-/// What a command answered: its termination status and its merged output.
-struct ShellResult {
-    std::int32_t status = 0;
-    std::string output;
-};
-
 /// Runs a command (the program first, then its arguments) through "/usr/bin/env" and waits for it.
 /// Output that is not UTF-8 ends the process. Blocks; any thread.
-[[nodiscard]] ShellResult shell(std::span<const std::string> args, ChildProcess& childProcess);
+[[nodiscard]] ChildProcessResult shell(std::span<const std::string> args,
+                                       ChildProcess& childProcess);
 
 /// Asks `tool` about the account's secure token. Blocks until the tool exits; any thread.
 [[nodiscard]] SecureTokenStatus secureTokenStatus(std::string_view forUser, const std::string& tool,

@@ -8,11 +8,12 @@ namespace velunor {
 
 /// The names under which texts for one language are looked for, best first: sr_RS@latin gives
 /// sr_Latn_RS, sr_Latn, sr. An encoding is dropped, and so is a modifier that names no script. None
-/// for a name that is no language.
+/// for a name that is no language. Any thread.
 [[nodiscard]] std::vector<std::string> languageWithFallbacks(std::string_view locale);
 
 /// The languages to look for, best first, such as pt_BR, pt; from the values of LANGUAGE, LC_ALL,
 /// LC_MESSAGES and LANG, each empty where it is not set. Names that are no language are left out.
+/// Any thread.
 [[nodiscard]] std::vector<std::string> preferredLanguages(std::string_view language,
                                                           std::string_view lcAll,
                                                           std::string_view lcMessages,

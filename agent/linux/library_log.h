@@ -10,11 +10,12 @@ namespace velunor::library_log {
 /// exits.
 void write(std::string_view line);
 
-/// Writes an error that ends start-up: to the library's output and to standard error.
+/// Writes an error that ends start-up: to the library's output and to standard error. Any thread.
 void writeError(std::string_view line);
 
 /// Opens the file at `path` for appending, creating it readable by its owner alone, and sends the
-/// library's output there. An empty path or a file that cannot be opened means standard error.
+/// library's output there. An empty path or a file that cannot be opened means standard error. Main
+/// thread.
 void open(const std::string& path);
 
 }  // namespace velunor::library_log

@@ -46,14 +46,14 @@ struct AgentSettings {
 inline constexpr std::size_t largestSettingsFile = std::size_t{1024} * 1024;
 
 /// Reads the settings in `text`; `file` is its name for errors, which also tell line and key as far
-/// as they apply.
+/// as they apply. Any thread.
 [[nodiscard]] Expected<AgentSettings> parseSettings(std::string_view text, const std::string& file);
 
-/// Reads the settings file at `path`.
+/// Reads the settings file at `path`. Any thread.
 [[nodiscard]] Expected<AgentSettings> loadSettings(const std::string& path);
 
 /// The settings file to use: the system's, or the one that the environment variable
-/// VELUNOR_AGENT_SETTINGS names unless the process is privileged.
+/// VELUNOR_AGENT_SETTINGS names unless the process is privileged. Any thread.
 [[nodiscard]] std::string settingsPath();
 
 }  // namespace velunor

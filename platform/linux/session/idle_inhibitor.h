@@ -10,7 +10,8 @@ namespace velunor {
 
 /// Keeps the desktop from idling through the login manager's inhibitor lock, or through the
 /// desktop portal where there is no login manager. The lock is asked for on a thread of its own, so
-/// a silent bus costs the prompt nothing; where nobody answers, that is one log line.
+/// a silent bus costs the prompt nothing; where nobody answers, that is one log line. Main thread
+/// only.
 class LinuxProcessActivity final : public ProcessActivity {
   public:
     /// `log` must live until the process ends.

@@ -20,15 +20,15 @@ using Command = ScriptedChildProcess::Command;
 TEST(Shell, RunsTheListUnchangedThroughEnv) {
     ScriptedChildProcess childProcess;
     const std::vector<std::string> list{"/bin/echo", "", "two words", "$HOME", "\"quoted\""};
-    EXPECT_EQ(shell(list, childProcess).status, 0);
+    EXPECT_EQ(shell(list, childProcess).terminationStatus, 0);
     EXPECT_THAT(childProcess.runs, ElementsAre(Command{"/usr/bin/env", list}));
 }
 
 TEST(Shell, AnswersStatusAndOutputUnchangedWithTheTrailingNewline) {
     ScriptedChildProcess childProcess;
     childProcess.answer = {-3, " first\nsecond \u2713\n"};
-    const ShellResult result = shell(std::vector<std::string>{"/bin/tool"}, childProcess);
-    EXPECT_EQ(result.status, -3);
+    const ChildProcessResult result = shell(std::vector<std::string>{"/bin/tool"}, childProcess);
+    EXPECT_EQ(result.terminationStatus, -3);
     EXPECT_EQ(result.output, " first\nsecond \u2713\n");
 }
 
