@@ -23,15 +23,20 @@ class SpeechOnTheBus : public PromptTest {
             std::count_if(events_->all().begin(), events_->all().end(),
                           [&](const AccessibilityEvent& event) { return isNotification(event); }));
     }
-    /// Waits for a notification whose text has this part.
+    /// Waits for a notification, one after those heard before, whose text has this part. Controls
+    /// tell the text they have when they are asked: asked for an old notification, the program
+    /// would tell the text of one that is still on its way.
     [[nodiscard]] bool hears(const std::string& part) {
         return events().waitUntil([&] {
             const auto& all = events().all();
-            const auto latest = std::find_if(
-                all.rbegin(), all.rend(),
+            const auto next = std::find_if(
+                all.begin() + heard_, all.end(),
                 [&](const AccessibilityEvent& event) { return isNotification(event); });
-            return latest != all.rend() &&
-                   events().propertyOf(*latest, "Name").find(part) != std::string::npos;
+            if (next == all.end()) {
+                return false;
+            }
+            heard_ = next - all.begin() + 1;
+            return events().propertyOf(*next, "Name").find(part) != std::string::npos;
         });
     }
 
@@ -43,6 +48,8 @@ class SpeechOnTheBus : public PromptTest {
     }
 
     std::unique_ptr<AccessibilityEvents> events_;
+    /// How many events have been gone through for notifications.
+    std::ptrdiff_t heard_ = 0;
 };
 
 TEST_F(SpeechOnTheBus, SaysItsTitleAndMessageOnOpening) {
