@@ -1,6 +1,7 @@
 #include "ui/form_outlets.h"
 
 #include <type_traits>
+#include <utility>
 
 #include "platform/qt/controls/control_adapters.h"
 #include "ui/form_views.h"
@@ -9,68 +10,47 @@ namespace velunor {
 
 namespace {
 
-/// The widget that stands for a control's kind in the form.
+/// What stands for a control's kind in the form.
 template <class Control>
-struct FormKind;
-
+struct AdapterOf;
 template <>
-struct FormKind<View> {
-    using Adapter = QtView;
-    using Widget = QWidget;
-};
+struct AdapterOf<View> : std::type_identity<QtView> {};
 template <>
-struct FormKind<StackView> {
-    using Adapter = QtStackView;
-    using Widget = QWidget;
-};
+struct AdapterOf<StackView> : std::type_identity<QtStackView> {};
 template <>
-struct FormKind<Label> {
-    using Adapter = QtLabel;
-    using Widget = TextLabel;
-};
+struct AdapterOf<Label> : std::type_identity<QtLabel> {};
 template <>
-struct FormKind<EditableField> {
-    using Adapter = QtEditableField;
-    using Widget = CustomTextField;
-};
+struct AdapterOf<EditableField> : std::type_identity<QtEditableField> {};
 template <>
-struct FormKind<SecureField> {
-    using Adapter = QtSecureField;
-    using Widget = CustomSecureTextField;
-};
+struct AdapterOf<SecureField> : std::type_identity<QtSecureField> {};
 template <>
-struct FormKind<Button> {
-    using Adapter = QtButton;
-    using Widget = TextButton;
-};
+struct AdapterOf<Button> : std::type_identity<QtButton> {};
 template <>
-struct FormKind<ImageView> {
-    using Adapter = QtImageView;
-    using Widget = PictureView;
-};
+struct AdapterOf<ImageView> : std::type_identity<QtImageView> {};
 
 }  // namespace
 
-void connectOutlets(QWidget& form, PromptView& view, std::vector<std::shared_ptr<void>>& controls) {
-    const auto connectOutlet = [&]<class Control>(const char* name,
-                                                  WeakReference<Control>& outlet) {
-        if constexpr (std::is_same_v<Control, LayoutConstraint>) {
-            outlet.connect(form.findChild<ConstraintSpacer*>(QLatin1String(name)));
-        } else {
-            using Kind = FormKind<Control>;
-            if (auto* widget = form.findChild<typename Kind::Widget*>(QLatin1String(name))) {
-                const auto adapter = std::make_shared<typename Kind::Adapter>(*widget);
-                controls.push_back(adapter);
-                outlet.connect(adapter.get());
+std::vector<std::unique_ptr<View>> connectOutlets(const QWidget& form, PromptView& view) {
+    std::vector<std::unique_ptr<View>> controls;
+    forEachOutlet(
+        view.outlets, [&]<class Control>(const char* name, WeakReference<Control>& outlet) {
+            if constexpr (std::is_same_v<Control, LayoutConstraint>) {
+                outlet.connect(form.findChild<ConstraintSpacer*>(QLatin1String(name)));
+            } else {
+                using Adapter = typename AdapterOf<Control>::type;
+                if (auto* widget = form.findChild<typename Adapter::Widget*>(QLatin1String(name))) {
+                    auto adapter = std::make_unique<Adapter>(*widget);
+                    outlet.connect(adapter.get());
+                    controls.push_back(std::move(adapter));
+                }
             }
-        }
-    };
-    forEachOutlet(view.outlets, connectOutlet);
+        });
     for (ConstraintSpacer* constraint : form.findChildren<ConstraintSpacer*>()) {
         view.constraints.push_back(constraint);
     }
     // The shake needs a layer from the start, as every view of a layered window has one.
     view.outlets.passwordTextFiled->setWantsLayer(true);
+    return controls;
 }
 
 }  // namespace velunor

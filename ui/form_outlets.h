@@ -9,7 +9,9 @@
 namespace velunor {
 
 /// Connects every outlet of `view` to the object of its name in `form`, and collects the form's
-/// constraints. `controls` owns the adapters that the outlets refer to.
-void connectOutlets(QWidget& form, PromptView& view, std::vector<std::shared_ptr<void>>& controls);
+/// constraints. The controls that come back are what the outlets refer to; keep them as long as
+/// `form`. Main thread only.
+[[nodiscard]] std::vector<std::unique_ptr<View>> connectOutlets(const QWidget& form,
+                                                                PromptView& view);
 
 }  // namespace velunor

@@ -10,11 +10,6 @@ namespace {
 constexpr double panelRadius = 10;
 }  // namespace
 
-void PanelView::setPanelRole(const QString& role) {
-    role_ = role;
-    update();
-}
-
 void PanelView::paintEvent(QPaintEvent*) {
     const Theme& theme = currentTheme();
     const bool notice = role_ == QLatin1String("notice");

@@ -8,16 +8,13 @@
 namespace velunor {
 
 /// A rounded panel in the theme's colours that groups controls of the form.
-class PanelView : public QWidget {
+class PanelView final : public QWidget {
     Q_OBJECT
     /// panel or notice.
-    Q_PROPERTY(QString panelRole READ panelRole WRITE setPanelRole)
+    Q_PROPERTY(QString panelRole MEMBER role_)
 
   public:
     explicit PanelView(QWidget* parent = nullptr) : QWidget(parent) {}
-
-    [[nodiscard]] QString panelRole() const { return role_; }
-    void setPanelRole(const QString& role);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -28,24 +25,20 @@ class PanelView : public QWidget {
 
 /// A layout constraint as a form has it: the distance below a control, which is kept while the
 /// constraint wins over its rival and gone while it yields.
-class ConstraintSpacer : public QWidget, public LayoutConstraint {
+class ConstraintSpacer final : public QWidget, public LayoutConstraint {
     Q_OBJECT
     /// The constraint's identifier; empty when it has none.
-    Q_PROPERTY(QString identifier READ identifierText WRITE setIdentifierText)
+    Q_PROPERTY(QString identifier MEMBER identifier_)
     /// The distance in points.
-    Q_PROPERTY(int distance READ distance WRITE setDistance)
+    Q_PROPERTY(int distance MEMBER distance_ WRITE setDistance)
 
   public:
     explicit ConstraintSpacer(QWidget* parent = nullptr);
 
-    [[nodiscard]] QString identifierText() const { return identifier_; }
-    void setIdentifierText(const QString& identifier) { identifier_ = identifier; }
-    [[nodiscard]] int distance() const { return distance_; }
     void setDistance(int distance);
 
     [[nodiscard]] std::string identifier() const override { return identifier_.toStdString(); }
     void setPriority(int priority) override;
-    [[nodiscard]] int priority() const { return priority_; }
 
   private:
     void applyHeight();

@@ -1,9 +1,9 @@
 #include "ui/prompt_speech.h"
 
-#include <QAccessibleWidget>
 #include <QEvent>
 #include <chrono>
 
+#include "platform/qt/accessibility/accessible_factory.h"
 #include "platform/qt/accessibility/announcer.h"
 #include "platform/qt/controls/widget_layer.h"
 #include "ui/prompt_window.h"
@@ -17,27 +17,12 @@ namespace {
 /// does not tell when it has.
 constexpr std::chrono::milliseconds timeToBeHeard{1000};
 
-/// A dialogue, whose texts a screen reader reads out when somebody comes into it.
-class AccessiblePromptWindow : public QAccessibleWidget {
-  public:
-    explicit AccessiblePromptWindow(PromptWindow* window)
-        : QAccessibleWidget(window, QAccessible::Dialog) {}
-};
-
-QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
-    auto* window = qobject_cast<PromptWindow*>(object);
-    return window == nullptr ? nullptr : new AccessiblePromptWindow(window);
-}
-
 }  // namespace
 
 PromptSpeech::PromptSpeech(const Ui::PromptForm& form, QWidget* window)
     : QObject(window), form_(form), announcer_(new Announcer(window)) {
-    static const bool installed = [] {
-        QAccessible::installFactory(&makeAccessible);
-        return true;
-    }();
-    Q_UNUSED(installed);
+    // A dialogue's texts are read out when somebody comes into it.
+    installAccessible<PromptWindow, AccessibleOfRole<QAccessible::Dialog>>();
     opening_.setSingleShot(true);
     opening_.setInterval(timeToBeHeard);
     connect(&opening_, &QTimer::timeout, this, &PromptSpeech::sayWhatItIsAbout);

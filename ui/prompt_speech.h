@@ -15,7 +15,7 @@ class Announcer;
 /// What a prompt tells assistive technologies by itself: its texts when it opens, the countdown now
 /// and then, the notice and a refused password at once; and which text describes which control.
 /// Main thread only; belongs to the form's window.
-class PromptSpeech : public QObject, private QAccessible::ActivationObserver {
+class PromptSpeech final : public QObject, private QAccessible::ActivationObserver {
     Q_OBJECT
 
   public:

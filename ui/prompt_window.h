@@ -21,7 +21,7 @@ class PromptSpeech;
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
 /// the usable area (then the texts scroll and the buttons stay in sight), and cannot be closed.
 /// Every outlet is connected to the form's object of the same name. Main thread only.
-class PromptWindow : public QWidget {
+class PromptWindow final : public QWidget {
     Q_OBJECT
 
   public:
@@ -58,7 +58,9 @@ class PromptWindow : public QWidget {
 
   private:
     void connectActions();
+    /// Lays the window out anew whenever the screens, their panels or the window's frame change.
     void followDesktop();
+    /// Asks for one new layout, once the events of now are done with.
     void scheduleRelayout();
     /// Takes the size that the texts need, at most what the usable area allows, and that place.
     void relayout();
@@ -68,8 +70,12 @@ class PromptWindow : public QWidget {
     /// The field that takes the caret when the user comes into the window; null where none is
     /// asked for.
     [[nodiscard]] QWidget* entryField() const;
+
+    /// Radius of the card's corners in points.
+    static constexpr int cardRadius = 12;
+
     std::unique_ptr<Ui::PromptForm> form_;
-    std::vector<std::shared_ptr<void>> controls_;
+    std::vector<std::unique_ptr<View>> controls_;
     PromptView view_;
     PromptSpeech* speech_ = nullptr;
     DesktopSettings* settings_ = nullptr;

@@ -277,7 +277,7 @@ TEST(LayerTest, ShakesAFieldAndLeavesItInItsPlace) {
 TEST(ConstraintTest, TakesItsDistanceOnlyWhileItWins) {
     ConstraintSpacer spacer;
     spacer.setDistance(16);
-    spacer.setIdentifierText("Some");
+    spacer.setProperty("identifier", "Some");
 
     spacer.setPriority(layoutPriorityDefaultLow);
     EXPECT_EQ(spacer.maximumHeight(), 0);

@@ -19,7 +19,7 @@ AttributedString countdown(const std::string& minutes, const std::string& second
 class PromptSpeechTest : public PromptWindowTest {
   protected:
     [[nodiscard]] std::string spoken() {
-        return window.findChild<Announcer*>()->spoken().toStdString();
+        return window.findChild<Announcer*>()->accessibleName().toStdString();
     }
     QAccessibleInterface& accessible(const char* name) {
         return *QAccessible::queryAccessibleInterface(&find(name));

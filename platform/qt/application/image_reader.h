@@ -10,7 +10,7 @@ namespace velunor {
 inline constexpr int largestImageSide = 4096;
 
 /// A decoded picture.
-class QtImage : public Image {
+class QtImage final : public Image {
   public:
     explicit QtImage(QImage image) : image_(std::move(image)) {}
     [[nodiscard]] Size size() const override;
@@ -26,7 +26,7 @@ class QtImage : public Image {
 /// Reads PNG, JPEG, GIF (its first picture), BMP and WebP, told apart by their content. Vector
 /// formats, files that are not regular ones, files over `largestReadableFile` and sides over
 /// `largestImageSide` are refused before anything is decoded.
-class QtImageReader : public ImageReader {
+class QtImageReader final : public ImageReader {
   public:
     QtImageReader();
     [[nodiscard]] ImagePointer imageFromFile(const std::string& path) const override;

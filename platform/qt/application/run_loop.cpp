@@ -1,7 +1,6 @@
 #include "platform/qt/application/run_loop.h"
 
-#include <QCoreApplication>
-#include <QEvent>
+#include <QMetaObject>
 #include <QThreadPool>
 #include <QTimer>
 
@@ -9,7 +8,7 @@ namespace velunor {
 
 namespace {
 
-class QtTimer : public Timer {
+class QtTimer final : public Timer {
   public:
     explicit QtTimer(QTimer& timer) : timer_(timer) {}
     void invalidate() override { timer_.stop(); }
@@ -18,25 +17,7 @@ class QtTimer : public Timer {
     QTimer& timer_;
 };
 
-/// Carries work to the thread that is to do it.
-class WorkEvent : public QEvent {
-  public:
-    explicit WorkEvent(std::function<void()> work) : QEvent(QEvent::User), work_(std::move(work)) {}
-    void perform() const { work_(); }
-
-  private:
-    std::function<void()> work_;
-};
-
 }  // namespace
-
-bool QtRunLoop::MainThread::event(QEvent* event) {
-    if (event->type() != QEvent::User) {
-        return QObject::event(event);
-    }
-    static_cast<WorkEvent*>(event)->perform();
-    return true;
-}
 
 void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                               std::function<void(Timer&)> block) {
@@ -54,7 +35,7 @@ void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
 }
 
 void QtRunLoop::performOnMainThread(std::function<void()> work) {
-    QCoreApplication::postEvent(&mainThread_, new WorkEvent(std::move(work)));
+    QMetaObject::invokeMethod(&mainThread_, std::move(work), Qt::QueuedConnection);
 }
 
 void QtRunLoop::performInBackground(std::function<void()> work) {

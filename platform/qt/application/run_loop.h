@@ -8,7 +8,7 @@ namespace velunor {
 
 /// The application's event loop. Timers are precise and count by ticks; those that are still active
 /// end with this object.
-class QtRunLoop : public RunLoop {
+class QtRunLoop final : public RunLoop {
   public:
     void scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                        std::function<void(Timer&)> block) override;
@@ -17,12 +17,7 @@ class QtRunLoop : public RunLoop {
 
   private:
     /// Lives on the main thread: owner of the timers and addressee of work for that thread.
-    class MainThread : public QObject {
-      public:
-        bool event(QEvent* event) override;
-    };
-
-    MainThread mainThread_;
+    QObject mainThread_;
 };
 
 }  // namespace velunor

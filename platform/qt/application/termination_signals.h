@@ -8,9 +8,12 @@ namespace velunor {
 
 /// Turns SIGTERM, SIGINT and SIGHUP into a call on the main loop. One object a process; main thread
 /// only.
-class TerminationSignals {
+class TerminationSignals final {
   public:
+    /// `terminate` is called once, however many signals come.
     explicit TerminationSignals(std::function<void()> terminate);
+    TerminationSignals(const TerminationSignals&) = delete;
+    TerminationSignals& operator=(const TerminationSignals&) = delete;
 
   private:
     std::function<void()> terminate_;

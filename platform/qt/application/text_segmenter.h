@@ -5,7 +5,7 @@
 namespace velunor {
 
 /// Counts grapheme clusters by the Unicode rules. Any thread.
-class QtTextSegmenter : public TextSegmenter {
+class QtTextSegmenter final : public TextSegmenter {
   public:
     [[nodiscard]] std::size_t characterCount(std::string_view text) const override;
 };

@@ -38,38 +38,19 @@ void settleLayouts(QWidget& window) {
     activateLayouts(window);
 }
 
-template <class Interface>
-Rect WidgetControl<Interface>::frame() const {
-    QWidget& window = *widget_.window();
+Rect frameInWindow(const QWidget& widget) {
+    QWidget& window = *widget.window();
     if (!window.isVisible()) {
         // Layouts wait until the window is shown, unless they are asked.
         QEvent request(QEvent::LayoutRequest);
         QCoreApplication::sendEvent(&window, &request);
         settleLayouts(window);
     }
-    const QPoint place = widget_.mapTo(&window, QPoint(0, 0));
+    const QPoint place = widget.mapTo(&window, QPoint(0, 0));
     return {{static_cast<double>(place.x()),
-             static_cast<double>(window.height() - place.y() - widget_.height())},
-            {static_cast<double>(widget_.width()), static_cast<double>(widget_.height())}};
+             static_cast<double>(window.height() - place.y() - widget.height())},
+            {static_cast<double>(widget.width()), static_cast<double>(widget.height())}};
 }
-
-template <class Interface>
-void WidgetControl<Interface>::setWantsLayer(bool wants) {
-    if (wants && layer_ == nullptr) {
-        layer_ = new WidgetLayer(&widget_);
-    } else if (!wants) {
-        delete layer_;
-        layer_ = nullptr;
-    }
-}
-
-template class WidgetControl<View>;
-template class WidgetControl<StackView>;
-template class WidgetControl<Label>;
-template class WidgetControl<EditableField>;
-template class WidgetControl<SecureField>;
-template class WidgetControl<Button>;
-template class WidgetControl<ImageView>;
 
 void QtLabel::setStringValue(std::string_view text) {
     value_ = text;

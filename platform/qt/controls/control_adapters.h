@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QPointer>
 #include <string>
 
 #include "platform/controls.h"
@@ -13,6 +12,12 @@
 
 namespace velunor {
 
+/// Brings the layouts of `window` up to date with their contents, shown or not.
+void settleLayouts(QWidget& window);
+
+/// Where `widget` is in its window, with up-to-date layouts; y upwards from the lower edge.
+[[nodiscard]] Rect frameInWindow(const QWidget& widget);
+
 // The controls of a form as the logic sees them. Each stands for one widget, which must outlive it.
 // Main thread only.
 
@@ -20,11 +25,21 @@ namespace velunor {
 template <class Interface>
 class WidgetControl : public Interface {
   public:
+    /// The kind of widget that it stands for.
+    using Widget = QWidget;
+
     explicit WidgetControl(QWidget& widget) : widget_(widget) {}
 
     void setHidden(bool hidden) override { widget_.setHidden(hidden); }
-    [[nodiscard]] Rect frame() const override;
-    void setWantsLayer(bool wants) override;
+    [[nodiscard]] Rect frame() const override { return frameInWindow(widget_); }
+    void setWantsLayer(bool wants) override {
+        if (wants && layer_ == nullptr) {
+            layer_ = new WidgetLayer(&widget_);
+        } else if (!wants) {
+            delete layer_;
+            layer_ = nullptr;
+        }
+    }
     [[nodiscard]] Layer* layer() override { return layer_; }
 
   private:
@@ -35,8 +50,10 @@ class WidgetControl : public Interface {
 using QtView = WidgetControl<View>;
 using QtStackView = WidgetControl<StackView>;
 
-class QtLabel : public WidgetControl<Label> {
+class QtLabel final : public WidgetControl<Label> {
   public:
+    using Widget = TextLabel;
+
     explicit QtLabel(TextLabel& label) : WidgetControl(label), label_(label) {}
     void setStringValue(std::string_view text) override;
     void setAttributedStringValue(const AttributedString& text, Announcement announcement) override;
@@ -47,8 +64,10 @@ class QtLabel : public WidgetControl<Label> {
     std::string value_;
 };
 
-class QtEditableField : public WidgetControl<EditableField> {
+class QtEditableField final : public WidgetControl<EditableField> {
   public:
+    using Widget = CustomTextField;
+
     explicit QtEditableField(CustomTextField& field);
     void setStringValue(std::string_view text) override;
     [[nodiscard]] std::string stringValue() const override;
@@ -62,8 +81,10 @@ class QtEditableField : public WidgetControl<EditableField> {
     QString shown_;
 };
 
-class QtSecureField : public WidgetControl<SecureField> {
+class QtSecureField final : public WidgetControl<SecureField> {
   public:
+    using Widget = CustomSecureTextField;
+
     explicit QtSecureField(CustomSecureTextField& field) : WidgetControl(field), field_(field) {}
     [[nodiscard]] Secret secretValue() const override { return field_.secret(); }
     void clear() override { field_.wipeText(); }
@@ -72,8 +93,10 @@ class QtSecureField : public WidgetControl<SecureField> {
     CustomSecureTextField& field_;
 };
 
-class QtButton : public WidgetControl<Button> {
+class QtButton final : public WidgetControl<Button> {
   public:
+    using Widget = TextButton;
+
     explicit QtButton(TextButton& button) : WidgetControl(button), button_(button) {}
     void setTitle(std::string_view title) override;
     [[nodiscard]] std::string title() const override { return title_; }
@@ -86,16 +109,15 @@ class QtButton : public WidgetControl<Button> {
     std::string title_;
 };
 
-class QtImageView : public WidgetControl<ImageView> {
+class QtImageView final : public WidgetControl<ImageView> {
   public:
+    using Widget = PictureView;
+
     explicit QtImageView(PictureView& view) : WidgetControl(view), view_(view) {}
     void setImage(ImagePointer image) override;
 
   private:
     PictureView& view_;
 };
-
-/// Brings the layouts of `window` up to date with their contents, shown or not.
-void settleLayouts(QWidget& window);
 
 }  // namespace velunor

@@ -19,7 +19,7 @@ namespace velunor {
 /// Follows what the desktop portal tells of the user's settings and the toolkit does not: the light
 /// or dark scheme, which becomes the application's palette, and reduced motion. Nothing waits for
 /// the portal; without one everything stays as the toolkit has it. Main thread only.
-class DesktopSettings : public QObject {
+class DesktopSettings final : public QObject {
     Q_OBJECT
 
   public:

@@ -14,7 +14,7 @@ namespace velunor {
 [[nodiscard]] QRect usableArea();
 
 /// A widget that is a window, as the logic sees it. The widget must outlive it.
-class QtWindow : public Window {
+class QtWindow final : public Window {
   public:
     explicit QtWindow(QWidget& widget) : widget_(widget) {}
     [[nodiscard]] Rect frame() const override;
@@ -26,13 +26,13 @@ class QtWindow : public Window {
     QWidget& widget_;
 };
 
-class QtScreens : public Screens {
+class QtScreens final : public Screens {
   public:
     [[nodiscard]] std::optional<Rect> mainScreenVisibleFrame() const override;
 };
 
 /// The application with its one window, which outlives this object.
-class QtApplication : public Application {
+class QtApplication final : public Application {
   public:
     QtApplication(QWidget& widget, Window& window) : widget_(widget), window_(window) {}
 

@@ -42,7 +42,7 @@ namespace velunor {
 [[nodiscard]] std::optional<bool> capsLockIsOn();
 
 /// Calls back when panels come, go or change and when a window manager changes a window's frame.
-class X11DesktopChanges : public QAbstractNativeEventFilter {
+class X11DesktopChanges final : public QAbstractNativeEventFilter {
   public:
     explicit X11DesktopChanges(std::function<void()> changed);
     ~X11DesktopChanges() override;

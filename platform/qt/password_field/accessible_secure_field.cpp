@@ -4,6 +4,7 @@
 #include <QAccessibleWidget>
 #include <algorithm>
 
+#include "platform/qt/accessibility/accessible_factory.h"
 #include "platform/qt/password_field/secure_text_field.h"
 #include "platform/qt/widgets/text_label.h"
 
@@ -13,9 +14,9 @@ namespace {
 
 /// The toolkit's own description of an editor would write what an assistive technology enters
 /// straight into the editor's text.
-class AccessibleSecureField : public QAccessibleWidget,
-                              public QAccessibleTextInterface,
-                              public QAccessibleEditableTextInterface {
+class AccessibleSecureField final : public QAccessibleWidget,
+                                    public QAccessibleTextInterface,
+                                    public QAccessibleEditableTextInterface {
   public:
     explicit AccessibleSecureField(CustomSecureTextField* field)
         : QAccessibleWidget(field, QAccessible::EditableText) {}
@@ -114,19 +115,10 @@ class AccessibleSecureField : public QAccessibleWidget,
     }
 };
 
-QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
-    auto* field = qobject_cast<CustomSecureTextField*>(object);
-    return field == nullptr ? nullptr : new AccessibleSecureField(field);
-}
-
 }  // namespace
 
 void describeSecureFields() {
-    static const bool installed = [] {
-        QAccessible::installFactory(&makeAccessible);
-        return true;
-    }();
-    Q_UNUSED(installed);
+    installAccessible<CustomSecureTextField, AccessibleSecureField>();
 }
 
 }  // namespace velunor

@@ -7,7 +7,7 @@ namespace velunor {
 /// The eye in a password field. What it reveals is revealed while the pointer's left button or the
 /// space bar holds it down, and no longer: letting go, leaving it, another focus or another active
 /// window end it. Main thread only.
-class RevealButton : public QAbstractButton {
+class RevealButton final : public QAbstractButton {
     Q_OBJECT
 
   public:

@@ -142,7 +142,6 @@ void CustomSecureTextField::pasteFromClipboard() {
 }
 
 void CustomSecureTextField::keyPressEvent(QKeyEvent* event) {
-    updateCapsLockHint(hasFocus());
     if (isForbidden(*event)) {
         event->accept();
     } else if (event->matches(QKeySequence::Paste)) {
@@ -177,42 +176,14 @@ void CustomSecureTextField::mouseReleaseEvent(QMouseEvent* event) {
     RoundedField::mouseReleaseEvent(event);
 }
 
-void CustomSecureTextField::keyReleaseEvent(QKeyEvent* event) {
-    updateCapsLockHint(hasFocus());
-    RoundedField::keyReleaseEvent(event);
-}
-
-void CustomSecureTextField::focusInEvent(QFocusEvent* event) {
-    RoundedField::focusInEvent(event);
-    updateCapsLockHint(true);
-}
-
-void CustomSecureTextField::focusOutEvent(QFocusEvent* event) {
-    reveal_->letGo();
-    updateCapsLockHint(false);
-    RoundedField::focusOutEvent(event);
-}
-
-void CustomSecureTextField::updateCapsLockHint(bool focused) {
-    const bool hint = focused && capsLockIsOn().value_or(false);
+void CustomSecureTextField::updateCapsLockHint() {
+    const bool hint = hasFocus() && capsLockIsOn().value_or(false);
     if (hint != capsLockHint_) {
         capsLockHint_ = hint;
         QAccessibleEvent described(this, QAccessible::DescriptionChanged);
         QAccessible::updateAccessibility(&described);
         placeTrailingParts();
         update();
-    }
-}
-
-void CustomSecureTextField::resizeEvent(QResizeEvent* event) {
-    RoundedField::resizeEvent(event);
-    placeTrailingParts();
-}
-
-void CustomSecureTextField::changeEvent(QEvent* event) {
-    RoundedField::changeEvent(event);
-    if (event->type() == QEvent::LayoutDirectionChange || event->type() == QEvent::FontChange) {
-        placeTrailingParts();
     }
 }
 
@@ -256,7 +227,25 @@ bool CustomSecureTextField::event(QEvent* event) {
         event->accept();
         return true;
     }
-    return RoundedField::event(event);
+    const bool isTaken = RoundedField::event(event);
+    switch (event->type()) {
+        case QEvent::FocusOut:
+            reveal_->letGo();
+            [[fallthrough]];
+        case QEvent::FocusIn:
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+            updateCapsLockHint();
+            break;
+        case QEvent::Resize:
+        case QEvent::LayoutDirectionChange:
+        case QEvent::FontChange:
+            placeTrailingParts();
+            break;
+        default:
+            break;
+    }
+    return isTaken;
 }
 
 }  // namespace velunor

@@ -15,7 +15,7 @@ namespace velunor {
 ///
 /// What cannot be wiped from here: the key events of single characters, and for a pasted password
 /// the clipboard itself with the toolkit's copy of it.
-class CustomSecureTextField : public RoundedField {
+class CustomSecureTextField final : public RoundedField {
     Q_OBJECT
 
   public:
@@ -40,11 +40,6 @@ class CustomSecureTextField : public RoundedField {
 
   protected:
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-    void changeEvent(QEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
-    void keyReleaseEvent(QKeyEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void inputMethodEvent(QInputMethodEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -55,7 +50,7 @@ class CustomSecureTextField : public RoundedField {
     /// Removes from the typed text what the editor has removed of its bullets.
     void followEditor();
     void placeTrailingParts();
-    void updateCapsLockHint(bool focused);
+    void updateCapsLockHint();
     [[nodiscard]] QRect capsLockPlace() const;
 
     SecretText secret_;

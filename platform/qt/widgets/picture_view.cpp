@@ -40,22 +40,6 @@ PictureView::PictureView(QWidget* parent) : QWidget(parent) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
-void PictureView::setSource(const QString& source) {
-    source_ = source;
-    update();
-}
-
-void PictureView::setSide(int side) {
-    side_ = side;
-    updateGeometry();
-}
-
-void PictureView::setNoticeTint(bool tint) {
-    noticeTint_ = tint;
-    updateGeometry();
-    update();
-}
-
 QSize PictureView::sizeHint() const {
     constexpr double sideInLines = 0.9;
     const int grown = noticeTint_ ? qRound(sideInLines * fontMetrics().height()) : 0;

@@ -19,28 +19,20 @@ void drawVectorPicture(QPainter& painter, const QRect& area, const QString& reso
 
 /// Shows a picture, scaled into its area with its proportions kept. Decorative: a screen reader
 /// passes over it.
-class PictureView : public QWidget {
+class PictureView final : public QWidget {
     Q_OBJECT
     /// Resource path of the vector picture that is shown until an image is set.
-    Q_PROPERTY(QString source READ source WRITE setSource)
+    Q_PROPERTY(QString source MEMBER source_)
     /// Length of the square's sides in points.
-    Q_PROPERTY(int side READ side WRITE setSide)
+    Q_PROPERTY(int side MEMBER side_)
     /// Draw the picture in the colour of notices, and larger beside large text.
-    Q_PROPERTY(bool noticeTint READ noticeTint WRITE setNoticeTint)
+    Q_PROPERTY(bool noticeTint MEMBER noticeTint_)
 
   public:
     explicit PictureView(QWidget* parent = nullptr);
 
-    [[nodiscard]] QString source() const { return source_; }
-    void setSource(const QString& source);
-    [[nodiscard]] int side() const { return side_; }
-    void setSide(int side);
-    [[nodiscard]] bool noticeTint() const { return noticeTint_; }
-    void setNoticeTint(bool tint);
-
+    /// Shows `image`, or the vector picture again when it is a null one.
     void setImage(const QImage& image);
-    /// The image that was set; null while the design's own picture shows.
-    [[nodiscard]] QImage image() const { return image_; }
 
     [[nodiscard]] QSize sizeHint() const override;
 

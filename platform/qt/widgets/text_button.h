@@ -10,15 +10,14 @@ namespace velunor {
 /// A push button whose title is literal (an ampersand is an ampersand) and wraps when it is too
 /// long for one line. The inherited text() stays empty: use literalText(). Space and Return press
 /// it while it has the focus.
-class TextButton : public QPushButton {
+class TextButton final : public QPushButton {
     Q_OBJECT
     /// primary, secondary or link.
-    Q_PROPERTY(QString buttonRole READ buttonRole WRITE setButtonRole)
+    Q_PROPERTY(QString buttonRole MEMBER role_ WRITE setButtonRole)
 
   public:
     explicit TextButton(QWidget* parent = nullptr);
 
-    [[nodiscard]] QString buttonRole() const { return role_; }
     void setButtonRole(const QString& role);
 
     void setLiteralText(const QString& text);

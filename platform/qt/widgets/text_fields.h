@@ -10,10 +10,9 @@ namespace velunor {
 class RoundedField : public QLineEdit {
     Q_OBJECT
     /// Resource path of the glyph, drawn in the theme's colour.
-    Q_PROPERTY(QString glyph READ glyph WRITE setGlyph)
+    Q_PROPERTY(QString glyph MEMBER glyph_ WRITE setGlyph)
 
   public:
-    [[nodiscard]] QString glyph() const { return glyph_; }
     void setGlyph(const QString& path);
 
     /// How strongly the outline shows that the content was refused, from 0 to 1.
@@ -49,7 +48,7 @@ class RoundedField : public QLineEdit {
 };
 
 /// The field for plain text.
-class CustomTextField : public RoundedField {
+class CustomTextField final : public RoundedField {
     Q_OBJECT
 
   public:

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/qt/accessibility/accessible_factory.h"
 #include "platform/qt/desktop/theme.h"
 
 namespace velunor {
@@ -53,7 +54,7 @@ void allowBreaksWithinNames(QString& text) {
     }
 }
 
-class AccessibleTextLabel : public QAccessibleWidget {
+class AccessibleTextLabel final : public QAccessibleWidget {
   public:
     explicit AccessibleTextLabel(TextLabel* label)
         : QAccessibleWidget(label, QAccessible::StaticText) {}
@@ -76,19 +77,10 @@ class AccessibleTextLabel : public QAccessibleWidget {
     }
 };
 
-QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
-    auto* label = qobject_cast<TextLabel*>(object);
-    return label == nullptr ? nullptr : new AccessibleTextLabel(label);
-}
-
 }  // namespace
 
 TextLabel::TextLabel(QWidget* parent) : QWidget(parent) {
-    static const bool installed = [] {
-        QAccessible::installFactory(&makeAccessible);
-        return true;
-    }();
-    Q_UNUSED(installed);
+    installAccessible<TextLabel, AccessibleTextLabel>();
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);

@@ -10,16 +10,15 @@
 namespace velunor {
 
 /// Shows a text exactly as it stands, wrapped, never cut. A screen reader sees static text.
-class TextLabel : public QWidget {
+class TextLabel final : public QWidget {
     Q_OBJECT
     /// The part that the text plays: productName, title, body, update, caption, countdown or
     /// notice. Settles the font's size and weight and the colour.
-    Q_PROPERTY(QString textRole READ textRole WRITE setTextRole)
+    Q_PROPERTY(QString textRole MEMBER role_ WRITE setTextRole)
 
   public:
     explicit TextLabel(QWidget* parent = nullptr);
 
-    [[nodiscard]] QString textRole() const { return role_; }
     void setTextRole(const QString& role);
 
     void setText(const ShownText& shown, Announcement announcement = Announcement::spoken);

@@ -1,0 +1,138 @@
+#include <QApplication>
+#include <QBoxLayout>
+#include <QScreen>
+#include <QScrollArea>
+#include <algorithm>
+
+#include "platform/qt/controls/control_adapters.h"
+#include "platform/qt/desktop/desktop_settings.h"
+#include "platform/qt/desktop/window_and_screens.h"
+#include "platform/qt/desktop/window_shape.h"
+#include "ui/form_views.h"
+#include "ui/prompt_window.h"
+#include "ui_prompt_window.h"
+
+namespace velunor {
+
+namespace {
+
+constexpr int leastCardWidth = 420;
+/// Width of the card beside the height of a line: a desktop with large text has a wider card.
+constexpr int cardWidthInLines = 21;
+/// Distance kept to every edge of the usable area.
+constexpr int screenMargin = 30;
+/// The part of the window's height that the buttons may take from long texts.
+constexpr double footerShare = 0.4;
+
+/// Width that the controls of `row` ask for side by side.
+int rowWidth(const QBoxLayout& row) {
+    const QMargins margins = row.contentsMargins();
+    int width = margins.left() + margins.right() - row.spacing();
+    for (int index = 0; index < row.count(); ++index) {
+        const QWidget* control = row.itemAt(index)->widget();
+        if (control != nullptr && !control->isHidden()) {
+            width += control->sizeHint().width() + row.spacing();
+        }
+    }
+    return width;
+}
+
+/// Settles an area's height; one whose contents do not fit can be scrolled, by keyboard as well.
+void fitArea(QScrollArea& area, const QSize& size, int contentHeight) {
+    const bool scrolls = contentHeight > size.height();
+    // Left to itself the area would keep a scroll bar that only its own width makes necessary.
+    area.setVerticalScrollBarPolicy(scrolls ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    area.setFocusPolicy(scrolls ? Qt::StrongFocus : Qt::NoFocus);
+    area.setFixedHeight(size.height());
+    if (!area.isVisible()) {
+        // The area does this itself only once it is shown.
+        area.widget()->resize(size);
+    }
+}
+
+}  // namespace
+
+void PromptWindow::followDesktop() {
+    const auto follow = [this](QScreen* screen) {
+        connect(screen, &QScreen::geometryChanged, this, &PromptWindow::scheduleRelayout);
+        connect(screen, &QScreen::availableGeometryChanged, this, &PromptWindow::scheduleRelayout);
+    };
+    for (QScreen* screen : QGuiApplication::screens()) {
+        follow(screen);
+    }
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
+    connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &PromptWindow::scheduleRelayout);
+    settingsTimer_.setSingleShot(true);
+    connect(&settingsTimer_, &QTimer::timeout, this, [this] {
+        if (settings_ == nullptr && hasSessionBus()) {
+            settings_ = new DesktopSettings(QDBusConnection::sessionBus(), this);
+        }
+    });
+    relayoutTimer_.setSingleShot(true);
+    connect(&relayoutTimer_, &QTimer::timeout, this, &PromptWindow::relayout);
+    desktopChanges_ = std::make_unique<X11DesktopChanges>([this] { scheduleRelayout(); });
+    qApp->installEventFilter(this);
+}
+
+void PromptWindow::scheduleRelayout() {
+    if (isVisible()) {
+        relayoutTimer_.start(0);
+    }
+}
+
+void PromptWindow::relayout() {
+    const int lowerEdge = geometry().bottom();
+    takeSize();
+    if (movedByUser_) {
+        setGeometry(geometry().x(), lowerEdge - height() + 1, width(), height());
+    }
+    place();
+}
+
+void PromptWindow::takeSize() {
+    const TextButton& updateNow = *form_->updateNowButton;
+    setLayoutDirection(updateNow.literalText().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+    setWindowTitle(form_->titleLabel->text().replace("[*]", "[*][*]"));
+
+    const QRect usable = usableArea();
+    const int wanted = std::max(leastCardWidth, cardWidthInLines * fontMetrics().height());
+    const int width = std::min(wanted, usable.width() - 2 * screenMargin);
+    const int innerWidth = width - 2;
+    const int limit = usable.height() - 2 * screenMargin - 2;
+
+    QHBoxLayout& buttons = *form_->footerLayout;
+    // A change of direction asks for a new layout each time, so it is made only where needed.
+    const auto direction =
+        rowWidth(buttons) > innerWidth ? QBoxLayout::BottomToTop : QBoxLayout::LeftToRight;
+    if (buttons.direction() != direction) {
+        buttons.setDirection(direction);
+    }
+    settleLayouts(*this);
+    const int bodyContent = form_->bodyLayout->totalHeightForWidth(innerWidth);
+    const int footerContent = buttons.totalHeightForWidth(innerWidth);
+    const int footer = std::min(
+        footerContent, std::max(limit - bodyContent, static_cast<int>(limit * footerShare)));
+    const int body = std::min(bodyContent, limit - footer);
+    fitArea(*form_->bodyArea, {innerWidth, body}, bodyContent);
+    fitArea(*form_->footerArea, {innerWidth, footer}, footerContent);
+    setFixedSize(width, body + footer + 2);
+    if (!testAttribute(Qt::WA_TranslucentBackground)) {
+        setMask(roundedRegion(size(), cardRadius));
+    }
+    settleLayouts(*this);
+}
+
+void PromptWindow::place() {
+    if (movedByUser_) {
+        // It only comes back into the usable area when it has grown out of it.
+        const QRect usable = usableArea();
+        const QPoint corner(usable.right() + 1 - width(), usable.bottom() + 1 - height());
+        setGeometry(std::clamp(geometry().x(), usable.x(), std::max(usable.x(), corner.x())),
+                    std::clamp(geometry().y(), usable.y(), std::max(usable.y(), corner.y())),
+                    width(), height());
+        return;
+    }
+    appear_();
+}
+
+}  // namespace velunor
