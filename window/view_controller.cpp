@@ -36,14 +36,14 @@ std::string universalTimeDescription(const Clock& clock) {
 }
 
 CredentialsPanelOutlets panelOutlets(const Outlets& outlets) {
-    return {outlets.credentailsRequiredView,
-            outlets.userStackView,
-            outlets.userIcon,
-            outlets.userNameLabel,
-            outlets.userNameTextField,
-            outlets.unsupportedInfoStackView,
-            outlets.passwordToUnspportedInfoConstraint,
-            outlets.passwordToUserNameConstraint};
+    return {.credentailsRequiredView = outlets.credentailsRequiredView,
+            .userStackView = outlets.userStackView,
+            .userIcon = outlets.userIcon,
+            .userNameLabel = outlets.userNameLabel,
+            .userNameTextField = outlets.userNameTextField,
+            .unsupportedInfoStackView = outlets.unsupportedInfoStackView,
+            .passwordToUnspportedInfoConstraint = outlets.passwordToUnspportedInfoConstraint,
+            .passwordToUserNameConstraint = outlets.passwordToUserNameConstraint};
 }
 
 }  // namespace
@@ -56,8 +56,13 @@ ViewController::ViewController(std::vector<std::string> arguments, const Globals
       view_(std::move(view)),
       accessLog_(globals_.accessLogPath, services_.processInfo, services_.clock, services_.log),
       credentialsPanel_(panelOutlets(view_.outlets), view_.constraints,
-                        {services_.log, services_.runLoop, services_.images, services_.childProcess,
-                         services_.consoleUsers, services_.directory, services_.secureTokenTool}) {}
+                        {.log = services_.log,
+                         .runLoop = services_.runLoop,
+                         .images = services_.images,
+                         .childProcess = services_.childProcess,
+                         .consoleUsers = services_.consoleUsers,
+                         .directory = services_.directory,
+                         .secureTokenTool = services_.secureTokenTool}) {}
 
 void ViewController::viewDidLoad() {
     services_.log.write("Opened Application " + listDescription(arguments_));
@@ -142,7 +147,11 @@ void ViewController::setUpdateGear() {
 void ViewController::shake(View& field) {
     Layer* layer = field.layer();
     if (layer != nullptr) {
-        layer->addAnimation({"transform", {-10, 10}, true, 2, shakePass});
+        layer->addAnimation({.keyPath = "transform",
+                             .translationsX = {-10, 10},
+                             .autoreverses = true,
+                             .repeatCount = 2,
+                             .duration = shakePass});
     }
 }
 

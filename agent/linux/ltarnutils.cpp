@@ -99,7 +99,9 @@ void TarnUtilMac::initializeAgentParams() {
     }
     state().settingsFailed = false;
     AgentSettings& settings = state().settings = *std::move(result);
-    state().variables = {settings.basePath, settings.dataPath, settings.logPath};
+    state().variables = {.tarnagentBasePath = settings.basePath,
+                         .tarnagentDataDictPath = settings.dataPath,
+                         .tarnagentLogPath = settings.logPath};
     for (const std::string& line : settings.unknownKeys) {
         library_log::write(line);
     }

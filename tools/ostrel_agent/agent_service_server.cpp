@@ -72,8 +72,8 @@ int AgentServiceServer::handleMessage(sd_bus_message* message, void* userdata,
         return -EINVAL;
     }
     const auto* text = static_cast<const char*>(bytes);
-    const std::string reply =
-        server.handler_({key, Secret(std::string_view(text, size)), senderOf(message)});
+    const std::string reply = server.handler_(
+        {.key = key, .message = Secret(std::string_view(text, size)), .sender = senderOf(message)});
     return sd_bus_reply_method_return(message, "s", reply.c_str());
 }
 
