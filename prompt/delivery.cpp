@@ -48,7 +48,7 @@ void deliverToService(OSUpdateNotificationResponse response, SystemLog& log,
     // Shared with the callback, because a late reply may find this call gone.
     const auto replied = std::make_shared<ReplySignal>();
     if (service) {
-        service->replyDataBlockForKey("PatchOSUpdateNotificationStatus", *std::move(message),
+        service->replyDataBlockForKey(answerKey, *std::move(message),
                                       [replied, &log](const std::string& reply) {
                                           log.write("Reply Received " + reply);
                                           replied->signal();

@@ -7,6 +7,9 @@
 
 namespace velunor {
 
+/// What the agent service knows an answer by.
+inline constexpr const char* answerKey = "PatchOSUpdateNotificationStatus";
+
 /// How long an answer waits for the service's reply.
 inline constexpr std::chrono::milliseconds replyDeadline = std::chrono::seconds(10);
 

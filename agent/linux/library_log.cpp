@@ -15,10 +15,13 @@ namespace velunor::library_log {
 
 namespace {
 
+/// Where a line goes.
+enum class Place { stream, streamAndStandardError };
+
 /// A line from before the stream was opened.
 struct KeptLine {
     std::string text;
-    bool shown = false;
+    Place place;
 };
 
 struct Stream {
@@ -52,30 +55,29 @@ void append(int file, const std::string& text) {
     static_cast<void>(!::write(file, text.data(), text.size()));
 }
 
-/// Writes to the library's output, and to standard error first if the line has to be `shown` there.
-void put(std::string_view line, bool shown) {
+void put(std::string_view line, Place place) {
     Stream& out = stream();
     const std::string text = record(line);
     const std::lock_guard lock(out.mutex);
     const bool isStandardError = out.opened && out.file == STDERR_FILENO;
-    if (shown && !isStandardError) {
+    if (place == Place::streamAndStandardError && !isStandardError) {
         append(STDERR_FILENO, text);
     }
     if (out.opened) {
         append(out.file, text);
     } else {
-        out.kept.push_back({text, shown});
+        out.kept.push_back({.text = text, .place = place});
     }
 }
 
 }  // namespace
 
 void write(std::string_view line) {
-    put(line, false);
+    put(line, Place::stream);
 }
 
 void writeError(std::string_view line) {
-    put(line, true);
+    put(line, Place::streamAndStandardError);
 }
 
 void open(const std::string& path) {
@@ -98,7 +100,8 @@ void open(const std::string& path) {
         }
     }
     for (const KeptLine& line : out.kept) {
-        if (out.file != STDERR_FILENO || !line.shown) {
+        // Standard error already has what was to be there at once.
+        if (out.file != STDERR_FILENO || line.place == Place::stream) {
             append(out.file, line.text);
         }
     }

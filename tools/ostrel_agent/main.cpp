@@ -29,36 +29,28 @@ constexpr const char* usage =
 
 using velunor::AgentExit;
 
-AgentExit fail(const std::string& text) {
+AgentExit fail(const std::string& text, AgentExit status) {
     std::fprintf(stderr, "ostrel-agent: %s\n", velunor::escapedForLog(text).c_str());
-    return AgentExit::usage;
-}
-
-template <class Run>
-AgentExit withSettings(Run&& run) {
-    const auto settings = velunor::loadSettings(velunor::settingsPath());
-    if (!settings) {
-        fail(settings.error().description);
-        return AgentExit::noService;
-    }
-    return run(settings->bus);
+    return status;
 }
 
 AgentExit run(const velunor::Command& command) {
-    if (const auto* serve = std::get_if<velunor::ServeCommand>(&command)) {
-        return withSettings(
-            [&](velunor::ServiceBus bus) { return velunor::runService(*serve, bus); });
-    }
-    if (const auto* prompt = std::get_if<velunor::PromptCommand>(&command)) {
-        return withSettings(
-            [&](velunor::ServiceBus bus) { return velunor::runPrompt(*prompt, bus); });
-    }
     if (std::holds_alternative<velunor::HelpCommand>(command)) {
         std::fputs(usage, stdout);
         return AgentExit::proceed;
     }
-    std::printf("ostrel-agent %s\n", VELUNOR_VERSION);
-    return AgentExit::proceed;
+    if (std::holds_alternative<velunor::VersionCommand>(command)) {
+        std::printf("ostrel-agent %s\n", VELUNOR_VERSION);
+        return AgentExit::proceed;
+    }
+    const auto settings = velunor::loadSettings(velunor::settingsPath());
+    if (!settings) {
+        return fail(settings.error().description, AgentExit::noService);
+    }
+    if (const auto* serve = std::get_if<velunor::ServeCommand>(&command)) {
+        return velunor::runService(*serve, settings->bus);
+    }
+    return velunor::runPrompt(std::get<velunor::PromptCommand>(command), settings->bus);
 }
 
 }  // namespace
@@ -70,7 +62,7 @@ int main(int argc, char** argv) {
     const auto command = velunor::parseCommandLine(arguments);
     if (!command) {
         std::fputs(usage, stderr);
-        return static_cast<int>(fail(command.error().description));
+        return static_cast<int>(fail(command.error().description, AgentExit::usage));
     }
     return static_cast<int>(run(*command));
 }

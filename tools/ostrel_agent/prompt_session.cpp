@@ -15,6 +15,7 @@
 #include "platform/linux/log/system_log.h"
 #include "platform/posix/process.h"
 #include "platform/posix/spawn_settings.h"
+#include "prompt/delivery.h"
 #include "prompt/os_update_notification_response.h"
 #include "tools/ostrel_agent/agent_service_server.h"
 #include "tools/ostrel_agent/printable.h"
@@ -25,7 +26,6 @@ namespace velunor {
 namespace {
 
 constexpr const char* busLost = "the message bus is gone";
-constexpr const char* statusKey = "PatchOSUpdateNotificationStatus";
 /// How long a prompt that was told to end is waited for before it is killed.
 constexpr std::uint64_t endingMicroseconds = 3'000'000;
 
@@ -88,7 +88,7 @@ class PromptSession {
 
   private:
     std::string receive(AgentRequest request) {
-        if (request.key != statusKey) {
+        if (request.key != answerKey) {
             return "Unknown key";
         }
         // Everybody on the bus may send one.
