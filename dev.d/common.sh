@@ -11,21 +11,27 @@ die() {
 # Debian packages by purpose, for the verbs.
 # shellcheck disable=SC2034
 {
-readonly PACKAGES_BUILD=(
+readonly PACKAGES_PROGRAM=(
     build-essential cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-svg-dev libtomlplusplus-dev libplist-dev libsystemd-dev libpam0g-dev
-    libldap-dev libxcb1-dev libgtest-dev libgmock-dev)
+    libldap-dev libxcb1-dev)
+# The program and its tests.
+readonly PACKAGES_BUILD=(
+    "${PACKAGES_PROGRAM[@]}" libgtest-dev libgmock-dev libx11-dev libxtst-dev)
 readonly PACKAGES_DISPLAY=(
-    dbus xvfb openbox x11-utils at-spi2-core libx11-dev libxtst-dev imagemagick
+    dbus xvfb openbox x11-utils at-spi2-core imagemagick
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
-readonly PACKAGES_TEST=(
-    valgrind clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
-    systemd util-linux passwd picom x11-xserver-utils weston xwayland qt6-wayland)
 # Letters of Chinese, Japanese and Korean, for the pictures and the test that every text fits.
 readonly PACKAGES_SHOTS=(fonts-noto-cjk)
-readonly PACKAGES_LINT=(clang-format clang-tidy shellcheck)
+readonly PACKAGES_TEST=(
+    clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
+    systemd util-linux passwd x11-xserver-utils "${PACKAGES_SHOTS[@]}")
+# Compositors and Wayland, for end-to-end tests.
+readonly PACKAGES_DESKTOPS=(picom weston xwayland qt6-wayland)
+readonly PACKAGES_FULL=(clang libclang-rt-dev valgrind)
+readonly PACKAGES_LINT=(clang clang-format clang-tidy shellcheck)
 readonly PACKAGES_BENCH=(zenity)
-readonly PACKAGES_PACKAGE=(dpkg-dev file lintian)
+readonly PACKAGES_PACKAGE=(dpkg-dev file gzip lintian)
 }
 
 # need PACKAGE... : installs those that are missing.
@@ -75,7 +81,7 @@ build() {
     done
     [ $# -eq 0 ] || shift
     [ $# -eq 0 ] || targets=(--target "$@")
-    # Without these, ccache would see each build directory as another program.
+    # Without these, ccache would see each checkout as another program.
     export CCACHE_BASEDIR=$ROOT CCACHE_NOHASHDIR=1
     say "building $preset"
     quietly cmake --preset "$preset" "${configure[@]}"

@@ -3,15 +3,14 @@
 
 dev_package() {
     [ $# -eq 0 ] || die "package takes no arguments"
-    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}" \
-        "${PACKAGES_PACKAGE[@]}"
-    build release -- all
+    need "${PACKAGES_PROGRAM[@]}" "${PACKAGES_PACKAGE[@]}"
+    build shipped
     local directory=$ROOT/build/package package
     rm -rf "$directory"
     mkdir -p "$directory"
     (
         umask 022
-        cd "$ROOT/build/release" || exit
+        cd "$ROOT/build/shipped" || exit
         quietly cpack -G DEB -B "$directory"
     )
     rm -rf "$directory/_CPack_Packages"

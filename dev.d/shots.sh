@@ -1,23 +1,20 @@
 # shellcheck shell=bash
-# ./dev shots: pictures of the window in its states, and those of the README.
+# ./dev shots: pictures of the window in its states.
 
 readonly SHOT_LANGUAGES=(en de ar ja)
 readonly SHOT_STATES=(plain credentials other_user notice last_minute long_texts rebranded)
 
 dev_shots() {
-    local approve=
+    [ $# -le 1 ] || die "shots takes one option at most"
     case ${1:-} in
-        '') ;;
-        --approve) approve=yes ;;
+        '' | --approve | --readme) ;;
         *) die "shots: unknown option $1" ;;
     esac
-    [ $# -le 1 ] || die "shots takes one option at most"
-    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}" \
-        "${PACKAGES_SHOTS[@]}"
+    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_SHOTS[@]}"
     use_utf8
     build release -- window_gallery
     local gallery=$ROOT/build/release/tests/qt/window_gallery
-    if [ -n "$approve" ]; then
+    if [ "${1:-}" = --approve ]; then
         "$gallery" "$ROOT/tests/qt/approved" approved
         say "tests/qt/approved/ shows the window as it looks now; look at it before you commit it"
         return
@@ -35,9 +32,13 @@ dev_shots() {
     contact_sheet 1 both 210 overview.jpg
     say "$(find "$directory" -name '*.png' | wc -l) pictures in build/shots/;" \
         "build/shots/overview.jpg shows all at one pixel a point, sheet-*.jpg in full size"
+    [ "${1:-}" != --readme ] || readme_pictures
+}
 
-    cp "$directory/credentials_en_light_1x.png" "$ROOT/docs/prompt-credentials.png"
-    # The README's first picture shows the window as ./dev run shows it.
+# readme_pictures : renews those of the README.
+readme_pictures() {
+    cp "$ROOT/build/shots/credentials_en_light_1x.png" "$ROOT/docs/prompt-credentials.png"
+    # The first one shows the window as ./dev run shows it.
     unset DISPLAY WAYLAND_DISPLAY
     "$ROOT/dev" run
     # The bare screen beside the card's corners is not the window's.

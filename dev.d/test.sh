@@ -1,54 +1,107 @@
 # shellcheck shell=bash
-# ./dev test: builds every preset, then one ctest run over all of them.
+# ./dev test: the checks of every day; --full is the check that a build server runs.
 
-# The thread sanitizer cannot look into the toolkit, so its run is the tests without a window.
-readonly THREAD_TESTS=(tests/unit tests/linux)
+# What runs on more than one thread, or hands something to another one: the delivery of the answer,
+# the agent library with its bus, the idle inhibitor. The sanitizer cannot look into the toolkit.
+readonly THREAD_TESTS=(tests/unit/prompt tests/linux)
 
 dev_test() {
-    [ $# -eq 0 ] || die "test takes no arguments"
-    local begin=$SECONDS preset
-    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}" \
-        "${PACKAGES_SHOTS[@]}"
+    case ${1:-} in
+        '') test_quickly ;;
+        --full) test_fully ;;
+        -*) die "test: unknown option $1" ;;
+        *)
+            [ $# -eq 1 ] || die "test takes one name at most"
+            need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}" \
+                "${PACKAGES_DESKTOPS[@]}"
+            use_utf8
+            build release
+            run_tests "$ROOT/build/release" -R "$1"
+            ;;
+    esac
+}
+
+# The end-to-end tests beyond the chosen ones are left to the full run.
+test_quickly() {
+    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}"
     use_utf8
-    for preset in release core asan; do
+    build release
+    say "built after $SECONDS seconds"
+    collect_tests "$ROOT/build/quick" release
+    add_lint "$ROOT/build/quick"
+    run_tests "$ROOT/build/quick" -LE e2e
+}
+
+test_fully() {
+    need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}" "${PACKAGES_TEST[@]}" \
+        "${PACKAGES_DESKTOPS[@]}" "${PACKAGES_FULL[@]}" "${PACKAGES_LINT[@]}" \
+        "${PACKAGES_PACKAGE[@]}"
+    use_utf8
+    local preset corpus
+    for preset in release core asan clang fuzz; do
         build "$preset"
     done
     build tsan -- "${THREAD_TESTS[@]/%/\/all}"
-    say "built after $((SECONDS - begin)) seconds"
-    collect_tests "$ROOT/build/all"
-    say "running every test; the log is build/all/Testing/Temporary/LastTest.log"
-    local status=0 output=$ROOT/build/all/output
-    # Most tests wait most of the time: for a window, an answer, a limit.
-    ctest --test-dir "$ROOT/build/all" -j "$(($(nproc) * 3))" --output-on-failure --no-tests=error \
-        --output-junit "$ROOT/build/all/results.xml" 2>&1 | tee "$output" || status=$?
-    say "done after $((SECONDS - begin)) seconds"
-    # ctest's closing line stands last, so that the end of the output tells the result.
-    grep -E '^[0-9]+% tests passed' "$output" || die "ctest gave no result"
-    return "$status"
+    say "built after $SECONDS seconds"
+    local all=$ROOT/build/all
+    collect_tests "$all" release core asan "${THREAD_TESTS[@]/#/tsan\/}"
+    add_lint "$all"
+    {
+        add_valgrind
+        printf 'add_test(lint.tidy "%s/dev.d/tidy.py" "%s/build/clang")\n' "$ROOT" "$ROOT"
+        printf 'add_test(package "%s/dev" package)\n' "$ROOT"
+        # Each known input once; any finding ends the program.
+        for corpus in "$ROOT"/tests/fuzz/corpus/*; do
+            printf 'add_test(fuzz.%s "%s" -runs=0 "%s")\n' "${corpus##*/}" \
+                "$ROOT/build/fuzz/tests/fuzz/fuzz_${corpus##*/}" "$corpus"
+        done
+        printf 'set_tests_properties(lint.tidy package PROPERTIES TIMEOUT 3600 COST 1000)\n'
+    } >>"$all/CTestTestfile.cmake"
+    run_tests "$all"
 }
 
-# collect_tests DIRECTORY : a ctest tree that takes in those of all presets and the other checks.
+# collect_tests DIRECTORY BUILD... : a ctest tree that takes in those of these builds.
 collect_tests() {
-    local directory=$1 tests=$1/CTestTestfile.cmake folder program name
-    mkdir -p "$directory"
+    mkdir -p "$1"
+    printf "subdirs(\"$ROOT/build/%s\")\n" "${@:2}" >"$1/CTestTestfile.cmake"
+}
+
+# add_lint DIRECTORY : what can be said of the sources in seconds.
+add_lint() {
     {
-        for folder in release core asan; do
-            printf 'subdirs("%s")\n' "$ROOT/build/$folder"
-        done
-        for folder in "${THREAD_TESTS[@]}"; do
-            printf 'subdirs("%s")\n' "$ROOT/build/tsan/$folder"
-        done
-        while IFS= read -r program; do
-            name=valgrind.${program##*/}
-            printf 'add_test("%s" valgrind --quiet --error-exitcode=99 --leak-check=full ' "$name"
-            printf -- '--errors-for-leak-kinds=definite "%s" --gtest_brief=1 ' "$program"
-            # A fatal stop is tested in a forked child, which valgrind would report on as well.
-            printf -- '--gtest_filter=-*DeathTest*)\n'
-            printf 'set_tests_properties("%s" PROPERTIES TIMEOUT 600)\n' "$name"
-        done < <(find "$ROOT/build/core/tests/unit" -maxdepth 3 -type f -perm -u+x \
-            -name '*_test*' ! -name '*.*' | sort)
-        printf 'add_test(lint.format "%s/dev.d/check-format.sh")\n' "$ROOT"
-        printf 'add_test(lint.shell "%s/dev.d/check-shell.sh")\n' "$ROOT"
-    } >"$tests"
-    grep -q valgrind "$tests" || die "no unit tests were found for valgrind"
+        printf "add_test(lint.%s \"$ROOT/dev.d/check-%s.sh\")\n" format format shell shell
+        printf 'add_test(lint.texts "%s/dev" texts)\n' "$ROOT"
+    } >>"$1/CTestTestfile.cmake"
+}
+
+# add_valgrind : what neither sanitizer sees is a value that nobody has set. The logic is looked
+# through for those, and the parsers of what others have written.
+add_valgrind() {
+    local program programs=()
+    while IFS= read -r program; do
+        programs+=("$program")
+    done < <(find "$ROOT/build/core/tests/unit" "$ROOT/build/release/tests/linux" -type f \
+        -perm -u+x \( -path '*/core/*_test*' -o -name '*property_list_tests' \) ! -name '*.*' | sort)
+    [ ${#programs[@]} -gt 5 ] || die "no tests were found for valgrind"
+    for program in "${programs[@]}"; do
+        # A fatal stop is tested in a forked child, which valgrind would report on as well.
+        printf 'add_test("valgrind.%s" valgrind --quiet --error-exitcode=99 --leak-check=full ' \
+            "${program##*/}"
+        printf -- '--errors-for-leak-kinds=definite "%s" --gtest_brief=1 ' "$program"
+        printf -- '--gtest_filter=-*DeathTest*)\n'
+        printf 'set_tests_properties("valgrind.%s" PROPERTIES TIMEOUT 600 COST 900)\n' \
+            "${program##*/}"
+    done
+}
+
+# run_tests DIRECTORY CTEST-ARGUMENT... : ctest's closing line stands last, for it tells the result.
+run_tests() {
+    local directory=$1 output=$1/output status=0
+    say "running the tests; the log is ${directory#"$ROOT"/}/Testing/Temporary/LastTest.log"
+    # Most tests wait most of the time: for a window, an answer, a limit.
+    ctest --test-dir "$directory" -j "$(($(nproc) * 3))" --output-on-failure --no-tests=error \
+        --output-junit "$directory/results.xml" "${@:2}" 2>&1 | tee "$output" || status=$?
+    say "done after $SECONDS seconds"
+    grep -E '^[0-9]+% tests passed' "$output" || die "ctest gave no result"
+    return "$status"
 }
