@@ -16,13 +16,13 @@
 #include <string>
 #include <vector>
 
-#include "tests/e2e/support/accessible.h"
-#include "tests/e2e/support/agent_service.h"
-#include "tests/e2e/support/files.h"
+#include "tests/support/desktop/accessible.h"
+#include "tests/support/prompt/agent_service.h"
+#include "tests/support/temporary_directory.h"
 
 namespace {
 
-using namespace velunor::e2e;
+using namespace velunor::testing;
 using Clock = std::chrono::steady_clock;
 
 struct Program {

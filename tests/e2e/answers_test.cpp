@@ -4,9 +4,9 @@
 
 #include <regex>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 constexpr const char* stamp = R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2})";
@@ -116,4 +116,4 @@ TEST_F(Answers, ReturnAndSpaceTypedElsewhereAnswerNothing) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

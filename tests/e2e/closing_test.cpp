@@ -2,9 +2,9 @@
 
 #include <csignal>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class Closing : public PromptTest {
@@ -70,4 +70,4 @@ TEST_F(Closing, TerminationRequestEndsThePromptWithoutAnAnswer) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

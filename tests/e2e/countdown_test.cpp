@@ -2,9 +2,9 @@
 
 #include <regex>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class Countdown : public PromptTest {
@@ -112,4 +112,4 @@ TEST_F(Countdown, NegativeMinutesEndAtTheFirstTick) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

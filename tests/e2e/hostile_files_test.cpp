@@ -2,9 +2,9 @@
 
 #include <ostream>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 struct Hostile {
@@ -103,4 +103,4 @@ TEST_F(HostilePlace, LogoThatIsNoImageLeavesTheLogo) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

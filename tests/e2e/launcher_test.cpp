@@ -2,9 +2,9 @@
 
 #include <sstream>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 constexpr int postponedStatus = 10;
@@ -46,4 +46,4 @@ TEST_F(Launcher, PrintsPostponementAndEndsWithTen) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -1,8 +1,8 @@
 // Where the window comes to stand.
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 constexpr int margin = 30;
@@ -99,4 +99,4 @@ TEST_F(Placement, AttentionIsAskedForWhileAnotherWindowIsActive) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -8,18 +8,18 @@
 #include <string>
 #include <vector>
 
-#include "tests/e2e/support/accessible.h"
+#include "tests/support/desktop/accessible.h"
 
 namespace {
 
-using velunor::e2e::AccessibilityReader;
-using velunor::e2e::Accessible;
+using velunor::testing::AccessibilityReader;
+using velunor::testing::Accessible;
 
 /// The showing control, once it rests where its window put it.
 std::optional<Accessible> waitForRestingControl(const AccessibilityReader& reader,
                                                 const std::string& role, const std::string& name) {
     std::optional<Accessible> control;
-    const bool resting = velunor::e2e::eventually([&] {
+    const bool resting = velunor::testing::eventually([&] {
         const std::optional<Accessible> before = control;
         control = findControl(reader.controlsOf(std::nullopt), role, name);
         return before && control && before->extents == control->extents;
@@ -43,15 +43,15 @@ int perform(const std::string& address, const std::string& display, const Task& 
         return findControl(reader.controlsOf(std::nullopt), task.role, task.name) ? 0 : 1;
     }
     const auto control = waitForRestingControl(reader, task.role, task.name);
-    velunor::e2e::Screen screen(display);
-    const std::vector<velunor::e2e::WindowId> windows = screen.shownWindows();
+    velunor::testing::Screen screen(display);
+    const std::vector<velunor::testing::WindowId> windows = screen.shownWindows();
     if (!control || windows.empty()) {
         std::cerr << "press: no " << task.role << ' ' << task.name << " is showing\n";
         return 1;
     }
     if (task.onlyFind) {
         // As the picture tools write a place.
-        const velunor::e2e::PixelRect place = screen.contentOf(windows.back());
+        const velunor::testing::PixelRect place = screen.contentOf(windows.back());
         std::cout << place.width << 'x' << place.height << '+' << place.x << '+' << place.y << '\n';
         return 0;
     }
@@ -59,7 +59,7 @@ int perform(const std::string& address, const std::string& display, const Task& 
     if (task.text.empty()) {
         return 0;
     }
-    const bool focused = velunor::e2e::eventually([&] {
+    const bool focused = velunor::testing::eventually([&] {
         const auto now = findControl(reader.controlsOf(std::nullopt), task.role, task.name);
         return now && now->focused;
     });

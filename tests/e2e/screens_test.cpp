@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 // Points between the window's frame and the right and lower edge of the usable area.
@@ -250,4 +250,4 @@ INSTANTIATE_TEST_SUITE_P(Factors, ScaledScreens, ::testing::Values("1.25", "1.5"
                          });
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

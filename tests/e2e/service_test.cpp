@@ -1,9 +1,9 @@
 // Delivery when the agent service is not what it should be: the prompt waits at most ten seconds
 // for the reply and then leaves as after any answer.
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 constexpr std::chrono::seconds replyLimit{10};
@@ -74,4 +74,4 @@ TEST_F(Service, ServiceThatDiesInTheCallGivesNoReply) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

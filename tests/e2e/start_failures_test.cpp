@@ -3,9 +3,9 @@
 #include <csignal>
 #include <sstream>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class StartFailures : public PromptTest {
@@ -139,4 +139,4 @@ TEST_F(StartFailures, UnsetDisplayIsOneClearLineAndStatusOne) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <ostream>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 constexpr const char* bullet = "\u2022  ";
@@ -172,4 +172,4 @@ TEST_F(TextsOnWindow, RebrandedNameReplacesTheProductName) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

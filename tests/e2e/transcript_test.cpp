@@ -2,13 +2,13 @@
 // run to run is replaced: time stamps, the process number, directories and the user's name.
 // To see a transcript anew after an intended change, read what a failing test prints.
 
-#include "tests/e2e/support/transcript.h"
+#include "tests/support/prompt/transcript.h"
 
 #include <regex>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class Transcript : public PromptTest {
@@ -74,4 +74,4 @@ TEST_F(Transcript, UpdateNowWithoutCredentials) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -1,6 +1,6 @@
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class Typing : public PromptTest {
@@ -32,4 +32,4 @@ TEST_F(Typing, ReachesTheFieldWithCharactersThatNoKeyOfTheKeyboardHas) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

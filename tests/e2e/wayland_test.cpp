@@ -1,12 +1,12 @@
 // The prompt on a Wayland desktop, with and without an X server inside.
 
-#include "tests/e2e/support/wayland.h"
+#include "tests/support/desktop/wayland.h"
 
 #include <cstdlib>
 
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class OnWayland : public PromptTest {
@@ -86,4 +86,4 @@ TEST_F(OnWayland, WithAnXServerThePromptPlacesItself) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

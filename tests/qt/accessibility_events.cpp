@@ -5,7 +5,7 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 constexpr std::uint64_t sliceMicroseconds = 20'000;
@@ -129,4 +129,4 @@ std::uint32_t AccessibilityEvents::roleOf(const AccessibilityEvent& event) const
     return role;
 }
 
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/e2e/support/bus.h"
-#include "tests/e2e/support/wait.h"
+#include "tests/support/desktop/bus.h"
+#include "tests/support/wait.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 
 /// One event of a program as a screen reader is told of it.
 struct AccessibilityEvent {
@@ -62,4 +62,4 @@ class AccessibilityEvents {
     std::vector<AccessibilityEvent> events_;
 };
 
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -5,14 +5,14 @@
 
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/theme.h"
-#include "tests/e2e/support/files.h"
 #include "tests/qt/fake_portal.h"
 #include "tests/qt/widget_test.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor {
 namespace {
 
-class DesktopSettingsTest : public testing::Test {
+class DesktopSettingsTest : public ::testing::Test {
   protected:
     DesktopSettingsTest()
         : connection_(QDBusConnection::connectToBus(QString::fromStdString(bus_.address()),
@@ -34,8 +34,8 @@ class DesktopSettingsTest : public testing::Test {
     }
 
   private:
-    e2e::TemporaryDirectory directory_;
-    e2e::Bus bus_{directory_.path()};
+    testing::TemporaryDirectory directory_;
+    testing::Bus bus_{directory_.path()};
     QDBusConnection connection_;
     std::unique_ptr<DesktopSettings> settings_;
     QWidget widget_;

@@ -16,7 +16,7 @@ constexpr std::uint64_t sliceMicroseconds = 10'000;
 }  // namespace
 
 FakePortal::FakePortal(const std::string& address, std::uint32_t colorScheme, bool animations)
-    : bus_(e2e::connectToBus(address)), colorScheme_(colorScheme), animations_(animations) {
+    : bus_(testing::connectToBus(address)), colorScheme_(colorScheme), animations_(animations) {
     // NOLINTNEXTLINE(modernize-avoid-c-arrays): the elements come from macros for plain arrays.
     static const sd_bus_vtable table[] = {
         SD_BUS_VTABLE_START(0),

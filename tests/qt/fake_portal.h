@@ -4,7 +4,7 @@
 #include <string>
 #include <thread>
 
-#include "tests/e2e/support/bus.h"
+#include "tests/support/desktop/bus.h"
 
 namespace velunor {
 
@@ -25,7 +25,7 @@ class FakePortal {
     void serve();
     void tell();
 
-    e2e::BusConnection bus_;
+    testing::BusConnection bus_;
     std::atomic<std::uint32_t> colorScheme_;
     std::atomic<bool> animations_;
     std::atomic<bool> changed_{false};

@@ -1,6 +1,6 @@
-#include "tests/e2e/support/prompt_test.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 /// The whole program with a real window manager, pressed by real keys.
@@ -95,4 +95,4 @@ TEST_F(KeyboardOnTheDesktop, HintsAtCapsLockWhileItIsOn) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

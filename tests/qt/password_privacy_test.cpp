@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "tests/e2e/support/prompt_test.h"
 #include "tests/qt/accessibility_events.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 // Numbers of the registry's protocol.
@@ -105,4 +105,4 @@ TEST_F(PasswordOnTheBus, TellsNothingWhileThePasswordIsShown) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "tests/e2e/support/prompt_test.h"
 #include "tests/qt/accessibility_events.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 // Number of the kind in the registry's protocol.
@@ -88,4 +88,4 @@ TEST_F(SpeechOnTheBus, SaysThatThePasswordWasRefused) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

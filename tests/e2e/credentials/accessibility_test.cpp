@@ -4,7 +4,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 // Number of the kind in the registry's protocol.
@@ -129,7 +129,7 @@ TEST_F(Accessibility, KeyboardAloneAnswersThePrompt) {
 }
 
 TEST_F(Accessibility, KeyboardAloneAnswersForAnotherUser) {
-    const std::string itsPassword = world::newPassword();
+    const std::string itsPassword = testing::newPassword();
     addAccount("eve", itsPassword, {"sudo"});
     addAccount("bob", itsPassword);
     startPasswordService();
@@ -168,4 +168,4 @@ TEST_F(Accessibility, ActionsOfTheControlsAnswerThePrompt) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -2,7 +2,7 @@
 
 #include <regex>
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 constexpr const char* helperSocket = "/run/velunor/osupdate-checkpass.socket";
@@ -10,21 +10,21 @@ constexpr const char* helperSocket = "/run/velunor/osupdate-checkpass.socket";
 }  // namespace
 
 Desktop::Desktop()
-    : password(world::newPassword()),
+    : password(testing::newPassword()),
       user(machine.addAccount("ada", password, {"sudo"})),
       acting(user) {
     installPasswordHelper();
-    const world::AsRoot root;
-    world::Machine::seat(user);
+    const testing::AsRoot root;
+    testing::Machine::seat(user);
 }
 
 void Desktop::installPasswordHelper() {
-    const world::AsRoot root;
-    world::Machine::run({"install", "-D", "-m", "755", CHECKPASS_PROGRAM, passwordHelperPath});
-    world::Machine::run({"install", "-D", "-m", "644", PAM_SERVICE_FILE, pamServicePath});
+    const testing::AsRoot root;
+    testing::Machine::run({"install", "-D", "-m", "755", CHECKPASS_PROGRAM, passwordHelperPath});
+    testing::Machine::run({"install", "-D", "-m", "644", PAM_SERVICE_FILE, pamServicePath});
 }
 
-CredentialsTest::CredentialsTest() : tokenTool_(world::reachable(TOKEN_TOOL_PROGRAM)) {
+CredentialsTest::CredentialsTest() : tokenTool_(testing::reachable(TOKEN_TOOL_PROGRAM)) {
     writeSettings();
     // Of the machine's services only those that a test starts take part.
     environment()["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=/run/dbus/system_bus_socket";
@@ -69,21 +69,21 @@ void CredentialsTest::answerTokensWith(const std::string& script) {
     writeSettings();
 }
 
-world::Account CredentialsTest::addAccount(const std::string& name,
-                                           const std::string& accountPassword,
-                                           const std::vector<std::string>& groups) {
-    const world::AsRoot root;
+testing::Account CredentialsTest::addAccount(const std::string& name,
+                                             const std::string& accountPassword,
+                                             const std::vector<std::string>& groups) {
+    const testing::AsRoot root;
     return machine.addAccount(name, accountPassword, groups);
 }
 
-void CredentialsTest::seat(const world::Account& account) {
-    const world::AsRoot root;
-    world::Machine::seat(account);
+void CredentialsTest::seat(const testing::Account& account) {
+    const testing::AsRoot root;
+    testing::Machine::seat(account);
 }
 
 void CredentialsTest::leaveSeat() {
-    const world::AsRoot root;
-    world::Machine::leaveSeat();
+    const testing::AsRoot root;
+    testing::Machine::leaveSeat();
 }
 
 void CredentialsTest::startPrompt(const std::string& minutes) {
@@ -91,13 +91,13 @@ void CredentialsTest::startPrompt(const std::string& minutes) {
 }
 
 void CredentialsTest::startPromptOf(const std::string& program, const std::string& minutes) {
-    startProgram({world::reachable(program), "OSUpdateWithCred", "Debian 12.9", "false", minutes,
+    startProgram({testing::reachable(program), "OSUpdateWithCred", "Debian 12.9", "false", minutes,
                   "false", "2"});
     ASSERT_TRUE(waitForWindow()) << systemLog();
 }
 
 void CredentialsTest::startPasswordService() {
-    const world::AsRoot root;
+    const testing::AsRoot root;
     passwordService_ = std::make_unique<ChildProcess>(
         Command{.arguments = {"systemd-socket-activate", "--accept", "--inetd",
                               "--listen=" + std::string(helperSocket), passwordHelperPath},
@@ -190,4 +190,4 @@ std::size_t CredentialsTest::timesLogged(const std::string& text) const {
     return times;
 }
 
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

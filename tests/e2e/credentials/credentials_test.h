@@ -4,11 +4,11 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/e2e/support/prompt_test.h"
-#include "tests/linux/ldap_server.h"
-#include "tests/world/machine.h"
+#include "tests/linux/directory/ldap_server.h"
+#include "tests/support/machine/machine.h"
+#include "tests/support/prompt/prompt_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 
 /// The program that asks PAM, where the settings name it.
 inline constexpr const char* passwordHelperPath = "/run/velunor/bin/osupdate-checkpass";
@@ -22,11 +22,11 @@ struct Desktop {
     /// Puts that program and its PAM service, as they are shipped, into their places.
     static void installPasswordHelper();
 
-    world::Machine machine;
+    testing::Machine machine;
     std::string password;
     /// Sits at the machine and may authorise updates.
-    world::Account user;
-    world::ActingAs acting;
+    testing::Account user;
+    testing::ActingAs acting;
 };
 
 /// A desktop on a machine of its own, where an ordinary user meets a prompt that asks for
@@ -47,10 +47,10 @@ class CredentialsTest : protected Desktop, public PromptTest {
     void answerTokensWith(const std::string& script);
 
     /// An account with a password of its own.
-    world::Account addAccount(const std::string& name, const std::string& accountPassword,
-                              const std::vector<std::string>& groups = {});
+    testing::Account addAccount(const std::string& name, const std::string& accountPassword,
+                                const std::vector<std::string>& groups = {});
     /// This account, or nobody, has the active session at the machine.
-    static void seat(const world::Account& account);
+    static void seat(const testing::Account& account);
     static void leaveSeat();
 
     /// Starts a prompt that asks for credentials, and waits until it is on the screen.
@@ -91,4 +91,4 @@ class CredentialsTest : protected Desktop, public PromptTest {
     std::string moreSettings_;
 };
 
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -2,7 +2,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 struct Fault {
@@ -57,4 +57,4 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

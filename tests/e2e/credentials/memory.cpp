@@ -13,7 +13,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 struct Needle {
@@ -124,4 +124,4 @@ std::vector<pid_t> otherProcesses() {
     return processes;
 }
 
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

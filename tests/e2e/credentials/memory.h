@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace velunor::e2e {
+namespace velunor::testing {
 
 /// A text found where it should not be.
 struct Trace {
@@ -24,4 +24,4 @@ struct Trace {
 /// The processes of this machine but for the test's own.
 [[nodiscard]] std::vector<pid_t> otherProcesses();
 
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

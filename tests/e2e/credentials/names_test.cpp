@@ -6,7 +6,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 struct UserName {
@@ -23,14 +23,14 @@ class Names : public CredentialsTest {
     /// An account of that name, which may authorise updates, sits at the machine. The usual tools
     /// would not make it.
     void seatAccount(const std::string& name) {
-        const world::AsRoot root;
+        const testing::AsRoot root;
         const group* administrators = ::getgrnam("sudo");
         ASSERT_NE(administrators, nullptr);
-        const world::Account account{
+        const testing::Account account{
             .name = name, .user = 4242, .group = administrators->gr_gid, .home = "/"};
         std::ofstream("/etc/passwd", std::ios::app)
             << name << ":x:" << account.user << ":" << account.group << "::/:/bin/sh\n";
-        world::Machine::seat(account);
+        testing::Machine::seat(account);
     }
 
     /// Expects that each node was asked about the whole name and refused it, and the user with it.
@@ -93,4 +93,4 @@ TEST_F(Names, TenThousandCharactersAreRefusedWhole) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

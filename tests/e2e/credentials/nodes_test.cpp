@@ -7,7 +7,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 using testing::LdapServer;
@@ -29,7 +29,7 @@ class Nodes : public CredentialsTest {
         EXPECT_FALSE(logged("Validation Success"));
     }
 
-    const std::string networkPassword = world::newPassword();
+    const std::string networkPassword = testing::newPassword();
 };
 
 TEST_F(Nodes, AccountOfTheDirectoryAloneProceedsThoughTheMachineDoesNotKnowIt) {
@@ -306,4 +306,4 @@ TEST_F(Nodes, ServerWithACertificateOfAnotherAuthorityGetsNoPassword) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -2,7 +2,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class Panel : public CredentialsTest {
@@ -25,8 +25,8 @@ TEST_F(Panel, ShowsTheConsoleUserAndAsksForThePassword) {
 }
 
 TEST_F(Panel, IsHiddenOnAPromptWithoutCredentialsThoughTheTokenIsChecked) {
-    startProgram(
-        {world::reachable(PROMPT_PROGRAM), "OSUpdate", "Debian 12.9", "false", "15", "false", "2"});
+    startProgram({testing::reachable(PROMPT_PROGRAM), "OSUpdate", "Debian 12.9", "false", "15",
+                  "false", "2"});
     ASSERT_TRUE(waitForControl("push button", "Go ahead")) << systemLog();
     EXPECT_FALSE(shows("label", "ada"));
     EXPECT_FALSE(shows("text", "Password"));
@@ -135,4 +135,4 @@ TEST_F(Panel, ToolThatIsNotThereLeavesNobodyWithAToken) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

@@ -3,22 +3,22 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class PasswordHelper : public CredentialsTest {
   protected:
     /// PAM's only module behaves like this from now on.
     static void usePamModule(const std::string& behaviour) {
-        const world::AsRoot root;
+        const testing::AsRoot root;
         const std::string line =
-            " required " + world::reachable(PAM_TEST_MODULE) + " " + behaviour + "\n";
+            " required " + testing::reachable(PAM_TEST_MODULE) + " " + behaviour + "\n";
         writeFile(pamServicePath, "auth" + line + "account" + line);
     }
 
     /// A script is in the place of the program that asks PAM from now on.
     static void useProgram(const std::string& commands) {
-        const world::AsRoot root;
+        const testing::AsRoot root;
         writeFile(passwordHelperPath, "#!/bin/sh\n" + commands + "\n");
     }
 
@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(PasswordHelper, FaultyPam, ::testing::Values("hang", "c
 
 TEST_F(PasswordHelper, ThatIsMissingRefusesAndLeavesTheWindowUsable) {
     {
-        const world::AsRoot root;
+        const testing::AsRoot root;
         std::filesystem::remove(passwordHelperPath);
     }
     expectRefusedUntilRepaired("Helper Code=2 ");
@@ -73,4 +73,4 @@ TEST_F(PasswordHelper, ThatCrashesRefusesAndLeavesTheWindowUsable) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

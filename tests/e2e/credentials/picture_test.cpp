@@ -10,7 +10,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 constexpr unsigned long red = 0xd0103a;
@@ -41,7 +41,7 @@ class Picture : public CredentialsTest {
 
     /// Tells the accounts service that this is the user's picture, and starts it.
     void keepPicture(const std::string& path) {
-        const world::AsRoot root;
+        const testing::AsRoot root;
         writeFile("/var/lib/AccountsService/users/ada",
                   "[User]\nSystemAccount=false\nIcon=" + path + "\n");
         machine.startSystemBus();
@@ -111,7 +111,7 @@ TEST_F(Picture, OfAnAccountsServiceThatNeverAnswersLeavesThePromptUsable) {
     address.sun_family = AF_UNIX;
     place.copy(address.sun_path, sizeof address.sun_path - 1);
     {
-        const world::AsRoot root;
+        const testing::AsRoot root;
         ASSERT_EQ(::bind(silent, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         std::filesystem::permissions(place, std::filesystem::perms(0666));
     }
@@ -167,4 +167,4 @@ TEST_F(Picture, ThatWouldUnpackToGigabytesIsNone) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

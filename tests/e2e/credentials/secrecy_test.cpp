@@ -6,7 +6,7 @@
 #include "tests/e2e/credentials/credentials_test.h"
 #include "tests/e2e/credentials/memory.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 
 std::ostream& operator<<(std::ostream& stream, const Trace& trace) {
     return stream << trace.place << ", " << trace.coding << ", after \"" << trace.before << '"';
@@ -33,7 +33,7 @@ class Secrecy : public CredentialsTest {
     }
 
     static std::vector<Trace> tracesOf(pid_t process, const std::string& text) {
-        const world::AsRoot root;
+        const testing::AsRoot root;
         return tracesInMemory(process, text);
     }
 };
@@ -97,7 +97,7 @@ TEST_F(Secrecy, KeysOfTheConnectionToADirectoryAreNotWrittenDown) {
 }
 
 TEST_F(Secrecy, RefusedPasswordIsNowhereButInThePrompt) {
-    const std::string wrong = world::newPassword();
+    const std::string wrong = testing::newPassword();
     startPasswordService();
     startService();
     startPrompt();
@@ -128,4 +128,4 @@ TEST_F(Secrecy, MemoryOfThePromptIsClosedToTheUsersOtherPrograms) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

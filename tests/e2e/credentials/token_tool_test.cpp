@@ -4,7 +4,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 struct Answer {
@@ -74,7 +74,7 @@ TEST_F(TokenTool, UserNameWithBlanksIsOneArgument) {
 TEST_F(TokenTool, AnswerThatIsNotUtf8StopsThePromptAtItsStart) {
     answerTokensWith("printf 'ENABLED \\377'");
     startService();
-    startProgram({world::reachable(PROMPT_PROGRAM), "OSUpdateWithCred", "Debian 12.9", "false",
+    startProgram({testing::reachable(PROMPT_PROGRAM), "OSUpdateWithCred", "Debian 12.9", "false",
                   "15", "false", "2"});
     EXPECT_EQ(process().wait(), (Ending{-1, SIGABRT})) << systemLog();
     EXPECT_FALSE(logged("Output "));
@@ -95,4 +95,4 @@ TEST_F(TokenTool, AnswerThatIsNotUtf8StopsThePromptAtUpdateNow) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

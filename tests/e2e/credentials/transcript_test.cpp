@@ -1,11 +1,11 @@
 // Every line that a whole prompt with credentials writes to the system log, in its order.
 // To see a transcript anew after an intended change, read what a failing test prints.
 
-#include "tests/e2e/support/transcript.h"
+#include "tests/support/prompt/transcript.h"
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class CredentialsTranscript : public CredentialsTest {
@@ -21,8 +21,8 @@ class CredentialsTranscript : public CredentialsTest {
     }
 
     void expectGolden(const std::string& name) {
-        std::string log = replaced(systemLog(), world::reachable(PROMPT_PROGRAM), "PROGRAM");
-        log = replaced(log, world::reachable(TOKEN_TOOL_PROGRAM), "TOOL");
+        std::string log = replaced(systemLog(), testing::reachable(PROMPT_PROGRAM), "PROGRAM");
+        log = replaced(log, testing::reachable(TOKEN_TOOL_PROGRAM), "TOOL");
         const std::string expected = goldenTranscript(name);
         EXPECT_FALSE(expected.empty()) << "no transcript " << name;
         EXPECT_EQ(normalizedTranscript(log, directory(), process().id()), expected);
@@ -66,4 +66,4 @@ TEST_F(CredentialsTranscript, PasswordOfANetworkAccount) {
 }
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

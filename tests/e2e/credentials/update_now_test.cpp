@@ -3,7 +3,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 
-namespace velunor::e2e {
+namespace velunor::testing {
 namespace {
 
 class UpdateNow : public CredentialsTest {};
@@ -106,10 +106,10 @@ TEST_F(UpdateNow, EmptyPasswordIsRefused) {
 }
 
 TEST_F(UpdateNow, EmptyPasswordOfAnAccountWithoutOneIsRefused) {
-    const world::Account carol = addAccount("carol", password, {"sudo"});
+    const testing::Account carol = addAccount("carol", password, {"sudo"});
     {
-        const world::AsRoot root;
-        world::Machine::run({"passwd", "--delete", carol.name});
+        const testing::AsRoot root;
+        testing::Machine::run({"passwd", "--delete", carol.name});
     }
     seat(carol);
     startService();
@@ -191,7 +191,7 @@ TEST_F(UpdateNow, UserUnknownToTheTokenToolProceedsWhenTheLocalNodeAccepts) {
 }
 
 TEST_F(UpdateNow, PasswordOfAnotherAccountIsAskedOfTheSystemService) {
-    const std::string other = world::newPassword();
+    const std::string other = testing::newPassword();
     addAccount("carol", other, {"sudo"});
     startPasswordService();
     startService();
@@ -204,7 +204,7 @@ TEST_F(UpdateNow, PasswordOfAnotherAccountIsAskedOfTheSystemService) {
 }
 
 TEST_F(UpdateNow, OwnPasswordIsNotThatOfAnotherAccount) {
-    addAccount("carol", world::newPassword(), {"sudo"});
+    addAccount("carol", testing::newPassword(), {"sudo"});
     startPasswordService();
     startService();
     startPrompt();
@@ -215,7 +215,7 @@ TEST_F(UpdateNow, OwnPasswordIsNotThatOfAnotherAccount) {
 }
 
 TEST_F(UpdateNow, WithoutTheSystemServiceAnOrdinaryUserCannotUseAnotherAccount) {
-    const std::string other = world::newPassword();
+    const std::string other = testing::newPassword();
     addAccount("carol", other, {"sudo"});
     startService();
     startPrompt();
@@ -253,8 +253,8 @@ TEST_P(UnusableAccount, IsRefusedWithItsRightPassword) {
     std::vector<std::string> command = GetParam().command;
     command.push_back(user.name);
     {
-        const world::AsRoot root;
-        world::Machine::run(command);
+        const testing::AsRoot root;
+        testing::Machine::run(command);
     }
     startPasswordService();
     startService();
@@ -273,4 +273,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& instance) { return std::string(instance.param.name); });
 
 }  // namespace
-}  // namespace velunor::e2e
+}  // namespace velunor::testing

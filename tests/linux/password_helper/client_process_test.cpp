@@ -18,8 +18,8 @@
 #include "platform/linux/directory/credential_checker_protocol.h"
 #include "platform/posix/file_descriptor.h"
 #include "tests/linux/password_helper/helper_support.h"
-#include "tests/linux/platform_child.h"
-#include "tests/unit/support/temporary_directory.h"
+#include "tests/support/forked_copy.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {

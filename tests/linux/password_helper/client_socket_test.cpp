@@ -17,7 +17,7 @@
 
 #include "tests/linux/password_helper/helper_support.h"
 #include "tests/linux/password_helper/listening_socket.h"
-#include "tests/unit/support/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {

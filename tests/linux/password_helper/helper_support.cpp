@@ -11,7 +11,7 @@
 
 #include "platform/linux/directory/credential_checker.h"
 #include "platform/posix/file_descriptor.h"
-#include "tests/linux/platform_child.h"
+#include "tests/support/forked_copy.h"
 
 namespace velunor::testing {
 

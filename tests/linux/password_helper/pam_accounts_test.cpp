@@ -8,8 +8,8 @@
 #include <sstream>
 
 #include "tests/linux/password_helper/helper_support.h"
-#include "tests/linux/platform_child.h"
-#include "tests/unit/support/temporary_directory.h"
+#include "tests/support/forked_copy.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {

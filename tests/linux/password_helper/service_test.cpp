@@ -15,7 +15,7 @@
 
 #include "tests/linux/password_helper/helper_support.h"
 #include "tests/linux/password_helper/listening_socket.h"
-#include "tests/linux/platform_child.h"
+#include "tests/support/forked_copy.h"
 
 namespace velunor::testing {
 namespace {

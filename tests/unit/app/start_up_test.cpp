@@ -4,8 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "app/app_delegate.h"
-#include "tests/unit/support/agent_recording.h"
-#include "tests/unit/support/fakes.h"
+#include "tests/support/doubles/agent_recording.h"
+#include "tests/support/doubles/fakes.h"
+#include "tests/support/doubles/recording_log.h"
 
 namespace velunor::testing {
 namespace {

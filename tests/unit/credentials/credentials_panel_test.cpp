@@ -7,7 +7,7 @@
 
 #include "tests/unit/credentials/panel_fixture.h"
 
-namespace velunor::credentials_tests {
+namespace velunor::testing {
 
 namespace {
 
@@ -355,4 +355,4 @@ TEST_F(CredentialsPanelDeathTest, StopsWithoutTheUserNameField) {
 
 }  // namespace
 
-}  // namespace velunor::credentials_tests
+}  // namespace velunor::testing

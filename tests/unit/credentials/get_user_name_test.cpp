@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "credentials/os_update_util.h"
-#include "tests/unit/credentials/recording_log.h"
+#include "tests/support/doubles/recording_log.h"
 #include "tests/unit/credentials/scripted_machine.h"
 
-namespace velunor::credentials_tests {
+namespace velunor::testing {
 
 namespace {
 
@@ -67,4 +67,4 @@ TEST_F(GetUserName, LogsTheLargestIdentifierAsAPositiveNumber) {
 
 }  // namespace
 
-}  // namespace velunor::credentials_tests
+}  // namespace velunor::testing

@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include "credentials/os_update_util.h"
-#include "tests/unit/credentials/recording_log.h"
-#include "tests/unit/credentials/scripted_directory.h"
+#include "tests/support/doubles/recording_log.h"
+#include "tests/support/doubles/scripted_directory.h"
 #include "tests/unit/credentials/scripted_machine.h"
 
-namespace velunor::credentials_tests {
+namespace velunor::testing {
 
 namespace {
 
@@ -157,4 +157,4 @@ TEST_F(GetUserPicture, LeavesNoSessionOrNodeOpen) {
 
 }  // namespace
 
-}  // namespace velunor::credentials_tests
+}  // namespace velunor::testing

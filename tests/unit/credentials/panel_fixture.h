@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "credentials/credentials_panel.h"
-#include "tests/unit/credentials/recording_log.h"
-#include "tests/unit/credentials/scripted_directory.h"
+#include "tests/support/doubles/plain_controls.h"
+#include "tests/support/doubles/recording_log.h"
+#include "tests/support/doubles/scripted_directory.h"
 #include "tests/unit/credentials/scripted_machine.h"
-#include "tests/unit/window/plain_controls.h"
 
-namespace velunor::credentials_tests {
+namespace velunor::testing {
 
 /// A panel over plain controls in the state that the window's form gives them: the account row
 /// with its default picture shown, field and notice hidden.
@@ -79,4 +79,4 @@ class PanelFixture : public ::testing::Test {
     ScriptedDirectory directory;
 };
 
-}  // namespace velunor::credentials_tests
+}  // namespace velunor::testing

@@ -11,7 +11,7 @@
 
 #include "tests/unit/credentials/panel_fixture.h"
 
-namespace velunor::credentials_tests {
+namespace velunor::testing {
 
 namespace {
 
@@ -211,4 +211,4 @@ TEST_F(PictureWork, NeedsNoImageViewWhenThereIsNoPicture) {
 
 }  // namespace
 
-}  // namespace velunor::credentials_tests
+}  // namespace velunor::testing

@@ -10,7 +10,7 @@
 #include "platform/console_user.h"
 #include "platform/image.h"
 
-namespace velunor::credentials_tests {
+namespace velunor::testing {
 
 /// Gives the same answer to every command and keeps the commands.
 class ScriptedChildProcess : public ChildProcess {
@@ -100,4 +100,4 @@ class ScriptedImageReader : public ImageReader {
     mutable std::vector<Clip> clips;
 };
 
-}  // namespace velunor::credentials_tests
+}  // namespace velunor::testing

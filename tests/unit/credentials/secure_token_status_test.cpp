@@ -6,10 +6,10 @@
 #include <csignal>
 #include <ostream>
 
-#include "tests/unit/credentials/recording_log.h"
+#include "tests/support/doubles/recording_log.h"
 #include "tests/unit/credentials/scripted_machine.h"
 
-namespace velunor::credentials_tests {
+namespace velunor::testing {
 
 namespace {
 
@@ -152,4 +152,4 @@ TEST_F(SecureToken, IgnoresTheTerminationStatus) {
 
 }  // namespace
 
-}  // namespace velunor::credentials_tests
+}  // namespace velunor::testing

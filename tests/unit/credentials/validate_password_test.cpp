@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "credentials/os_update_util.h"
-#include "tests/unit/credentials/recording_log.h"
-#include "tests/unit/credentials/scripted_directory.h"
+#include "tests/support/doubles/recording_log.h"
+#include "tests/support/doubles/scripted_directory.h"
 
-namespace velunor::credentials_tests {
+namespace velunor::testing {
 
 namespace {
 
@@ -285,4 +285,4 @@ TEST_F(PasswordValidation, NeverLogsThePasswordWhateverTheAnswer) {
 
 }  // namespace
 
-}  // namespace velunor::credentials_tests
+}  // namespace velunor::testing

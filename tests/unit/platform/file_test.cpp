@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/unit/support/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {

@@ -8,9 +8,10 @@
 #include <ctime>
 
 #include "prompt/os_update_util.h"
-#include "tests/unit/support/agent_recording.h"
-#include "tests/unit/support/fakes.h"
-#include "tests/unit/support/temporary_directory.h"
+#include "tests/support/doubles/agent_recording.h"
+#include "tests/support/doubles/fakes.h"
+#include "tests/support/doubles/recording_log.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {

@@ -3,8 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/unit/support/agent_recording.h"
-#include "tests/unit/support/fakes.h"
+#include "tests/support/doubles/agent_recording.h"
+#include "tests/support/doubles/fakes.h"
+#include "tests/support/doubles/recording_log.h"
 
 namespace velunor::testing {
 namespace {

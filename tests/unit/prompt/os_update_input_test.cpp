@@ -5,7 +5,8 @@
 
 #include <limits>
 
-#include "tests/unit/support/fakes.h"
+#include "tests/support/doubles/fakes.h"
+#include "tests/support/doubles/recording_log.h"
 
 namespace velunor::testing {
 namespace {

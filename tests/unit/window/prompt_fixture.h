@@ -7,11 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/support/agent_recording.h"
-#include "tests/unit/support/fakes.h"
-#include "tests/unit/support/temporary_directory.h"
-#include "tests/unit/window/plain_controls.h"
-#include "tests/unit/window/recording_services.h"
+#include "tests/support/doubles/agent_recording.h"
+#include "tests/support/doubles/fakes.h"
+#include "tests/support/doubles/plain_controls.h"
+#include "tests/support/doubles/recording_log.h"
+#include "tests/support/doubles/recording_services.h"
+#include "tests/support/temporary_directory.h"
 #include "window/view_controller.h"
 
 namespace velunor::testing {

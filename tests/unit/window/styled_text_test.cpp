@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/unit/window/recording_services.h"
+#include "tests/support/doubles/recording_services.h"
 
 namespace velunor::testing {
 namespace {

@@ -1,0 +1,389 @@
+// The local agent service and launcher, as a process on a bus of the test's own.
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <csignal>
+#include <optional>
+
+#include "agent/ltarnutils.h"
+#include "platform/text.h"
+#include "tests/linux/agent/agent_files.h"
+#include "tools/ostrel_agent/exit_status.h"
+
+namespace velunor::testing {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr const char* statusKey = "PatchOSUpdateNotificationStatus";
+
+Ending exited(AgentExit status) {
+    return {static_cast<int>(status), 0};
+}
+
+class AgentLauncher : public AgentFiles {
+  protected:
+    void startBus() { bus_.emplace(directory(), "session"); }
+    PrivateBus& bus() { return *bus_; }
+
+    ChildProcess& start(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), LAUNCHER_PROGRAM);
+        launcher_.emplace(Command{.arguments = std::move(arguments),
+                                  .environment = environment(),
+                                  .output = directory() / "out",
+                                  .errors = directory() / "err"});
+        return *launcher_;
+    }
+
+    /// Starts the launcher with a fake prompt in `mode` that sends `body`.
+    ChildProcess& startPrompt(const std::string& mode, const std::string& body,
+                              const std::vector<std::string>& options = {}) {
+        std::vector<std::string> arguments{"prompt", "--program", FAKE_PROMPT_PROGRAM};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const std::vector<std::string> six{"--", mode, body, marker().string(), "", "", ""};
+        arguments.insert(arguments.end(), six.begin(), six.end());
+        return start(arguments);
+    }
+
+    /// Starts the service and waits until it has its name.
+    ChildProcess& startService(const std::vector<std::string>& options) {
+        std::vector<std::string> arguments{"serve"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        ChildProcess& process = start(arguments);
+        EXPECT_TRUE(eventually([this] { return errors().find("serving") != std::string::npos; }));
+        return process;
+    }
+
+    [[nodiscard]] std::filesystem::path marker() const { return directory() / "marker"; }
+    [[nodiscard]] std::string output() const { return readFile(directory() / "out"); }
+    [[nodiscard]] std::string errors() const { return readFile(directory() / "err"); }
+
+    /// The service's reply to a request of this process, or none.
+    static std::optional<std::string> request(const std::string& key, const std::string& body) {
+        struct Reply {
+            std::atomic<bool> came = false;
+            std::string text;
+        };
+        const auto reply = std::make_shared<Reply>();
+        const auto service = AgentServiceConnection().getService();
+        if (!service) {
+            return std::nullopt;
+        }
+        service->replyDataBlockForKey(key, Secret(body), [reply](const std::string& text) {
+            reply->text = text;
+            reply->came = true;
+        });
+        if (!eventually([&] { return reply->came.load(); })) {
+            return std::nullopt;
+        }
+        return reply->text;
+    }
+
+  private:
+    std::optional<PrivateBus> bus_;
+    std::optional<ChildProcess> launcher_;
+};
+
+using AgentPrompt = AgentLauncher;
+using AgentServe = AgentLauncher;
+
+TEST_F(AgentPrompt, ProceedIsPrintedAloneAndEndsWithZero) {
+    startBus();
+    const std::string json = R"({"proceed":{"userName":"alice","passwd":"p\/4\\ss ü"}})";
+    EXPECT_EQ(startPrompt("answer", json).wait(), exited(AgentExit::proceed)) << errors();
+    EXPECT_EQ(output(), json + "\n");
+    EXPECT_THAT(errors(), HasSubstr("chatter on standard output"));
+}
+
+TEST_F(AgentPrompt, PostponementEndsWithTen) {
+    startBus();
+    const Ending ten{10, 0};
+    EXPECT_EQ(startPrompt("answer", R"({"postponse":{"userName":"bob"}})").wait(), ten) << errors();
+    EXPECT_EQ(output(), "{\"postponse\":{\"userName\":\"bob\"}}\n");
+}
+
+TEST_F(AgentPrompt, FirstAnswerCounts) {
+    startBus();
+    EXPECT_EQ(startPrompt("two-answers", R"({"postponse":{}})").wait(), exited(AgentExit::postpone))
+        << errors();
+    EXPECT_EQ(output(), "{\"postponse\":{}}\n");
+}
+
+TEST_F(AgentPrompt, ControlCharactersAreEscapedAndTheAnswerStaysTheSame) {
+    startBus();
+    std::string controls = "\x7f";
+    for (const char32_t code : {0x80, 0x9B, 0x2028, 0x202E, 0x2069}) {
+        controls += encodedUtf8(code);
+    }
+    const std::string around = "\u00A0\u20AC\u2027";
+    EXPECT_EQ(startPrompt("answer", "{\n\t\"proceed\":{\"passwd\":\"" + controls + around + "\"}}")
+                  .wait(),
+              exited(AgentExit::proceed))
+        << errors();
+    EXPECT_EQ(output(), "{  \"proceed\":{\"passwd\":\"\\u007F\\u0080\\u009B\\u2028\\u202E\\u2069" +
+                            around + "\"}}\n");
+}
+
+TEST_F(AgentPrompt, MalformedAnswerEndsWithFourAndIsNotPrinted) {
+    startBus();
+    EXPECT_EQ(startPrompt("answer", "\x1b]0;title\x07").wait(), exited(AgentExit::noAnswer));
+    EXPECT_EQ(output(), "");
+    EXPECT_THAT(errors(), HasSubstr("the answer is malformed"));
+    EXPECT_EQ(errors().find('\x1b'), std::string::npos);
+}
+
+TEST_F(AgentPrompt, AnswerWithTwoCasesEndsWithFour) {
+    startBus();
+    EXPECT_EQ(startPrompt("answer", R"({"proceed":{},"postponse":{}})").wait(),
+              exited(AgentExit::noAnswer));
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(AgentPrompt, RequestUnderAnotherKeyIsNoAnswer) {
+    startBus();
+    EXPECT_EQ(startPrompt("other-key", R"({"proceed":{}})").wait(), exited(AgentExit::noAnswer));
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(AgentPrompt, AnswerOfAProgramThatWasNotStartedHereDoesNotCount) {
+    startBus();
+    initialiseLibrary();
+    ChildProcess& process = startPrompt("stay", "");
+    ASSERT_TRUE(
+        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    EXPECT_EQ(request(statusKey, R"({"proceed":{"passwd":"planted"}})"), "Not the prompt");
+    process.sendSignal(SIGTERM);
+    EXPECT_EQ(process.wait(), exited(AgentExit::noAnswer)) << errors();
+    EXPECT_EQ(output(), "");
+    EXPECT_THAT(errors(), HasSubstr("another program sent an answer"));
+}
+
+TEST_F(AgentPrompt, AnswerOfAPromptThatTheProgramStartsCounts) {
+    startBus();
+    const auto wrapper = directory() / "wrapper";
+    writeFile(wrapper, std::string("#!/bin/sh\n'") + FAKE_PROMPT_PROGRAM + "' \"$@\"\nexit $?\n");
+    std::filesystem::permissions(wrapper, std::filesystem::perms::owner_all);
+    EXPECT_EQ(
+        start({"prompt", "--program", wrapper, "--", "answer", R"({"proceed":{}})", "", "", "", ""})
+            .wait(),
+        exited(AgentExit::proceed))
+        << errors();
+    EXPECT_EQ(output(), "{\"proceed\":{}}\n");
+}
+
+TEST_F(AgentPrompt, PromptThatEndsWithoutAnAnswerEndsWithFour) {
+    startBus();
+    EXPECT_EQ(startPrompt("silent", "").wait(), exited(AgentExit::noAnswer));
+    EXPECT_THAT(errors(), EndsWith("the prompt ended without an answer\n"));
+}
+
+TEST_F(AgentPrompt, PromptThatCannotStartEndsWithFour) {
+    startBus();
+    EXPECT_EQ(start({"prompt", "--program", "/nowhere/prompt", "--", "1", "2", "3", "4", "5", "6"})
+                  .wait(),
+              exited(AgentExit::noAnswer));
+    EXPECT_THAT(errors(), HasSubstr("/nowhere/prompt: No such file or directory"));
+}
+
+TEST_F(AgentPrompt, TimeOutTellsThePromptToEndAndEndsWithFive) {
+    startBus();
+    EXPECT_EQ(startPrompt("stay", "", {"--timeout", "1"}).wait(), exited(AgentExit::timeout));
+    EXPECT_EQ(readFile(marker()), "told to end");
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(AgentPrompt, PromptThatStaysAfterTheTimeOutIsKilled) {
+    startBus();
+    EXPECT_EQ(startPrompt("stubborn", "", {"--timeout", "1"}).wait(), exited(AgentExit::timeout));
+    EXPECT_EQ(readFile(marker()), "");
+}
+
+TEST_F(AgentPrompt, AnswerCountsWhereThePromptStaysAndIsToldToEnd) {
+    startBus();
+    ChildProcess& process = startPrompt("answer-and-stay", R"({"proceed":{}})");
+    ASSERT_TRUE(
+        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    process.sendSignal(SIGTERM);
+    EXPECT_EQ(process.wait(), exited(AgentExit::proceed)) << errors();
+    EXPECT_EQ(output(), "{\"proceed\":{}}\n");
+    EXPECT_EQ(readFile(marker()), "told to end");
+}
+
+class AgentPromptSignals : public AgentLauncher, public ::testing::WithParamInterface<int> {};
+
+TEST_P(AgentPromptSignals, EndThePromptToo) {
+    startBus();
+    ChildProcess& process = startPrompt("stay", "");
+    ASSERT_TRUE(
+        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    process.sendSignal(GetParam());
+    EXPECT_EQ(process.wait(), exited(AgentExit::noAnswer)) << errors();
+    EXPECT_EQ(readFile(marker()), "told to end");
+}
+
+INSTANTIATE_TEST_SUITE_P(All, AgentPromptSignals, ::testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         [](const auto& test) { return std::string(sigabbrev_np(test.param)); });
+
+TEST_F(AgentPrompt, AbsentBusEndsWithThree) {
+    EXPECT_EQ(startPrompt("answer", R"({"proceed":{}})").wait(), exited(AgentExit::noService));
+    EXPECT_THAT(errors(), HasSubstr("no message bus"));
+}
+
+TEST_F(AgentPrompt, BusThatGoesAwayEndsThePromptAndEndsWithThree) {
+    startBus();
+    ChildProcess& process = startPrompt("stay", "");
+    ASSERT_TRUE(
+        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    bus().stop();
+    EXPECT_EQ(process.wait(), exited(AgentExit::noService)) << errors();
+    EXPECT_TRUE(eventually([this] { return readFile(marker()) == "told to end"; }));
+}
+
+TEST_F(AgentPrompt, TakenNameEndsWithThree) {
+    startBus();
+    const FakeService other(directory(), bus().address(), "answer");
+    EXPECT_EQ(startPrompt("answer", R"({"proceed":{}})").wait(), exited(AgentExit::noService));
+    EXPECT_THAT(errors(), HasSubstr("com.velunor.OstrelAgent"));
+    EXPECT_THAT(other.requests(), IsEmpty());
+}
+
+TEST_F(AgentPrompt, WrongSettingsEndWithThreeAndNameTheKey) {
+    startBus();
+    writeFile(settingsFile(), readFile(settingsFile()) + "[directory]\nsearch_path = 1\n");
+    EXPECT_EQ(startPrompt("answer", R"({"proceed":{}})").wait(), exited(AgentExit::noService));
+    EXPECT_THAT(errors(), HasSubstr(settingsFile().string() + ":10: directory.search_path"));
+}
+
+TEST_F(AgentPrompt, OutputThatCannotBeWrittenEndsWithFour) {
+    startBus();
+    ChildProcess process(
+        Command{.arguments = {LAUNCHER_PROGRAM, "prompt", "--program", FAKE_PROMPT_PROGRAM, "--",
+                              "answer", R"({"proceed":{}})", "", "", "", ""},
+                .environment = environment(),
+                .output = "/dev/full",
+                .errors = directory() / "err"});
+    EXPECT_EQ(process.wait(), exited(AgentExit::noAnswer));
+    EXPECT_THAT(errors(), HasSubstr("the answer cannot be written"));
+}
+
+struct UsageCase {
+    const char* name;
+    std::vector<std::string> arguments;
+    const char* expected;
+};
+
+void PrintTo(const UsageCase& value, std::ostream* out) {
+    *out << value.name;
+}
+
+class AgentUsage : public AgentLauncher, public ::testing::WithParamInterface<UsageCase> {};
+
+TEST_P(AgentUsage, EndsWithTwoAndSaysWhy) {
+    EXPECT_EQ(start(GetParam().arguments).wait(), exited(AgentExit::usage));
+    EXPECT_EQ(output(), "");
+    EXPECT_THAT(errors(), EndsWith(std::string("ostrel-agent: ") + GetParam().expected + "\n"));
+    EXPECT_THAT(errors(), HasSubstr("Usage: "));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Wrong, AgentUsage,
+    ::testing::Values(
+        UsageCase{"Nothing", {}, "no command given"},
+        UsageCase{"UnknownCommand", {"show\x1b[31m"}, "unknown command show\\u{1B}[31m"},
+        UsageCase{"ServeArgument", {"serve", "extra"}, "unknown argument extra"},
+        UsageCase{"ReplyWithoutText", {"serve", "--reply"}, "--reply needs a text"},
+        UsageCase{
+            "NoPromptArguments", {"prompt"}, "the prompt's six arguments are missing after --"},
+        UsageCase{"FivePromptArguments",
+                  {"prompt", "--", "1", "2", "3", "4", "5"},
+                  "the prompt takes six arguments after --"},
+        UsageCase{"SevenPromptArguments",
+                  {"prompt", "--", "1", "2", "3", "4", "5", "6", "7"},
+                  "the prompt takes six arguments after --"},
+        UsageCase{"TimeoutIsNoNumber",
+                  {"prompt", "--timeout", "soon"},
+                  "--timeout takes a whole number of seconds up to a week"},
+        UsageCase{"TimeoutIsZero",
+                  {"prompt", "--timeout", "0"},
+                  "--timeout takes a whole number of seconds up to a week"},
+        UsageCase{"TimeoutIsNegative",
+                  {"prompt", "--timeout", "-5"},
+                  "--timeout takes a whole number of seconds up to a week"},
+        UsageCase{"TimeoutIsHuge",
+                  {"prompt", "--timeout", "99999999999999999999"},
+                  "--timeout takes a whole number of seconds up to a week"},
+        UsageCase{"TimeoutHasAUnit",
+                  {"prompt", "--timeout", "5s"},
+                  "--timeout takes a whole number of seconds up to a week"},
+        UsageCase{"ProgramWithoutPath", {"prompt", "--program"}, "--program needs a value"},
+        UsageCase{"UnknownOption", {"prompt", "--colour", "red"}, "unknown argument --colour"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(AgentLauncher, HelpNamesTheStatuses) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"--help"}, {"serve", "--help"}, {"prompt", "--help"}}) {
+        std::filesystem::remove(directory() / "out");
+        EXPECT_EQ(start(arguments).wait(), exited(AgentExit::proceed));
+        EXPECT_THAT(output(), HasSubstr("10 for postpone"));
+    }
+}
+
+TEST_F(AgentLauncher, VersionIsOneLine) {
+    EXPECT_EQ(start({"--version"}).wait(), exited(AgentExit::proceed));
+    EXPECT_THAT(output(), ::testing::MatchesRegex("ostrel-agent [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+class AgentServeRequests : public AgentLauncher {
+  protected:
+    AgentServeRequests() {
+        startBus();
+        initialiseLibrary();
+    }
+};
+
+TEST_F(AgentServeRequests, RequestsArePrintedAndAnsweredWithOK) {
+    ChildProcess& process = startService({});
+    EXPECT_EQ(request(statusKey, R"({"postponse":{}})"), "OK");
+    EXPECT_EQ(request("Other", "plain body"), "OK");
+    EXPECT_EQ(output(), statusKey + std::string(" {\"postponse\":{}}\nOther plain body\n"));
+    process.sendSignal(SIGTERM);
+    EXPECT_EQ(process.wait(), exited(AgentExit::proceed));
+}
+
+TEST_F(AgentServeRequests, ReplyIsTheOneGiven) {
+    startService({"--reply", "noted, thanks"});
+    EXPECT_EQ(request(statusKey, "{}"), "noted, thanks");
+}
+
+TEST_F(AgentServeRequests, OnceEndsAfterTheFirstRequest) {
+    ChildProcess& process = startService({"--once"});
+    EXPECT_EQ(request(statusKey, R"({"proceed":{}})"), "OK");
+    EXPECT_EQ(process.wait(), exited(AgentExit::proceed));
+    EXPECT_EQ(output(), statusKey + std::string(" {\"proceed\":{}}\n"));
+}
+
+TEST_F(AgentServeRequests, BytesThatAreNoAnswerCannotHarmATerminal) {
+    startService({});
+    EXPECT_EQ(request("key\x1b[2J", "\x1b[31m\nred\xff\x7f"), "OK");
+    EXPECT_EQ(output(), "key\\u{1B}[2J \\u{1B}[31m\\nred\uFFFD\\u{7F}\n");
+}
+
+TEST_F(AgentServeRequests, BusThatGoesAwayEndsWithThree) {
+    ChildProcess& process = startService({});
+    bus().stop();
+    EXPECT_EQ(process.wait(), exited(AgentExit::noService));
+    EXPECT_THAT(errors(), EndsWith("the message bus is gone\n"));
+}
+
+TEST_F(AgentServe, TakenNameEndsWithThree) {
+    startBus();
+    const FakeService other(directory(), bus().address(), "answer");
+    EXPECT_EQ(start({"serve"}).wait(), exited(AgentExit::noService));
+    EXPECT_THAT(errors(), HasSubstr("com.velunor.OstrelAgent"));
+}
+
+}  // namespace
+}  // namespace velunor::testing

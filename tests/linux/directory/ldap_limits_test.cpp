@@ -1,0 +1,303 @@
+// Servers that are away, silent, slow or gone in the middle, and how long they can hold a check up.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <ldap.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+#include "platform/linux/directory/ldap_options.h"
+#include "platform/linux/directory/ldap_transport.h"
+#include "tests/linux/directory/ldap_node_fixture.h"
+#include "tests/linux/directory/ldap_peers.h"
+#include "tests/support/forked_copy.h"
+#include "tests/support/temporary_directory.h"
+
+namespace velunor::testing {
+namespace {
+
+using std::chrono::steady_clock;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr const char* timedOut = "Error Domain=LDAP Code=-5 ";
+constexpr const char* down = "Error Domain=LDAP Code=-1 ";
+
+constexpr std::chrono::seconds shortLimit{1};
+/// How long a step may take: its limit, and what a loaded machine adds.
+constexpr std::chrono::seconds patience{15};
+
+class LdapNodeLimits : public LdapNode {
+  protected:
+    LdapNodeLimits() { server.addAccount("alice", "pw"); }
+
+    [[nodiscard]] LdapNodeSettings node(const char* scheme, int port) const {
+        LdapNodeSettings settings =
+            nodeAt(server, std::string(scheme) + "://127.0.0.1:" + std::to_string(port));
+        settings.timeout = shortLimit;
+        return settings;
+    }
+
+    [[nodiscard]] std::chrono::milliseconds elapsed() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - begin_);
+    }
+    void startClock() { begin_ = steady_clock::now(); }
+
+    LdapServer server;
+
+  private:
+    steady_clock::time_point begin_ = steady_clock::now();
+};
+
+TEST_F(LdapNodeLimits, ServerThatIsDownIsAnErrorAtOnce) {
+    int port = 0;
+    {
+        const SilentListener gone;
+        port = gone.port();
+    }
+    startClock();
+    for (const char* scheme : {"ldap", "ldaps"}) {
+        EXPECT_THAT(opening(node(scheme, port)),
+                    AllOf(StartsWith(down), HasSubstr("Connection refused")));
+    }
+    EXPECT_LT(elapsed(), patience);
+}
+
+TEST_F(LdapNodeLimits, UnknownHostIsAnError) {
+    EXPECT_THAT(opening(nodeAt(server, "ldaps://no-such-host.invalid")),
+                AllOf(StartsWith(down), HasSubstr("The server cannot be reached")));
+}
+
+TEST_F(LdapNodeLimits, ServerThatDropsConnectionsEndsAtTheLimit) {
+    const BlackHole hole;
+    startClock();
+    EXPECT_THAT(opening(node("ldaps", hole.port())),
+                AllOf(StartsWith(down), HasSubstr("Connection timed out")));
+    EXPECT_GT(elapsed(), shortLimit / 2);
+    EXPECT_LT(elapsed(), patience);
+}
+
+TEST_F(LdapNodeLimits, SilenceAfterConnectingEndsAtTheLimit) {
+    const SilentListener silent;
+    for (const char* scheme : {"ldaps", "ldap"}) {
+        startClock();
+        EXPECT_THAT(opening(node(scheme, silent.port())), StartsWith(timedOut));
+        EXPECT_GT(elapsed(), shortLimit / 2);
+        EXPECT_LT(elapsed(), patience);
+    }
+}
+
+TEST_F(LdapNodeLimits, SilenceInsideTheHandshakeEndsAtTheLimit) {
+    const Relay relay(server.tlsPort(), [](bool fromClient, const std::string& /*bytes*/) {
+        return fromClient ? Relay::Verdict::pass : Relay::Verdict::keep;
+    });
+    startClock();
+    EXPECT_THAT(opening(node("ldaps", relay.port())), StartsWith(timedOut));
+    EXPECT_LT(elapsed(), patience);
+}
+
+TEST_F(LdapNodeLimits, HandshakeByteByByteEndsAtTheLimit) {
+    const Relay relay(server.tlsPort(), [](bool fromClient, const std::string& /*bytes*/) {
+        return fromClient ? Relay::Verdict::pass : Relay::Verdict::passSlowly;
+    });
+    startClock();
+    EXPECT_THAT(opening(node("ldaps", relay.port())), StartsWith(timedOut));
+    EXPECT_LT(elapsed(), patience);
+}
+
+TEST_F(LdapNodeLimits, SilenceAfterTlsEndsAtTheLimit) {
+    for (const auto& settings :
+         {node("ldaps", server.tlsPort()), node("ldap", server.plainPort())}) {
+        const auto open = opened(settings);
+        ASSERT_NE(open, nullptr);
+        server.pause();
+        startClock();
+        EXPECT_THAT(answer(*open, "alice", "pw"), StartsWith(timedOut));
+        EXPECT_GT(elapsed(), shortLimit / 2);
+        EXPECT_LT(elapsed(), patience);
+        server.resume();
+    }
+}
+
+TEST_F(LdapNodeLimits, AnswerByteByByteEndsAtTheLimit) {
+    std::atomic<bool> isOpen{false};
+    const Relay relay(server.tlsPort(), [&](bool fromClient, const std::string& /*bytes*/) {
+        return fromClient || !isOpen ? Relay::Verdict::pass : Relay::Verdict::passSlowly;
+    });
+    const auto open = opened(node("ldaps", relay.port()));
+    ASSERT_NE(open, nullptr);
+    isOpen = true;
+    startClock();
+    EXPECT_THAT(answer(*open, "alice", "pw"), StartsWith(timedOut));
+    EXPECT_LT(elapsed(), patience);
+}
+
+TEST_F(LdapNodeLimits, SilenceAfterTheBindEndsAtTheLimit) {
+    const Relay relay(server.tlsPort(), [&](bool fromClient, const std::string& /*bytes*/) {
+        const bool isBind = fromClient && server.searches() > 0;
+        return isBind ? Relay::Verdict::keep : Relay::Verdict::pass;
+    });
+    const auto open = opened(node("ldaps", relay.port()));
+    ASSERT_NE(open, nullptr);
+    startClock();
+    EXPECT_THAT(answer(*open, "alice", "pw"),
+                AllOf(StartsWith(timedOut), HasSubstr("does not answer to name and password")));
+    EXPECT_LT(elapsed(), patience);
+}
+
+TEST_F(LdapNodeLimits, LostConnectionIsAnErrorAndNeverMadeAgainWithoutTls) {
+    for (const bool upgrades : {false, true}) {
+        for (const bool beforeBind : {false, true}) {
+            std::atomic<bool> isOpen{false};
+            const int before = server.searches();
+            const Relay relay(
+                upgrades ? server.plainPort() : server.tlsPort(),
+                [&](bool fromClient, const std::string& /*bytes*/) {
+                    const bool isNow = beforeBind ? server.searches() > before : isOpen.load();
+                    return fromClient && isNow ? Relay::Verdict::hangUp : Relay::Verdict::pass;
+                });
+            const auto open = opened(node(upgrades ? "ldap" : "ldaps", relay.port()));
+            ASSERT_NE(open, nullptr);
+            isOpen = true;
+            startClock();
+            EXPECT_THAT(answer(*open, "alice", "pw"), StartsWith(down));
+            EXPECT_LT(elapsed(), patience);
+            EXPECT_EQ(relay.laterBytes(), 0U);
+        }
+    }
+    EXPECT_EQ(server.binds(), 0);
+}
+
+TEST_F(LdapNodeLimits, HandleNeverSpeaksOnAConnectionThatTheLibraryMakes) {
+    const SilentListener listener;
+    LdapTransport transport(connectToPort(listener.port()));
+    transport.setDeadline(steady_clock::now() + timeLimit);
+    const LdapNodeSettings settings = node("ldap", listener.port());
+    LDAP* const handle = newLdapHandle(transport.socket(), settings.uri);
+    ASSERT_NE(handle, nullptr);
+    ASSERT_TRUE(transport.attach(handle));
+    ASSERT_TRUE(setLdapOptions(handle, settings));
+    // What the library does when it takes a connection for lost.
+    Sockbuf* buffer = nullptr;
+    ldap_get_option(handle, LDAP_OPT_SOCKBUF, static_cast<void*>(&buffer));
+    ber_socket_t none = -1;
+    ber_sockbuf_ctrl(buffer, LBER_SB_OPT_SET_FD, &none);
+    int request = 0;
+    EXPECT_EQ(ldap_search_ext(handle, "", LDAP_SCOPE_BASE, "(cn=x)", nullptr, 0, nullptr, nullptr,
+                              nullptr, LDAP_NO_LIMIT, &request),
+              LDAP_SERVER_DOWN);
+    ldap_unbind_ext(handle, nullptr, nullptr);
+    std::array<char, 64> bytes{};
+    const FileDescriptor first(accept(listener.socket(), nullptr, nullptr));
+    const FileDescriptor second(accept(listener.socket(), nullptr, nullptr));
+    EXPECT_EQ(recv(second.get(), bytes.data(), bytes.size(), 0), 0);
+}
+
+TEST_F(LdapNodeLimits, ServerThatHasEndedBetweenOpeningAndCheckIsAnError) {
+    auto ending = std::make_unique<LdapServer>();
+    const auto open = opened(nodeAt(*ending, ending->plainUri()));
+    ASSERT_NE(open, nullptr);
+    ending.reset();
+    EXPECT_THAT(answer(*open, "alice", "pw"), StartsWith(down));
+}
+
+TEST_F(LdapNodeLimits, SocketIsClosedOnExecAndAfterTheNode) {
+    const auto sockets = [] {
+        int inherited = 0;
+        int all = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code ignored;
+            const std::string target = std::filesystem::read_symlink(entry, ignored).string();
+            if (target.starts_with("socket:")) {
+                const int flags = fcntl(std::stoi(entry.path().filename()), F_GETFD);
+                inherited += (flags & FD_CLOEXEC) == 0 ? 1 : 0;
+                ++all;
+            }
+        }
+        return std::pair(all, inherited);
+    };
+    const auto before = sockets();
+    {
+        const auto open = opened(nodeAt(server, server.tlsUri()));
+        EXPECT_EQ(sockets(), std::pair(before.first + 1, before.second));
+    }
+    EXPECT_EQ(sockets(), before);
+}
+
+/// In namespaces of its own: a name server that never answers.
+TEST(LdapNodeNames, AddressThatIsSilentLeavesTimeForTheNext) {
+    const TemporaryDirectory directory;
+    directory.write("hosts", "127.0.0.1 twins.example.org\n127.0.0.2 twins.example.org\n");
+    directory.write("host.conf", "multi on\n");
+    directory.write("nsswitch.conf", "hosts: files\n");
+    const ChildOutcome outcome = inChild([&]() -> std::string {
+        enterPrivateNamespace();
+        for (const char* name : {"hosts", "host.conf", "nsswitch.conf"}) {
+            mountFileOver(directory.file(name), std::string("/etc/") + name);
+        }
+        const BlackHole hole;
+        const FileDescriptor second(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + 1);
+        address.sin_port = htons(static_cast<std::uint16_t>(hole.port()));
+        if (bind(second.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+            listen(second.get(), 1) != 0) {
+            return "no second address";
+        }
+        const auto connection =
+            connectSocket("twins.example.org", hole.port(), steady_clock::now() + 4 * shortLimit);
+        const auto* reason = std::get_if<std::string>(&connection);
+        return reason == nullptr ? "connected" : *reason;
+    });
+    EXPECT_EQ(outcome.text, "connected");
+}
+
+TEST(LdapNodeNames, SilentNameServerEndsAtTheLimit) {
+    const TemporaryDirectory directory;
+    directory.write("resolv.conf", "nameserver 127.0.0.1\n");
+    directory.write("nsswitch.conf", "hosts: files dns\n");
+    const ChildOutcome outcome = inChild([&]() -> std::string {
+        enterPrivateNamespace();
+        mountFileOver(directory.file("resolv.conf"), "/etc/resolv.conf");
+        mountFileOver(directory.file("nsswitch.conf"), "/etc/nsswitch.conf");
+        if (unshare(CLONE_NEWNET) != 0) {
+            return "no network of its own";
+        }
+        const FileDescriptor nameServer(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+        ifreq loopback{{"lo"}, {}};
+        loopback.ifr_flags = IFF_UP;
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(53);
+        if (ioctl(nameServer.get(), SIOCSIFFLAGS, &loopback) != 0 ||
+            bind(nameServer.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+            return "no name server";
+        }
+        LdapNodeSettings settings;
+        settings.uri = "ldaps://ldap.example.org";
+        settings.timeout = shortLimit;
+        const auto begin = steady_clock::now();
+        const auto node = openLdapNode(settings);
+        if (steady_clock::now() - begin > patience) {
+            return "too late";
+        }
+        return node ? "opened" : node.error().description();
+    });
+    EXPECT_THAT(outcome.text, AllOf(StartsWith(down), HasSubstr("name resolution")));
+}
+
+}  // namespace
+}  // namespace velunor::testing

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+#include "platform/linux/directory/ldap_node.h"
+#include "tests/linux/directory/ldap_server.h"
+
+namespace velunor::testing {
+
+/// What the tests of network directory nodes share.
+class LdapNode : public ::testing::Test {
+  protected:
+    /// For what works, on however loaded a machine.
+    static constexpr std::chrono::seconds timeLimit{30};
+
+    /// A node at `uri` that trusts the server's authority.
+    static LdapNodeSettings nodeAt(const LdapServer& server, const std::string& uri);
+
+    /// "accepted", or the error's description, be it from opening or from the check.
+    static std::string answer(const LdapNodeSettings& settings, const std::string& user,
+                              std::string_view password);
+    static std::string answer(DirectoryNode& node, const std::string& user,
+                              std::string_view password);
+
+    /// "opened", or the error's description.
+    static std::string opening(const LdapNodeSettings& settings);
+
+    /// The open node; null, and a failure of the test, when it does not open.
+    static DirectoryNodePointer opened(const LdapNodeSettings& settings);
+};
+
+}  // namespace velunor::testing

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/system_log.h"
+
+namespace velunor::testing {
+
+/// Keeps every line that is written.
+class RecordingLog : public SystemLog {
+  public:
+    void write(std::string_view message) override {
+        const std::scoped_lock lock(mutex_);
+        lines_.emplace_back(message);
+    }
+
+    [[nodiscard]] std::vector<std::string> lines() const {
+        const std::scoped_lock lock(mutex_);
+        return lines_;
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
+}  // namespace velunor::testing
