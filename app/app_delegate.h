@@ -19,10 +19,10 @@ class AppDelegate {
     /// raises the first window above ordinary ones.
     void applicationDidFinishLaunching();
 
-    /// Ends the activity. Only an ordinary termination comes by here, not a direct exit.
+    /// Ends the activity. Called by an ordinary termination, not by a direct exit.
     void applicationWillTerminate();
 
-    /// Always true.
+    /// Always true. Nothing on this system asks; it belongs to the callbacks of the interface.
     [[nodiscard]] static bool applicationSupportsSecureRestorableState() { return true; }
 
   private:

@@ -32,7 +32,7 @@ struct CredentialsPanelOutlets {
 };
 
 /// The platform parts that the panel works with. All must outlive the picture work that the panel
-/// queues in the background, which may be longer than the panel itself.
+/// queues in the background, and that may outlive the panel.
 struct CredentialsPanelServices {
     SystemLog& log;
     RunLoop& runLoop;

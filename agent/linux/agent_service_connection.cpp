@@ -22,7 +22,7 @@ void report(const char* step, int error) {
                        std::generic_category().message(-error));
 }
 
-/// Who owns the service's name, started first where the bus knows how; null when nobody does.
+/// The owner of the service's name, started by the bus where it can; null when there is none.
 BusCredentialsHandle ownerOfService(sd_bus* bus) {
     constexpr std::uint64_t wanted = SD_BUS_CREDS_UNIQUE_NAME | SD_BUS_CREDS_EUID;
     sd_bus_creds* credentials = nullptr;
@@ -41,7 +41,7 @@ BusCredentialsHandle ownerOfService(sd_bus* bus) {
     return BusCredentialsHandle(credentials);
 }
 
-/// The unique name to send to; none when it may not be trusted with an answer.
+/// The owner's unique name; empty when it must not be sent an answer.
 std::string trustedDestination(sd_bus* bus, ServiceBus kind) {
     const BusCredentialsHandle owner = ownerOfService(bus);
     const char* name = nullptr;

@@ -8,8 +8,8 @@ namespace velunor {
 
 namespace {
 
-/// Codes that older systems use, and the one that the texts are kept under. "no" has no written
-/// form of its own: whoever asks for it reads Bokmål.
+/// Codes that older systems use, each with the one that the texts are kept under. "no" has no
+/// written form of its own: its readers get Bokmål.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 3> renamed{
     {{"in", "id"}, {"iw", "he"}, {"no", "nb"}}};
 
@@ -47,7 +47,7 @@ bool hasPart(std::string_view name, std::string_view part) {
            (found + part.size() == name.size() || name[found + part.size()] == '_');
 }
 
-/// The Chinese that is read where `name` is: the script decides, or else the region.
+/// The written form of Chinese for `name`: the script decides, or else the region.
 std::string writtenChinese(std::string_view name) {
     const bool traditional =
         hasPart(name, "_Hant") ||
@@ -72,7 +72,7 @@ std::vector<std::string> languageWithFallbacks(std::string_view locale) {
             addOnce(names, writtenChinese(language));
         }
         addOnce(names, name);
-        // Who writes Nynorsk reads Bokmål more easily than English.
+        // Writers of Nynorsk read Bokmål more easily than English.
         if (name == "nn") {
             addOnce(names, "nb");
         }

@@ -16,7 +16,7 @@ namespace velunor {
 struct AgentRequest {
     std::string key;
     Secret message;
-    /// The process that sent it; 0 when the bus does not tell, as of one that has gone.
+    /// The process that sent it; 0 when the bus cannot tell, as when it has gone.
     pid_t sender = 0;
 };
 

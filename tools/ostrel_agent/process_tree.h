@@ -4,8 +4,7 @@
 
 namespace velunor {
 
-/// Whether `process` is `ancestor`, or was started by it or by what it started. Of processes that
-/// run now.
+/// Whether `process` is `ancestor` or one of its descendants. Both are running.
 [[nodiscard]] bool descendsFrom(pid_t process, pid_t ancestor);
 
 }  // namespace velunor

@@ -26,7 +26,7 @@ namespace velunor {
 namespace {
 
 constexpr const char* busLost = "the message bus is gone";
-/// How long a prompt that was told to end is waited for before it is killed.
+/// How long a prompt that was told to end has before it is killed.
 constexpr std::uint64_t endingMicroseconds = 3'000'000;
 
 struct DropLoop {
@@ -91,7 +91,7 @@ class PromptSession {
         if (request.key != answerKey) {
             return "Unknown key";
         }
-        // Everybody on the bus may send one.
+        // Anybody on the bus may send one.
         if (!descendsFrom(request.sender, prompt_)) {
             complain("another program sent an answer");
             return "Not the prompt";

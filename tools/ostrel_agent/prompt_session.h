@@ -6,6 +6,8 @@
 
 namespace velunor {
 
+// The launcher has one thread.
+
 /// Serves, starts the prompt, waits for its end and prints its answer's JSON on standard output.
 [[nodiscard]] AgentExit runPrompt(const PromptCommand& command, ServiceBus bus);
 

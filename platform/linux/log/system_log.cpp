@@ -56,9 +56,9 @@ void tryToWrite(int descriptor, std::string_view record) {
     [[maybe_unused]] const ssize_t written = ::write(descriptor, record.data(), record.size());
 }
 
-/// Writes the record in one piece. A reader that does not read, or is gone, costs the record and
-/// never stops the program. Whoever shares standard error keeps its blocking mode: a pipe is opened
-/// anew for this write instead of being changed.
+/// Writes the record in one piece. Where the reader is slow or gone the record is lost; the program
+/// never waits. Programs that share standard error keep its blocking mode: a pipe is opened anew
+/// for this write instead of being changed.
 void writeToStandardError(std::string_view record) {
     struct stat about {};
     if (fstat(STDERR_FILENO, &about) != 0) {
@@ -98,8 +98,8 @@ Listener listenerAt(const char* path) {
     return {connected, connected && isReadyForWriting(probe.get())};
 }
 
-/// Gives each standard stream that is closed a place to go. The next file or connection to be
-/// opened would get its number otherwise, and the records with it.
+/// Opens /dev/null for each standard stream that is closed. Otherwise the next file or connection
+/// would get its number, and then the records.
 void occupyStandardStreams() {
     int file = 0;
     do {

@@ -60,7 +60,7 @@ class LinuxProcessActivity::Lock {
         BusHandle bus = descriptor.isOpen() ? nullptr : portalLock(reason);
         const bool granted = descriptor.isOpen() || bus;
         const std::lock_guard guard(mutex_);
-        // One that was given back before it was granted is dropped here.
+        // A lock that was released before it was granted is dropped here.
         if (!released_) {
             descriptor_ = std::move(descriptor);
             bus_ = std::move(bus);
