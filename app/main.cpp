@@ -54,7 +54,7 @@ struct Machine {
     velunor::LinuxProcessExit processExit;
     velunor::SystemClock clock;
     velunor::LinuxProcessActivity activity{log};
-    velunor::LinuxPropertyListReader propertyLists;
+    velunor::PropertyListFileReader propertyLists;
     velunor::LinuxChildProcess childProcess;
     velunor::LinuxConsoleUsers consoleUsers;
 };

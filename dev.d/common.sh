@@ -13,7 +13,7 @@ die() {
 {
 readonly PACKAGES_PROGRAM=(
     build-essential cmake ninja-build ccache pkg-config
-    qt6-base-dev qt6-svg-dev libtomlplusplus-dev libplist-dev libsystemd-dev libpam0g-dev
+    qt6-base-dev qt6-svg-dev libtomlplusplus-dev libexpat1-dev libsystemd-dev libpam0g-dev
     libldap-dev libxcb1-dev)
 # The program and its tests.
 readonly PACKAGES_BUILD=(

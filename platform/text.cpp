@@ -1,79 +1,65 @@
 #include "platform/text.h"
 
+#include <array>
+#include <utility>
+
 namespace velunor {
 
 namespace {
 
-constexpr bool isContinuation(unsigned char byte) {
-    return (byte & 0xC0U) == 0x80U;
+constexpr std::string_view hexadecimalDigits = "0123456789abcdef0123456789ABCDEF";
+
+constexpr bool isHighHalf(char32_t unit) {
+    return unit >= 0xD800U && unit <= 0xDBFFU;
 }
 
-/// Length of the well-formed sequence at the start of `text`, 0 when there is none.
-std::size_t sequenceLength(std::string_view text) {
-    const auto at = [&](std::size_t index) {
-        return index < text.size() ? static_cast<unsigned char>(text[index]) : 0U;
-    };
-    const unsigned first = at(0);
-    const unsigned second = at(1);
-    if (first < 0x80U) {
-        return 1;
-    }
-    if (first >= 0xC2U && first <= 0xDFU) {
-        return isContinuation(static_cast<unsigned char>(second)) ? 2 : 0;
-    }
-    const bool tail = isContinuation(static_cast<unsigned char>(at(2)));
-    if (first >= 0xE0U && first <= 0xEFU) {
-        const unsigned lowest = first == 0xE0U ? 0xA0U : 0x80U;
-        const unsigned highest = first == 0xEDU ? 0x9FU : 0xBFU;
-        return second >= lowest && second <= highest && tail ? 3 : 0;
-    }
-    if (first >= 0xF0U && first <= 0xF4U) {
-        const unsigned lowest = first == 0xF0U ? 0x90U : 0x80U;
-        const unsigned highest = first == 0xF4U ? 0x8FU : 0xBFU;
-        const bool last = isContinuation(static_cast<unsigned char>(at(3)));
-        return second >= lowest && second <= highest && tail && last ? 4 : 0;
-    }
-    return 0;
+constexpr bool isLowHalf(char32_t unit) {
+    return unit >= 0xDC00U && unit <= 0xDFFFU;
 }
 
-void appendEscaped(std::string& out, char character) {
-    constexpr std::string_view hexadecimal = "0123456789ABCDEF";
-    const auto byte = static_cast<unsigned char>(character);
-    switch (character) {
-        case '"':
-        case '\\':
-            out += '\\';
-            out += character;
-            return;
-        case '\n':
-            out += "\\n";
-            return;
-        case '\r':
-            out += "\\r";
-            return;
-        case '\t':
-            out += "\\t";
-            return;
+constexpr char32_t ofPair(char32_t high, char32_t low) {
+    return 0x10000U + ((high - 0xD800U) << 10U) + (low - 0xDC00U);
+}
+
+/// Controls of a terminal, line ends, and the marks that turn the direction of writing around.
+constexpr bool isControl(char32_t code) {
+    return code < 0x20U || (code >= 0x7FU && code < 0xA0U) ||
+           (code >= 0x2028U && code <= 0x202EU) || (code >= 0x2066U && code <= 0x2069U);
+}
+
+std::string hexadecimal(char32_t code, int fewestDigits) {
+    std::string digits;
+    for (int count = 0; code != 0 || count < fewestDigits; ++count) {
+        digits.insert(digits.begin(), hexadecimalDigits[16U + (code & 0xFU)]);
+        code >>= 4U;
+    }
+    return digits;
+}
+
+std::string escapeOf(char32_t code, EscapeStyle style) {
+    if (style == EscapeStyle::blank || (style == EscapeStyle::json && code < 0x20U)) {
+        return " ";
+    }
+    if (style == EscapeStyle::json) {
+        return "\\u" + hexadecimal(code, 4);
+    }
+    switch (code) {
+        case U'\n':
+            return "\\n";
+        case U'\r':
+            return "\\r";
+        case U'\t':
+            return "\\t";
         default:
-            break;
+            return "\\u{" + hexadecimal(code, style == EscapeStyle::listElement ? 1 : 2) + "}";
     }
-    if (byte >= 0x20U && byte != 0x7FU) {
-        out += character;
-        return;
-    }
-    out += "\\u{";
-    if (byte >= 0x10U) {
-        out += hexadecimal[byte >> 4U];
-    }
-    out += hexadecimal[byte & 0x0FU];
-    out += '}';
 }
 
 std::optional<char32_t> takeCodeUnit(std::string_view& text) {
-    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
     char32_t unit = 0;
     for (int count = 0; count < 4; ++count) {
-        const auto digit = text.empty() ? std::string_view::npos : digits.find(text.front());
+        const auto digit =
+            text.empty() ? std::string_view::npos : hexadecimalDigits.find(text.front());
         if (digit == std::string_view::npos) {
             return std::nullopt;
         }
@@ -85,34 +71,69 @@ std::optional<char32_t> takeCodeUnit(std::string_view& text) {
 
 }  // namespace
 
+std::optional<CodePoint> firstCodePoint(std::string_view text) noexcept {
+    constexpr std::array<char32_t, 5> smallest{0, 0, 0x80U, 0x800U, 0x10000U};
+    const auto first = static_cast<unsigned char>(text.front());
+    if (first < 0x80U) {
+        return CodePoint{first, 1};
+    }
+    const std::size_t length = first < 0xE0U ? 2 : first < 0xF0U ? 3 : 4;
+    if (first < 0xC0U || first > 0xF4U || text.size() < length) {
+        return std::nullopt;
+    }
+    char32_t code = first & (0x7FU >> length);
+    for (const char character : text.substr(1, length - 1)) {
+        const auto byte = static_cast<unsigned char>(character);
+        if ((byte & 0xC0U) != 0x80U) {
+            return std::nullopt;
+        }
+        code = code << 6U | (byte & 0x3FU);
+    }
+    if (code < smallest[length] || code > 0x10FFFFU || isHighHalf(code) || isLowHalf(code)) {
+        return std::nullopt;
+    }
+    return CodePoint{code, length};
+}
+
 bool isValidUtf8(std::string_view text) noexcept {
     while (!text.empty()) {
-        const std::size_t length = sequenceLength(text);
-        if (length == 0) {
+        const auto first = firstCodePoint(text);
+        if (!first) {
             return false;
+        }
+        text.remove_prefix(first->length);
+    }
+    return true;
+}
+
+std::string inOneLine(std::string_view text, EscapeStyle style) {
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const auto first = firstCodePoint(text);
+        const std::size_t length = first ? first->length : 1;
+        const bool isMark = first && (first->value == U'"' || first->value == U'\\');
+        if (!first) {
+            out += "\uFFFD";
+        } else if (isControl(first->value)) {
+            out += escapeOf(first->value, style);
+        } else {
+            out += isMark && style == EscapeStyle::listElement ? "\\" : "";
+            out += text.substr(0, length);
         }
         text.remove_prefix(length);
     }
-    return true;
+    return out;
 }
 
 std::string listDescription(std::span<const std::string> elements) {
     std::string out = "[";
     for (const std::string& element : elements) {
-        if (out.size() > 1) {
-            out += ", ";
-        }
-        out += '"';
-        for (const char character : element) {
-            appendEscaped(out, character);
-        }
+        out += out.size() > 1 ? ", \"" : "\"";
+        out += inOneLine(element, EscapeStyle::listElement);
         out += '"';
     }
     return out + "]";
-}
-
-std::string decimal(long long value) {
-    return std::to_string(value);
 }
 
 std::string encodedUtf8(char32_t code) {
@@ -136,10 +157,10 @@ std::string encodedUtf8(char32_t code) {
 
 std::optional<char32_t> takeEscapedCodePoint(std::string_view& text, std::string_view letters) {
     const auto first = takeCodeUnit(text);
-    if (!first || (*first >= 0xDC00U && *first <= 0xDFFFU)) {
+    if (!first || isLowHalf(*first)) {
         return std::nullopt;
     }
-    if (*first < 0xD800U || *first > 0xDBFFU) {
+    if (!isHighHalf(*first)) {
         return first;
     }
     if (text.size() < 2 || text[0] != '\\' || letters.find(text[1]) == std::string_view::npos) {
@@ -147,10 +168,31 @@ std::optional<char32_t> takeEscapedCodePoint(std::string_view& text, std::string
     }
     text.remove_prefix(2);
     const auto second = takeCodeUnit(text);
-    if (!second || *second < 0xDC00U || *second > 0xDFFFU) {
+    return second && isLowHalf(*second) ? std::optional(ofPair(*first, *second)) : std::nullopt;
+}
+
+std::optional<std::string> utf8FromUtf16(std::string_view bytes, std::endian order) {
+    if (bytes.size() % 2 != 0) {
         return std::nullopt;
     }
-    return 0x10000U + ((*first - 0xD800U) << 10U) + (*second - 0xDC00U);
+    std::string out;
+    char32_t high = 0;
+    for (std::size_t index = 0; index < bytes.size(); index += 2) {
+        const auto first = static_cast<unsigned char>(bytes[index]);
+        const auto second = static_cast<unsigned char>(bytes[index + 1]);
+        const char32_t unit =
+            order == std::endian::big ? first * 256U + second : second * 256U + first;
+        if (isLowHalf(unit) != (high != 0)) {
+            return std::nullopt;
+        }
+        if (isLowHalf(unit)) {
+            out += encodedUtf8(ofPair(high, unit));
+        } else if (!isHighHalf(unit)) {
+            out += encodedUtf8(unit);
+        }
+        high = isHighHalf(unit) ? unit : 0;
+    }
+    return high == 0 ? std::optional(std::move(out)) : std::nullopt;
 }
 
 }  // namespace velunor

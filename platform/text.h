@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -8,15 +9,42 @@
 
 namespace velunor {
 
-/// Whether `text` is well-formed UTF-8 (no overlong forms, no surrogates, at most U+10FFFF).
+// Operations on texts. They hold no state: any thread.
+
+/// A code point of a UTF-8 text and how many bytes it takes there.
+struct CodePoint {
+    char32_t value = 0;
+    std::size_t length = 0;
+};
+
+/// The code point that `text`, which is not empty, begins with. None where no well-formed sequence
+/// stands (no overlong forms, no surrogates, at most U+10FFFF).
+[[nodiscard]] std::optional<CodePoint> firstCodePoint(std::string_view text) noexcept;
+
+/// Whether `text` is well-formed UTF-8 from beginning to end.
 [[nodiscard]] bool isValidUtf8(std::string_view text) noexcept;
 
-/// The list as log lines print it: ["a", "b"]. Quotation marks, backslashes and control
-/// characters inside an element are escaped with a backslash.
-[[nodiscard]] std::string listDescription(std::span<const std::string> elements);
+/// How `inOneLine` writes a control character.
+enum class EscapeStyle {
+    /// For a log or a terminal: "\n", "\r", "\t", else "\u{1B}" with two digits or more.
+    log,
+    /// As `log` with one digit or more; quotation marks and backslashes get a backslash too.
+    listElement,
+    /// A blank.
+    blank,
+    /// For well-formed JSON, which stays the same value: "\u001B"; a blank for those below it,
+    /// which
+    /// stand between tokens alone.
+    json
+};
 
-/// `value` in plain decimal without leading zeros.
-[[nodiscard]] std::string decimal(long long value);
+/// `text` as one line that does no harm to a log or a terminal. Control characters, line ends and
+/// marks that turn the direction of writing around are escaped, bytes that are not UTF-8 become
+/// U+FFFD. All else stays as it is.
+[[nodiscard]] std::string inOneLine(std::string_view text, EscapeStyle style = EscapeStyle::log);
+
+/// The list as log lines print it: ["a", "b"].
+[[nodiscard]] std::string listDescription(std::span<const std::string> elements);
 
 /// The code point in UTF-8. `code` is a Unicode scalar value.
 [[nodiscard]] std::string encodedUtf8(char32_t code);
@@ -26,6 +54,10 @@ namespace velunor {
 /// any of `letters`. None, with `text` partly consumed, when that is malformed.
 [[nodiscard]] std::optional<char32_t> takeEscapedCodePoint(std::string_view& text,
                                                            std::string_view letters = "u");
+
+/// The UTF-8 text that these bytes are in UTF-16, without a byte-order mark; none when they are
+/// malformed.
+[[nodiscard]] std::optional<std::string> utf8FromUtf16(std::string_view bytes, std::endian order);
 
 /// Finds the boundaries of what a reader perceives as one character.
 class TextSegmenter {

@@ -68,7 +68,7 @@ void AccessLog::printStartingEntry(const OSUpdateInput& input) {
     entry += description(input.updateType);
     entry += input.defaultToProceed ? " - true - " : " - false - ";
     entry += input.updateName;
-    entry += " - " + decimal(input.timer) + " mins";
+    entry += " - " + std::to_string(input.timer) + " mins";
     UtilsWrapper().printAccessToFile(path_, entry);
 }
 

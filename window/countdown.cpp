@@ -27,8 +27,8 @@ AttributedString ViewController::buildAttributedUpdateString(
 }
 
 void ViewController::showRemainingTime() {
-    const std::array values{decimal(remainingTimeInSecond_ / secondsPerMinute),
-                            decimal(remainingTimeInSecond_ % secondsPerMinute)};
+    const std::array values{std::to_string(remainingTimeInSecond_ / secondsPerMinute),
+                            std::to_string(remainingTimeInSecond_ % secondsPerMinute)};
     outlets().timerInfoLabel->setAttributedStringValue(
         buildAttributedUpdateString(timerInfoMessage_, values),
         announcementAt(remainingTimeInSecond_));

@@ -124,7 +124,7 @@ void ViewController::showPostponeCount(std::int64_t remainingPostponeCount) {
         label.setHidden(true);
         return;
     }
-    const std::string count = decimal(remainingPostponeCount);
+    const std::string count = std::to_string(remainingPostponeCount);
     const auto text =
         globals_.i18nDefault.getValueForKeyString("tarn.agent.msghand.remaining_attempts");
     label.setStringValue(count + " " + text.value_or("attempt(s) remaining"));

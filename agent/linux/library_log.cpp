@@ -11,6 +11,8 @@
 #include <system_error>
 #include <vector>
 
+#include "platform/text.h"
+
 namespace velunor::library_log {
 
 namespace {
@@ -43,11 +45,7 @@ std::string record(std::string_view line) {
     localtime_r(&now, &local);
     std::array<char, 32> time{};
     std::strftime(time.data(), time.size(), "%Y-%m-%d %H:%M:%S ", &local);
-    std::string text = time.data();
-    for (const char character : line) {
-        text += static_cast<unsigned char>(character) < 0x20U ? ' ' : character;
-    }
-    return text + "\n";
+    return time.data() + inOneLine(line, EscapeStyle::blank) + "\n";
 }
 
 void append(int file, const std::string& text) {

@@ -4,9 +4,9 @@
 
 namespace velunor {
 
-/// Reads XML and binary property lists with libplist, behind checks of their structure, and the old
-/// text form with a parser of its own. Holds no state; any thread.
-class LinuxPropertyListReader : public PropertyListReader {
+/// Finds out which form a property list has and reads it with the parser of that form. Holds no
+/// state; any thread.
+class PropertyListFileReader final : public PropertyListReader {
   public:
     [[nodiscard]] Expected<PropertyListValue> parse(
         std::span<const std::byte> bytes) const override;

@@ -36,7 +36,7 @@ void checkValue(const PropertyListValue& value, int depth) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto result =
-        velunor::LinuxPropertyListReader().parse({reinterpret_cast<const std::byte*>(data), size});
+        velunor::PropertyListFileReader().parse({reinterpret_cast<const std::byte*>(data), size});
     if (!result) {
         velunor::require(!result.error().description.empty());
         velunor::require(result.error().description.find('\n') == std::string::npos);

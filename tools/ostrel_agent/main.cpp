@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "agent/linux/settings.h"
-#include "platform/linux/log/system_log.h"
+#include "platform/text.h"
 #include "tools/ostrel_agent/command_line.h"
 #include "tools/ostrel_agent/exit_status.h"
 #include "tools/ostrel_agent/prompt_session.h"
@@ -30,7 +30,7 @@ constexpr const char* usage =
 using velunor::AgentExit;
 
 AgentExit fail(const std::string& text, AgentExit status) {
-    std::fprintf(stderr, "ostrel-agent: %s\n", velunor::escapedForLog(text).c_str());
+    std::fprintf(stderr, "ostrel-agent: %s\n", velunor::inOneLine(text).c_str());
     return status;
 }
 

@@ -12,13 +12,12 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/log/system_log.h"
 #include "platform/posix/process.h"
 #include "platform/posix/spawn_settings.h"
+#include "platform/text.h"
 #include "prompt/delivery.h"
 #include "prompt/os_update_notification_response.h"
 #include "tools/ostrel_agent/agent_service_server.h"
-#include "tools/ostrel_agent/printable.h"
 #include "tools/ostrel_agent/process_tree.h"
 
 namespace velunor {
@@ -47,7 +46,7 @@ Loop makeLoop() {
 }
 
 void complain(const std::string& text) {
-    std::fprintf(stderr, "ostrel-agent: %s\n", escapedForLog(text).c_str());
+    std::fprintf(stderr, "ostrel-agent: %s\n", inOneLine(text).c_str());
 }
 
 /// Whether the line reached standard output. Wipes it, since it may hold a password.
@@ -172,7 +171,7 @@ class PromptSession {
             complain("the answer is malformed: " + response.error().debugDescription);
             return AgentExit::noAnswer;
         }
-        if (!print(printableJson(answer_->reveal()))) {
+        if (!print(inOneLine(answer_->reveal(), EscapeStyle::json))) {
             complain("the answer cannot be written");
             return AgentExit::noAnswer;
         }
@@ -198,8 +197,10 @@ AgentExit runPrompt(const PromptCommand& command, ServiceBus bus) {
 AgentExit runService(const ServeCommand& command, ServiceBus bus) {
     const Loop loop = makeLoop();
     AgentServiceServer server([&](const AgentRequest& request) {
-        std::string body = printableBody(request.message.reveal());
-        if (!print(escapedForLog(request.key) + " " + body)) {
+        const std::string_view message = request.message.reveal();
+        std::string body =
+            inOneLine(message, decodeJson(message) ? EscapeStyle::json : EscapeStyle::log);
+        if (!print(inOneLine(request.key) + " " + body)) {
             complain("a request cannot be written");
         }
         wipe(body);

@@ -123,52 +123,6 @@ void sendToJournal(const std::string& message) {
 
 }  // namespace
 
-std::string escapedForLog(std::string_view message) {
-    constexpr std::string_view hexadecimal = "0123456789ABCDEF";
-    std::string out;
-    out.reserve(message.size());
-    const auto escape = [&](unsigned code) {
-        out += "\\u{";
-        for (unsigned shift = code > 0xFFU ? 12 : 4;; shift -= 4) {
-            out += hexadecimal[(code >> shift) & 0xFU];
-            if (shift == 0) {
-                break;
-            }
-        }
-        out += '}';
-    };
-    for (std::size_t index = 0; index < message.size();) {
-        std::size_t length = 1;
-        while (length < 4 && !isValidUtf8(message.substr(index, length))) {
-            ++length;
-        }
-        const std::string_view character = message.substr(index, length);
-        if (!isValidUtf8(character)) {
-            out += "\uFFFD";
-            ++index;
-            continue;
-        }
-        const auto first = static_cast<unsigned char>(character.front());
-        if (character == "\n") {
-            out += "\\n";
-        } else if (character == "\r") {
-            out += "\\r";
-        } else if (character == "\t") {
-            out += "\\t";
-        } else if (first < 0x20U || first == 0x7FU) {
-            escape(first);
-        } else if (first == 0xC2U && static_cast<unsigned char>(character[1]) < 0xA0U) {
-            escape(static_cast<unsigned char>(character[1]));
-        } else if (character == "\u2028" || character == "\u2029") {
-            escape(character == "\u2028" ? 0x2028U : 0x2029U);
-        } else {
-            out += character;
-        }
-        index += length;
-    }
-    return out;
-}
-
 LinuxSystemLog::LinuxSystemLog() {
     occupyStandardStreams();
     // A reader of standard error that goes away must not take the prompt with it.
@@ -177,7 +131,7 @@ LinuxSystemLog::LinuxSystemLog() {
 }
 
 void LinuxSystemLog::write(std::string_view message) {
-    const std::string text = escapedForLog(message);
+    const std::string text = inOneLine(message);
     writeToStandardError(recordHead() + text + "\n");
     const Listener journal = listenerAt(journalSocket);
     if (journal.hasRoom) {

@@ -1,15 +1,10 @@
 #pragma once
 
-#include <string>
 #include <string_view>
 
 #include "platform/system_log.h"
 
 namespace velunor {
-
-/// `message` as one record: line breaks and other control characters replaced by escapes, bytes
-/// that are not UTF-8 by U+FFFD.
-[[nodiscard]] std::string escapedForLog(std::string_view message);
 
 /// Writes each record to standard error, with time, program and process id, and to the journal;
 /// to syslog where no journal listens. Any thread; never waits for a reader.

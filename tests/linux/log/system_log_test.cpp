@@ -259,36 +259,5 @@ TEST(SystemLog, SyslogGetsTheTextWhereNoJournalListens) {
                 ::testing::ContainsRegex("VelunorOSUpdate\\[[0-9]+\\]: Not Rebranded %s$"));
 }
 
-struct EscapeCase {
-    const char* name;
-    std::string message;
-    std::string record;
-
-    /// How the test runner prints the case.
-    friend void PrintTo(const EscapeCase& escape, std::ostream* out) { *out << escape.name; }
-};
-
-class LogEscapes : public ::testing::TestWithParam<EscapeCase> {};
-
-TEST_P(LogEscapes, KeepOneRecordOneHarmlessLine) {
-    EXPECT_EQ(escapedForLog(GetParam().message), GetParam().record);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    SystemLog, LogEscapes,
-    ::testing::Values(
-        EscapeCase{"PlainText", "Über 100% – ✓ 🎉", "Über 100% – ✓ 🎉"},
-        EscapeCase{"LineFeed", "a\nb", "a\\nb"}, EscapeCase{"CarriageReturn", "a\rb", "a\\rb"},
-        EscapeCase{"Tab", "a\tb", "a\\tb"}, EscapeCase{"Nul", std::string("a\0b", 3), "a\\u{00}b"},
-        EscapeCase{"Escape", "\x1b[2J", "\\u{1B}[2J"}, EscapeCase{"Delete", "\x7f", "\\u{7F}"},
-        EscapeCase{"C1Introducer", "\u009b2J", "\\u{9B}2J"},
-        EscapeCase{"NextLine", "a\u0085b", "a\\u{85}b"},
-        EscapeCase{"LineSeparator", "a\u2028b", "a\\u{2028}b"},
-        EscapeCase{"ParagraphSeparator", "a\u2029b", "a\\u{2029}b"},
-        EscapeCase{"LoneByteOfAC1Control", "\x9b", "\uFFFD"},
-        EscapeCase{"CutSequence", "a\xE2\x80", "a\uFFFD\uFFFD"},
-        EscapeCase{"LineFeedInsideOfASequence", "\xE2\n\x80", "\uFFFD\\n\uFFFD"}),
-    [](const auto& information) { return std::string(information.param.name); });
-
 }  // namespace
 }  // namespace velunor

@@ -24,7 +24,7 @@ std::string repeated(std::string_view piece, std::size_t count) {
 }
 
 Expected<PropertyListValue> parse(std::string_view text) {
-    return LinuxPropertyListReader().parse(
+    return PropertyListFileReader().parse(
         {reinterpret_cast<const std::byte*>(text.data()), text.size()});
 }
 
@@ -186,9 +186,62 @@ INSTANTIATE_TEST_SUITE_P(
                     "more than one"},
         HostileCase{"PlistInAPlist", plist("<plist><true/></plist>"), "more than one"},
         HostileCase{"ValueWithoutAKey", plist("<dict><string>a</string></dict>"), "malformed"},
+        HostileCase{"KeyWithoutAValue", plist("<dict><key>a</key></dict>"), "key has no value"},
+        HostileCase{"TwoKeysInARow", plist("<dict><key>a</key><key>b</key><true/></dict>"),
+                    "key has no value"},
+        HostileCase{"KeyInAnArray", plist("<array><key>a</key></array>"), "unexpected tag"},
+        HostileCase{"KeyAlone", plist("<key>a</key>"), "unexpected tag"},
+        HostileCase{"TwoValuesInThePlist", plist("<true/><true/>"), "more than one"},
+        HostileCase{"DepthWithoutAnEnclosingTag",
+                    "<array>" + repeated("<array>", 64) + repeated("</array>", 64) + "</array>",
+                    "too deeply"},
+        HostileCase{"EntityThatAnOuterDocumentTypeMayDefine",
+                    "<!DOCTYPE plist PUBLIC \"p\" \"s\"><plist><string>&a;</string></plist>",
+                    "not defined"},
+        HostileCase{"EmptyDocumentTypeOfItsOwn", "<!DOCTYPE plist []><plist><true/></plist>",
+                    "document type"},
+        HostileCase{
+            "AnotherByteThanTheDeclaredEncodingHas",
+            "<?xml version=\"1.0\" encoding=\"US-ASCII\"?><plist><string>\xDC</string></plist>",
+            "encoding"},
+        HostileCase{"UnknownEncoding",
+                    "<?xml version=\"1.0\" encoding=\"EBCDIC\"?><plist><true/></plist>",
+                    "malformed"},
+        HostileCase{"TextBetweenTagsInASection", plist("<array><![CDATA[a]]></array>"),
+                    "outside of a value"},
         HostileCase{"NotUtf8", plist("<string>\xFF\xFE</string>"), "UTF-8"},
         HostileCase{"Nul", plist(std::string("<string>a\0b</string>", 20)), "NUL"},
         HostileCase{"SurrogateReference", plist("<string>&#xD800;</string>"), "malformed"}),
+    nameOf);
+
+/// A list with one leaf whose content is of another type.
+HostileCase leaf(const char* name, const std::string& element) {
+    return {name, plist(element), "not of its type"};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    XmlLeaf, HostilePropertyList,
+    ::testing::Values(
+        leaf("WordAsAnInteger", "<integer>seven</integer>"), leaf("EmptyInteger", "<integer/>"),
+        leaf("SignAlone", "<integer>-</integer>"), leaf("TwoSigns", "<integer>+-1</integer>"),
+        leaf("FractionAsAnInteger", "<integer>1.5</integer>"),
+        leaf("TwoIntegers", "<integer>1 2</integer>"), leaf("PrefixAlone", "<integer>0x</integer>"),
+        leaf("WordAsAReal", "<real>much</real>"), leaf("EmptyReal", "<real> </real>"),
+        leaf("RealWithAComma", "<real>1,5</real>"), leaf("RealWithTwoSigns", "<real>+-1</real>"),
+        leaf("WordAsADate", "<date>tomorrow</date>"), leaf("EmptyDate", "<date></date>"),
+        leaf("DateWithoutATime", "<date>2026-11-21</date>"),
+        leaf("DateWithAnotherZone", "<date>2026-11-21T10:00:00+01:00</date>"),
+        leaf("DateWithABlank", "<date>2026-11-21 10:00:00Z</date>"),
+        leaf("MonthThatIsNone", "<date>2026-13-01T00:00:00Z</date>"),
+        leaf("DayThatIsNone", "<date>2026-02-29T00:00:00Z</date>"),
+        leaf("HourThatIsNone", "<date>2026-02-28T24:00:00Z</date>"),
+        leaf("MinuteThatIsNone", "<date>2026-02-28T23:60:00Z</date>"),
+        leaf("SignThatIsNotBase64", "<data>3q0-</data>"), leaf("CutGroup", "<data>3q0</data>"),
+        leaf("LoneSign", "<data>3</data>"), leaf("PaddingAlone", "<data>====</data>"),
+        leaf("PaddingTooEarly", "<data>3===</data>"), leaf("PaddingInside", "<data>3=q0</data>"),
+        leaf("DataBehindPadding", "<data>YQ==YQ==</data>"),
+        leaf("ThreePads", "<data>YWJj===</data>"), leaf("TextInTrue", "<true>yes</true>"),
+        leaf("TextInFalse", "<false>no</false>")),
     nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -246,6 +299,12 @@ INSTANTIATE_TEST_SUITE_P(
                                           4)),
                     "NUL"},
         HostileCase{"WideKeyWithANul", binaryKey(std::string("\x62\0a\0\0", 5)), "NUL"},
+        HostileCase{"Set", binaryObject("\xC0"), "malformed"},
+        HostileCase{"WholeNumberOfThirtyTwoBytes", binaryObject("\x15" + std::string(32, '\1')),
+                    "malformed"},
+        HostileCase{"DateOfAnotherSize", binaryObject("\x32" + std::string(4, '\1')), "malformed"},
+        HostileCase{"IdentifierOfAnImpossibleSize", binaryObject("\x88" + std::string(9, '\1')),
+                    "malformed"},
         HostileCase{"NestedKeyThatIsNotAText", binaryNestedForeignKeys(), "not a text"}),
     nameOf);
 

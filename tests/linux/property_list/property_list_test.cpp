@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -12,7 +14,7 @@ namespace {
 using testing::BinaryPropertyList;
 
 Expected<PropertyListValue> parse(std::string_view text) {
-    return LinuxPropertyListReader().parse(
+    return PropertyListFileReader().parse(
         {reinterpret_cast<const std::byte*>(text.data()), text.size()});
 }
 
@@ -116,6 +118,96 @@ TEST(XmlPropertyList, HugeNumbersAreNumbersAndNothingElse) {
     EXPECT_TRUE(std::holds_alternative<std::int64_t>(elements[0].value));
     EXPECT_TRUE(std::holds_alternative<double>(elements[1].value));
     EXPECT_EQ(elements[2], PropertyListValue{std::int64_t{9223372036854775807}});
+}
+
+TEST(XmlPropertyList, NumbersInEveryNotation) {
+    EXPECT_EQ(value(xml("<array><integer> +7\n</integer><integer>0x1F</integer>"
+                        "<integer>-9223372036854775808</integer><real>-.5e1</real><real>+3</real>"
+                        "<real>1e-999</real></array>")),
+              (PropertyListValue{PropertyListArray{{std::int64_t{7}},
+                                                   {std::int64_t{31}},
+                                                   {std::numeric_limits<std::int64_t>::min()},
+                                                   {-5.0},
+                                                   {3.0},
+                                                   {0.0}}}));
+}
+
+TEST(XmlPropertyList, NumbersBeyondTheRangeAreTheNearestOnes) {
+    EXPECT_EQ(value(xml("<array><integer>9223372036854775808</integer>"
+                        "<integer>-99999999999999999999</integer><real>-1e999</real></array>")),
+              (PropertyListValue{PropertyListArray{{std::numeric_limits<std::int64_t>::max()},
+                                                   {std::numeric_limits<std::int64_t>::min()},
+                                                   {-std::numeric_limits<double>::infinity()}}}));
+}
+
+TEST(XmlPropertyList, DatesBeforeAndAfterTheEpoch) {
+    EXPECT_EQ(value(xml("<array><date>2000-12-31T23:59:59Z</date>"
+                        "<date> 2024-02-29T12:30:15Z </date></array>")),
+              (PropertyListValue{
+                  PropertyListArray{{PropertyListDate{-1}}, {PropertyListDate{730902615}}}}));
+}
+
+TEST(XmlPropertyList, DataInLinesAndOfEveryLength) {
+    const auto data = [](std::string_view bytes) {
+        PropertyListData content;
+        for (const char byte : bytes) {
+            content.push_back(static_cast<std::byte>(byte));
+        }
+        return PropertyListValue{content};
+    };
+    EXPECT_EQ(value(xml("<array><data/><data>\n\tYQ==\n</data><data>YWI=</data>"
+                        "<data>YW\nJj+/8=</data></array>")),
+              (PropertyListValue{
+                  PropertyListArray{data(""), data("a"), data("ab"), data("abc\xFB\xFF")}}));
+}
+
+TEST(XmlPropertyList, DeclaredEncodingIsConverted) {
+    const std::string content =
+        "<plist><string>\xDC"
+        "ber \xA9</string></plist>";
+    EXPECT_EQ(value("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + content), text("Über ©"));
+    EXPECT_EQ(
+        value(
+            "<?xml version=\"1.0\" encoding=\"US-ASCII\"?><plist><string>a&#xDC;</string></plist>"),
+        text("aÜ"));
+}
+
+TEST(XmlPropertyList, AttributesAndInstructionsAreSkipped) {
+    EXPECT_EQ(value("<?xml version=\"1.0\"?><?a \"b\"?><plist version=\"1.0\"><array a='b'>"
+                    "<?c?><true /></array></plist>"),
+              PropertyListValue{PropertyListArray{{true}}});
+}
+
+TEST(BinaryPropertyListForm, NumbersOfEverySize) {
+    BinaryPropertyList list;
+    const auto array = list.addArray(
+        {list.add("\x10\xFF"), list.add("\x11\xFF\xFF"), list.add("\x12\xFF\xFF\xFF\xFF"),
+         list.add("\x13\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFE"),
+         list.add("\x14" + std::string(15, '\xFF') + "\xFD"),
+         list.add(std::string("\x22\x40\x20\0\0", 5)), list.add("\x82\x01\x02\x03")});
+    EXPECT_EQ(value(list.file(array)),
+              (PropertyListValue{PropertyListArray{{std::int64_t{0xFF}},
+                                                   {std::int64_t{0xFFFF}},
+                                                   {std::int64_t{0xFFFFFFFF}},
+                                                   {std::int64_t{-2}},
+                                                   {std::int64_t{-3}},
+                                                   {2.5},
+                                                   {std::int64_t{0x010203}}}}));
+}
+
+TEST(BinaryPropertyListForm, DateWithAFraction) {
+    BinaryPropertyList list;
+    EXPECT_EQ(value(list.file(list.add(std::string("\x33\xBF\xE0\0\0\0\0\0\0", 9)))),
+              PropertyListValue{PropertyListDate{-0.5}});
+}
+
+TEST(BinaryPropertyListForm, LastOfTwoEqualKeysCounts) {
+    BinaryPropertyList list;
+    const auto key = list.addText("k");
+    const auto first = list.addText("first");
+    const auto second = list.addText("second");
+    EXPECT_EQ(value(list.file(list.addDictionary({key, key}, {first, second}))),
+              (PropertyListValue{PropertyListDictionary{{"k", text("second")}}}));
 }
 
 TEST(BinaryPropertyListForm, DictionaryOfTexts) {

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace velunor::testing {
@@ -39,11 +43,45 @@ TEST(ListDescriptionTest, LeavesOtherScriptsAlone) {
     EXPECT_EQ(listDescription(std::vector<std::string>{"Zoë"}), "[\"Zoë\"]");
 }
 
-TEST(DecimalTest, HasNoLeadingZeros) {
-    EXPECT_EQ(decimal(0), "0");
-    EXPECT_EQ(decimal(5), "5");
-    EXPECT_EQ(decimal(-3), "-3");
-    EXPECT_EQ(decimal(120), "120");
+struct EscapeCase {
+    const char* name;
+    std::string message;
+    std::string record;
+
+    /// How the test runner prints the case.
+    friend void PrintTo(const EscapeCase& escape, std::ostream* out) { *out << escape.name; }
+};
+
+class OneLine : public ::testing::TestWithParam<EscapeCase> {};
+
+TEST_P(OneLine, IsHarmless) {
+    EXPECT_EQ(inOneLine(GetParam().message), GetParam().record);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Log, OneLine,
+    ::testing::Values(
+        EscapeCase{"PlainText", "Über 100% – ✓ 🎉", "Über 100% – ✓ 🎉"},
+        EscapeCase{"LineFeed", "a\nb", "a\\nb"}, EscapeCase{"CarriageReturn", "a\rb", "a\\rb"},
+        EscapeCase{"Tab", "a\tb", "a\\tb"}, EscapeCase{"Nul", std::string("a\0b", 3), "a\\u{00}b"},
+        EscapeCase{"Escape", "\x1b[2J", "\\u{1B}[2J"}, EscapeCase{"Delete", "\x7f", "\\u{7F}"},
+        EscapeCase{"C1Introducer", "\u009b2J", "\\u{9B}2J"},
+        EscapeCase{"NextLine", "a\u0085b", "a\\u{85}b"},
+        EscapeCase{"LineSeparator", "a\u2028b", "a\\u{2028}b"},
+        EscapeCase{"ParagraphSeparator", "a\u2029b", "a\\u{2029}b"},
+        EscapeCase{"MarkOfDirection", "a\u202Eb\u2066c", "a\\u{202E}b\\u{2066}c"},
+        EscapeCase{"LoneByteOfAC1Control", "\x9b", "\uFFFD"},
+        EscapeCase{"CutSequence", "a\xE2\x80", "a\uFFFD\uFFFD"},
+        EscapeCase{"LineFeedInsideOfASequence", "\xE2\n\x80", "\uFFFD\\n\uFFFD"}),
+    [](const auto& information) { return std::string(information.param.name); });
+
+TEST(OneLineOfBlanks, HasNoControlCharacters) {
+    EXPECT_EQ(inOneLine("a\n\x1B\u0085\"b\\\xFF", EscapeStyle::blank), "a   \"b\\\uFFFD");
+}
+
+TEST(OneLineOfJson, StaysTheSameValue) {
+    EXPECT_EQ(inOneLine("{\n\t\"a\":\"\x7F\u0080\u2028\u202E\u2069\\n\u00A0\"}", EscapeStyle::json),
+              "{  \"a\":\"\\u007F\\u0080\\u2028\\u202E\\u2069\\n\u00A0\"}");
 }
 
 TEST(EncodedUtf8Test, WritesEveryLength) {
@@ -51,6 +89,33 @@ TEST(EncodedUtf8Test, WritesEveryLength) {
     EXPECT_EQ(encodedUtf8(U'\u00e9'), "\u00e9");
     EXPECT_EQ(encodedUtf8(U'\u20ac'), "\u20ac");
     EXPECT_EQ(encodedUtf8(U'\U0001F600'), "\U0001F600");
+}
+
+TEST(FirstCodePointTest, ReadsEveryLengthAndRefusesWhatIsNotWellFormed) {
+    for (const char32_t code : {U'\0', U'a', U'\u007F', U'\u0080', U'\u07FF', U'\u0800', U'\uD7FF',
+                                U'\uE000', U'\uFFFF', U'\U00010000', U'\U0010FFFF'}) {
+        const std::string text = encodedUtf8(code);
+        const auto first = firstCodePoint(text + "rest");
+        ASSERT_TRUE(first) << static_cast<std::uint32_t>(code);
+        EXPECT_EQ(first->value, code);
+        EXPECT_EQ(first->length, text.size());
+    }
+    for (const std::string_view text : {"\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80",
+                                        "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF8", "\xE2\x82",
+                                        "\xC3"
+                                        "a"}) {
+        EXPECT_FALSE(firstCodePoint(text));
+    }
+}
+
+TEST(Utf16Test, IsReadInBothOrders) {
+    using namespace std::string_view_literals;
+    EXPECT_EQ(utf8FromUtf16("\0a\xD8\x3C\xDF\x89"sv, std::endian::big), "a\U0001F389");
+    EXPECT_EQ(utf8FromUtf16("a\0\x3C\xD8\x89\xDF"sv, std::endian::little), "a\U0001F389");
+    EXPECT_EQ(utf8FromUtf16("", std::endian::big), "");
+    for (const std::string_view half : {"\0"sv, "\xD8\0"sv, "\xDC\0"sv, "\xD8\0\0a"sv}) {
+        EXPECT_FALSE(utf8FromUtf16(half, std::endian::big));
+    }
 }
 
 TEST(EscapedCodePointTest, TakesOneUnitOrAPair) {
