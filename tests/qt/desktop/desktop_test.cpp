@@ -1,0 +1,112 @@
+#include <QApplication>
+#include <QIcon>
+#include <QScreen>
+
+#include "platform/qt/application/image_reader.h"
+#include "platform/qt/desktop/window_and_screens.h"
+#include "platform/qt/desktop/x11_desktop.h"
+#include "tests/qt/support/widget_test.h"
+
+namespace velunor {
+namespace {
+
+using Strut = std::vector<std::uint32_t>;
+
+constexpr QSize twoMonitors(2000, 1000);
+constexpr QRect leftMonitor(0, 0, 1000, 1000);
+constexpr QRect rightMonitor(1000, 0, 1000, 800);
+
+TEST(StrutTest, TakesABottomPanelFromItsMonitorOnly) {
+    const Strut panel{0, 0, 0, 40, 0, 0, 0, 0, 0, 0, 0, 999};
+
+    EXPECT_EQ(withoutStrut(leftMonitor, panel, twoMonitors), QRect(0, 0, 1000, 960));
+    EXPECT_EQ(withoutStrut(rightMonitor, panel, twoMonitors), rightMonitor);
+}
+
+TEST(StrutTest, CountsFromTheDesktopsEdgeAndNotFromTheMonitors) {
+    // A panel of 30 at the foot of the shorter monitor reserves 230 of the desktop.
+    const Strut panel{0, 0, 0, 230, 0, 0, 0, 0, 0, 0, 1000, 1999};
+
+    EXPECT_EQ(withoutStrut(rightMonitor, panel, twoMonitors), QRect(1000, 0, 1000, 770));
+    EXPECT_EQ(withoutStrut(leftMonitor, panel, twoMonitors), leftMonitor);
+}
+
+TEST(StrutTest, TakesPanelsAtTheSidesAndTheTop) {
+    const Strut left{50, 0, 0, 0, 0, 999, 0, 0, 0, 0, 0, 0};
+    const Strut right{0, 60, 0, 0, 0, 0, 0, 799, 0, 0, 0, 0};
+    const Strut top{0, 0, 25, 0, 0, 0, 0, 0, 1000, 1999, 0, 0};
+
+    EXPECT_EQ(withoutStrut(leftMonitor, left, twoMonitors), QRect(50, 0, 950, 1000));
+    EXPECT_EQ(withoutStrut(rightMonitor, left, twoMonitors), rightMonitor);
+    EXPECT_EQ(withoutStrut(rightMonitor, right, twoMonitors), QRect(1000, 0, 940, 800));
+    EXPECT_EQ(withoutStrut(rightMonitor, top, twoMonitors), QRect(1000, 25, 1000, 775));
+}
+
+TEST(StrutTest, PassesOverAStrutThatWouldLeaveNothing) {
+    const Strut whole{0, 0, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 999};
+
+    EXPECT_EQ(withoutStrut(leftMonitor, whole, twoMonitors), leftMonitor);
+}
+
+TEST(ScreensTest, GiveTheUsableAreaWithYUpwards) {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    const QRect usable = screen->availableGeometry();
+
+    const auto frame = QtScreens().mainScreenVisibleFrame();
+
+    ASSERT_TRUE(frame.has_value());
+    EXPECT_EQ(frame->size, (Size{double(usable.width()), double(usable.height())}));
+    EXPECT_EQ(frame->origin.y, screen->geometry().bottom() - usable.bottom());
+}
+
+TEST(WindowTest, PutsTheLowerLeftCornerWhereItIsTold) {
+    QWidget widget;
+    widget.setFixedSize(200, 100);
+    QtWindow window(widget);
+
+    window.setFrameOrigin({50, 30});
+
+    EXPECT_EQ(window.frame(), (Rect{{50, 30}, {200, 100}}));
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    EXPECT_EQ(widget.geometry().bottom(), screen.bottom() - 30);
+    EXPECT_EQ(widget.x(), screen.x() + 50);
+}
+
+TEST(WindowTest, FloatsBeforeAndAfterItIsShown) {
+    QWidget widget;
+    QtWindow window(widget);
+    window.setLevel(floatingWindowLevel);
+    EXPECT_TRUE(widget.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+
+    widget.show();
+    window.setLevel(normalWindowLevel);
+    EXPECT_FALSE(widget.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    window.setLevel(floatingWindowLevel);
+    EXPECT_TRUE(widget.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    EXPECT_TRUE(widget.isVisible());
+}
+
+TEST(ApplicationTest, HasItsOneWindow) {
+    QWidget widget;
+    QtWindow window(widget);
+    QtApplication application(widget, window);
+
+    EXPECT_EQ(application.windows(), std::vector<Window*>{&window});
+}
+
+TEST(ApplicationTest, TakesTheImageAsItsIcon) {
+    QWidget widget;
+    QtWindow window(widget);
+    QtApplication application(widget, window);
+    QImage logo(32, 32, QImage::Format_RGB32);
+    logo.fill(Qt::green);
+
+    application.setApplicationIconImage(std::make_shared<QtImage>(logo));
+
+    EXPECT_EQ(QApplication::windowIcon().pixmap(32).toImage().pixelColor(5, 5), Qt::green);
+    application.setApplicationIconImage(nullptr);
+    EXPECT_FALSE(QApplication::windowIcon().isNull());
+}
+
+}  // namespace
+}  // namespace velunor

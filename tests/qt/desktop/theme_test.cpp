@@ -1,0 +1,114 @@
+#include "platform/qt/desktop/theme.h"
+
+#include <QApplication>
+#include <QPalette>
+#include <cmath>
+
+#include "platform/qt/widgets/text_button.h"
+#include "platform/qt/widgets/text_label.h"
+#include "tests/qt/ui/prompt_window_fixture.h"
+
+namespace velunor {
+namespace {
+
+using ThemedWindowTest = PromptWindowTest;
+
+TEST_F(ThemedWindowTest, FollowsTheDesktopsSchemeWhileItIsShown) {
+    const QPalette before = QApplication::palette();
+    QApplication::setPalette(QPalette(QColor(0xF0, 0xF0, 0xF0)));
+    show();
+    const QRgb light = window.grab().toImage().pixel(210, 4);
+
+    QPalette dark(QColor(0x30, 0x30, 0x30), QColor(0x20, 0x20, 0x20));
+    dark.setColor(QPalette::WindowText, Qt::white);
+    QApplication::setPalette(dark);
+    QCoreApplication::processEvents();
+    const QRgb shown = window.grab().toImage().pixel(210, 4);
+    QApplication::setPalette(before);
+
+    EXPECT_GT(qGray(light), 200);
+    EXPECT_LT(qGray(shown), 80);
+}
+
+double luminance(const QColor& color) {
+    const auto linear = [](double part) {
+        return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+           0.0722 * linear(color.blueF());
+}
+
+/// Contrast of two colours by the web accessibility guidelines, from 1 to 21.
+double contrast(const QColor& one, const QColor& other) {
+    const double first = luminance(one) + 0.05;
+    const double second = luminance(other) + 0.05;
+    return std::max(first, second) / std::min(first, second);
+}
+
+TEST(ThemeTest, HasEnoughContrastInBothSchemes) {
+    QPalette dark(QColor(0x30, 0x30, 0x30), QColor(0x20, 0x20, 0x20));
+    dark.setColor(QPalette::WindowText, Qt::white);
+    for (const QPalette& palette : {QPalette(QColor(0xF0, 0xF0, 0xF0)), dark}) {
+        const Theme& theme = themeFor(palette);
+        for (const QColor& ground : {theme.card, theme.panel}) {
+            EXPECT_GE(contrast(theme.text, ground), 4.5);
+            EXPECT_GE(contrast(theme.secondaryText, ground), 4.5);
+            EXPECT_GE(contrast(theme.link, ground), 4.5);
+            EXPECT_GE(contrast(theme.fieldBorder, ground), 3.0);
+            EXPECT_GE(contrast(theme.buttonBorder, ground), 3.0);
+        }
+        for (const QColor& plate : {theme.accent, theme.accentHover, theme.accentPressed}) {
+            EXPECT_GE(contrast(theme.onAccent, plate), 4.5);
+        }
+        for (const QColor& plate : {theme.button, theme.buttonHover, theme.buttonPressed}) {
+            EXPECT_GE(contrast(theme.text, plate), 4.5);
+        }
+        EXPECT_GE(contrast(theme.link, theme.linkHover), 4.5);
+        EXPECT_GE(contrast(theme.noticeText, theme.notice), 4.5);
+        EXPECT_GE(contrast(theme.refused, theme.panel), 3.0);
+        EXPECT_GE(contrast(theme.refused, theme.field), 3.0);
+        EXPECT_GE(contrast(theme.text, theme.field), 4.5);
+        EXPECT_GE(contrast(theme.secondaryText, theme.field), 4.5);
+    }
+}
+
+/// The strongest contrast within a part of a picture: of a text and its ground.
+double contrastWithin(const QImage& picture, const QRect& part) {
+    QColor lightest = picture.pixelColor(part.center());
+    QColor darkest = lightest;
+    for (int y = part.top(); y <= part.bottom(); ++y) {
+        for (int x = part.left(); x <= part.right(); ++x) {
+            const QColor color = picture.pixelColor(x, y);
+            lightest = luminance(color) > luminance(lightest) ? color : lightest;
+            darkest = luminance(color) < luminance(darkest) ? color : darkest;
+        }
+    }
+    return contrast(lightest, darkest);
+}
+
+TEST_F(ThemedWindowTest, ShowsEveryTextWithEnoughContrast) {
+    const QPalette before = QApplication::palette();
+    prompt.credentials = true;
+    prompt.notice = true;
+    QPalette dark(QColor(0x30, 0x30, 0x30), QColor(0x20, 0x20, 0x20));
+    dark.setColor(QPalette::WindowText, Qt::white);
+    for (const QPalette& palette : {QPalette(QColor(0xF0, 0xF0, 0xF0)), dark}) {
+        QApplication::setPalette(palette);
+        show();
+        const QImage picture = window.grab().toImage();
+        for (const TextLabel* label : window.findChildren<TextLabel*>()) {
+            const QRect place(label->mapTo(&window, QPoint(0, 0)), label->size());
+            EXPECT_GE(contrastWithin(picture, place), 4.5) << label->objectName().toStdString();
+        }
+        for (const TextButton* button : window.findChildren<TextButton*>()) {
+            // Within the plate, whose outline is not the text.
+            const QRect place(button->mapTo(&window, QPoint(0, 0)), button->size());
+            EXPECT_GE(contrastWithin(picture, place.adjusted(8, 8, -8, -8)), 4.5)
+                << button->objectName().toStdString();
+        }
+    }
+    QApplication::setPalette(before);
+}
+
+}  // namespace
+}  // namespace velunor

@@ -1,0 +1,129 @@
+#include <QAccessible>
+
+#include "platform/qt/accessibility/announcer.h"
+#include "platform/qt/password_field/secure_text_field.h"
+#include "platform/qt/widgets/text_label.h"
+#include "tests/qt/ui/prompt_window_fixture.h"
+
+namespace velunor {
+namespace {
+
+AttributedString countdown(const std::string& minutes, const std::string& seconds) {
+    const TextAttributes bold{FontWeight::bold, 17, TextColor::standard};
+    return {{"In ", std::nullopt, 0},
+            {minutes, bold, minutes.size()},
+            {" min ", std::nullopt, 0},
+            {seconds, bold, seconds.size()}};
+}
+
+class PromptSpeechTest : public PromptWindowTest {
+  protected:
+    [[nodiscard]] std::string spoken() {
+        return window.findChild<Announcer*>()->accessibleName().toStdString();
+    }
+    QAccessibleInterface& accessible(const char* name) {
+        return *QAccessible::queryAccessibleInterface(&find(name));
+    }
+};
+
+TEST_F(PromptSpeechTest, SaysItsTextsWhenItOpens) {
+    EXPECT_EQ(spoken(), "");
+
+    show();
+    ASSERT_TRUE(waitUntil([&] { return !spoken().empty(); }));
+
+    for (const std::string& text : {prompt.title, prompt.message, prompt.updateName}) {
+        EXPECT_NE(spoken().find(text), std::string::npos) << text;
+    }
+    EXPECT_EQ(spoken().find(prompt.noticeText), std::string::npos);
+}
+
+TEST_F(PromptSpeechTest, SaysTheCountdownNowAndThen) {
+    show();
+    PromptView view = window.view();
+
+    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("2", "0"),
+                                                          Announcement::spoken);
+    EXPECT_EQ(spoken(), "In 2 min 0");
+    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("1", "59"),
+                                                          Announcement::silent);
+    EXPECT_EQ(spoken(), "In 2 min 0");
+    view.outlets.timerInfoLabel->setAttributedStringValue(countdown("0", "10"),
+                                                          Announcement::spoken);
+    EXPECT_EQ(spoken(), "In 0 min 10");
+}
+
+TEST_F(PromptSpeechTest, SaysTheNoticeWhenItAppears) {
+    prompt.credentials = true;
+    show();
+    EXPECT_EQ(spoken().find(prompt.noticeText), std::string::npos);
+
+    prompt.notice = true;
+    prompt.fill(window);
+
+    EXPECT_EQ(spoken(), prompt.noticeText);
+}
+
+TEST_F(PromptSpeechTest, SaysThatThePasswordWasRefusedAndSelectsIt) {
+    prompt.credentials = true;
+    show();
+    window.activateWindow();
+    ASSERT_TRUE(waitUntil([&] { return window.isActiveWindow(); }));
+    auto& password = find<CustomSecureTextField>("passwordTextFiled");
+    password.type(u"wrong");
+    find("updateNowButton").setFocus();
+
+    window.view().outlets.passwordTextFiled->layer()->addAnimation(
+        {"transform", {-10, 10}, true, 2, std::chrono::milliseconds(70)});
+
+    EXPECT_EQ(spoken(), "The password was not accepted.");
+    EXPECT_TRUE(waitUntil([&] { return password.hasFocus(); }));
+    EXPECT_EQ(password.selectionLength(), 5);
+}
+
+TEST_F(PromptSpeechTest, DescribesTheFieldsByTheTextAboveThem) {
+    prompt.credentials = true;
+    show();
+
+    for (const char* field : {"userNameTextField", "passwordTextFiled"}) {
+        EXPECT_EQ(accessible(field).text(QAccessible::Description).toStdString(),
+                  prompt.credentialsInfo);
+    }
+    const auto labelled = accessible("credentailsInfoTextLabel").relations(QAccessible::Labelled);
+    EXPECT_EQ(labelled.size(), 2);
+    const auto labels = accessible("passwordTextFiled").relations(QAccessible::Label);
+    ASSERT_EQ(labels.size(), 1);
+    EXPECT_EQ(labels.front().first, &accessible("credentailsInfoTextLabel"));
+}
+
+TEST_F(PromptSpeechTest, IsADialogueDescribedByItsMessage) {
+    show();
+
+    QAccessibleInterface& dialogue = *QAccessible::queryAccessibleInterface(&window);
+    EXPECT_EQ(dialogue.role(), QAccessible::Dialog);
+    EXPECT_EQ(dialogue.text(QAccessible::Description).toStdString(), prompt.message);
+}
+
+TEST_F(PromptSpeechTest, HasItsTitleForTheDesktop) {
+    prompt.title = "Update [*] & <b>restart</b>";
+    show();
+
+    EXPECT_EQ(window.windowTitle(), "Update [*][*] & <b>restart</b>");
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&window);
+    ASSERT_NE(accessible, nullptr);
+    EXPECT_EQ(accessible->text(QAccessible::Name), "Update [*] & <b>restart</b>");
+}
+
+TEST_F(PromptSpeechTest, NamesItsFieldsForAScreenReader) {
+    for (const char* name : {"userNameTextField", "passwordTextFiled"}) {
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&find(name));
+        ASSERT_NE(accessible, nullptr);
+        EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty()) << name;
+    }
+    QAccessibleInterface* password =
+        QAccessible::queryAccessibleInterface(&find("passwordTextFiled"));
+    EXPECT_TRUE(password->state().passwordEdit);
+}
+
+}  // namespace
+}  // namespace velunor

@@ -1,0 +1,254 @@
+#include "ui/prompt_window.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTest>
+#include <set>
+
+#include "platform/qt/controls/control_adapters.h"
+#include "platform/qt/desktop/window_and_screens.h"
+#include "platform/qt/desktop/window_shape.h"
+#include "tests/qt/ui/prompt_window_fixture.h"
+#include "ui/form_views.h"
+
+namespace velunor {
+namespace {
+
+TEST_F(PromptWindowTest, ConnectsEveryOutletToAControlOfItsKind) {
+    PromptView view = window.view();
+    int connected = 0;
+    std::set<const void*> controls;
+    forEachOutlet(view.outlets, [&](const char* name, auto& outlet) {
+        EXPECT_TRUE(outlet.isConnected()) << name;
+        if (outlet.isConnected()) {
+            ++connected;
+            controls.insert(static_cast<const void*>(&*outlet));
+        }
+    });
+
+    EXPECT_EQ(connected, outletCount);
+    EXPECT_EQ(controls.size(), static_cast<std::size_t>(outletCount));
+}
+
+TEST_F(PromptWindowTest, HasTheTimersConstraintsOnceEach) {
+    std::multiset<std::string> identifiers;
+    for (const LayoutConstraint* constraint : window.view().constraints) {
+        identifiers.insert(constraint->identifier());
+    }
+
+    EXPECT_EQ(identifiers.count("TimerViewToCredentailsBottomConstraint"), 1U);
+    EXPECT_EQ(identifiers.count("TimerViewToOSInfoBottomConstraint"), 1U);
+}
+
+TEST_F(PromptWindowTest, WritesEachTextIntoTheWidgetOfItsName) {
+    prompt.fill(window);
+
+    EXPECT_EQ(find<TextLabel>("titleLabel").text().toStdString(), prompt.title);
+    EXPECT_EQ(find<TextLabel>("messageLabel").text().toStdString(), prompt.message);
+    EXPECT_EQ(find<TextButton>("postponeButton").literalText().toStdString(), prompt.postponeTitle);
+}
+
+TEST_F(PromptWindowTest, StartsWithTheAccountRowAndWithoutTheUserNameField) {
+    EXPECT_FALSE(find("userStackView").isHidden());
+    EXPECT_TRUE(find("userNameTextField").isHidden());
+}
+
+TEST_F(PromptWindowTest, HasASquareGearBackgroundThatCanBecomeADisc) {
+    const Rect frame = window.view().outlets.updateGearBackground->frame();
+
+    EXPECT_EQ(frame.size.width, frame.size.height);
+    EXPECT_GT(frame.size.height, 0);
+}
+
+TEST_F(PromptWindowTest, KnowsTheButtonsWidthBeforeItIsShown) {
+    PromptView view = window.view();
+    view.outlets.updateNowButton->setTitle("Update Now");
+    const double width = view.outlets.updateNowButton->frame().size.width;
+    view.outlets.updateNowButton->activateWidthConstraint(width + 10);
+    window.present();
+
+    EXPECT_EQ(find("updateNowButton").width(), width + 10);
+}
+
+TEST_F(PromptWindowTest, HasALayerForTheShake) {
+    EXPECT_NE(window.view().outlets.passwordTextFiled->layer(), nullptr);
+}
+
+TEST_F(PromptWindowTest, PutsTheTimerBelowTheInformationWithoutCredentials) {
+    show();
+
+    EXPECT_TRUE(find("credentailsRequiredView").isHidden());
+    const int gap =
+        top("timerInfoLabel") - (top("osUpdateInfoView") + find("osUpdateInfoView").height());
+    EXPECT_EQ(gap, 16);
+}
+
+TEST_F(PromptWindowTest, PutsTheTimerBelowTheCredentials) {
+    prompt.credentials = true;
+    show();
+
+    const int gap = top("timerInfoLabel") -
+                    (top("credentailsRequiredView") + find("credentailsRequiredView").height());
+    EXPECT_EQ(gap, 16);
+}
+
+TEST_F(PromptWindowTest, PutsThePasswordBelowTheUserNameAndThenBelowTheNotice) {
+    prompt.credentials = true;
+    show();
+    EXPECT_EQ(top("passwordTextFiled") - (top("userStackView") + find("userStackView").height()),
+              12);
+
+    prompt.notice = true;
+    prompt.fill(window);
+    ASSERT_TRUE(waitUntil([&] { return find("unsupportedInfoStackView").height() > 12; }));
+    ASSERT_TRUE(waitUntil([&] {
+        return top("passwordTextFiled") -
+                   (top("unsupportedInfoStackView") + find("unsupportedInfoStackView").height()) ==
+               12;
+    }));
+}
+
+TEST_F(PromptWindowTest, IsAsHighAsItsTexts) {
+    show();
+    const int before = window.height();
+    EXPECT_EQ(find<QScrollArea>("bodyArea").verticalScrollBar()->maximum(), 0);
+
+    window.view().outlets.messageLabel->setStringValue(prompt.message + prompt.message);
+
+    EXPECT_TRUE(waitUntil([&] { return window.height() > before; }));
+    EXPECT_EQ(find<QScrollArea>("bodyArea").verticalScrollBar()->maximum(), 0);
+}
+
+TEST_F(PromptWindowTest, CutsNoText) {
+    prompt.makeLong();
+    prompt.credentials = true;
+    prompt.notice = true;
+    prompt.message.assign(10000, 'w');
+    prompt.postponeTitle.assign(10000, 'p');
+    show();
+
+    for (const auto* label : window.findChildren<TextLabel*>()) {
+        EXPECT_GE(label->height(), label->heightForWidth(label->width()))
+            << label->objectName().toStdString();
+        EXPECT_LE(label->mapTo(&window, QPoint(label->width(), 0)).x(), window.width());
+    }
+    for (const auto* button : window.findChildren<TextButton*>()) {
+        EXPECT_GE(button->height(), button->heightForWidth(button->width()))
+            << button->objectName().toStdString();
+        EXPECT_LE(button->mapTo(&window, QPoint(button->width(), 0)).x(), window.width());
+    }
+}
+
+TEST_F(PromptWindowTest, StaysWithinTheUsableAreaAndScrollsWhatIsTooLong) {
+    prompt.message.assign(10000, 'w');
+    show();
+
+    const int usable = QGuiApplication::primaryScreen()->availableGeometry().height();
+    EXPECT_LE(window.height(), usable - 60);
+    EXPECT_GT(find<QScrollArea>("bodyArea").verticalScrollBar()->maximum(), 0);
+    // The buttons are in sight all the same.
+    const int lowerEdge = top("updateNowButton") + find("updateNowButton").height();
+    EXPECT_LE(lowerEdge, window.height());
+    EXPECT_EQ(find<QScrollArea>("footerArea").verticalScrollBar()->maximum(), 0);
+}
+
+TEST_F(PromptWindowTest, ScrollsCaptionsThatAreTooLong) {
+    prompt.updateNowTitle.assign(10000, 'u');
+    show();
+
+    const int usable = QGuiApplication::primaryScreen()->availableGeometry().height();
+    EXPECT_LE(window.height(), usable - 60);
+    EXPECT_GT(find<QScrollArea>("footerArea").verticalScrollBar()->maximum(), 0);
+    EXPECT_GT(find("bodyArea").height(), 100);
+}
+
+TEST_F(PromptWindowTest, StacksButtonsThatDoNotFitSideBySide) {
+    prompt.makeLong();
+    show();
+
+    EXPECT_LT(top("updateNowButton"), top("postponeButton"));
+    EXPECT_EQ(find("updateNowButton").width(), find("postponeButton").width());
+}
+
+TEST_F(PromptWindowTest, IsPlacedAtItsFinalSizeBeforeItIsVisible) {
+    std::vector<QSize> sizes;
+    std::vector<bool> visible;
+    window.onAppear([&] {
+        sizes.push_back(window.size());
+        visible.push_back(window.windowHandle() != nullptr && window.windowHandle()->isVisible());
+    });
+    show();
+
+    ASSERT_FALSE(sizes.empty());
+    EXPECT_FALSE(visible.front());
+    EXPECT_EQ(sizes.front(), window.size());
+}
+
+TEST_F(PromptWindowTest, IsPlacedAgainWhenItsHeightChanges) {
+    int placements = 0;
+    window.onAppear([&] { ++placements; });
+    show();
+    const int before = placements;
+
+    window.view().outlets.messageLabel->setStringValue("one\ntwo\nthree\nfour\nfive\nsix");
+
+    EXPECT_TRUE(waitUntil([&] { return placements > before; }));
+}
+
+TEST_F(PromptWindowTest, IsQuietOnceItIsPlaced) {
+    for (const bool stacked : {false, true}) {
+        if (stacked) {
+            prompt.makeLong();
+        }
+        int placements = 0;
+        window.onAppear([&] { ++placements; });
+        show();
+        int turns = 0;
+        QTimer turn;
+        QObject::connect(&turn, &QTimer::timeout, [&] { ++turns; });
+        turn.start(5);
+        ASSERT_TRUE(waitUntil([&] { return turns >= 20; }));
+        const int before = placements;
+        ASSERT_TRUE(waitUntil([&] { return turns >= 40; }));
+        EXPECT_EQ(placements, before);
+        EXPECT_LE(placements, 5);
+    }
+}
+
+TEST_F(PromptWindowTest, MirrorsForARightToLeftLanguage) {
+    prompt.makeRightToLeft();
+    show();
+
+    EXPECT_EQ(window.layoutDirection(), Qt::RightToLeft);
+    EXPECT_LT(find("updateNowButton").x(), find("postponeButton").x());
+}
+
+TEST(WindowShapeTest, RoundsTheCornersAndNothingElse) {
+    const QRegion shape = roundedRegion(QSize(100, 60), 12);
+
+    EXPECT_EQ(shape.boundingRect(), QRect(0, 0, 100, 60));
+    for (const QPoint& corner : {QPoint(0, 0), QPoint(99, 0), QPoint(0, 59), QPoint(99, 59)}) {
+        EXPECT_FALSE(shape.contains(corner));
+    }
+    for (const QPoint& inside : {QPoint(50, 0), QPoint(0, 30), QPoint(99, 30), QPoint(50, 59),
+                                 QPoint(4, 4), QPoint(95, 55)}) {
+        EXPECT_TRUE(shape.contains(inside));
+    }
+    // The same at all four corners.
+    int pixels = 0;
+    for (const QRect& part : shape) {
+        pixels += part.width() * part.height();
+        EXPECT_EQ(part.left(), 99 - part.right());
+    }
+    EXPECT_NEAR(pixels, 100 * 60 - (4 - 3.14159) * 12 * 12, 8);
+}
+
+TEST(WindowShapeTest, StaysWithinASmallSize) {
+    EXPECT_EQ(roundedRegion(QSize(10, 4), 12).boundingRect(), QRect(0, 0, 10, 4));
+    EXPECT_EQ(roundedRegion(QSize(10, 4), 0), QRegion(0, 0, 10, 4));
+}
+
+}  // namespace
+}  // namespace velunor
