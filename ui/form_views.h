@@ -7,7 +7,7 @@
 
 namespace velunor {
 
-/// A rounded panel in the theme's colours that groups controls of the form.
+/// A rounded panel in the theme's colours that groups controls of the form. Main thread only.
 class PanelView final : public QWidget {
     Q_OBJECT
     /// panel or notice.
@@ -24,7 +24,7 @@ class PanelView final : public QWidget {
 };
 
 /// A layout constraint as a form has it: the distance below a control, which is kept while the
-/// constraint wins over its rival and gone while it yields.
+/// constraint wins over its rival and gone while it yields. Main thread only.
 class ConstraintSpacer final : public QWidget, public LayoutConstraint {
     Q_OBJECT
     /// The constraint's identifier; empty when it has none.

@@ -9,7 +9,7 @@ namespace velunor {
 /// Largest width and height of a picture in pixels.
 inline constexpr int largestImageSide = 4096;
 
-/// A decoded picture.
+/// A decoded picture. It never changes, so any thread may read it.
 class QtImage final : public Image {
   public:
     explicit QtImage(QImage image) : image_(std::move(image)) {}
@@ -20,12 +20,13 @@ class QtImage final : public Image {
     QImage image_;
 };
 
-/// The picture behind an image of this reader; a null picture for any other.
+/// The picture behind an image of this reader; a null picture for any other. Any thread.
 [[nodiscard]] QImage bitmapOf(const ImagePointer& image);
 
 /// Reads PNG, JPEG, GIF (its first picture), BMP and WebP, told apart by their content. Vector
 /// formats, files that are not regular ones, files over `largestReadableFile` and sides over
-/// `largestImageSide` are refused before anything is decoded.
+/// `largestImageSide` are refused before anything is decoded: left to itself the toolkit would try
+/// every decoder on files that anybody may have written. Any thread.
 class QtImageReader final : public ImageReader {
   public:
     QtImageReader();

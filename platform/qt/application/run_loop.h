@@ -7,7 +7,7 @@
 namespace velunor {
 
 /// The application's event loop. Timers are precise and count by ticks; those that are still active
-/// end with this object.
+/// end with this object. Made and destroyed on the main thread.
 class QtRunLoop final : public RunLoop {
   public:
     void scheduleTimer(std::chrono::milliseconds interval, bool repeats,

@@ -10,7 +10,7 @@
 namespace velunor {
 
 /// The backing layer of a widget: a coloured ground that is painted beneath what the widget paints
-/// itself, and animations of the widget's place in its layout.
+/// itself, and animations of the widget's place in its layout. Main thread only.
 class WidgetLayer final : public QObject, public Layer {
     Q_OBJECT
 

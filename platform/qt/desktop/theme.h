@@ -5,7 +5,8 @@
 
 namespace velunor {
 
-/// The colours of the prompt. Every text and its ground differ by at least 4.5 : 1, every outline
+/// The colours of the prompt; the toolkit's palette has none for notices and refusals and promises
+/// no contrast. Every text and its ground differ by at least 4.5 : 1, every outline
 /// of a control and its ground by at least 3 : 1.
 struct Theme {
     bool dark = false;
@@ -34,7 +35,8 @@ struct Theme {
     QColor refused;
 };
 
-/// The dark theme where the palette shows light text on a dark ground, else the light one.
+/// The dark theme where the palette shows light text on a dark ground, else the light one. Any
+/// thread.
 [[nodiscard]] const Theme& themeFor(const QPalette& palette);
 
 /// The theme of the desktop's present palette. Main thread only.

@@ -9,6 +9,8 @@
 
 namespace velunor {
 
+// Main thread only, with an application object.
+
 /// Usable area of the main screen in the toolkit's own coordinates (y downwards), panels excluded;
 /// empty without a screen.
 [[nodiscard]] QRect usableArea();
@@ -26,6 +28,7 @@ class QtWindow final : public Window {
     QWidget& widget_;
 };
 
+/// The screens as the toolkit knows them.
 class QtScreens final : public Screens {
   public:
     [[nodiscard]] std::optional<Rect> mainScreenVisibleFrame() const override;

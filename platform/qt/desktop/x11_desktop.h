@@ -41,7 +41,8 @@ namespace velunor {
 /// before. None outside X11.
 [[nodiscard]] std::optional<bool> capsLockIsOn();
 
-/// Calls back when panels come, go or change and when a window manager changes a window's frame.
+/// Calls back when panels come, go or change and when a window manager changes a window's frame,
+/// which the toolkit does not tell.
 class X11DesktopChanges final : public QAbstractNativeEventFilter {
   public:
     explicit X11DesktopChanges(std::function<void()> changed);

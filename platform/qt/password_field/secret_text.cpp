@@ -1,10 +1,11 @@
 #include "platform/qt/password_field/secret_text.h"
 
 #include <algorithm>
-#include <array>
+#include <string>
 #include <utility>
 
 #include "platform/posix/memory_lock.h"
+#include "platform/text.h"
 
 namespace velunor {
 
@@ -29,25 +30,6 @@ std::ptrdiff_t offset(std::size_t index) {
     return static_cast<std::ptrdiff_t>(index);
 }
 
-/// Writes `codePoint` into `bytes` and gives back how many it takes.
-std::size_t encode(char32_t codePoint, std::array<char, 4>& bytes) {
-    const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
-    const char32_t valid = surrogate || codePoint > 0x10FFFF ? replacement : codePoint;
-    if (valid < 0x80) {
-        bytes[0] = static_cast<char>(valid);
-        return 1;
-    }
-    const std::size_t count = valid < 0x800 ? 2 : (valid < 0x10000 ? 3 : 4);
-    char32_t rest = valid;
-    for (std::size_t index = count - 1; index > 0; --index) {
-        bytes[index] = static_cast<char>(0x80U | (rest & 0x3FU));
-        rest >>= 6U;
-    }
-    // The first byte has as many leading ones as there are bytes.
-    bytes[0] = static_cast<char>((0xF00U >> count & 0xFFU) | rest);
-    return count;
-}
-
 }  // namespace
 
 SecretText::SecretText() : storage_(lockedStorage(firstCapacity)) {}
@@ -58,12 +40,14 @@ SecretText::~SecretText() {
 
 Secret SecretText::utf8() const {
     Secret encoded;
-    std::array<char, 4> bytes{};
     for (const char32_t codePoint : reveal()) {
-        const std::size_t count = encode(codePoint, bytes);
-        encoded.append({bytes.data(), count});
+        const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
+        // So few bytes never leave the string itself for the heap.
+        std::string bytes =
+            encodedUtf8(surrogate || codePoint > 0x10FFFF ? replacement : codePoint);
+        encoded.append(bytes);
+        velunor::wipe(bytes);
     }
-    velunor::wipe(bytes.data(), bytes.size());
     return encoded;
 }
 

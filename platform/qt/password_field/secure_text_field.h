@@ -8,10 +8,11 @@
 
 namespace velunor {
 
-/// The field for a password. The toolkit's editor behind it holds one bullet for each character and
-/// never the text, so that nothing it does with its own text can give the password away: clipboard,
-/// selection, drag, undo, input methods, assistive technologies, buffers that it frees. The typed
-/// text is kept beside it and wiped. Main thread only.
+/// The field for a password. The toolkit's own, in its password mode, keeps the text in buffers and
+/// an undo history that nobody wipes. Here its editor holds one bullet for each character, so that
+/// nothing it does with its text can give the password away: clipboard, selection, drag, undo,
+/// input methods, assistive technologies, freed buffers. The typed text is kept beside it and
+/// wiped. Main thread only.
 ///
 /// What cannot be wiped from here: the key events of single characters, and for a pasted password
 /// the clipboard itself with the toolkit's copy of it.

@@ -136,8 +136,8 @@ void LiteralText::setLayoutDirection(Qt::LayoutDirection direction) {
     rebuild();
 }
 
-void LiteralText::setCentered(bool centered) {
-    centered_ = centered;
+void LiteralText::centerLines() {
+    centered_ = true;
     rebuild();
 }
 

@@ -25,7 +25,9 @@ struct ShownText {
 
 /// Lays out and draws a text exactly as it stands: no markup, no mnemonics, nothing left out. Lines
 /// break at the text's own line breaks and where the width asks for it, inside a word if need be.
-/// Each paragraph runs in the direction of its first strong character. Main thread only.
+/// Each paragraph runs in the direction of its first strong character. The toolkit's own label
+/// takes a text for markup when it looks like it, cuts a word that is too long, and lets the text
+/// beside a running figure tremble. Main thread only.
 class LiteralText {
   public:
     void setText(const ShownText& shown);
@@ -33,7 +35,8 @@ class LiteralText {
     [[nodiscard]] const QFont& font() const { return font_; }
     /// The direction of the surrounding layout; every line is at its leading edge.
     void setLayoutDirection(Qt::LayoutDirection direction);
-    void setCentered(bool centered);
+    /// Puts every line in the middle instead.
+    void centerLines();
     /// Lets every line but the first begin where the text goes on after its first `units` units,
     /// such as a bullet.
     void setHangingUnits(qsizetype units);

@@ -32,7 +32,7 @@ TextButton::TextButton(QWidget* parent) : QPushButton(parent) {
     setAttribute(Qt::WA_Hover);
     setAutoDefault(false);
     setFocusPolicy(Qt::StrongFocus);
-    layout_.setCentered(true);
+    layout_.centerLines();
     updateFont();
 }
 

@@ -7,9 +7,9 @@
 
 namespace velunor {
 
-/// A push button whose title is literal (an ampersand is an ampersand) and wraps when it is too
-/// long for one line. The inherited text() stays empty: use literalText(). Space and Return press
-/// it while it has the focus.
+/// A push button whose title is literal and wraps when it is too long for one line; the toolkit's
+/// own makes a mnemonic of an ampersand and cuts what does not fit. The inherited text() stays
+/// empty: use literalText(). Space and Return press it while it has the focus. Main thread only.
 class TextButton final : public QPushButton {
     Q_OBJECT
     /// primary, secondary or link.

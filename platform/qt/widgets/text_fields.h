@@ -6,7 +6,8 @@
 namespace velunor {
 
 /// A one-line field with rounded corners, a glyph at its leading edge and a focus ring that follows
-/// the corners.
+/// the corners. The toolkit's own looks as each desktop's style has it, and has no place for the
+/// glyph, the ring or the colour of a refusal. Main thread only.
 class RoundedField : public QLineEdit {
     Q_OBJECT
     /// Resource path of the glyph, drawn in the theme's colour.
@@ -47,7 +48,9 @@ class RoundedField : public QLineEdit {
     double refusal_ = 0;
 };
 
-/// The field for plain text.
+/// The field for plain text. The toolkit's own signal for the end of editing leaves out a field
+/// that was not edited, and comes when another window takes the focus for a while. Main thread
+/// only.
 class CustomTextField final : public RoundedField {
     Q_OBJECT
 

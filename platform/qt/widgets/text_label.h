@@ -9,11 +9,13 @@
 
 namespace velunor {
 
-/// Shows a text exactly as it stands, wrapped, never cut. A screen reader sees static text.
+/// Shows a text exactly as it stands, wrapped, never cut. A screen reader sees static text. It
+/// replaces the toolkit's label for the sake of LiteralText, and because that label tells a screen
+/// reader of every change, each second's included. Main thread only.
 class TextLabel final : public QWidget {
     Q_OBJECT
-    /// The part that the text plays: productName, title, body, update, caption, countdown or
-    /// notice. Settles the font's size and weight and the colour.
+    /// The part that the text plays: productName, title, body, update, userName, caption,
+    /// countdown or notice. Settles the font's size and weight and the colour.
     Q_PROPERTY(QString textRole MEMBER role_ WRITE setTextRole)
 
   public:

@@ -62,8 +62,7 @@ TEST(ImageTest, RefusesWhatIsNotAnImage) {
 }
 
 TEST(ImageTest, RefusesVectorDrawings) {
-    EXPECT_EQ(read("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"/>"),
-              nullptr);
+    EXPECT_EQ(read(R"(<svg xmlns="http://www.w3.org/2000/svg" width="9" height="9"/>)"), nullptr);
 }
 
 TEST(ImageTest, RefusesATruncatedPicture) {
