@@ -14,6 +14,7 @@ class TerminationSignals final {
     explicit TerminationSignals(std::function<void()> terminate);
     TerminationSignals(const TerminationSignals&) = delete;
     TerminationSignals& operator=(const TerminationSignals&) = delete;
+    ~TerminationSignals() = default;
 
   private:
     std::function<void()> terminate_;
