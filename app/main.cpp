@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -12,7 +11,6 @@
 #include "app/app_delegate.h"
 #include "app/start_up.h"
 #include "platform/linux/directory/directory_service.h"
-#include "platform/linux/directory/library_environment.h"
 #include "platform/linux/log/system_log.h"
 #include "platform/linux/session/console_users.h"
 #include "platform/linux/session/idle_inhibitor.h"
@@ -29,23 +27,6 @@
 #include "window/view_controller.h"
 
 namespace {
-
-/// The directory as the agent's settings describe it.
-velunor::LinuxDirectorySettings directorySettings(const velunor::AgentSettings& agent) {
-    velunor::LinuxDirectorySettings settings;
-    settings.searchPath = agent.searchPath;
-    settings.passwordHelper.socketPath = agent.passwordSocket;
-    settings.passwordHelper.program = agent.passwordHelper;
-    for (const auto& [name, node] : agent.directoryNodes) {
-        velunor::LdapNodeSettings& target = settings.ldapNodes[name];
-        target.uri = node.uri;
-        target.userBase = node.userBase;
-        target.userFilter = node.userFilter;
-        target.certificateAuthorities = node.caFile;
-        target.timeout = std::chrono::seconds(node.timeoutSeconds);
-    }
-    return settings;
-}
 
 /// The parts that work without a display, alive from the first step to the last.
 struct Machine {
@@ -72,7 +53,7 @@ struct Machine {
     const velunor::QtScreens screens;
     const velunor::QtImageReader images;
     const velunor::QtTextSegmenter segmenter;
-    velunor::LinuxDirectoryService directory(directorySettings(velunor::loadedSettings()));
+    velunor::LinuxDirectoryService directory(velunor::loadedSettings().directory);
     velunor::PromptWindow promptWindow;
     velunor::QtWindow window(promptWindow);
     velunor::QtApplication application(promptWindow, window);
@@ -118,7 +99,6 @@ struct Machine {
 }  // namespace
 
 int main(int argc, char** argv) {
-    velunor::leaveOutRevealingVariables(argv);
     // The process will hold a typed password: no core dump, no reading by other programs.
     prctl(PR_SET_DUMPABLE, 0);
 

@@ -83,7 +83,7 @@ bus = "session"
 
 [credentials]
 secure_token_tool = "$ROOT/build/release/sysadminctl"
-password_helper = "$ROOT/build/release/osupdate-checkpass"
+credential_checker = "$ROOT/build/release/osupdate-checkpass"
 TOML
 }
 

@@ -86,20 +86,19 @@ class Reader {
         target = std::move(values);
     }
 
-    void integer(const toml::table& table, const std::string& section, std::string_view key,
-                 int lowest, int highest, int& target) {
+    void seconds(const toml::table& table, const std::string& section, std::string_view key,
+                 int highest, std::chrono::seconds& target) {
         const toml::node* node = table.get(key);
         if (node == nullptr) {
             return;
         }
         const auto value = node->value_exact<std::int64_t>();
-        if (!value || *value < lowest || *value > highest) {
+        if (!value || *value < 1 || *value > highest) {
             fail(*node, named(section, key),
-                 "is not a whole number from " + std::to_string(lowest) + " to " +
-                     std::to_string(highest));
+                 "is not a whole number from 1 to " + std::to_string(highest));
             return;
         }
-        target = static_cast<int>(*value);
+        target = std::chrono::seconds(*value);
     }
 
     void noteUnknown(const toml::table& table, const std::string& section,
@@ -171,10 +170,12 @@ void readCredentials(Reader& reader, const toml::table& root, AgentSettings& set
     }
     reader.texts(*credentials, "credentials", "admin_groups", settings.adminGroups);
     reader.path(*credentials, "credentials", "secure_token_tool", settings.secureTokenTool);
-    reader.path(*credentials, "credentials", "password_helper", settings.passwordHelper);
-    reader.path(*credentials, "credentials", "password_socket", settings.passwordSocket);
-    reader.noteUnknown(*credentials, "credentials",
-                       {"admin_groups", "secure_token_tool", "password_helper", "password_socket"});
+    CredentialCheckerSettings& checker = settings.directory.checker;
+    reader.path(*credentials, "credentials", "credential_checker", checker.program);
+    reader.path(*credentials, "credentials", "credential_checker_socket", checker.socketPath);
+    reader.noteUnknown(
+        *credentials, "credentials",
+        {"admin_groups", "secure_token_tool", "credential_checker", "credential_checker_socket"});
 }
 
 void readDirectory(Reader& reader, const toml::table& root, AgentSettings& settings) {
@@ -183,7 +184,7 @@ void readDirectory(Reader& reader, const toml::table& root, AgentSettings& setti
     if (directory == nullptr) {
         return;
     }
-    reader.texts(*directory, "directory", "search_path", settings.searchPath);
+    reader.texts(*directory, "directory", "search_path", settings.directory.searchPath);
     reader.noteUnknown(*directory, "directory", {"search_path", "node"});
     const toml::table* nodes = reader.table(*directory, "node", "directory.node");
     if (nodes == nullptr) {
@@ -196,12 +197,12 @@ void readDirectory(Reader& reader, const toml::table& root, AgentSettings& setti
         if (node == nullptr) {
             continue;
         }
-        DirectoryNodeSettings& target = settings.directoryNodes[name];
+        DirectoryNodeSettings& target = settings.directory.nodes[name];
         reader.text(*node, section, "uri", target.uri);
         reader.text(*node, section, "user_base", target.userBase);
         reader.text(*node, section, "user_filter", target.userFilter);
-        reader.path(*node, section, "ca_file", target.caFile);
-        reader.integer(*node, section, "timeout_seconds", 1, longestTimeout, target.timeoutSeconds);
+        reader.path(*node, section, "ca_file", target.certificateAuthorities);
+        reader.seconds(*node, section, "timeout_seconds", longestTimeout, target.timeout);
         reader.noteUnknown(*node, section,
                            {"uri", "user_base", "user_filter", "ca_file", "timeout_seconds"});
         reader.required(*node, section, "uri");

@@ -1,28 +1,17 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/expected.h"
+#include "platform/linux/directory/directory_settings.h"
 
 namespace velunor {
 
 /// Which message bus the agent service is on.
 enum class ServiceBus { system, session };
-
-/// A network directory node.
-struct DirectoryNodeSettings {
-    std::string uri;
-    std::string userBase;
-    std::string userFilter = "(uid=%u)";
-    /// File with the certificates of the authorities to trust; empty for the system's own.
-    std::string caFile;
-    /// Limit for connecting, TLS and each answer; 1 to 60.
-    int timeoutSeconds = 5;
-};
 
 /// The agent's settings, as its file has them.
 struct AgentSettings {
@@ -33,11 +22,7 @@ struct AgentSettings {
     ServiceBus bus = ServiceBus::system;
     std::vector<std::string> adminGroups{"sudo", "wheel", "admin"};
     std::string secureTokenTool = "/usr/sbin/sysadminctl";
-    /// The program that asks PAM, and the socket of the system service that runs it.
-    std::string passwordHelper = "/opt/velunor/ostrel_agent/bin/osupdate-checkpass";
-    std::string passwordSocket = "/run/velunor/osupdate-checkpass.socket";
-    std::vector<std::string> searchPath{"/Local/Default"};
-    std::map<std::string, DirectoryNodeSettings> directoryNodes;
+    LinuxDirectorySettings directory;
     /// Keys that the file has and the agent does not know, each with its place.
     std::vector<std::string> unknownKeys;
 };

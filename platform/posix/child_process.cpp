@@ -1,7 +1,6 @@
 #include "platform/posix/child_process.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,10 +8,9 @@
 #include <array>
 #include <cerrno>
 #include <system_error>
-#include <vector>
 
 #include "platform/posix/file_descriptor.h"
-#include "platform/posix/spawn_settings.h"
+#include "platform/posix/spawn.h"
 
 namespace velunor {
 
@@ -23,15 +21,6 @@ constexpr std::int32_t cannotRun = 126;
 
 ChildProcessResult notStarted(int error) {
     return {cannotRun, std::generic_category().message(error) + "\n"};
-}
-
-bool holdsNul(std::span<const std::string> arguments) {
-    for (const std::string& argument : arguments) {
-        if (argument.find('\0') != std::string::npos) {
-            return true;
-        }
-    }
-    return false;
 }
 
 /// A file in memory, none with the reason in errno. Every write goes to its end.
@@ -70,23 +59,15 @@ std::string wholeContent(int file) {
 
 ChildProcessResult LinuxChildProcess::run(const std::string& launchPath,
                                           std::span<const std::string> arguments) {
-    // An argument cannot carry a NUL; cutting it there would ask about another account.
-    if (holdsNul(arguments)) {
-        return notStarted(EINVAL);
-    }
     const FileDescriptor output = newOutput();
     if (!output.isOpen()) {
         return notStarted(errno);
     }
-    std::vector<char*> argv{const_cast<char*>(launchPath.c_str())};
-    for (const std::string& argument : arguments) {
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    }
-    argv.push_back(nullptr);
-    const SpawnSettings settings({-1, output.get(), output.get()});
     pid_t child = 0;
-    const int error = posix_spawn(&child, launchPath.c_str(), settings.actions(),
-                                  settings.attributes(), argv.data(), environ);
+    const int error = spawn({.program = launchPath,
+                             .arguments = arguments,
+                             .streams = {.output = output.get(), .error = output.get()}},
+                            child);
     if (error != 0) {
         return notStarted(error);
     }

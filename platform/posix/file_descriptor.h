@@ -27,6 +27,9 @@ class FileDescriptor {
     [[nodiscard]] int get() const noexcept { return descriptor_; }
     [[nodiscard]] bool isOpen() const noexcept { return descriptor_ >= 0; }
 
+    /// Gives the descriptor to the caller, who closes it from now on.
+    [[nodiscard]] int release() noexcept { return std::exchange(descriptor_, -1); }
+
   private:
     int descriptor_;
 };

@@ -11,9 +11,13 @@ namespace velunor {
 /// Waits until one of the poll(2) events is there, an end of the stream or an error of the
 /// descriptor included. 0, or else errno's number: ETIMEDOUT once the deadline has passed. Any
 /// thread.
-[[nodiscard]] inline int waitUntilReady(int descriptor, short events,
-                                        std::chrono::steady_clock::time_point deadline) {
+[[nodiscard]] inline int pollUntil(int descriptor, short events,
+                                   std::chrono::steady_clock::time_point deadline) {
     using std::chrono::milliseconds;
+    // poll(2) would pass over it and wait.
+    if (descriptor < 0) {
+        return EBADF;
+    }
     while (true) {
         const auto left = deadline - std::chrono::steady_clock::now();
         if (left <= std::chrono::steady_clock::duration::zero()) {

@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "platform/posix/process.h"
-#include "platform/posix/spawn_settings.h"
+#include "platform/posix/spawn.h"
 #include "platform/text.h"
 #include "prompt/delivery.h"
 #include "prompt/os_update_notification_response.h"
@@ -105,16 +105,11 @@ class PromptSession {
         const std::string program = command_.program.empty()
                                         ? LinuxProcessInfo().bundlePath() + "/VelunorOSUpdate"
                                         : command_.program;
-        std::vector<char*> argv{const_cast<char*>(program.c_str())};
-        for (const std::string& argument : command_.arguments) {
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        }
-        argv.push_back(nullptr);
-
         // Standard output belongs to the answer alone.
-        const SpawnSettings settings({-1, STDERR_FILENO, STDERR_FILENO});
-        const int error = posix_spawnp(&prompt_, program.c_str(), settings.actions(),
-                                       settings.attributes(), argv.data(), environ);
+        const int error = spawn({.program = program,
+                                 .arguments = command_.arguments,
+                                 .streams = {.output = STDERR_FILENO, .error = callersStream}},
+                                prompt_);
         return error == 0 ? std::string() : program + ": " + std::generic_category().message(error);
     }
 

@@ -70,7 +70,7 @@ int guardedCheck(const std::function<int()>& check,
     const GuardedProcess guarded(child);
     writer = FileDescriptor();
     int code = PAM_ABORT;
-    if (waitUntilReady(reader.get(), POLLIN, deadline) != 0 ||
+    if (pollUntil(reader.get(), POLLIN, deadline) != 0 ||
         read(reader.get(), &code, sizeof code) != sizeof code) {
         return PAM_ABORT;
     }

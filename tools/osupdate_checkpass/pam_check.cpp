@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/secret.h"
+
 namespace velunor {
 
 namespace {
@@ -14,7 +16,7 @@ namespace {
 /// What PAM's modules may ask: for the password, once. A second question could be for something
 /// else, such as the code of a token, which must not get the password.
 struct Conversation {
-    const Secret& password;
+    std::string_view password;
     bool asked = false;
 };
 
@@ -24,9 +26,8 @@ char* answerTo(const pam_message& message, Conversation& conversation) {
         return nullptr;
     }
     conversation.asked = true;
-    const std::string_view password = conversation.password.reveal();
     // PAM wipes and frees it.
-    return strndup(password.data(), password.size());
+    return strndup(conversation.password.data(), conversation.password.size());
 }
 
 bool isNotice(const pam_message& message) {
@@ -99,9 +100,9 @@ int authenticate(pam_handle_t* pam, std::string_view userName, const Conversatio
 }  // namespace
 
 int askPam(const CheckRequest& request) {
-    Conversation conversation{request.password};
+    Conversation conversation{request.password()};
     const pam_conv callback{converse, &conversation};
-    const std::string userName(request.userName.reveal());
+    const std::string userName(request.userName());
     pam_handle_t* pam = nullptr;
     int code = pam_start("velunor-osupdate", userName.c_str(), &callback, &pam);
     if (code != PAM_SUCCESS) {

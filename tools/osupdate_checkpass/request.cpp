@@ -2,74 +2,61 @@
 
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <string_view>
 
-#include "platform/linux/directory/credential_checker_protocol.h"
+#include "platform/posix/memory_lock.h"
 #include "platform/posix/poll_until.h"
+#include "platform/secret.h"
 
 namespace velunor {
 
 namespace {
 
-constexpr std::size_t longestRequest =
-    password_helper_protocol::longestUserName + password_helper_protocol::longestPassword + 2;
-
-/// All bytes up to the end of the stream, none when there is no end in time or too much before it.
-std::optional<Secret> readToEnd(int input, std::chrono::steady_clock::time_point deadline) {
-    Secret content;
-    std::array<char, longestRequest> block{};
-    while (waitUntilReady(input, POLLIN, deadline) == 0) {
-        const ssize_t count = read(input, block.data(), block.size());
-        if (count == 0) {
-            return content;
-        }
-        if (count < 0) {
-            if (errno == EINTR || errno == EAGAIN) {
-                continue;
-            }
-            break;
-        }
-        const auto size = static_cast<std::size_t>(count);
-        content.append({block.data(), size});
-        wipe(block.data(), size);
-        if (content.size() > longestRequest) {
-            break;
-        }
-    }
-    return std::nullopt;
-}
-
-/// Takes a text and the NUL behind it from the front of `rest`; none when there is none, or one of
-/// a wrong length.
-std::optional<Secret> takeText(std::string_view& rest, std::size_t longest) {
+/// Takes a text and the NUL behind it from the front of `rest`; an empty one when there is none, or
+/// one that is too long.
+std::string_view takeText(std::string_view& rest, std::size_t longest) {
     const std::size_t end = rest.find('\0');
-    if (end == std::string_view::npos || end == 0 || end > longest) {
-        return std::nullopt;
+    if (end == std::string_view::npos || end > longest) {
+        return {};
     }
-    Secret text(rest.substr(0, end));
+    const std::string_view text = rest.substr(0, end);
     rest.remove_prefix(end + 1);
     return text;
 }
 
 }  // namespace
 
-std::optional<CheckRequest> readRequest(int input, std::chrono::steady_clock::time_point deadline) {
-    const auto content = readToEnd(input, deadline);
-    if (!content) {
-        return std::nullopt;
+CheckRequest::~CheckRequest() {
+    wipe(bytes_.data(), bytes_.size());
+}
+
+void CheckRequest::lock() const {
+    static_cast<void>(lockMemory(bytes_.data(), bytes_.size()));
+}
+
+bool CheckRequest::read(int input, std::chrono::steady_clock::time_point deadline,
+                        std::size_t longestPassword) {
+    std::string_view rest(bytes_.data(), readToEnd(input, deadline));
+    userName_ = takeText(rest, credential_checker_protocol::longestUserName);
+    password_ = takeText(rest, longestPassword);
+    return !userName_.empty() && !password_.empty() && rest.empty();
+}
+
+/// The number of bytes; 0 when there is no end in time or too much before it.
+std::size_t CheckRequest::readToEnd(int input, std::chrono::steady_clock::time_point deadline) {
+    std::size_t size = 0;
+    while (size < bytes_.size() && pollUntil(input, POLLIN, deadline) == 0) {
+        const ssize_t count = ::read(input, bytes_.data() + size, bytes_.size() - size);
+        if (count == 0) {
+            return size;
+        }
+        if (count > 0) {
+            size += static_cast<std::size_t>(count);
+        } else if (errno != EINTR && errno != EAGAIN) {
+            break;
+        }
     }
-    std::string_view rest = content->reveal();
-    auto userName = takeText(rest, password_helper_protocol::longestUserName);
-    if (!userName) {
-        return std::nullopt;
-    }
-    auto password = takeText(rest, password_helper_protocol::longestPassword);
-    if (!password || !rest.empty()) {
-        return std::nullopt;
-    }
-    return CheckRequest{std::move(*userName), std::move(*password)};
+    return 0;
 }
 
 }  // namespace velunor

@@ -9,10 +9,10 @@
 
 namespace velunor {
 
-/// Asks PAM about a local account's password, through the separate program that talks to PAM; none
-/// when it accepts. No answer, an unclear one or none in time is an error. Blocks, at most the time
-/// limit of the settings; any thread.
+/// Asks PAM about a local account's password, through the credential checker; none when it accepts.
+/// No answer, an unclear one or none in time is an error. Blocks, at most the time limit of the
+/// settings; any thread.
 [[nodiscard]] std::optional<DirectoryError> checkLocalPassword(
-    const PasswordHelperSettings& settings, const std::string& userName, const Secret& password);
+    const CredentialCheckerSettings& settings, const std::string& userName, const Secret& password);
 
 }  // namespace velunor

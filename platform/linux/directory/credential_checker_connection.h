@@ -1,9 +1,13 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
-#include <variant>
+#include <string_view>
 
 #include "platform/directory_service.h"
 #include "platform/posix/file_descriptor.h"
@@ -11,29 +15,71 @@
 
 namespace velunor {
 
-// The two ways to the program that asks PAM. Both send the whole request first, without waiting for
-// the other side, and give its answer, up to the end of the stream.
+// The ways to the credential checker, and what its answers mean. All of this may be used on any
+// thread.
 
 using SteadyDeadline = std::chrono::steady_clock::time_point;
 
-/// The error of a way to the program: `error` is errno's number, `operation` what failed.
-[[nodiscard]] DirectoryError helperError(int error, const std::string& operation);
+/// The error of a way to the checker: `error` is errno's number, `operation` what failed.
+[[nodiscard]] DirectoryError checkerError(int error, const std::string& operation);
 
-/// Reads up to the end of the stream, no later than the deadline. An answer of more than the
-/// protocol's longest line is an error.
-[[nodiscard]] DirectoryResult<std::string> readHelperAnswer(int stream, SteadyDeadline deadline);
+/// The request about a name and a password. Neither may hold a NUL.
+[[nodiscard]] Secret credentialRequest(std::string_view userName, const Secret& password);
 
-/// Asks the system service at `path`; none when no service listens there. A socket of another user
-/// than root and the caller's own gets nothing and is an error.
-[[nodiscard]] std::optional<DirectoryResult<std::string>> askHelperSocket(const std::string& path,
-                                                                          const Secret& request,
-                                                                          SteadyDeadline deadline);
+/// What is read of an answer.
+enum class AnswerPart { firstLine, whole };
 
-/// Starts the program as a child and asks it. One that ends with another status than 0 after the
-/// answer of an accepted password is an error; it is killed at the deadline. A program that others
-/// than root and the caller's own user may change is not started.
-[[nodiscard]] DirectoryResult<std::string> askHelperProcess(const std::string& program,
-                                                            const Secret& request,
-                                                            SteadyDeadline deadline);
+/// Reads that part of an answer, no later than the deadline. More than the protocol's longest line
+/// is an error.
+[[nodiscard]] DirectoryResult<std::string> readCheckerAnswer(int stream, AnswerPart part,
+                                                             SteadyDeadline deadline);
+
+/// Whom the checker asks; the domain of its errors.
+enum class Backend { pam, ldap };
+
+/// None when the answer is the line `success`, else why it is not.
+[[nodiscard]] std::optional<DirectoryError> verdictIn(const DirectoryResult<std::string>& answer,
+                                                      std::string_view success, Backend backend);
+
+/// Asks the system service at `path`, with the whole request first; none when no service listens
+/// there. A socket of another user than root and the caller's own gets nothing and is an error.
+[[nodiscard]] std::optional<DirectoryResult<std::string>> askCheckerService(
+    const std::string& path, const Secret& request, SteadyDeadline deadline);
+
+/// The checker as a child, with an environment of its own. It is killed with its process group, and
+/// reaped, at the latest at the end of this object's life. One thread at a time.
+class CheckerProcess {
+  public:
+    /// Starts it; an error also for a program that others than root and the caller's own user may
+    /// change.
+    [[nodiscard]] static DirectoryResult<std::unique_ptr<CheckerProcess>> start(
+        const std::string& program, std::span<const std::string> arguments);
+
+    CheckerProcess(const CheckerProcess&) = delete;
+    CheckerProcess& operator=(const CheckerProcess&) = delete;
+    ~CheckerProcess();
+
+    /// The first line that it says, no later than the deadline.
+    [[nodiscard]] DirectoryResult<std::string> readLine(SteadyDeadline deadline) const;
+
+    /// Sends the request, to be done once, and gives the rest of what it says. Accepting a password
+    /// and ending with another status than 0 is an error.
+    [[nodiscard]] DirectoryResult<std::string> ask(const Secret& request, SteadyDeadline deadline);
+
+  private:
+    CheckerProcess() = default;
+
+    /// 0 when it has ended well, else errno's number.
+    [[nodiscard]] int waitForSuccess(SteadyDeadline deadline) const;
+
+    pid_t process_ = 0;
+    /// Readable once it has ended.
+    FileDescriptor ended_{};
+    FileDescriptor question_{};
+    /// The other end of `question_` is kept, so that a write never meets a broken pipe, whose
+    /// signal would end this process.
+    FileDescriptor questionReader_{};
+    FileDescriptor answer_{};
+};
 
 }  // namespace velunor

@@ -7,13 +7,12 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <string>
 #include <utility>
 
 #include "platform/linux/directory/credential_checker_connection.h"
 #include "platform/linux/directory/credential_checker_protocol.h"
 #include "platform/posix/poll_until.h"
-#include "platform/posix/spawn_settings.h"
+#include "platform/posix/spawn.h"
 
 namespace velunor {
 
@@ -53,96 +52,94 @@ int distrust(const std::string& program) {
     return S_ISREG(status.st_mode) && owned && closed ? 0 : EPERM;
 }
 
-/// A descriptor that is readable once the process has ended. The C library's function has no C++
-/// linkage in every version.
-FileDescriptor endOf(pid_t process) {
-    return FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+/// Whether nobody has reaped the process yet, after which its number may be another one's. `state`
+/// tells how it has ended, if it has.
+bool isUnreaped(pid_t process, siginfo_t& state) {
+    return waitid(P_PID, static_cast<id_t>(process), &state, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
-
-/// A started program, which is killed with its process group, and reaped, at the latest when it
-/// goes out of scope.
-class HelperProcess {
-  public:
-    explicit HelperProcess(pid_t process) : process_(process), ended_(endOf(process)) {}
-    HelperProcess(const HelperProcess&) = delete;
-    HelperProcess& operator=(const HelperProcess&) = delete;
-    ~HelperProcess() {
-        // Once somebody else has reaped it, its number may be another process's.
-        siginfo_t state{};
-        if (waitid(P_PID, static_cast<id_t>(process_), &state, WEXITED | WNOHANG | WNOWAIT) == 0) {
-            kill(-process_, SIGKILL);
-            constexpr std::chrono::milliseconds patience{100};
-            static_cast<void>(
-                waitUntilReady(ended_.get(), POLLIN, std::chrono::steady_clock::now() + patience));
-            waitpid(process_, nullptr, WNOHANG);
-        }
-    }
-
-    /// 0 when it has ended well, else errno's number. Where this process does not take notice of
-    /// its children, or something else in it has reaped this one, that it has ended is enough.
-    [[nodiscard]] int waitForSuccess(SteadyDeadline deadline) const {
-        if (ended_.isOpen()) {
-            const int error = waitUntilReady(ended_.get(), POLLIN, deadline);
-            if (error != 0) {
-                return error;
-            }
-        }
-        siginfo_t state{};
-        if (waitid(P_PID, static_cast<id_t>(process_), &state, WEXITED | WNOHANG | WNOWAIT) != 0) {
-            return errno == ECHILD ? 0 : errno;
-        }
-        return state.si_code == CLD_EXITED && state.si_status == 0 ? 0 : EPROTO;
-    }
-
-  private:
-    pid_t process_;
-    FileDescriptor ended_;
-};
 
 }  // namespace
 
-DirectoryResult<std::string> askHelperProcess(const std::string& program, const Secret& request,
-                                              SteadyDeadline deadline) {
+DirectoryResult<std::unique_ptr<CheckerProcess>> CheckerProcess::start(
+    const std::string& program, std::span<const std::string> arguments) {
     int error = distrust(program);
     if (error != 0) {
-        return helperError(error, program);
+        return checkerError(error, program);
     }
     Pipe question = newPipe();
     Pipe answer = newPipe();
     if (!question.reader.isOpen() || !question.writer.isOpen() || !answer.reader.isOpen() ||
         !answer.writer.isOpen()) {
-        return helperError(errno, "pipe");
+        return checkerError(errno, "pipe");
     }
-    // It fits into any pipe, and as long as this process holds the other end too, the write meets
-    // no broken pipe, whose signal would end the process.
-    const std::string_view bytes = request.reveal();
-    if (::write(question.writer.get(), bytes.data(), bytes.size()) !=
-        static_cast<ssize_t>(bytes.size())) {
-        return helperError(EIO, "write");
-    }
-    question.writer = FileDescriptor();
-    const SpawnSettings settings({question.reader.get(), answer.writer.get(), -1},
-                                 ProcessGroup::own);
     std::string path = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
-    std::array<char*, 2> environment{path.data(), nullptr};
-    std::array<char*, 2> arguments{const_cast<char*>(program.c_str()), nullptr};
-    pid_t child = 0;
-    error = posix_spawn(&child, program.c_str(), settings.actions(), settings.attributes(),
-                        arguments.data(), environment.data());
+    const std::array<char*, 2> environment{path.data(), nullptr};
+    std::unique_ptr<CheckerProcess> checker(new CheckerProcess);
+    error = spawn({.program = program,
+                   .arguments = arguments,
+                   .streams = {.input = question.reader.get(), .output = answer.writer.get()},
+                   .group = ProcessGroup::own,
+                   .environment = environment.data()},
+                  checker->process_);
     if (error != 0) {
-        return helperError(error, program);
+        return checkerError(error, program);
     }
-    const HelperProcess process(child);
-    question.reader = FileDescriptor();
-    answer.writer = FileDescriptor();
-    auto text = readHelperAnswer(answer.reader.get(), deadline);
-    if (text && *text == password_helper_protocol::accepted) {
-        error = process.waitForSuccess(deadline);
+    // The C library's function has no C++ linkage in every version.
+    checker->ended_ =
+        FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, checker->process_, 0)));
+    checker->question_ = std::move(question.writer);
+    checker->questionReader_ = std::move(question.reader);
+    checker->answer_ = std::move(answer.reader);
+    return checker;
+}
+
+CheckerProcess::~CheckerProcess() {
+    siginfo_t state{};
+    if (process_ > 0 && isUnreaped(process_, state)) {
+        kill(-process_, SIGKILL);
+        constexpr std::chrono::milliseconds patience{100};
+        static_cast<void>(
+            pollUntil(ended_.get(), POLLIN, std::chrono::steady_clock::now() + patience));
+        waitpid(process_, nullptr, WNOHANG);
+    }
+}
+
+DirectoryResult<std::string> CheckerProcess::readLine(SteadyDeadline deadline) const {
+    return readCheckerAnswer(answer_.get(), AnswerPart::firstLine, deadline);
+}
+
+DirectoryResult<std::string> CheckerProcess::ask(const Secret& request, SteadyDeadline deadline) {
+    // It fits into any pipe.
+    const std::string_view bytes = request.reveal();
+    if (::write(question_.get(), bytes.data(), bytes.size()) !=
+        static_cast<ssize_t>(bytes.size())) {
+        return checkerError(EIO, "write");
+    }
+    question_ = FileDescriptor();
+    auto answer = readCheckerAnswer(answer_.get(), AnswerPart::whole, deadline);
+    if (answer && *answer == credential_checker_protocol::accepted) {
+        const int error = waitForSuccess(deadline);
         if (error != 0) {
-            return helperError(error, "end of the program");
+            return checkerError(error, "end of the program");
         }
     }
-    return text;
+    return answer;
+}
+
+int CheckerProcess::waitForSuccess(SteadyDeadline deadline) const {
+    if (ended_.isOpen()) {
+        const int error = pollUntil(ended_.get(), POLLIN, deadline);
+        if (error != 0) {
+            return error;
+        }
+    }
+    siginfo_t state{};
+    if (!isUnreaped(process_, state)) {
+        // Where this process does not take notice of its children, or something else in it has
+        // reaped this one, that it has ended is enough.
+        return errno == ECHILD ? 0 : errno;
+    }
+    return state.si_code == CLD_EXITED && state.si_status == 0 ? 0 : EPROTO;
 }
 
 }  // namespace velunor

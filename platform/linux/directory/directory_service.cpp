@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "platform/linux/directory/credential_checker.h"
-#include "platform/linux/directory/ldap_node.h"
 #include "platform/linux/directory/local_account_record.h"
+#include "platform/linux/directory/network_node.h"
 
 namespace velunor {
 
@@ -16,13 +16,13 @@ namespace {
 using Settings = std::shared_ptr<const LinuxDirectorySettings>;
 
 /// The accounts of this machine.
-class LocalNode : public DirectoryNode {
+class LocalNode final : public DirectoryNode {
   public:
     explicit LocalNode(Settings settings) : settings_(std::move(settings)) {}
 
     std::optional<DirectoryError> setCredentials(const std::string& recordName,
                                                  const Secret& password) override {
-        return checkLocalPassword(settings_->passwordHelper, recordName, password);
+        return checkLocalPassword(settings_->checker, recordName, password);
     }
 
     std::optional<PropertyListDictionary> nodeDetails(
@@ -49,7 +49,7 @@ class LocalNode : public DirectoryNode {
 };
 
 /// The node that knows which nodes are to be asked, and has no accounts of its own.
-class SearchNode : public DirectoryNode {
+class SearchNode final : public DirectoryNode {
   public:
     explicit SearchNode(Settings settings) : settings_(std::move(settings)) {}
 
@@ -84,7 +84,7 @@ class SearchNode : public DirectoryNode {
     Settings settings_;
 };
 
-class LinuxDirectorySession : public DirectorySession {
+class LinuxDirectorySession final : public DirectorySession {
   public:
     explicit LinuxDirectorySession(Settings settings) : settings_(std::move(settings)) {}
 
@@ -95,11 +95,11 @@ class LinuxDirectorySession : public DirectorySession {
         if (name == "/Search") {
             return std::make_unique<SearchNode>(settings_);
         }
-        const auto node = settings_->ldapNodes.find(name);
-        if (node == settings_->ldapNodes.end()) {
+        const auto node = settings_->nodes.find(name);
+        if (node == settings_->nodes.end()) {
             return DirectoryError{"Directory", ENOENT, "No node of this name"};
         }
-        return openLdapNode(node->second);
+        return openNetworkNode(settings_->checker.program, node->second);
     }
 
     DirectoryResult<DirectoryNodePointer> openNode(DirectoryNodeType /*type*/) override {

@@ -11,7 +11,7 @@ namespace velunor {
 /// service), the network nodes of the settings, and the search node that lists the nodes to ask.
 /// May be used from several threads at once. Operations on nodes block, each at most the limits of
 /// the settings.
-class LinuxDirectoryService : public DirectoryService {
+class LinuxDirectoryService final : public DirectoryService {
   public:
     explicit LinuxDirectoryService(LinuxDirectorySettings settings);
 

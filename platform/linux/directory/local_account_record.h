@@ -8,7 +8,7 @@ namespace velunor {
 /// An account of this machine with its picture: the photo is the account's own `.face` file, the
 /// picture's path is the one that the accounts service keeps. Both are asked for when they are
 /// read; the service may take five seconds.
-class LocalAccountRecord : public DirectoryRecord {
+class LocalAccountRecord final : public DirectoryRecord {
   public:
     explicit LocalAccountRecord(LocalAccount account);
 

@@ -5,7 +5,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
-#include <sys/un.h>
 #include <syslog.h>
 #include <systemd/sd-journal.h>
 #include <unistd.h>
@@ -19,6 +18,7 @@
 #include <ctime>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/local_socket.h"
 #include "platform/text.h"
 
 namespace velunor {
@@ -88,14 +88,8 @@ struct Listener {
 };
 
 Listener listenerAt(const char* path) {
-    const FileDescriptor probe(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::string_view(path).copy(address.sun_path, sizeof address.sun_path - 1);
-    const bool connected =
-        probe.isOpen() &&
-        connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    return {connected, connected && isReadyForWriting(probe.get())};
+    const FileDescriptor probe = connectLocalSocket(SOCK_DGRAM, path);
+    return {probe.isOpen(), probe.isOpen() && isReadyForWriting(probe.get())};
 }
 
 /// Opens /dev/null for each standard stream that is closed. Otherwise the next file or connection

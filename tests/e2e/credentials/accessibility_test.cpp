@@ -132,7 +132,7 @@ TEST_F(Accessibility, KeyboardAloneAnswersForAnotherUser) {
     const std::string itsPassword = testing::newPassword();
     addAccount("eve", itsPassword, {"sudo"});
     addAccount("bob", itsPassword);
-    startPasswordService();
+    startCheckerService();
     startBesideAnotherWindow();
     enterByTaskSwitcher();
     ASSERT_TRUE(focuses("Password")) << focused();

@@ -5,7 +5,7 @@
 namespace velunor::testing {
 namespace {
 
-constexpr const char* helperSocket = "/run/velunor/osupdate-checkpass.socket";
+constexpr const char* checkerSocket = "/run/velunor/osupdate-checkpass.socket";
 
 }  // namespace
 
@@ -13,14 +13,16 @@ Desktop::Desktop()
     : password(testing::newPassword()),
       user(machine.addAccount("ada", password, {"sudo"})),
       acting(user) {
-    installPasswordHelper();
+    installCredentialChecker();
     const testing::AsRoot root;
+    // Wrong passwords cost no delay here.
+    testing::Machine::run({"sed", "-i", "s/pam_unix\\.so/& nodelay/", "/etc/pam.d/common-auth"});
     testing::Machine::seat(user);
 }
 
-void Desktop::installPasswordHelper() {
+void Desktop::installCredentialChecker() {
     const testing::AsRoot root;
-    testing::Machine::run({"install", "-D", "-m", "755", CHECKPASS_PROGRAM, passwordHelperPath});
+    testing::Machine::run({"install", "-D", "-m", "755", CHECKPASS_PROGRAM, credentialCheckerPath});
     testing::Machine::run({"install", "-D", "-m", "644", PAM_SERVICE_FILE, pamServicePath});
 }
 
@@ -37,7 +39,7 @@ void CredentialsTest::writeSettings() {
         text += kind + "_path = \"" + root + "/" + kind + "\"\n";
     }
     text += "[service]\nbus = \"session\"\n[credentials]\nsecure_token_tool = \"" + tokenTool_ +
-            "\"\npassword_helper = \"" + passwordHelperPath + "\"\n" + moreSettings_;
+            "\"\ncredential_checker = \"" + credentialCheckerPath + "\"\n" + moreSettings_;
     writeFile(settingsPath(), text);
 }
 
@@ -96,17 +98,17 @@ void CredentialsTest::startPromptOf(const std::string& program, const std::strin
     ASSERT_TRUE(waitForWindow()) << systemLog();
 }
 
-void CredentialsTest::startPasswordService() {
+void CredentialsTest::startCheckerService(const std::string& program) {
     const testing::AsRoot root;
-    passwordService_ = std::make_unique<ChildProcess>(
+    checkerService_ = std::make_unique<ChildProcess>(
         Command{.arguments = {"systemd-socket-activate", "--accept", "--inetd",
-                              "--listen=" + std::string(helperSocket), passwordHelperPath},
+                              "--listen=" + std::string(checkerSocket), program},
                 .environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}},
                 .output = {},
-                .errors = directory() / "password-service.log"});
-    ASSERT_TRUE(eventually([] { return std::filesystem::exists(helperSocket); }));
+                .errors = directory() / "checker-service.log"});
+    ASSERT_TRUE(eventually([] { return std::filesystem::exists(checkerSocket); }));
     // Everybody may ask, as the service's own socket has it.
-    std::filesystem::permissions(helperSocket, std::filesystem::perms(0666));
+    std::filesystem::permissions(checkerSocket, std::filesystem::perms(0666));
 }
 
 void CredentialsTest::typeIntoField(const std::string& role, const std::string& name,

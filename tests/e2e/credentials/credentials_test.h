@@ -10,8 +10,8 @@
 
 namespace velunor::testing {
 
-/// The program that asks PAM, where the settings name it.
-inline constexpr const char* passwordHelperPath = "/run/velunor/bin/osupdate-checkpass";
+/// The credential checker, where the settings name it.
+inline constexpr const char* credentialCheckerPath = "/run/velunor/bin/osupdate-checkpass";
 /// What PAM does for it.
 inline constexpr const char* pamServicePath = "/etc/pam.d/velunor-osupdate";
 
@@ -19,8 +19,8 @@ inline constexpr const char* pamServicePath = "/etc/pam.d/velunor-osupdate";
 struct Desktop {
     Desktop();
 
-    /// Puts that program and its PAM service, as they are shipped, into their places.
-    static void installPasswordHelper();
+    /// Puts the checker and its PAM service, as they are shipped, into their places.
+    static void installCredentialChecker();
 
     testing::Machine machine;
     std::string password;
@@ -58,8 +58,8 @@ class CredentialsTest : protected Desktop, public PromptTest {
     /// The same with another build of the prompt.
     void startPromptOf(const std::string& program, const std::string& minutes = "15");
 
-    /// Starts the system service that asks PAM about passwords, as the service manager would.
-    void startPasswordService();
+    /// Starts the checker's system service, as the service manager would.
+    void startCheckerService(const std::string& program = credentialCheckerPath);
 
     /// Clicks into the showing field of this kind and name and types.
     void typeIntoField(const std::string& role, const std::string& name, const std::string& text);
@@ -86,7 +86,7 @@ class CredentialsTest : protected Desktop, public PromptTest {
   private:
     void writeSettings();
 
-    std::unique_ptr<ChildProcess> passwordService_;
+    std::unique_ptr<ChildProcess> checkerService_;
     std::string tokenTool_;
     std::string moreSettings_;
 };

@@ -39,7 +39,7 @@ class Secrecy : public CredentialsTest {
 };
 
 TEST_F(Secrecy, DeliveredPasswordIsNowhereButInTheMessage) {
-    startPasswordService();
+    startCheckerService();
     startService(Treatment::answerWhenTold);
     startPrompt();
     typePassword(password);
@@ -98,7 +98,7 @@ TEST_F(Secrecy, KeysOfTheConnectionToADirectoryAreNotWrittenDown) {
 
 TEST_F(Secrecy, RefusedPasswordIsNowhereButInThePrompt) {
     const std::string wrong = testing::newPassword();
-    startPasswordService();
+    startCheckerService();
     startService();
     startPrompt();
     typePassword(wrong);

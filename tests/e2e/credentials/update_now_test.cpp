@@ -99,7 +99,7 @@ TEST_F(UpdateNow, EmptyPasswordIsRefused) {
     startService();
     startPrompt();
     updateNowUntil("Failed to validate credentials ada\n");
-    EXPECT_TRUE(logged("Credentails Error Error Domain=Helper Code=22 \"password: "))
+    EXPECT_TRUE(logged("Credentails Error Error Domain=Checker Code=22 \"password: "))
         << systemLog();
     EXPECT_TRUE(process().isRunning());
     EXPECT_TRUE(requests().empty());
@@ -124,7 +124,7 @@ TEST_F(UpdateNow, EmptyUserNameIsRefused) {
     startPrompt();
     typePassword(password);
     updateNowUntil("Failed to validate credentials \n");
-    EXPECT_TRUE(logged("Credentails Error Error Domain=Helper Code=22 \"user name: "))
+    EXPECT_TRUE(logged("Credentails Error Error Domain=Checker Code=22 \"user name: "))
         << systemLog();
     EXPECT_TRUE(requests().empty());
 }
@@ -193,7 +193,7 @@ TEST_F(UpdateNow, UserUnknownToTheTokenToolProceedsWhenTheLocalNodeAccepts) {
 TEST_F(UpdateNow, PasswordOfAnotherAccountIsAskedOfTheSystemService) {
     const std::string other = testing::newPassword();
     addAccount("carol", other, {"sudo"});
-    startPasswordService();
+    startCheckerService();
     startService();
     startPrompt();
     typeUserName("carol");
@@ -205,7 +205,7 @@ TEST_F(UpdateNow, PasswordOfAnotherAccountIsAskedOfTheSystemService) {
 
 TEST_F(UpdateNow, OwnPasswordIsNotThatOfAnotherAccount) {
     addAccount("carol", testing::newPassword(), {"sudo"});
-    startPasswordService();
+    startCheckerService();
     startService();
     startPrompt();
     typeUserName("carol");
@@ -227,7 +227,7 @@ TEST_F(UpdateNow, WithoutTheSystemServiceAnOrdinaryUserCannotUseAnotherAccount) 
 }
 
 TEST_F(UpdateNow, SystemServiceAnswersNobodyWithoutAnActiveSession) {
-    startPasswordService();
+    startCheckerService();
     leaveSeat();
     startService();
     startPrompt();
@@ -256,7 +256,7 @@ TEST_P(UnusableAccount, IsRefusedWithItsRightPassword) {
         const testing::AsRoot root;
         testing::Machine::run(command);
     }
-    startPasswordService();
+    startCheckerService();
     startService();
     startPrompt();
     typePassword(password);

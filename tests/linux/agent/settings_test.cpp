@@ -48,8 +48,8 @@ bus = "session"
 [credentials]
 admin_groups = ["staff"]
 secure_token_tool = "/opt/token"
-password_helper = "/opt/checkpass"
-password_socket = "/run/checkpass.socket"
+credential_checker = "/opt/checkpass"
+credential_checker_socket = "/run/checkpass.socket"
 
 [directory]
 search_path = ["/Local/Default", "/LDAPv3/corp"]
@@ -68,16 +68,16 @@ timeout_seconds = 60
     EXPECT_EQ(settings.bus, ServiceBus::session);
     EXPECT_THAT(settings.adminGroups, ElementsAre("staff"));
     EXPECT_EQ(settings.secureTokenTool, "/opt/token");
-    EXPECT_EQ(settings.passwordHelper, "/opt/checkpass");
-    EXPECT_EQ(settings.passwordSocket, "/run/checkpass.socket");
-    EXPECT_THAT(settings.searchPath, ElementsAre("/Local/Default", "/LDAPv3/corp"));
-    ASSERT_THAT(settings.directoryNodes, SizeIs(1));
-    const DirectoryNodeSettings& node = settings.directoryNodes.at("/LDAPv3/corp");
+    EXPECT_EQ(settings.directory.checker.program, "/opt/checkpass");
+    EXPECT_EQ(settings.directory.checker.socketPath, "/run/checkpass.socket");
+    EXPECT_THAT(settings.directory.searchPath, ElementsAre("/Local/Default", "/LDAPv3/corp"));
+    ASSERT_THAT(settings.directory.nodes, SizeIs(1));
+    const DirectoryNodeSettings& node = settings.directory.nodes.at("/LDAPv3/corp");
     EXPECT_EQ(node.uri, "ldaps://ldap.example.org");
     EXPECT_EQ(node.userBase, "ou=people,dc=example,dc=org");
     EXPECT_EQ(node.userFilter, "(mail=%u)");
-    EXPECT_EQ(node.caFile, "/etc/ca.pem");
-    EXPECT_EQ(node.timeoutSeconds, 60);
+    EXPECT_EQ(node.certificateAuthorities, "/etc/ca.pem");
+    EXPECT_EQ(node.timeout, std::chrono::seconds(60));
     EXPECT_THAT(settings.unknownKeys, IsEmpty());
 }
 
@@ -87,18 +87,19 @@ TEST(AgentSettingsText, PathsAloneLeaveTheDefaults) {
     EXPECT_EQ(settings.bus, ServiceBus::system);
     EXPECT_THAT(settings.adminGroups, ElementsAre("sudo", "wheel", "admin"));
     EXPECT_EQ(settings.secureTokenTool, "/usr/sbin/sysadminctl");
-    EXPECT_EQ(settings.passwordHelper, PasswordHelperSettings().program);
-    EXPECT_EQ(settings.passwordSocket, PasswordHelperSettings().socketPath);
-    EXPECT_THAT(settings.searchPath, ElementsAre("/Local/Default"));
-    EXPECT_THAT(settings.directoryNodes, IsEmpty());
+    EXPECT_EQ(settings.directory.checker.program,
+              "/opt/velunor/ostrel_agent/bin/osupdate-checkpass");
+    EXPECT_EQ(settings.directory.checker.socketPath, "/run/velunor/osupdate-checkpass.socket");
+    EXPECT_THAT(settings.directory.searchPath, ElementsAre("/Local/Default"));
+    EXPECT_THAT(settings.directory.nodes, IsEmpty());
 }
 
 TEST(AgentSettingsText, NodeWithTheAddressAloneHasTheDefaults) {
     const AgentSettings settings =
         parse(agentTable + std::string("[directory.node.\"/LDAPv3/x\"]\nuri = \"ldaps://x\"\n"));
-    const DirectoryNodeSettings& node = settings.directoryNodes.at("/LDAPv3/x");
+    const DirectoryNodeSettings& node = settings.directory.nodes.at("/LDAPv3/x");
     EXPECT_EQ(node.userFilter, "(uid=%u)");
-    EXPECT_EQ(node.timeoutSeconds, 5);
+    EXPECT_EQ(node.timeout, std::chrono::seconds(5));
 }
 
 TEST(AgentSettingsText, EmptyProductNameIsKept) {
@@ -191,14 +192,18 @@ INSTANTIATE_TEST_SUITE_P(
                   "F:6: credentials.secure_token_tool is not a text"},
         WrongCase{"TokenToolIsRelative", withAgent("[credentials]\nsecure_token_tool = \"tool\"\n"),
                   "F:6: credentials.secure_token_tool is not an absolute path"},
-        WrongCase{"PasswordHelperIsAList", withAgent("[credentials]\npassword_helper = [\"/p\"]\n"),
-                  "F:6: credentials.password_helper is not a text"},
-        WrongCase{"PasswordHelperIsRelative", withAgent("[credentials]\npassword_helper = \"p\"\n"),
-                  "F:6: credentials.password_helper is not an absolute path"},
-        WrongCase{"PasswordSocketIsABoolean", withAgent("[credentials]\npassword_socket = true\n"),
-                  "F:6: credentials.password_socket is not a text"},
-        WrongCase{"PasswordSocketIsEmpty", withAgent("[credentials]\npassword_socket = \"\"\n"),
-                  "F:6: credentials.password_socket is not an absolute path"},
+        WrongCase{"CredentialCheckerIsAList",
+                  withAgent("[credentials]\ncredential_checker = [\"/p\"]\n"),
+                  "F:6: credentials.credential_checker is not a text"},
+        WrongCase{"CredentialCheckerIsRelative",
+                  withAgent("[credentials]\ncredential_checker = \"p\"\n"),
+                  "F:6: credentials.credential_checker is not an absolute path"},
+        WrongCase{"CredentialCheckerSocketIsABoolean",
+                  withAgent("[credentials]\ncredential_checker_socket = true\n"),
+                  "F:6: credentials.credential_checker_socket is not a text"},
+        WrongCase{"CredentialCheckerSocketIsEmpty",
+                  withAgent("[credentials]\ncredential_checker_socket = \"\"\n"),
+                  "F:6: credentials.credential_checker_socket is not an absolute path"},
         WrongCase{"SearchPathIsAText", withAgent("[directory]\nsearch_path = \"/Search\"\n"),
                   "F:6: directory.search_path is not a list of texts"},
         WrongCase{"SearchPathHoldsNul", withAgent("[directory]\nsearch_path = [\"\\u0000\"]\n"),

@@ -19,8 +19,8 @@ std::string openingError(const LinuxDirectorySettings& settings, const std::stri
 }
 
 DirectoryNodePointer searchNode(const std::vector<std::string>& searchPath) {
-    auto node = sessionOf({.searchPath = searchPath, .ldapNodes = {}, .passwordHelper = {}})
-                    ->openNode("/Search");
+    auto node =
+        sessionOf({.searchPath = searchPath, .nodes = {}, .checker = {}})->openNode("/Search");
     return *std::move(node);
 }
 
@@ -39,7 +39,8 @@ TEST(LinuxDirectory, NodeThatNobodyConfiguredIsAnError) {
 
 TEST(LinuxDirectory, ConfiguredNodeIsKnownByItsWholeNameOnly) {
     LinuxDirectorySettings settings;
-    settings.ldapNodes["/LDAPv3/corp"].uri = "no address";
+    settings.checker.program = CHECKPASS_PROGRAM;
+    settings.nodes["/LDAPv3/corp"].uri = "no address";
     EXPECT_THAT(openingError(settings, "/LDAPv3/corp"), HasSubstr("Domain=LDAP"));
     EXPECT_THAT(openingError(settings, "/LDAPv3/Corp"), HasSubstr("No node of this name"));
     EXPECT_THAT(openingError(settings, "/LDAPv3"), HasSubstr("No node of this name"));

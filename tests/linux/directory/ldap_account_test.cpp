@@ -4,8 +4,8 @@
 
 #include <array>
 
-#include "platform/linux/directory/ldap_error.h"
 #include "tests/linux/directory/ldap_node_fixture.h"
+#include "tools/osupdate_checkpass/ldap_error.h"
 
 namespace velunor::testing {
 namespace {
@@ -59,7 +59,7 @@ retcode-item "cn=refers" 0x0a op=bind ref="ldap://127.0.0.1:1/"
         server = nullptr;
     }
 
-    static LdapNodeSettings node() { return nodeAt(*server, server->tlsUri()); }
+    static DirectoryNodeSettings node() { return nodeAt(*server, server->tlsUri()); }
 
     static std::string answer(const std::string& user, std::string_view password) {
         return LdapNode::answer(node(), user, password);
@@ -157,7 +157,7 @@ TEST_F(LdapNodeAccounts, AccountsWithSpecialNamesAreFound) {
 }
 
 TEST_F(LdapNodeAccounts, EachPlaceInTheFilterGetsTheName) {
-    LdapNodeSettings settings = node();
+    DirectoryNodeSettings settings = node();
     settings.userFilter = "(&(objectClass=account)(|(uid=%u)(description=%u)))";
     EXPECT_EQ(LdapNode::answer(settings, "alice", "Blauer Käse"), accepted);
     server->addAccount("%u%u", "pw");
@@ -166,7 +166,7 @@ TEST_F(LdapNodeAccounts, EachPlaceInTheFilterGetsTheName) {
 
 TEST_F(LdapNodeAccounts, SeveralAccountsWithOneNameAreRefusedWithoutABind) {
     const int before = server->binds();
-    LdapNodeSettings settings = node();
+    DirectoryNodeSettings settings = node();
     settings.userFilter = "(description=%u)";
     EXPECT_THAT(LdapNode::answer(settings, "twin", "pw"),
                 HasSubstr("Several accounts have that name"));
@@ -178,7 +178,7 @@ TEST_F(LdapNodeAccounts, SeveralAccountsWithOneNameAreRefusedWithoutABind) {
 
 TEST_F(LdapNodeAccounts, FilterWithoutAPlaceForTheNameIsRefusedWithoutASearch) {
     const int before = server->searches();
-    LdapNodeSettings settings = node();
+    DirectoryNodeSettings settings = node();
     settings.userFilter = "(uid=alice)";
     EXPECT_THAT(LdapNode::answer(settings, "mallory", "Blauer Käse"),
                 HasSubstr("The filter for accounts has no place for a name"));
@@ -187,14 +187,14 @@ TEST_F(LdapNodeAccounts, FilterWithoutAPlaceForTheNameIsRefusedWithoutASearch) {
 
 TEST_F(LdapNodeAccounts, MalformedFilterIsRefused) {
     for (const char* filter : {"(uid=%u", "uid=%u)", "(&(uid=%u)", "%u", "(%u)", "((uid=%u))"}) {
-        LdapNodeSettings settings = node();
+        DirectoryNodeSettings settings = node();
         settings.userFilter = filter;
         EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"), Not(accepted)) << filter;
     }
 }
 
 TEST_F(LdapNodeAccounts, UnknownBaseIsRefused) {
-    LdapNodeSettings settings = node();
+    DirectoryNodeSettings settings = node();
     settings.userBase = "ou=nowhere,dc=example,dc=org";
     EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"), HasSubstr("No such object"));
     settings.userBase = "no distinguished name";
@@ -204,7 +204,7 @@ TEST_F(LdapNodeAccounts, UnknownBaseIsRefused) {
 }
 
 TEST_F(LdapNodeAccounts, EntriesElsewhereAreNotAsked) {
-    LdapNodeSettings settings = node();
+    DirectoryNodeSettings settings = node();
     EXPECT_THAT(LdapNode::answer(settings, "elsewhere", "pw"),
                 HasSubstr("No account has that name"));
     settings.userBase = "ou=elsewhere,ou=people,dc=example,dc=org";
@@ -225,14 +225,14 @@ TEST_F(LdapNodeAccounts, PasswordThatMustBeChangedIsRefused) {
 }
 
 TEST_F(LdapNodeAccounts, ReferralInsteadOfABindIsRefused) {
-    LdapNodeSettings settings = node();
+    DirectoryNodeSettings settings = node();
     settings.userBase = "ou=special,dc=example,dc=org";
     settings.userFilter = "(cn=%u)";
     EXPECT_THAT(LdapNode::answer(settings, "refers", "pw"), HasSubstr("Code=10 "));
 }
 
 TEST_F(LdapNodeAccounts, ServersTextThatRepeatsThePasswordIsNotTold) {
-    LdapNodeSettings settings = node();
+    DirectoryNodeSettings settings = node();
     settings.userBase = "ou=special,dc=example,dc=org";
     settings.userFilter = "(cn=%u)";
     EXPECT_THAT(LdapNode::answer(settings, "told", "wrong"),
@@ -244,8 +244,8 @@ TEST_F(LdapNodeAccounts, ServersTextThatRepeatsThePasswordIsNotTold) {
 TEST(LdapNodeError, ServersTextIsToldInOneLineAndNotWithoutEnd) {
     EXPECT_EQ(ldapError(49, "What").message, "What: Invalid credentials");
     EXPECT_EQ(ldapError(0, "What", "first\nsecond\x1B[1m\x7F Käse").message,
-              "What (first\\x0Asecond\\x1B[1m\\x7F Käse)");
-    EXPECT_EQ(ldapError(0, "What", "K\xE4se").message, "What (K\\xE4se)");
+              "What (first\\nsecond\\u{1B}[1m\\u{7F} Käse)");
+    EXPECT_EQ(ldapError(0, "What", "K\xE4se").message, "What (K\uFFFDse)");
     std::string endless;
     for (int count = 0; count < 10000; ++count) {
         endless += "ä";

@@ -4,8 +4,8 @@
 
 namespace velunor::testing {
 
-LdapNodeSettings LdapNode::nodeAt(const LdapServer& server, const std::string& uri) {
-    LdapNodeSettings settings;
+DirectoryNodeSettings LdapNode::nodeAt(const LdapServer& server, const std::string& uri) {
+    DirectoryNodeSettings settings;
     settings.uri = uri;
     settings.userBase = LdapServer::accounts();
     settings.certificateAuthorities = server.authorities();
@@ -13,9 +13,9 @@ LdapNodeSettings LdapNode::nodeAt(const LdapServer& server, const std::string& u
     return settings;
 }
 
-std::string LdapNode::answer(const LdapNodeSettings& settings, const std::string& user,
+std::string LdapNode::answer(const DirectoryNodeSettings& settings, const std::string& user,
                              std::string_view password) {
-    auto node = openLdapNode(settings);
+    auto node = openNetworkNode(CHECKPASS_PROGRAM, settings);
     if (!node) {
         return node.error().description();
     }
@@ -28,13 +28,13 @@ std::string LdapNode::answer(DirectoryNode& node, const std::string& user,
     return error ? error->description() : "accepted";
 }
 
-std::string LdapNode::opening(const LdapNodeSettings& settings) {
-    const auto node = openLdapNode(settings);
+std::string LdapNode::opening(const DirectoryNodeSettings& settings) {
+    const auto node = openNetworkNode(CHECKPASS_PROGRAM, settings);
     return node ? "opened" : node.error().description();
 }
 
-DirectoryNodePointer LdapNode::opened(const LdapNodeSettings& settings) {
-    auto node = openLdapNode(settings);
+DirectoryNodePointer LdapNode::opened(const DirectoryNodeSettings& settings) {
+    auto node = openNetworkNode(CHECKPASS_PROGRAM, settings);
     if (!node) {
         ADD_FAILURE() << node.error().description();
         return nullptr;

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/directory/ldap_node.h"
+#include "platform/linux/directory/network_node.h"
 #include "tests/linux/directory/ldap_server.h"
 
 namespace velunor::testing {
@@ -18,19 +18,19 @@ class LdapNode : public ::testing::Test {
     static constexpr std::chrono::seconds timeLimit{30};
 
     /// A node at `uri` that trusts the server's authority.
-    static LdapNodeSettings nodeAt(const LdapServer& server, const std::string& uri);
+    static DirectoryNodeSettings nodeAt(const LdapServer& server, const std::string& uri);
 
     /// "accepted", or the error's description, be it from opening or from the check.
-    static std::string answer(const LdapNodeSettings& settings, const std::string& user,
+    static std::string answer(const DirectoryNodeSettings& settings, const std::string& user,
                               std::string_view password);
     static std::string answer(DirectoryNode& node, const std::string& user,
                               std::string_view password);
 
     /// "opened", or the error's description.
-    static std::string opening(const LdapNodeSettings& settings);
+    static std::string opening(const DirectoryNodeSettings& settings);
 
     /// The open node; null, and a failure of the test, when it does not open.
-    static DirectoryNodePointer opened(const LdapNodeSettings& settings);
+    static DirectoryNodePointer opened(const DirectoryNodeSettings& settings);
 };
 
 }  // namespace velunor::testing

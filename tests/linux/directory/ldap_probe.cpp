@@ -6,22 +6,20 @@
 
 #include <cstdio>
 
-#include "platform/linux/directory/ldap_node.h"
-#include "platform/linux/directory/library_environment.h"
+#include "platform/linux/directory/network_node.h"
 
 int main(int count, char** arguments) {
     using namespace velunor;
-    leaveOutRevealingVariables(arguments);
     if (count != 3) {
         return 2;
     }
-    LdapNodeSettings settings;
+    DirectoryNodeSettings settings;
     settings.uri = arguments[1];
     settings.certificateAuthorities = arguments[2];
     int demanded = -1;
     ldap_get_option(nullptr, LDAP_OPT_X_TLS_REQUIRE_CERT, &demanded);
     std::puts(demanded == LDAP_OPT_X_TLS_NEVER ? "demands nothing" : "demands a certificate");
-    const auto node = openLdapNode(settings);
+    const auto node = openNetworkNode(CHECKPASS_PROGRAM, settings);
     std::puts(node ? "opens" : node.error().description().c_str());
     return 0;
 }

@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 
 #include <csignal>
 #include <stdexcept>
@@ -245,6 +246,9 @@ std::string LdapServer::controlUri() const {
 
 void LdapServer::pause() const {
     process_->sendSignal(SIGSTOP);
+    // Its threads go on for a moment, in which it could still answer.
+    siginfo_t state{};
+    waitid(P_PID, static_cast<id_t>(process_->id()), &state, WSTOPPED | WNOWAIT);
 }
 
 void LdapServer::resume() const {

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "platform/directory_service.h"
+#include "platform/linux/directory/directory_settings.h"
+
+namespace velunor {
+
+/// Opens a network node: starts the credential checker `program` as a child, which connects to the
+/// server. An error where the server cannot be reached or does not prove its identity. The child
+/// has an environment of its own and ends with the node, or with its first check; a further check
+/// starts another one. Blocks, at most the node's time limit for each step; any thread.
+[[nodiscard]] DirectoryResult<DirectoryNodePointer> openNetworkNode(
+    const std::string& program, const DirectoryNodeSettings& settings);
+
+}  // namespace velunor

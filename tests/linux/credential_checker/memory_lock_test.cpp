@@ -1,0 +1,93 @@
+// The checker's memory, which holds a password for a moment, is kept out of swap.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "platform/posix/file_descriptor.h"
+#include "tests/linux/credential_checker/checker_support.h"
+#include "tests/support/forked_copy.h"
+
+namespace velunor::testing {
+namespace {
+
+/// The kilobytes that a line of the process's status tells; 0 when it has no such line.
+long kilobytes(pid_t process, const std::string& name) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(name + ":")) {
+            return std::stol(line.substr(name.size() + 1));
+        }
+    }
+    return 0;
+}
+
+struct Memory {
+    long whole = 0;
+    long locked = 0;
+};
+
+/// The memory of a checker that waits for its request.
+Memory memoryOfAWaitingChecker() {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return {};
+    }
+    const FileDescriptor reader(ends[0]);
+    const FileDescriptor writer(ends[1]);
+    const pid_t checker = fork();
+    if (checker == 0) {
+        dup2(reader.get(), STDIN_FILENO);
+        execl(CHECKPASS_PROGRAM, CHECKPASS_PROGRAM, nullptr);
+        _exit(EXIT_FAILURE);
+    }
+    constexpr int tries = 500;
+    constexpr std::chrono::milliseconds pause{10};
+    Memory memory;
+    for (int count = 0; count < tries && memory.locked == 0; ++count) {
+        std::this_thread::sleep_for(pause);
+        memory = {kilobytes(checker, "VmSize"), kilobytes(checker, "VmLck")};
+    }
+    kill(checker, SIGKILL);
+    waitpid(checker, nullptr, 0);
+    return memory;
+}
+
+TEST(CheckerMemory, OfAnOrdinaryUserHasThePagesOfTheRequestLocked) {
+    constexpr unsigned ordinaryUser = 4003;
+    constexpr rlim_t someKilobytes = rlim_t{64} * 1024;
+    const ChildOutcome outcome = inChild([] {
+        enterPrivateNamespace(ordinaryUser);
+        const rlimit limit{someKilobytes, someKilobytes};
+        setrlimit(RLIMIT_MEMLOCK, &limit);
+        return std::to_string(memoryOfAWaitingChecker().locked);
+    });
+    ASSERT_EQ(outcome.status, 0);
+    EXPECT_GT(std::stol(outcome.text), 0);
+    EXPECT_LE(std::stol(outcome.text), 64);
+}
+
+TEST(CheckerMemory, OfRootIsLockedAsAWhole) {
+    const Memory memory = memoryOfAWaitingChecker();
+    // Who is not root may have a limit, which leaves the pages of the request.
+    EXPECT_GT(memory.locked, geteuid() == 0 ? memory.whole / 2 : 0);
+}
+
+TEST(CheckerMemory, OfTheServiceHasNoLimit) {
+    std::ifstream unit(CHECKPASS_UNIT);
+    const std::string text((std::istreambuf_iterator<char>(unit)),
+                           std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find("\nLimitMEMLOCK=infinity\n"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace velunor::testing

@@ -1,0 +1,213 @@
+#include "tools/osupdate_checkpass/checker.h"
+
+#include <fcntl.h>
+#include <ldap.h>
+#include <security/pam_appl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "platform/posix/file_descriptor.h"
+#include "tools/osupdate_checkpass/answer.h"
+#include "tools/osupdate_checkpass/caller.h"
+#include "tools/osupdate_checkpass/guarded_check.h"
+#include "tools/osupdate_checkpass/ldap_check.h"
+#include "tools/osupdate_checkpass/ldap_error.h"
+#include "tools/osupdate_checkpass/pam_check.h"
+#include "tools/osupdate_checkpass/request.h"
+
+namespace velunor {
+namespace {
+
+namespace protocol = credential_checker_protocol;
+
+enum ExitStatus { acceptedStatus = 0, refusedStatus = 1, wrongUsage = 2 };
+
+/// The request's stream and the answer's, out of the reach of PAM's modules.
+struct Streams {
+    FileDescriptor input;
+    FileDescriptor answer;
+};
+
+/// Takes the standard streams away: whatever a module reads or prints is nothing of ours.
+Streams takeStandardStreams() {
+    closefrom(STDERR_FILENO + 1);
+    Streams streams{FileDescriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)),
+                    FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))};
+    // Where one of the three was closed this takes its number, which is as well.
+    const int opened = open("/dev/null", O_RDWR);
+    const FileDescriptor nothing(fcntl(opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (opened > STDERR_FILENO) {
+        close(opened);
+    }
+    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (dup2(nothing.get(), standard) < 0) {
+            std::abort();
+        }
+    }
+    return streams;
+}
+
+/// Nothing of the caller's surroundings reaches the libraries, and no password a core dump.
+void closeOff() {
+    const rlimit nothing{0, 0};
+    if (prctl(PR_SET_DUMPABLE, 0) != 0 || setrlimit(RLIMIT_CORE, &nothing) != 0 ||
+        clearenv() != 0 || setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1) != 0) {
+        std::abort();
+    }
+    umask(S_IRWXG | S_IRWXO);
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+        static_cast<void>(std::signal(number, SIG_DFL));
+    }
+    // Who has gone costs an error of the write, not the line in the log.
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// Keeps all memory out of swap where there is no limit that a library could run into later, as
+/// there is none for root. Else only the request is kept out of it.
+void lockEverything() {
+    rlimit limit{};
+    if (geteuid() == 0 ||
+        (getrlimit(RLIMIT_MEMLOCK, &limit) == 0 && limit.rlim_cur == RLIM_INFINITY)) {
+        static_cast<void>(mlockall(MCL_CURRENT | MCL_FUTURE));
+    }
+}
+
+int verdictFor(Streams& streams, std::chrono::milliseconds timeLimit) {
+    const auto deadline = std::chrono::steady_clock::now() + timeLimit;
+    CheckRequest request;
+    if (!request.read(streams.input.get(), deadline, protocol::longestPassword)) {
+        return PAM_CONV_ERR;
+    }
+    return guardedCheck(
+        [&] {
+            // Locks are not inherited.
+            lockEverything();
+            request.lock();
+            streams = Streams();
+            return askPam(request);
+        },
+        deadline);
+}
+
+void logVerdict(uid_t caller, int code) {
+    // Without the user name: people type passwords there.
+    openlog("osupdate-checkpass", LOG_PID, LOG_AUTHPRIV);
+    syslog(code == PAM_SUCCESS ? LOG_INFO : LOG_NOTICE, "password check for uid %lu: %s (%d)",
+           static_cast<unsigned long>(caller), code == PAM_SUCCESS ? "accepted" : "refused", code);
+}
+
+int pamVerdict(Streams& streams, std::chrono::milliseconds timeLimit) {
+    if (hasForeignRights()) {
+        return PAM_PERM_DENIED;
+    }
+    if (!isSocket(streams.input.get())) {
+        return verdictFor(streams, timeLimit);
+    }
+    const auto caller = callerOf(streams.input.get());
+    if (!caller) {
+        return PAM_PERM_DENIED;
+    }
+    const int code = caller->allowed ? verdictFor(streams, timeLimit) : PAM_PERM_DENIED;
+    logVerdict(caller->user, code);
+    return code;
+}
+
+/// The line about a local account.
+std::string pamAnswer(Streams& streams, std::chrono::milliseconds timeLimit) {
+    const int code = pamVerdict(streams, timeLimit);
+    return code == PAM_SUCCESS ? std::string(protocol::accepted)
+                               : refusal(code, pam_strerror(nullptr, code));
+}
+
+std::optional<DirectoryError> directoryVerdict(const Streams& streams,
+                                               const DirectoryNodeSettings& settings,
+                                               std::chrono::milliseconds timeLimit) {
+    // A user's own rights are all that this is for: the system service asks no server that a caller
+    // names.
+    if (hasForeignRights() || isSocket(streams.input.get())) {
+        return ldapError(LDAP_INSUFFICIENT_ACCESS, "The system service asks no directory server");
+    }
+    // No file of the user's decides what the directory's library trusts.
+    if (setenv("LDAPNOINIT", "1", 1) != 0) {
+        std::abort();
+    }
+    StepLimit steps(streams.answer.get(), settings.timeout);
+    auto connection = LdapConnection::open(settings, steps);
+    if (!connection) {
+        return std::move(connection).error();
+    }
+    CheckRequest request;
+    if (!answer(streams.answer.get(), protocol::ready) ||
+        !request.read(streams.input.get(), std::chrono::steady_clock::now() + timeLimit,
+                      protocol::longestDirectoryPassword)) {
+        return ldapError(LDAP_PARAM_ERROR, "The request is malformed");
+    }
+    return askDirectory(**connection, settings, request);
+}
+
+/// The line about an account of a directory server, after the one that it is ready.
+std::string directoryAnswer(const Streams& streams, const DirectoryNodeSettings& settings,
+                            std::chrono::milliseconds timeLimit) {
+    const auto error = directoryVerdict(streams, settings, timeLimit);
+    return error ? refusal(static_cast<int>(error->code), error->message)
+                 : std::string(protocol::accepted);
+}
+
+/// The directory server that the arguments describe; none for any other arguments.
+std::optional<DirectoryNodeSettings> nodeIn(int count, char** arguments) {
+    constexpr int longestLimit = 60;
+    if (count != 7 || arguments[1] != protocol::ldap) {
+        return std::nullopt;
+    }
+    const std::string_view text = arguments[6];
+    int seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (error != std::errc() || end != text.data() + text.size() || seconds < 1 ||
+        seconds > longestLimit) {
+        return std::nullopt;
+    }
+    return DirectoryNodeSettings{.uri = arguments[2],
+                                 .userBase = arguments[3],
+                                 .userFilter = arguments[4],
+                                 .certificateAuthorities = arguments[5],
+                                 .timeout = std::chrono::seconds(seconds)};
+}
+
+}  // namespace
+
+int runChecker(int argc, char** argv, std::chrono::milliseconds timeLimit) {
+    const auto node = nodeIn(argc, argv);
+    if (argc != 1 && !node) {
+        static_cast<void>(
+            std::fputs("Usage: osupdate-checkpass [ldap URI BASE FILTER AUTHORITIES SECONDS]"
+                       " < REQUEST\n",
+                       stderr));
+        return wrongUsage;
+    }
+    Streams streams = takeStandardStreams();
+    closeOff();
+    lockEverything();
+    const std::string line =
+        node ? directoryAnswer(streams, *node, timeLimit) : pamAnswer(streams, timeLimit);
+    // An answer that does not arrive is none, and that is a refusal.
+    const bool told = answer(streams.answer.get(), line);
+    return told && line == protocol::accepted ? acceptedStatus : refusedStatus;
+}
+
+}  // namespace velunor

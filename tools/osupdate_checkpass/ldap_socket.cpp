@@ -1,0 +1,92 @@
+#include "tools/osupdate_checkpass/ldap_socket.h"
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <memory>
+#include <system_error>
+
+#include "platform/posix/poll_until.h"
+#include "tools/osupdate_checkpass/ldap_error.h"
+
+namespace velunor {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+/// A connected socket that blocks; none with the reason in errno.
+FileDescriptor connected(const addrinfo& address, steady_clock::time_point deadline) {
+    FileDescriptor socket(::socket(address.ai_family,
+                                   address.ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK,
+                                   address.ai_protocol));
+    if (!socket.isOpen()) {
+        return socket;
+    }
+    const int on = 1;
+    setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    int error = connect(socket.get(), address.ai_addr, address.ai_addrlen) == 0 ? 0 : errno;
+    if (error == EINPROGRESS) {
+        error = pollUntil(socket.get(), POLLOUT, deadline);
+        socklen_t size = sizeof error;
+        if (error == 0) {
+            getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size);
+        }
+    }
+    if (error == 0 && fcntl(socket.get(), F_SETFL, 0) == 0) {
+        return socket;
+    }
+    errno = error;
+    return FileDescriptor();
+}
+
+/// When to give `address` up: each of it and those behind it has the same share of what is left.
+steady_clock::time_point endOfTurn(const addrinfo* address, steady_clock::time_point deadline) {
+    int turns = 0;
+    for (; address != nullptr; address = address->ai_next) {
+        ++turns;
+    }
+    const auto now = steady_clock::now();
+    return now + (deadline - now) / turns;
+}
+
+}  // namespace
+
+Expected<FileDescriptor, DirectoryError> connectSocket(const std::string& host, int port,
+                                                       StepLimit& steps) {
+    const auto deadline = steady_clock::now() + steps.limit();
+    // The resolver knows no time limit of its own.
+    steps.begin(serverUnreachable(gai_strerror(EAI_AGAIN)));
+    addrinfo hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* first = nullptr;
+    int code = EAI_NONAME;
+    // An address in numbers needs no network interface of its family.
+    for (const int flags : {AI_NUMERICHOST, AI_ADDRCONFIG}) {
+        hints.ai_flags = flags | AI_NUMERICSERV;
+        if (code != 0) {
+            code = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &first);
+        }
+    }
+    const std::unique_ptr<addrinfo, void (*)(addrinfo*)> addresses(first, freeaddrinfo);
+    steps.end();
+    if (code != 0) {
+        return serverUnreachable(gai_strerror(code));
+    }
+    int error = EADDRNOTAVAIL;
+    for (const addrinfo* address = first; address != nullptr; address = address->ai_next) {
+        FileDescriptor socket = connected(*address, endOfTurn(address, deadline));
+        if (socket.isOpen()) {
+            return socket;
+        }
+        error = errno;
+    }
+    return serverUnreachable(std::generic_category().message(error));
+}
+
+}  // namespace velunor
