@@ -13,199 +13,176 @@ namespace velunor {
 
 namespace {
 
-/// Reads typed keys out of a parsed file and keeps the first error.
-class Reader {
-  public:
-    Reader(std::string file, std::vector<std::string>& unknownKeys)
-        : file_(std::move(file)), unknownKeys_(unknownKeys) {}
+/// What is wrong with a file: the first error, and every key that nobody asked for.
+struct Findings {
+    std::string file;
+    std::string error;
+    std::vector<std::string> unknownKeys;
 
-    /// The table under `key`; null when it is absent or, which is an error, not a table.
-    const toml::table* table(const toml::table& parent, std::string_view key,
-                             const std::string& name) {
-        const toml::node* node = parent.get(key);
-        if (node == nullptr) {
-            return nullptr;
-        }
-        if (!node->is_table()) {
+    [[nodiscard]] std::string place(const toml::node& node) const {
+        return file + ":" + std::to_string(node.source().begin.line) + ": ";
+    }
+};
+
+/// One table of a file. Reading a key that is absent leaves the target as it is.
+class Section {
+  public:
+    Section(Findings& findings, const toml::table& table, std::string prefix = {})
+        : findings_(findings), table_(table), prefix_(std::move(prefix)) {}
+
+    /// The table under `key`, whose name stands between `quotes` in messages; one without keys
+    /// where it is absent or, which is an error, not a table.
+    Section section(std::string_view key, const std::string& quotes = {}) {
+        static const toml::table nothing;
+        const std::string name = quotes + std::string(key) + quotes;
+        const toml::node* node = find(key);
+        if (node != nullptr && !node->is_table()) {
             fail(*node, name, "is not a table");
         }
-        return node->as_table();
+        const bool isTable = node != nullptr && node->is_table();
+        return {findings_, isTable ? *node->as_table() : nothing, prefix_ + name + "."};
     }
 
-    void text(const toml::table& table, const std::string& section, std::string_view key,
-              std::string& target) {
-        const toml::node* node = table.get(key);
+    void text(std::string_view key, std::string& target) {
+        const toml::node* node = find(key);
         if (node == nullptr) {
             return;
         }
         const auto value = node->value_exact<std::string>();
         if (!value) {
-            fail(*node, named(section, key), "is not a text");
+            fail(*node, key, "is not a text");
         } else if (value->find('\0') != std::string::npos) {
-            fail(*node, named(section, key), "holds a NUL character");
+            fail(*node, key, "holds a NUL character");
         } else {
             target = *value;
         }
     }
 
-    void path(const toml::table& table, const std::string& section, std::string_view key,
-              std::string& target) {
-        text(table, section, key, target);
-        const toml::node* node = table.get(key);
+    void path(std::string_view key, std::string& target) {
+        text(key, target);
+        const toml::node* node = find(key);
         if (node != nullptr && !target.starts_with('/')) {
-            fail(*node, named(section, key), "is not an absolute path");
+            fail(*node, key, "is not an absolute path");
         }
     }
 
-    void required(const toml::table& table, const std::string& section, std::string_view key) {
-        if (table.get(key) == nullptr) {
-            fail(table, named(section, key), "is missing");
-        }
-    }
-
-    void texts(const toml::table& table, const std::string& section, std::string_view key,
-               std::vector<std::string>& target) {
-        const toml::node* node = table.get(key);
+    void texts(std::string_view key, std::vector<std::string>& target) {
+        const toml::node* node = find(key);
         if (node == nullptr) {
             return;
         }
-        const toml::array* array = node->as_array();
-        std::vector<std::string> values;
-        if (array == nullptr) {
-            fail(*node, named(section, key), "is not a list of texts");
+        if (!node->is_array()) {
+            fail(*node, key, "is not a list of texts");
             return;
         }
-        for (const toml::node& element : *array) {
+        target.clear();
+        for (const toml::node& element : *node->as_array()) {
             const auto value = element.value_exact<std::string>();
             if (!value || value->find('\0') != std::string::npos) {
-                fail(element, named(section, key), "is not a list of texts");
+                fail(element, key, "is not a list of texts");
                 return;
             }
-            values.push_back(*value);
+            target.push_back(*value);
         }
-        target = std::move(values);
     }
 
-    void seconds(const toml::table& table, const std::string& section, std::string_view key,
-                 int highest, std::chrono::seconds& target) {
-        const toml::node* node = table.get(key);
+    void seconds(std::string_view key, int highest, std::chrono::seconds& target) {
+        const toml::node* node = find(key);
         if (node == nullptr) {
             return;
         }
         const auto value = node->value_exact<std::int64_t>();
         if (!value || *value < 1 || *value > highest) {
-            fail(*node, named(section, key),
-                 "is not a whole number from 1 to " + std::to_string(highest));
+            fail(*node, key, "is not a whole number from 1 to " + std::to_string(highest));
             return;
         }
         target = std::chrono::seconds(*value);
     }
 
-    void noteUnknown(const toml::table& table, const std::string& section,
-                     const std::set<std::string_view>& known) {
-        for (const auto& [key, node] : table) {
-            if (!known.contains(key.str())) {
-                unknownKeys_.push_back(place(node) + "unknown key " + named(section, key.str()));
+    void require(std::string_view key) {
+        if (find(key) == nullptr) {
+            fail(table_, key, "is missing");
+        }
+    }
+
+    /// An error unless there was one before.
+    void fail(std::string_view key, const std::string& reason) { fail(*find(key), key, reason); }
+
+    /// Notes the keys that nobody has asked for so far.
+    void noteUnknown() {
+        for (const auto& [key, node] : table_) {
+            if (!known_.contains(key.str())) {
+                findings_.unknownKeys.push_back(findings_.place(node) + "unknown key " + prefix_ +
+                                                std::string(key.str()));
             }
         }
     }
 
-    void fail(const toml::node& node, const std::string& key, const std::string& reason) {
-        if (error_.empty()) {
-            error_ = place(node) + key + " " + reason;
-        }
-    }
-
-    static std::string named(const std::string& section, std::string_view key) {
-        return section.empty() ? std::string(key) : section + "." + std::string(key);
-    }
-
-    [[nodiscard]] const std::string& error() const { return error_; }
+    [[nodiscard]] const toml::table& keys() const { return table_; }
 
   private:
-    [[nodiscard]] std::string place(const toml::node& node) const {
-        return file_ + ":" + std::to_string(node.source().begin.line) + ": ";
+    const toml::node* find(std::string_view key) {
+        known_.emplace(key);
+        return table_.get(key);
     }
 
-    std::string file_;
-    std::vector<std::string>& unknownKeys_;
-    std::string error_;
+    void fail(const toml::node& node, std::string_view key, const std::string& reason) {
+        if (findings_.error.empty()) {
+            findings_.error = findings_.place(node) + prefix_ + std::string(key) + " " + reason;
+        }
+    }
+
+    Findings& findings_;
+    const toml::table& table_;
+    std::string prefix_;
+    std::set<std::string, std::less<>> known_;
 };
 
-void readAgent(Reader& reader, const toml::table& root, AgentSettings& settings) {
-    const toml::table* agent = reader.table(root, "agent", "agent");
-    if (agent == nullptr) {
-        reader.fail(root, "agent", "is missing");
-        return;
-    }
-    reader.text(*agent, "agent", "product_name", settings.productName);
-    reader.path(*agent, "agent", "base_path", settings.basePath);
-    reader.path(*agent, "agent", "data_path", settings.dataPath);
-    reader.path(*agent, "agent", "log_path", settings.logPath);
+void readAgent(Section agent, AgentSettings& settings) {
+    agent.text("product_name", settings.productName);
+    agent.path("base_path", settings.basePath);
+    agent.path("data_path", settings.dataPath);
+    agent.path("log_path", settings.logPath);
     // A key that is there and wrong is told before one that is missing.
     for (const char* key : {"base_path", "data_path", "log_path"}) {
-        reader.required(*agent, "agent", key);
+        agent.require(key);
     }
-    reader.noteUnknown(*agent, "agent", {"product_name", "base_path", "data_path", "log_path"});
+    agent.noteUnknown();
 }
 
-void readService(Reader& reader, const toml::table& root, AgentSettings& settings) {
-    const toml::table* service = reader.table(root, "service", "service");
-    if (service == nullptr) {
-        return;
-    }
+void readService(Section service, AgentSettings& settings) {
     std::string bus = "system";
-    reader.text(*service, "service", "bus", bus);
+    service.text("bus", bus);
     if (bus != "system" && bus != "session") {
-        reader.fail(*service->get("bus"), "service.bus", R"(is neither "system" nor "session")");
+        service.fail("bus", R"(is neither "system" nor "session")");
     }
     settings.bus = bus == "session" ? ServiceBus::session : ServiceBus::system;
-    reader.noteUnknown(*service, "service", {"bus"});
+    service.noteUnknown();
 }
 
-void readCredentials(Reader& reader, const toml::table& root, AgentSettings& settings) {
-    const toml::table* credentials = reader.table(root, "credentials", "credentials");
-    if (credentials == nullptr) {
-        return;
-    }
-    reader.texts(*credentials, "credentials", "admin_groups", settings.adminGroups);
-    reader.path(*credentials, "credentials", "secure_token_tool", settings.secureTokenTool);
-    CredentialCheckerSettings& checker = settings.directory.checker;
-    reader.path(*credentials, "credentials", "credential_checker", checker.program);
-    reader.path(*credentials, "credentials", "credential_checker_socket", checker.socketPath);
-    reader.noteUnknown(
-        *credentials, "credentials",
-        {"admin_groups", "secure_token_tool", "credential_checker", "credential_checker_socket"});
+void readCredentials(Section credentials, AgentSettings& settings) {
+    credentials.texts("admin_groups", settings.adminGroups);
+    credentials.path("secure_token_tool", settings.secureTokenTool);
+    credentials.path("credential_checker", settings.directory.checker.program);
+    credentials.path("credential_checker_socket", settings.directory.checker.socketPath);
+    credentials.noteUnknown();
 }
 
-void readDirectory(Reader& reader, const toml::table& root, AgentSettings& settings) {
+void readDirectory(Section directory, AgentSettings& settings) {
     constexpr int longestTimeout = 60;
-    const toml::table* directory = reader.table(root, "directory", "directory");
-    if (directory == nullptr) {
-        return;
-    }
-    reader.texts(*directory, "directory", "search_path", settings.directory.searchPath);
-    reader.noteUnknown(*directory, "directory", {"search_path", "node"});
-    const toml::table* nodes = reader.table(*directory, "node", "directory.node");
-    if (nodes == nullptr) {
-        return;
-    }
-    for (const auto& [key, value] : *nodes) {
-        const std::string name(key.str());
-        const std::string section = "directory.node.\"" + name + "\"";
-        const toml::table* node = reader.table(*nodes, name, section);
-        if (node == nullptr) {
-            continue;
-        }
-        DirectoryNodeSettings& target = settings.directory.nodes[name];
-        reader.text(*node, section, "uri", target.uri);
-        reader.text(*node, section, "user_base", target.userBase);
-        reader.text(*node, section, "user_filter", target.userFilter);
-        reader.path(*node, section, "ca_file", target.certificateAuthorities);
-        reader.seconds(*node, section, "timeout_seconds", longestTimeout, target.timeout);
-        reader.noteUnknown(*node, section,
-                           {"uri", "user_base", "user_filter", "ca_file", "timeout_seconds"});
-        reader.required(*node, section, "uri");
+    directory.texts("search_path", settings.directory.searchPath);
+    Section nodes = directory.section("node");
+    directory.noteUnknown();
+    for (const auto& [key, value] : nodes.keys()) {
+        Section node = nodes.section(key.str(), "\"");
+        DirectoryNodeSettings& target = settings.directory.nodes[std::string(key.str())];
+        node.text("uri", target.uri);
+        node.text("user_base", target.userBase);
+        node.text("user_filter", target.userFilter);
+        node.path("ca_file", target.certificateAuthorities);
+        node.seconds("timeout_seconds", longestTimeout, target.timeout);
+        node.noteUnknown();
+        node.require("uri");
     }
 }
 
@@ -220,15 +197,18 @@ Expected<AgentSettings> parseSettings(std::string_view text, const std::string& 
                      std::string(error.description())};
     }
     AgentSettings settings;
-    Reader reader(file, settings.unknownKeys);
-    readAgent(reader, root, settings);
-    readService(reader, root, settings);
-    readCredentials(reader, root, settings);
-    readDirectory(reader, root, settings);
-    reader.noteUnknown(root, "", {"agent", "service", "credentials", "directory"});
-    if (!reader.error().empty()) {
-        return Error{reader.error()};
+    Findings findings{.file = file, .error = {}, .unknownKeys = {}};
+    Section whole(findings, root);
+    whole.require("agent");
+    readAgent(whole.section("agent"), settings);
+    readService(whole.section("service"), settings);
+    readCredentials(whole.section("credentials"), settings);
+    readDirectory(whole.section("directory"), settings);
+    whole.noteUnknown();
+    if (!findings.error.empty()) {
+        return Error{findings.error};
     }
+    settings.unknownKeys = std::move(findings.unknownKeys);
     return settings;
 }
 
