@@ -3,7 +3,7 @@
 
 # What runs on more than one thread, or hands something to another one: the delivery of the answer,
 # the agent library with its bus, the idle inhibitor. The sanitizer cannot look into the toolkit.
-readonly THREAD_TESTS=(tests/unit/prompt tests/linux)
+readonly THREAD_TESTS=(tests/unit/prompt tests/linux/agent tests/linux/session)
 
 dev_test() {
     case ${1:-} in
@@ -55,7 +55,8 @@ test_fully() {
             printf 'add_test(fuzz.%s "%s" -runs=0 "%s")\n' "${corpus##*/}" \
                 "$ROOT/build/fuzz/tests/fuzz/fuzz_${corpus##*/}" "$corpus"
         done
-        printf 'set_tests_properties(lint.tidy package PROPERTIES TIMEOUT 3600 COST 1000)\n'
+        # Both keep every core busy by themselves, and the first look of clang-tidy is a long one.
+        printf 'set_tests_properties(lint.tidy package PROPERTIES RUN_SERIAL TRUE TIMEOUT 3600)\n'
     } >>"$all/CTestTestfile.cmake"
     run_tests "$all"
 }

@@ -31,7 +31,7 @@ class Countdown : public PromptTest {
 };
 
 TEST_F(Countdown, ShowsMinutesAndSecondsOneSecondLessAtEachTick) {
-    const std::string pattern = "Waits for (\\d+) min (\\d+) sec\\.";
+    const std::string pattern = R"(Waits for (\d+) min (\d+) sec\.)";
     start({"OSUpdate", "Debian 12.9", "false", "2", "false", "2"});
     ASSERT_TRUE(waitForWindow()) << systemLog();
     ASSERT_TRUE(waitForLog("Starting with Waits for 2 min 0 sec.")) << systemLog();

@@ -61,7 +61,7 @@ ChildProcess::ChildProcess(const Command& command) {
     std::vector<std::string> arguments = command.arguments;
     std::vector<std::string> variables;
     for (const auto& [name, value] : command.environment) {
-        variables.push_back(name + "=" + value);
+        variables.emplace_back(name).append("=").append(value);
     }
     const std::vector<char*> argumentPointers = pointers(arguments);
     const std::vector<char*> variablePointers = pointers(variables);

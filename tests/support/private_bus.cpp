@@ -15,8 +15,8 @@ namespace velunor::testing {
 PrivateBus::PrivateBus() : address_("unix:path=" + directory_.file("socket")) {
     directory_.write("bus.conf",
                      "<busconfig><type>session</type><listen>" + address_ +
-                         "</listen><policy context=\"default\"><allow send_destination=\"*\"/>"
-                         "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
+                         R"(</listen><policy context="default"><allow send_destination="*"/>)"
+                         R"(<allow receive_sender="*"/><allow own="*"/></policy></busconfig>)");
     std::array<int, 2> ready{};
     EXPECT_EQ(pipe(ready.data()), 0);
     const std::string configuration = "--config-file=" + directory_.file("bus.conf");

@@ -36,7 +36,7 @@ void CredentialsTest::writeSettings() {
     const std::string root = directory().string();
     std::string text = "[agent]\nproduct_name = \"Test Agent\"\n";
     for (const std::string kind : {"base", "data", "log"}) {
-        text += kind + "_path = \"" + root + "/" + kind + "\"\n";
+        text.append(kind).append("_path = \"").append(root).append("/").append(kind).append("\"\n");
     }
     text += "[service]\nbus = \"session\"\n[credentials]\nsecure_token_tool = \"" + tokenTool_ +
             "\"\ncredential_checker = \"" + credentialCheckerPath + "\"\n" + moreSettings_;

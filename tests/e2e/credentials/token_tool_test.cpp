@@ -54,7 +54,7 @@ TEST_F(TokenTool, BothStreamsAreLoggedInTheOrderOfWriting) {
 }
 
 TEST_F(TokenTool, ProcessThatItLeavesBehindDoesNotHoldThePromptUp) {
-    answerTokensWith("sleep 600 & echo $! >\"$(dirname \"$0\")/left\"; echo ENABLED");
+    answerTokensWith(R"(sleep 600 & echo $! >"$(dirname "$0")/left"; echo ENABLED)");
     startPrompt();
     EXPECT_TRUE(logged("Output ENABLED\\n\n")) << systemLog();
     const pid_t left = std::stoi(readFile(directory() / "left"));

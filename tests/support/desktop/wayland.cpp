@@ -60,7 +60,7 @@ PixelRect WaylandDesktop::placeOfColour(const std::string& colour) const {
     const std::filesystem::path bounds = directory_ / "bounds";
     std::filesystem::remove(bounds);
     run({"sh", "-c",
-         "exec convert \"$1\"/*.png -alpha off -fill black +opaque \"$2\" -format '%@' info:", "sh",
+         R"(exec convert "$1"/*.png -alpha off -fill black +opaque "$2" -format '%@' info:)", "sh",
          pictures.string(), colour},
         bounds);
     PixelRect place;

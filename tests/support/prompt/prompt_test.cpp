@@ -85,7 +85,7 @@ std::filesystem::path PromptTest::settingsPath() const {
 void PromptTest::writeTexts(const Texts& texts) const {
     std::string file;
     for (const auto& [key, text] : texts) {
-        file += key + " = " + text + "\n";
+        file.append(key).append(" = ").append(text).append("\n");
     }
     writeFile(directory() / "base/i18n/application_en.properties", file);
 }

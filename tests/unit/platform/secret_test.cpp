@@ -69,9 +69,9 @@ TEST(SecretTest, DuplicateIsIndependent) {
 }
 
 TEST(WipeTest, OverwritesBytes) {
-    char bytes[] = {'a', 'b', 'c', 'd'};
-    wipe(bytes, 3);
-    EXPECT_EQ(std::string(bytes, 4), std::string("\0\0\0d", 4));
+    std::string bytes = "abcd";
+    wipe(bytes.data(), 3);
+    EXPECT_EQ(bytes, std::string("\0\0\0d", 4));
 }
 
 TEST(WipeTest, OverwritesTheSpareCapacityOfAText) {

@@ -30,7 +30,7 @@ class AccessLogTest : public ::testing::Test {
         resetAgent();
         setTimeZone("UTC0");
     }
-    ~AccessLogTest() override { umask(022); }
+    void TearDown() override { umask(022); }
 
     static void setTimeZone(const char* zone) {
         setenv("TZ", zone, 1);

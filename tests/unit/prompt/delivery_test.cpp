@@ -19,7 +19,7 @@ using Milliseconds = std::chrono::milliseconds;
 class DeliveryTest : public ::testing::Test {
   protected:
     DeliveryTest() { resetAgent(); }
-    ~DeliveryTest() override { agent().join(); }
+    void TearDown() override { agent().join(); }
 
     /// Delivers and tells how long that took.
     Milliseconds deliver(OSUpdateNotificationResponse response, Milliseconds deadline) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 
 #include "prompt/os_update_notification_response.h"
@@ -204,9 +205,9 @@ TEST(ResponseDecoding, SurrogatePairsJoin) {
 }
 
 TEST(ResponseDecoding, RandomTextsComeBackUnchanged) {
-    constexpr char32_t alphabet[] = {U'\0',     U'\n',     U'"',          U'\\',
-                                     U'/',      U'a',      U'\x7F',       U'\u00e9',
-                                     U'\u2028', U'\uFFFD', U'\U0001F600', U'\U0010FFFF'};
+    constexpr std::array alphabet{U'\0',     U'\n',     U'"',          U'\\',
+                                  U'/',      U'a',      U'\x7F',       U'\u00e9',
+                                  U'\u2028', U'\uFFFD', U'\U0001F600', U'\U0010FFFF'};
     std::mt19937 random(4711);
     std::uniform_int_distribution<std::size_t> pick(0, std::size(alphabet) - 1);
     const auto text = [&] {

@@ -29,7 +29,7 @@ class PromptFixture : public ::testing::Test {
         globals.accessLogPath = directory.file("rebootaccess.log");
         std::filesystem::create_directory(globals.basePath + "/images");
     }
-    ~PromptFixture() override { agent().join(); }
+    void TearDown() override { agent().join(); }
 
     void makeController(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), "/opt/prompt");
