@@ -4,7 +4,7 @@
 readonly MACHINES=$ROOT/build/clean-machine
 
 dev_clean_machine() {
-    local user=root release=12 command=('./dev run && ./dev test') argument
+    local user=root release=12 command=('./dev run && ./dev test') argument lock
     while [ $# -gt 0 ]; do
         argument=$1
         shift
@@ -22,6 +22,8 @@ dev_clean_machine() {
     [ "$(id -u)" -eq 0 ] || die "clean-machine has to be run by root, for it makes a root file system"
     need debootstrap systemd-container git
     mkdir -p "$MACHINES/archives/$release"
+    exec {lock}>"$MACHINES/lock"
+    flock --nonblock "$lock" || die "clean-machine: another one is at work"
     base_system "$release"
     # Git does not read the repository of somebody else without being told to.
     git -c "safe.directory=$ROOT" bundle create --quiet "$MACHINES/prompt.bundle" HEAD
