@@ -4,7 +4,6 @@
 #include <array>
 #include <utility>
 
-#include "tools/osupdate_checkpass/ldap_address.h"
 #include "tools/osupdate_checkpass/ldap_error.h"
 #include "tools/osupdate_checkpass/ldap_options.h"
 #include "tools/osupdate_checkpass/ldap_socket.h"
@@ -73,20 +72,16 @@ std::string_view passwordPolicyRefusal(LDAP* handle, LDAPControl** controls) {
 
 DirectoryResult<std::unique_ptr<LdapConnection>> LdapConnection::open(
     const DirectoryNodeSettings& settings, StepLimit& steps) {
-    const auto address = parseLdapAddress(settings.uri);
-    if (!address) {
-        return ldapError(LDAP_PARAM_ERROR, "The server's address is not understood");
+    auto server = connectToServer(settings.uri, steps);
+    if (!server) {
+        return std::move(server).error();
     }
-    auto socket = connectSocket(address->host, address->port, steps);
-    if (!socket) {
-        return std::move(socket).error();
-    }
-    LDAP* const handle = newLdapHandle(*std::move(socket), settings.uri);
+    LDAP* const handle = newLdapHandle(std::move(server->socket), settings.uri);
     if (handle == nullptr) {
         return ldapError(LDAP_LOCAL_ERROR, "The connection cannot be set up");
     }
     std::unique_ptr<LdapConnection> connection(new LdapConnection(handle, steps));
-    if (auto error = connection->start(settings, !address->beginsWithTls)) {
+    if (auto error = connection->start(settings, !server->beginsWithTls)) {
         return *std::move(error);
     }
     return connection;

@@ -1,6 +1,7 @@
 #include "tools/osupdate_checkpass/ldap_socket.h"
 
 #include <fcntl.h>
+#include <ldap.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -8,7 +9,10 @@
 
 #include <cerrno>
 #include <memory>
+#include <optional>
+#include <regex>
 #include <system_error>
+#include <utility>
 
 #include "platform/posix/poll_until.h"
 #include "tools/osupdate_checkpass/ldap_error.h"
@@ -18,6 +22,38 @@ namespace velunor {
 namespace {
 
 using std::chrono::steady_clock;
+
+struct LdapAddress {
+    bool beginsWithTls = false;
+    std::string host;
+    int port = 0;
+};
+
+std::optional<LdapAddress> parseLdapAddress(const std::string& uri) {
+    constexpr std::size_t longest = 512;
+    constexpr int defaultPort = 389;
+    constexpr int defaultTlsPort = 636;
+    constexpr int highestPort = 65535;
+    // Narrower than the library's own reader, which takes filters, other kinds of connection and
+    // several servers.
+    static const std::regex form(
+        R"(ldap(s?)://(?:\[([0-9a-f:.]+)\]|([a-z0-9._-]+))(?::(\d{1,5}))?/?)", std::regex::icase);
+    std::smatch parts;
+    if (uri.size() > longest || !std::regex_match(uri, parts, form)) {
+        return std::nullopt;
+    }
+    LdapAddress address;
+    address.beginsWithTls = parts.length(1) != 0;
+    address.host = parts[2].matched ? parts.str(2) : parts.str(3);
+    address.port = address.beginsWithTls ? defaultTlsPort : defaultPort;
+    if (parts[4].matched) {
+        address.port = std::stoi(parts.str(4));
+    }
+    if (address.port < 1 || address.port > highestPort) {
+        return std::nullopt;
+    }
+    return address;
+}
 
 /// A connected socket that blocks; none with the reason in errno.
 FileDescriptor connected(const addrinfo& address, steady_clock::time_point deadline) {
@@ -56,8 +92,11 @@ steady_clock::time_point endOfTurn(const addrinfo* address, steady_clock::time_p
 
 }  // namespace
 
-Expected<FileDescriptor, DirectoryError> connectSocket(const std::string& host, int port,
-                                                       StepLimit& steps) {
+DirectoryResult<LdapSocket> connectToServer(const std::string& uri, StepLimit& steps) {
+    const auto address = parseLdapAddress(uri);
+    if (!address) {
+        return ldapError(LDAP_PARAM_ERROR, "The server's address is not understood");
+    }
     const auto deadline = steady_clock::now() + steps.limit();
     // The resolver knows no time limit of its own.
     steps.begin(serverUnreachable(gai_strerror(EAI_AGAIN)));
@@ -70,7 +109,8 @@ Expected<FileDescriptor, DirectoryError> connectSocket(const std::string& host, 
     for (const int flags : {AI_NUMERICHOST, AI_ADDRCONFIG}) {
         hints.ai_flags = flags | AI_NUMERICSERV;
         if (code != 0) {
-            code = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &first);
+            code = getaddrinfo(address->host.c_str(), std::to_string(address->port).c_str(), &hints,
+                               &first);
         }
     }
     const std::unique_ptr<addrinfo, void (*)(addrinfo*)> addresses(first, freeaddrinfo);
@@ -79,10 +119,10 @@ Expected<FileDescriptor, DirectoryError> connectSocket(const std::string& host, 
         return serverUnreachable(gai_strerror(code));
     }
     int error = EADDRNOTAVAIL;
-    for (const addrinfo* address = first; address != nullptr; address = address->ai_next) {
-        FileDescriptor socket = connected(*address, endOfTurn(address, deadline));
+    for (const addrinfo* place = first; place != nullptr; place = place->ai_next) {
+        FileDescriptor socket = connected(*place, endOfTurn(place, deadline));
         if (socket.isOpen()) {
-            return socket;
+            return LdapSocket{std::move(socket), address->beginsWithTls};
         }
         error = errno;
     }

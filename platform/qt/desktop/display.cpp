@@ -1,15 +1,14 @@
 #include "platform/qt/desktop/display.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QDir>
 #include <QLibraryInfo>
-#include <cstring>
+
+#include "platform/posix/local_socket.h"
 
 namespace velunor {
 
@@ -28,23 +27,6 @@ bool xServerReachable() {
     return reached;
 }
 
-bool connects(const QByteArray& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.isEmpty() || static_cast<std::size_t>(path.size()) >= sizeof(address.sun_path)) {
-        return false;
-    }
-    std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (descriptor < 0) {
-        return false;
-    }
-    const bool reached = connect(descriptor, reinterpret_cast<const sockaddr*>(&address),
-                                 static_cast<socklen_t>(sizeof(address))) == 0;
-    close(descriptor);
-    return reached;
-}
-
 bool waylandReachable() {
     // Without the plug-in the toolkit could not use the compositor it finds.
     const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) + "/platforms");
@@ -55,7 +37,8 @@ bool waylandReachable() {
     if (name.isEmpty()) {
         name = "wayland-0";
     }
-    return connects(name.startsWith('/') ? name : qgetenv("XDG_RUNTIME_DIR") + '/' + name);
+    const QByteArray path = name.startsWith('/') ? name : qgetenv("XDG_RUNTIME_DIR") + '/' + name;
+    return connectLocalSocket(SOCK_STREAM, path.toStdString()).isOpen();
 }
 
 bool platformReachable(const QByteArray& platform) {

@@ -248,7 +248,8 @@ TEST(LdapNodeNames, AddressThatIsSilentLeavesTimeForTheNext) {
             return "no second address";
         }
         StepLimit steps(STDOUT_FILENO, 4 * shortLimit);
-        const auto connection = connectSocket("twins.example.org", hole.port(), steps);
+        const auto connection =
+            connectToServer("ldaps://twins.example.org:" + std::to_string(hole.port()), steps);
         return connection ? "connected" : connection.error().description();
     });
     EXPECT_EQ(outcome.text, "connected");
