@@ -23,16 +23,16 @@ struct Error {
 template <class T, class E = Error>
 class [[nodiscard]] Expected {
   public:
-    /// Holds a value made from `value`.
+    /// Holds a value made from `value`; a function returns its value as it is.
     template <class U = T>
     requires(std::convertible_to<U, T> && !std::same_as<std::remove_cvref_t<U>, E> &&
              !std::same_as<std::remove_cvref_t<U>, Expected>)
-        // NOLINTNEXTLINE(google-explicit-constructor): a function returns its value as it is.
+        // NOLINTNEXTLINE(google-explicit-constructor,bugprone-forwarding-reference-overload)
         Expected(U&& value)
         : content_(std::in_place_index<0>, std::forward<U>(value)) {}
 
-    /// Holds the error.
-    // NOLINTNEXTLINE(google-explicit-constructor): and its error likewise.
+    /// Holds the error, which is returned likewise.
+    // NOLINTNEXTLINE(google-explicit-constructor)
     Expected(E error) : content_(std::in_place_index<1>, std::move(error)) {}
 
     [[nodiscard]] bool has_value() const noexcept { return content_.index() == 0; }

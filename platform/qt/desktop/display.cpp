@@ -7,6 +7,7 @@
 #include <QByteArrayList>
 #include <QDir>
 #include <QLibraryInfo>
+#include <algorithm>
 
 #include "platform/posix/local_socket.h"
 
