@@ -1,5 +1,5 @@
-// A credential checker, or a PAM behind it, that is out of order: the prompt says so in its log, refuses,
-// and goes on.
+// A credential checker, or a PAM behind it, that is out of order: the prompt says so in its log,
+// refuses, and goes on.
 
 #include "tests/e2e/credentials/credentials_test.h"
 

@@ -34,8 +34,8 @@ std::string withPam(const std::string& stack, const std::function<std::string()>
 std::string script(const std::string& path, const std::string& commands);
 
 /// What a check by the client tells: "accepted", or the error's domain, code and text.
-std::string checked(const CredentialCheckerSettings& settings, const std::string& userName = "alice",
-                    const std::string& password = "right");
+std::string checked(const CredentialCheckerSettings& settings,
+                    const std::string& userName = "alice", const std::string& password = "right");
 
 /// Whether no process of this group is at work any more, shortly.
 bool endsSoon(pid_t group);

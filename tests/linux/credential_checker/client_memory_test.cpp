@@ -121,8 +121,8 @@ TEST(ClientMemory, NothingIsLeftAfterAskingTheProgram) {
     const Needle needle;
     for (const char* commands : {"cat >/dev/null; echo accepted", "exit 1", "sleep 600"}) {
         const CredentialCheckerSettings settings{directory.file("none"),
-                                              script(directory.file("checker"), commands),
-                                              std::chrono::milliseconds{400}};
+                                                 script(directory.file("checker"), commands),
+                                                 std::chrono::milliseconds{400}};
         static_cast<void>(checkLocalPassword(settings, "alice", needle.password()));
         EXPECT_EQ(occurrencesOf(needle), 0) << commands;
     }
@@ -137,8 +137,7 @@ TEST(ClientMemory, NothingIsLeftAfterAskingANetworkNode) {
         const auto node = openNetworkNode(
             script(directory.file("checker"), std::string("echo ready; ") + commands), settings);
         ASSERT_TRUE(node) << commands;
-        static_cast<void>(
-            (*node)->setCredentials("alice", needle.password()));
+        static_cast<void>((*node)->setCredentials("alice", needle.password()));
         EXPECT_EQ(occurrencesOf(needle), 0) << commands;
     }
 }
@@ -147,7 +146,7 @@ TEST(ClientMemory, NothingIsLeftAfterAskingTheService) {
     const TemporaryDirectory directory;
     const Needle needle;
     const CredentialCheckerSettings settings{directory.file("socket"), "/nonexistent",
-                                          std::chrono::milliseconds{400}};
+                                             std::chrono::milliseconds{400}};
     const ListeningSocket listener(settings.socketPath);
     const auto error = checkLocalPassword(settings, "alice", needle.password());
     ASSERT_TRUE(error);

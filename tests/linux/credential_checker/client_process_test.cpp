@@ -41,7 +41,7 @@ class ClientProcess : public ::testing::Test {
     }
 
     CredentialCheckerSettings settings(const std::string& commands,
-                                    milliseconds timeout = std::chrono::seconds{10}) {
+                                       milliseconds timeout = std::chrono::seconds{10}) {
         return {directory_.file("none.socket"), script(directory_.file("checker"), commands),
                 timeout};
     }

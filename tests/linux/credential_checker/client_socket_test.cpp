@@ -112,8 +112,9 @@ TEST_F(ClientSocket, IncompleteAndOverlongAnswersAreNone) {
 
 TEST_F(ClientSocket, AcceptedBeforeTheRequestIsReadIsNone) {
     // The service's end is there before the request is sent, or behind it.
-    EXPECT_THAT(answerOf([](int connection) { say(connection, "accepted\n"); }),
-                MatchesRegex("Checker (32 send: Broken pipe|104 answer: Connection reset by peer)"));
+    EXPECT_THAT(
+        answerOf([](int connection) { say(connection, "accepted\n"); }),
+        MatchesRegex("Checker (32 send: Broken pipe|104 answer: Connection reset by peer)"));
 }
 
 TEST_F(ClientSocket, SilentServiceCostsTheLimit) {
