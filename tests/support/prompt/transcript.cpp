@@ -23,8 +23,8 @@ std::string normalizedTranscript(const std::string& log, const std::filesystem::
         text, std::regex(R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2}(\.\d{3}| \+0000))"), "TIME");
 }
 
-std::string goldenTranscript(const std::string& name) {
-    return readFile(std::filesystem::path(GOLDEN_DIRECTORY) / (name + ".txt"));
+std::string goldenTranscript(const std::string& name, const std::filesystem::path& directory) {
+    return readFile(directory / (name + ".txt"));
 }
 
 }  // namespace velunor::testing

@@ -17,7 +17,9 @@ namespace velunor::testing {
                                                const std::filesystem::path& directory,
                                                pid_t process);
 
-/// The approved transcript of this name; empty when there is none.
-[[nodiscard]] std::string goldenTranscript(const std::string& name);
+/// The approved transcript of this name; empty when there is none. `directory` is where they are
+/// for the account that the test acts as.
+[[nodiscard]] std::string goldenTranscript(
+    const std::string& name, const std::filesystem::path& directory = GOLDEN_DIRECTORY);
 
 }  // namespace velunor::testing
