@@ -78,9 +78,7 @@ ChildProcess::ChildProcess(const Command& command) {
 
 ChildProcess::~ChildProcess() {
     ::kill(-id_, SIGKILL);
-    if (!ending_) {
-        ::waitpid(id_, nullptr, 0);
-    }
+    ::waitpid(id_, nullptr, 0);
 }
 
 std::optional<Ending> ChildProcess::wait(std::chrono::milliseconds limit) {
@@ -95,9 +93,14 @@ void ChildProcess::sendSignal(int signal) const {
 }
 
 bool ChildProcess::poll() {
-    int status = 0;
-    if (!ending_ && ::waitpid(id_, &status, WNOHANG) == id_) {
-        ending_ = WIFEXITED(status) ? Ending{WEXITSTATUS(status), 0} : Ending{-1, WTERMSIG(status)};
+    // Left as a zombie until this object goes: its number, by which the group is killed then, would
+    // else be free for a process of somebody else.
+    siginfo_t info{};
+    if (!ending_ &&
+        ::waitid(P_PID, static_cast<id_t>(id_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+        info.si_pid == id_) {
+        ending_ =
+            info.si_code == CLD_EXITED ? Ending{info.si_status, 0} : Ending{-1, info.si_status};
     }
     return ending_.has_value();
 }
