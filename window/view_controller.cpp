@@ -179,7 +179,7 @@ void ViewController::printEndingAccessLog(const OSUpdateNotificationResponse& re
 }
 
 void ViewController::sendDataToService(OSUpdateNotificationResponse status) {
-    deliverToService(std::move(status), services_.log);
+    deliverToService(std::move(status), services_.log, services_.replyLimit);
 }
 
 void ViewController::finish(OSUpdateNotificationResponse response, std::string_view reason) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -22,6 +23,7 @@
 #include "platform/system_log.h"
 #include "platform/text.h"
 #include "prompt/access_log.h"
+#include "prompt/delivery.h"
 #include "prompt/os_update_input.h"
 #include "prompt/os_update_notification_response.h"
 #include "window/prompt_view.h"
@@ -46,6 +48,8 @@ struct PromptServices {
     /// The program that tells whether an account holds a secure token.
     std::string secureTokenTool;
     WeakReference<Application> application;
+    /// How long an answer waits for the agent service's reply.
+    std::chrono::milliseconds replyLimit = replyDeadline;
 };
 
 /// Controls the application's only window, from its set-up to the answer that ends the process.

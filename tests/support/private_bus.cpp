@@ -1,93 +1,96 @@
 #include "tests/support/private_bus.h"
 
-#include <gtest/gtest.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <stdexcept>
 
-#include <array>
-#include <chrono>
-#include <csignal>
-#include <utility>
+#include "tests/support/files.h"
+#include "tests/support/wait.h"
 
 namespace velunor::testing {
+namespace {
 
-PrivateBus::PrivateBus() : address_("unix:path=" + directory_.file("socket")) {
-    directory_.write("bus.conf",
-                     "<busconfig><type>session</type><listen>" + address_ +
-                         R"(</listen><policy context="default"><allow send_destination="*"/>)"
-                         R"(<allow receive_sender="*"/><allow own="*"/></policy></busconfig>)");
-    std::array<int, 2> ready{};
-    EXPECT_EQ(pipe(ready.data()), 0);
-    const std::string configuration = "--config-file=" + directory_.file("bus.conf");
-    const std::string tell = "--print-address=" + std::to_string(ready[1]);
-    daemon_ = fork();
-    if (daemon_ == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        close(ready[0]);
-        execlp("dbus-daemon", "dbus-daemon", "--nofork", "--nosyslog", configuration.c_str(),
-               tell.c_str(), nullptr);
-        _exit(EXIT_FAILURE);
+std::string configuration(const std::string& type, const std::string& address,
+                          const std::string& services) {
+    return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>)" +
+           type + R"(</type>
+  <listen>)" +
+           address + R"(</listen>
+  <auth>EXTERNAL</auth>
+  <servicedir>)" +
+           services + R"(</servicedir>
+  <policy context="default">
+    <allow user="*"/>
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow receive_sender="*"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+}
+
+bool accepts(const std::string& address) {
+    try {
+        return connectToBus(address) != nullptr;
+    } catch (const std::runtime_error&) {
+        return false;
     }
-    close(ready[1]);
-    char first = 0;
-    EXPECT_EQ(read(ready[0], &first, 1), 1) << "dbus-daemon does not start";
-    close(ready[0]);
 }
 
-PrivateBus::~PrivateBus() {
-    kill(daemon_, SIGTERM);
-    waitpid(daemon_, nullptr, 0);
+}  // namespace
+
+BusConnection connectToBus(const std::string& address) {
+    sd_bus* made = nullptr;
+    sd_bus_new(&made);
+    BusConnection bus(made);
+    if (sd_bus_set_address(made, address.c_str()) < 0 || sd_bus_set_bus_client(made, 1) < 0 ||
+        sd_bus_start(made) < 0) {
+        throw std::runtime_error("no message bus at " + address);
+    }
+    const char* name = nullptr;
+    if (sd_bus_get_unique_name(made, &name) < 0) {
+        throw std::runtime_error("the message bus does not answer at " + address);
+    }
+    return bus;
 }
 
-sd_bus* PrivateBus::connect() const {
-    sd_bus* bus = nullptr;
-    const bool connected = sd_bus_new(&bus) >= 0 &&
-                           sd_bus_set_address(bus, address_.c_str()) >= 0 &&
-                           sd_bus_set_bus_client(bus, 1) >= 0 &&
-                           sd_bus_negotiate_fds(bus, 1) >= 0 && sd_bus_start(bus) >= 0;
-    return connected ? bus : sd_bus_unref(bus);
+PrivateBus::PrivateBus() : own_(std::in_place) {
+    start(own_->path(), {});
+}
+
+PrivateBus::PrivateBus(const std::filesystem::path& directory, const BusSetup& setup) {
+    start(directory, setup);
+}
+
+std::string PrivateBus::addressIn(const std::filesystem::path& directory) {
+    return "unix:path=" + (directory / "bus").string();
 }
 
 bool PrivateBus::hasName(const std::string& name) const {
-    sd_bus* bus = connect();
-    const bool isThere = sd_bus_get_name_creds(bus, name.c_str(), 0, nullptr) >= 0;
-    sd_bus_flush_close_unref(bus);
-    return isThere;
+    return sd_bus_get_name_creds(connectToBus(address_).get(), name.c_str(), 0, nullptr) >= 0;
 }
 
-BusService::BusService(const PrivateBus& bus, const Place& place, const sd_bus_vtable* vtable,
-                       void* owner, std::function<void()> onTurn)
-    : bus_(bus.connect()) {
-    EXPECT_GE(sd_bus_add_object_vtable(bus_, nullptr, place.path, place.interface, vtable, owner),
-              0);
-    EXPECT_GE(sd_bus_request_name(bus_, place.name, 0), 0);
-    thread_ = std::thread([this, turn = std::move(onTurn)] {
-        constexpr std::uint64_t turnMicroseconds = 5000;
-        while (!stopped_) {
-            if (sd_bus_process(bus_, nullptr) == 0) {
-                turn();
-                sd_bus_wait(bus_, turnMicroseconds);
-            }
-        }
-    });
-}
-
-BusService::~BusService() {
-    stopped_ = true;
-    thread_.join();
-    sd_bus_flush_close_unref(bus_);
-}
-
-bool waitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+void PrivateBus::start(const std::filesystem::path& directory, const BusSetup& setup) {
+    address_ = addressIn(directory);
+    const std::filesystem::path settings = directory / "bus.conf";
+    const std::filesystem::path services = directory / "services";
+    std::filesystem::create_directories(services);
+    for (const auto& [name, file] : setup.services) {
+        writeFile(services / name, file);
     }
-    return true;
+    writeFile(settings, configuration(setup.type, address_, services.string()));
+    daemon_ = std::make_unique<ChildProcess>(
+        Command{.arguments = {"dbus-daemon", "--nofork", "--nopidfile",
+                              "--config-file=" + settings.string()},
+                .environment = setup.environment,
+                .output = {},
+                .errors = directory / "bus.log"});
+    if (!eventually([this] { return accepts(address_); })) {
+        throw std::runtime_error("the private message bus did not start: " +
+                                 readFile(directory / "bus.log"));
+    }
 }
 
 }  // namespace velunor::testing

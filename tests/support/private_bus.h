@@ -1,63 +1,67 @@
 #pragma once
 
-#include <sys/types.h>
 #include <systemd/sd-bus.h>
 
-#include <atomic>
-#include <functional>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
 #include <string>
-#include <thread>
 
+#include "tests/support/child_process.h"
 #include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 
-/// A message bus of its own, without any service.
+struct BusCloser {
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+};
+/// A connection to a message bus. One thread at a time.
+using BusConnection = std::unique_ptr<sd_bus, BusCloser>;
+
+struct MessageReleaser {
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using BusMessage = std::unique_ptr<sd_bus_message, MessageReleaser>;
+
+/// Connects to the bus at `address`. Throws when it is not there.
+[[nodiscard]] BusConnection connectToBus(const std::string& address);
+
+/// What a private bus is and what it can start.
+struct BusSetup {
+    /// "system" or "session".
+    std::string type = "session";
+    /// The services that the bus starts when they are asked for: name of a file, and the file.
+    std::map<std::string, std::string> services{};
+    /// What services that the bus starts find in their environment.
+    Environment environment{{"PATH", "/usr/local/bin:/usr/bin:/bin"}};
+};
+
+/// A message bus of its own for one test, on which everybody may do everything.
 class PrivateBus {
   public:
+    /// Starts a bus and waits until it accepts clients. Throws on failure.
     PrivateBus();
-    PrivateBus(const PrivateBus&) = delete;
-    PrivateBus& operator=(const PrivateBus&) = delete;
-    ~PrivateBus();
+    /// The same in an existing directory, which keeps its files and its socket.
+    explicit PrivateBus(const std::filesystem::path& directory, const BusSetup& setup = {});
+
+    /// The address of a bus in this directory, whether it runs or not.
+    [[nodiscard]] static std::string addressIn(const std::filesystem::path& directory);
 
     [[nodiscard]] const std::string& address() const { return address_; }
-
-    /// A new connection; null when the bus refuses it.
-    [[nodiscard]] sd_bus* connect() const;
 
     /// Whether somebody on the bus has the name, be it a unique one.
     [[nodiscard]] bool hasName(const std::string& name) const;
 
+    /// Ends the bus.
+    void stop() { daemon_.reset(); }
+
   private:
-    TemporaryDirectory directory_;
+    void start(const std::filesystem::path& directory, const BusSetup& setup);
+
+    std::optional<TemporaryDirectory> own_;
     std::string address_;
-    pid_t daemon_ = 0;
+    std::unique_ptr<ChildProcess> daemon_;
 };
-
-/// Serves one object on a bus from a thread of its own.
-class BusService {
-  public:
-    struct Place {
-        const char* name;
-        const char* path;
-        const char* interface;
-    };
-
-    /// `vtable` and `owner`, the handlers' data, must outlive the service. `onTurn` runs on the
-    /// service's thread every few milliseconds.
-    BusService(const PrivateBus& bus, const Place& place, const sd_bus_vtable* vtable, void* owner,
-               std::function<void()> onTurn);
-    BusService(const BusService&) = delete;
-    BusService& operator=(const BusService&) = delete;
-    ~BusService();
-
-  private:
-    sd_bus* bus_;
-    std::atomic<bool> stopped_{false};
-    std::thread thread_;
-};
-
-/// Waits until `condition` holds, at most half a minute; whether it does.
-bool waitUntil(const std::function<bool()>& condition);
 
 }  // namespace velunor::testing

@@ -5,42 +5,8 @@
 #include <stdexcept>
 
 #include "agent/ltarnutils.h"
-#include "tests/support/desktop/bus.h"
 
 namespace velunor::testing {
-namespace {
-
-std::string busConfiguration(const std::string& address, const std::string& type,
-                             const std::string& services) {
-    return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>)" +
-           type + R"(</type>
-  <listen>)" +
-           address + R"(</listen>
-  <auth>EXTERNAL</auth>
-  <servicedir>)" +
-           services + R"(</servicedir>
-  <policy context="default">
-    <allow user="*"/>
-    <allow send_destination="*"/>
-    <allow receive_sender="*"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-)";
-}
-
-bool accepts(const std::string& address) {
-    try {
-        return testing::connectToBus(address) != nullptr;
-    } catch (const std::runtime_error&) {
-        return false;
-    }
-}
-
-}  // namespace
 
 AgentFiles::AgentFiles() {
     for (const char* name : {"base/i18n", "data", "log/UserLogs"}) {
@@ -84,33 +50,6 @@ testing::Environment AgentFiles::environment() const {
         }
     }
     return environment;
-}
-
-std::string PrivateBus::addressIn(const std::filesystem::path& directory) {
-    return "unix:path=" + (directory / "bus").string();
-}
-
-PrivateBus::PrivateBus(const std::filesystem::path& directory, const std::string& type,
-                       const std::string& service)
-    : address_(addressIn(directory)) {
-    const std::filesystem::path settings = directory / "bus.conf";
-    const std::filesystem::path services = directory / "services";
-    std::filesystem::create_directories(services);
-    if (!service.empty()) {
-        writeFile(services / "com.velunor.OstrelAgent.service",
-                  "[D-BUS Service]\nName=com.velunor.OstrelAgent\nExec=" + service + "\n");
-    }
-    writeFile(settings, busConfiguration(address_, type, services.string()));
-    daemon_ = std::make_unique<ChildProcess>(
-        Command{.arguments = {"dbus-daemon", "--nofork", "--nopidfile",
-                              "--config-file=" + settings.string()},
-                .environment = {{"PATH", "/usr/local/bin:/usr/bin:/bin"}},
-                .output = {},
-                .errors = directory / "bus.log"});
-    if (!eventually([this] { return accepts(address_); })) {
-        throw std::runtime_error("the private bus did not start: " +
-                                 readFile(directory / "bus.log"));
-    }
 }
 
 FakeService::FakeService(const std::filesystem::path& directory, const std::string& address,

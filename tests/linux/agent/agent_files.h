@@ -9,6 +9,7 @@
 
 #include "tests/support/child_process.h"
 #include "tests/support/files.h"
+#include "tests/support/private_bus.h"
 #include "tests/support/temporary_directory.h"
 #include "tests/support/wait.h"
 
@@ -46,26 +47,6 @@ class AgentFiles : public ::testing::Test {
 
   private:
     TemporaryDirectory directory_;
-};
-
-/// A message bus of its own, of the type "system" or "session".
-class PrivateBus {
-  public:
-    /// Starts the bus and waits until it accepts clients. `service`, when given, is the command
-    /// that the bus starts for the agent service's name. Throws on failure.
-    PrivateBus(const std::filesystem::path& directory, const std::string& type,
-               const std::string& service = {});
-
-    [[nodiscard]] const std::string& address() const { return address_; }
-
-    /// Ends the bus.
-    void stop() { daemon_.reset(); }
-
-    static std::string addressIn(const std::filesystem::path& directory);
-
-  private:
-    std::string address_;
-    std::unique_ptr<ChildProcess> daemon_;
 };
 
 /// The agent service of a test, in a process of its own.

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/support/desktop/bus.h"
+#include "tests/support/private_bus.h"
 
 namespace {
 

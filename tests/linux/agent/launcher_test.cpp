@@ -26,7 +26,7 @@ Ending exited(AgentExit status) {
 
 class AgentLauncher : public AgentFiles {
   protected:
-    void startBus() { bus_.emplace(directory(), "session"); }
+    void startBus() { bus_.emplace(directory()); }
     PrivateBus& bus() { return *bus_; }
 
     ChildProcess& start(std::vector<std::string> arguments) {

@@ -77,8 +77,14 @@ class AgentConnectionOnSessionBus : public AgentConnection {
   protected:
     AgentConnectionOnSessionBus() { initialiseLibrary(); }
 
+    /// Starts a bus that starts the command `activated`, when given, for the service's name.
     void startBus(const std::string& activated = {}) {
-        bus_.emplace(directory(), "session", activated);
+        BusSetup setup;
+        if (!activated.empty()) {
+            setup.services["com.velunor.OstrelAgent.service"] =
+                "[D-BUS Service]\nName=com.velunor.OstrelAgent\nExec=" + activated + "\n";
+        }
+        bus_.emplace(directory(), setup);
     }
 
     FakeService& startService(const std::string& mode) {
@@ -276,7 +282,7 @@ class AgentConnectionOnSystemBus : public AgentConnection {
     AgentConnectionOnSystemBus() {
         writeSettings("system");
         initialiseLibrary();
-        bus_.emplace(directory(), "system");
+        bus_.emplace(directory(), BusSetup{.type = "system"});
         unsetenv("DBUS_SESSION_BUS_ADDRESS");
     }
 

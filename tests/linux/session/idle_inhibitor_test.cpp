@@ -14,37 +14,23 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/private_bus.h"
+#include "tests/linux/session/bus_service.h"
+#include "tests/support/doubles/recording_log.h"
+#include "tests/support/wait.h"
 
 namespace velunor {
 namespace {
 
 using testing::BusService;
+using testing::eventually;
 using testing::PrivateBus;
-using testing::waitUntil;
+using testing::RecordingLog;
 
 constexpr BusService::Place loginManagerPlace{"org.freedesktop.login1", "/org/freedesktop/login1",
                                               "org.freedesktop.login1.Manager"};
 constexpr BusService::Place portalPlace{"org.freedesktop.portal.Desktop",
                                         "/org/freedesktop/portal/desktop",
                                         "org.freedesktop.portal.Inhibit"};
-
-/// Keeps the records.
-class RecordingLog : public SystemLog {
-  public:
-    void write(std::string_view message) override {
-        const std::lock_guard guard(mutex_);
-        records_.emplace_back(message);
-    }
-    std::vector<std::string> records() {
-        const std::lock_guard guard(mutex_);
-        return records_;
-    }
-
-  private:
-    std::mutex mutex_;
-    std::vector<std::string> records_;
-};
 
 /// A login manager that grants inhibitor locks the way the real one does: as one end of a pipe
 /// whose other end it watches.
@@ -210,13 +196,13 @@ TEST_F(ProcessActivityTest, HoldsTheLoginManagersIdleLockUntilItIsEnded) {
     LinuxProcessActivity activity(log);
     const auto token = activity.beginUserInitiated("Timer Enabled");
     EXPECT_NE(token, 0U);
-    ASSERT_TRUE(waitUntil([&] { return loginManager.grantedLocks() == 1; }));
+    ASSERT_TRUE(eventually([&] { return loginManager.grantedLocks() == 1; }));
     EXPECT_EQ(loginManager.calls(),
               std::vector<std::string>{"idle|VelunorOSUpdate|Timer Enabled|block"});
     EXPECT_EQ(loginManager.heldLocks(), 1);
     activity.end(token);
-    EXPECT_TRUE(waitUntil([&] { return loginManager.heldLocks() == 0; }));
-    EXPECT_TRUE(log.records().empty());
+    EXPECT_TRUE(eventually([&] { return loginManager.heldLocks() == 0; }));
+    EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(ProcessActivityTest, EachActivityHasItsOwnLock) {
@@ -225,18 +211,18 @@ TEST_F(ProcessActivityTest, EachActivityHasItsOwnLock) {
     const auto first = activity.beginUserInitiated("first");
     const auto second = activity.beginUserInitiated("second");
     EXPECT_NE(first, second);
-    ASSERT_TRUE(waitUntil([&] { return loginManager.heldLocks() == 2; }));
+    ASSERT_TRUE(eventually([&] { return loginManager.heldLocks() == 2; }));
     activity.end(first);
-    EXPECT_TRUE(waitUntil([&] { return loginManager.heldLocks() == 1; }));
+    EXPECT_TRUE(eventually([&] { return loginManager.heldLocks() == 1; }));
     activity.end(second);
-    EXPECT_TRUE(waitUntil([&] { return loginManager.heldLocks() == 0; }));
+    EXPECT_TRUE(eventually([&] { return loginManager.heldLocks() == 0; }));
 }
 
 TEST_F(ProcessActivityTest, UnknownTokenIsPassedOver) {
     LoginManager loginManager(systemBus);
     LinuxProcessActivity activity(log);
     const auto token = activity.beginUserInitiated("Timer Enabled");
-    ASSERT_TRUE(waitUntil([&] { return loginManager.heldLocks() == 1; }));
+    ASSERT_TRUE(eventually([&] { return loginManager.heldLocks() == 1; }));
     activity.end(token + 1);
     activity.end(0);
     EXPECT_EQ(loginManager.heldLocks(), 1);
@@ -248,32 +234,32 @@ TEST_F(ProcessActivityTest, BeginDoesNotWaitForTheAnswer) {
     activity.beginUserInitiated("Timer Enabled");
     // The answer is given only after begin has returned.
     loginManager.beginAnswering();
-    EXPECT_TRUE(waitUntil([&] { return loginManager.heldLocks() == 1; }));
+    EXPECT_TRUE(eventually([&] { return loginManager.heldLocks() == 1; }));
 }
 
 TEST_F(ProcessActivityTest, LockThatIsGrantedAfterTheEndIsGivenBack) {
     LoginManager loginManager(systemBus, false);
     LinuxProcessActivity activity(log);
     const auto token = activity.beginUserInitiated("Timer Enabled");
-    ASSERT_TRUE(waitUntil([&] { return !loginManager.calls().empty(); }));
+    ASSERT_TRUE(eventually([&] { return !loginManager.calls().empty(); }));
     activity.end(token);
     loginManager.beginAnswering();
-    ASSERT_TRUE(waitUntil([&] { return loginManager.grantedLocks() == 1; }));
-    EXPECT_TRUE(waitUntil([&] { return loginManager.heldLocks() == 0; }));
+    ASSERT_TRUE(eventually([&] { return loginManager.grantedLocks() == 1; }));
+    EXPECT_TRUE(eventually([&] { return loginManager.heldLocks() == 0; }));
 }
 
 TEST_F(ProcessActivityTest, AsksThePortalWhereThereIsNoLoginManager) {
     Portal portal(sessionBus);
     LinuxProcessActivity activity(log);
     const auto token = activity.beginUserInitiated("Timer Enabled");
-    ASSERT_TRUE(waitUntil([&] { return portal.callers().size() == 1; }));
+    ASSERT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
     constexpr std::uint32_t idle = 8;
     EXPECT_EQ(portal.flags(), idle);
     const std::string caller = portal.callers().front();
     EXPECT_TRUE(sessionBus.hasName(caller));
     activity.end(token);
-    EXPECT_TRUE(waitUntil([&] { return !sessionBus.hasName(caller); }));
-    EXPECT_TRUE(log.records().empty());
+    EXPECT_TRUE(eventually([&] { return !sessionBus.hasName(caller); }));
+    EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagerIsSilent) {
@@ -281,7 +267,7 @@ TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagerIsSilent) {
     Portal portal(sessionBus);
     LinuxProcessActivity activity(log);
     activity.beginUserInitiated("Timer Enabled");
-    EXPECT_TRUE(waitUntil([&] { return portal.callers().size() == 1; }));
+    EXPECT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
     EXPECT_EQ(loginManager.calls().size(), 1U);
 }
 
@@ -290,8 +276,8 @@ TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagerRefuses) {
     Portal portal(sessionBus);
     LinuxProcessActivity activity(log);
     activity.beginUserInitiated("Timer Enabled");
-    EXPECT_TRUE(waitUntil([&] { return portal.callers().size() == 1; }));
-    EXPECT_TRUE(log.records().empty());
+    EXPECT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
+    EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(ProcessActivityTest, RefusalsOfBothAreOneLogLine) {
@@ -299,15 +285,15 @@ TEST_F(ProcessActivityTest, RefusalsOfBothAreOneLogLine) {
     const RefusingService portal(sessionBus, portalPlace);
     LinuxProcessActivity activity(log);
     activity.beginUserInitiated("Timer Enabled");
-    ASSERT_TRUE(waitUntil([&] { return !log.records().empty(); }));
-    EXPECT_EQ(log.records(), std::vector<std::string>{"No idle inhibitor available"});
+    ASSERT_TRUE(eventually([&] { return !log.lines().empty(); }));
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"No idle inhibitor available"});
 }
 
 TEST_F(ProcessActivityTest, NobodyWhoAnswersIsOneLogLine) {
     LinuxProcessActivity activity(log);
     const auto token = activity.beginUserInitiated("Timer Enabled");
-    ASSERT_TRUE(waitUntil([&] { return !log.records().empty(); }));
-    EXPECT_EQ(log.records(), std::vector<std::string>{"No idle inhibitor available"});
+    ASSERT_TRUE(eventually([&] { return !log.lines().empty(); }));
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"No idle inhibitor available"});
     activity.end(token);
 }
 
@@ -316,8 +302,8 @@ TEST_F(ProcessActivityTest, MissingBusesAreOneLogLine) {
     setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session", 1);
     LinuxProcessActivity activity(log);
     activity.beginUserInitiated("Timer Enabled");
-    ASSERT_TRUE(waitUntil([&] { return !log.records().empty(); }));
-    EXPECT_EQ(log.records(), std::vector<std::string>{"No idle inhibitor available"});
+    ASSERT_TRUE(eventually([&] { return !log.lines().empty(); }));
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"No idle inhibitor available"});
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include "platform/child_process.h"
 #include "platform/console_user.h"
 #include "platform/desktop.h"
-#include "platform/directory_service.h"
 #include "platform/image.h"
 #include "platform/property_list.h"
 #include "platform/run_loop.h"
@@ -123,32 +122,5 @@ struct FakeApplication : Application {
     int attentionRequests = 0;
     ImagePointer icon;
 };
-
-/// A directory whose nodes accept the passwords that the test lists.
-class FakeDirectory : public DirectoryService {
-  public:
-    struct Account {
-        DirectoryResult<DirectoryValues> photo = DirectoryError{"Fake", 1, "no photo"};
-        DirectoryResult<DirectoryValues> picture = DirectoryError{"Fake", 2, "no picture"};
-    };
-
-    [[nodiscard]] std::shared_ptr<DirectorySession> defaultSession() override;
-
-    bool hasSession = true;
-    /// Node name, then accepted "user:password" texts.
-    std::map<std::string, std::vector<std::string>> accepted{{"/Local/Default", {}}};
-    /// Details of "/Search"; none when it does not tell.
-    std::optional<PropertyListDictionary> searchDetails;
-    bool searchOpens = true;
-    std::optional<DirectoryError> localNodesError;
-    std::optional<DirectoryError> queryError;
-    std::map<std::string, Account> accounts;
-    /// Every credentials check as "node user:password".
-    std::vector<std::string> checks;
-    std::vector<std::string> queries;
-};
-
-/// A search path as the search node tells it.
-[[nodiscard]] PropertyListDictionary searchPathDetails(const std::vector<std::string>& names);
 
 }  // namespace velunor::testing

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "credentials/os_update_util.h"
+#include "tests/support/doubles/fake_directory.h"
 #include "tests/support/doubles/recording_log.h"
-#include "tests/support/doubles/scripted_directory.h"
 #include "tests/unit/credentials/scripted_machine.h"
 
 namespace velunor::testing {
@@ -37,7 +37,7 @@ class GetUserPicture : public ::testing::Test {
     const ImagePointer photo = imageOfSize(10, 10);
     const ImagePointer picture = imageOfSize(20, 20);
     const ImagePointer otherPicture = imageOfSize(30, 30);
-    ScriptedDirectory directory;
+    FakeDirectory directory;
     ScriptedImageReader images;
     RecordingLog log;
 };

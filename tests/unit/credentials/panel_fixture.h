@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "credentials/credentials_panel.h"
+#include "tests/support/doubles/fake_directory.h"
 #include "tests/support/doubles/plain_controls.h"
 #include "tests/support/doubles/recording_log.h"
-#include "tests/support/doubles/scripted_directory.h"
 #include "tests/unit/credentials/scripted_machine.h"
 
 namespace velunor::testing {
@@ -76,7 +76,7 @@ class PanelFixture : public ::testing::Test {
     ScriptedImageReader images;
     ScriptedChildProcess childProcess;
     ScriptedConsoleUsers consoleUsers;
-    ScriptedDirectory directory;
+    FakeDirectory directory;
 };
 
 }  // namespace velunor::testing

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "credentials/os_update_util.h"
+#include "tests/support/doubles/fake_directory.h"
 #include "tests/support/doubles/recording_log.h"
-#include "tests/support/doubles/scripted_directory.h"
 
 namespace velunor::testing {
 
@@ -38,30 +38,15 @@ class PasswordValidation : public ::testing::Test {
     }
 
     void setSearchPath(const std::vector<std::string>& names) {
-        PropertyListArray list;
-        for (const std::string& name : names) {
-            list.push_back({name});
-        }
-        directory.nodes["/Search"].details = PropertyListDictionary{{searchPathKey, {list}}};
+        directory.nodes["/Search"].details = searchPathDetails(names);
     }
 
     void setSearchDetails(PropertyListDictionary details) {
         directory.nodes["/Search"].details = std::move(details);
     }
 
-    /// The credentials checks that nodes were asked for, in order.
-    [[nodiscard]] std::vector<std::string> checks() const {
-        std::vector<std::string> found;
-        for (const std::string& call : directory.calls) {
-            if (call.starts_with("credentials ")) {
-                found.push_back(call);
-            }
-        }
-        return found;
-    }
-
     const std::string wrong = "Credentails Error " + wrongCredentials().description();
-    ScriptedDirectory directory;
+    FakeDirectory directory;
     RecordingLog log;
 };
 
@@ -96,22 +81,21 @@ TEST_F(ValidatePasswordForDomain, RefusesWhenTheNodeDoesNotOpen) {
     EXPECT_FALSE(validate("/LDAPv3/corp"));
     EXPECT_THAT(log.lines(), ElementsAre("Validating /LDAPv3/corp Username ada",
                                          "Node Error " + noSuchNode().description()));
-    EXPECT_THAT(directory.passwords, IsEmpty());
+    EXPECT_THAT(directory.checks, IsEmpty());
 }
 
 TEST_F(ValidatePasswordForDomain, PassesAnEmptyUserNameAndAnEmptyPasswordOn) {
     directory.nodes["/Local/Default"].accepted = {{"", ""}};
     EXPECT_TRUE(
         OSUpdateUtil::validatePasswordForDomain("/Local/Default", "", Secret(), directory, log));
-    EXPECT_THAT(checks(), ElementsAre("credentials /Local/Default "));
-    EXPECT_THAT(directory.passwords, ElementsAre(""));
+    EXPECT_THAT(directory.checks, ElementsAre("/Local/Default :"));
 }
 
 TEST_F(ValidatePasswordForDomain, PassesBlanksAndForeignCharactersOfAPasswordOnUnchanged) {
     addNode("/Local/Default", false);
     const std::string password = " p\u00e4ss \"w\\rd\" \n";
     EXPECT_FALSE(validate("/Local/Default", password));
-    EXPECT_THAT(directory.passwords, ElementsAre(password));
+    EXPECT_THAT(directory.checks, ElementsAre("/Local/Default ada:" + password));
 }
 
 TEST_F(ValidatePasswordForDomain, TakesAFreshSessionAndNodeEachTimeAndReleasesThem) {
@@ -168,7 +152,7 @@ TEST_F(ValidatePasswordForAllDomain, RefusesASearchPathWithOneElementThatIsNoTex
         {{searchPathKey, {PropertyListArray{{std::string("/LDAPv3/corp")}, {std::int64_t{7}}}}}});
     EXPECT_FALSE(validateAll());
     EXPECT_THAT(log.lines(), ElementsAre("Node Details Cannnot Converted to ArOfStr"));
-    EXPECT_THAT(checks(), IsEmpty());
+    EXPECT_THAT(directory.checks, IsEmpty());
 }
 
 TEST_F(ValidatePasswordForAllDomain, RefusesAnEmptySearchPathAfterOneLine) {
@@ -182,7 +166,7 @@ TEST_F(ValidatePasswordForAllDomain, NeverAsksTheLocalNodeWhenItStandsAlone) {
     setSearchPath({"/Local/Default"});
     EXPECT_FALSE(validateAll());
     EXPECT_THAT(log.lines(), ElementsAre("Node Details [\"/Local/Default\"]"));
-    EXPECT_THAT(checks(), IsEmpty());
+    EXPECT_THAT(directory.checks, IsEmpty());
 }
 
 TEST_F(ValidatePasswordForAllDomain, SkipsTheLocalNodeFirstInThePathAndTriesTheOthersInOrder) {
@@ -190,7 +174,7 @@ TEST_F(ValidatePasswordForAllDomain, SkipsTheLocalNodeFirstInThePathAndTriesTheO
     addNode("/A", false);
     setSearchPath({"/Local/Default", "/B", "/A"});
     EXPECT_FALSE(validateAll());
-    EXPECT_THAT(checks(), ElementsAre("credentials /B ada", "credentials /A ada"));
+    EXPECT_THAT(directory.checks, ElementsAre("/B ada:correct horse", "/A ada:correct horse"));
 }
 
 TEST_F(ValidatePasswordForAllDomain, SkipsTheLocalNodeInTheMiddleAndAtTheEnd) {
@@ -198,14 +182,14 @@ TEST_F(ValidatePasswordForAllDomain, SkipsTheLocalNodeInTheMiddleAndAtTheEnd) {
     addNode("/A", false);
     setSearchPath({"/B", "/Local/Default", "/A", "/Local/Default"});
     EXPECT_FALSE(validateAll());
-    EXPECT_THAT(checks(), ElementsAre("credentials /B ada", "credentials /A ada"));
+    EXPECT_THAT(directory.checks, ElementsAre("/B ada:correct horse", "/A ada:correct horse"));
 }
 
 TEST_F(ValidatePasswordForAllDomain, TriesANodeThatDiffersFromTheLocalOneInLetterCaseOnly) {
     addNode("/local/default", true);
     setSearchPath({"/local/default"});
     EXPECT_TRUE(validateAll());
-    EXPECT_THAT(checks(), ElementsAre("credentials /local/default ada"));
+    EXPECT_THAT(directory.checks, ElementsAre("/local/default ada:correct horse"));
 }
 
 TEST_F(ValidatePasswordForAllDomain, TriesANodeWhoseNameOnlyBeginsLikeTheLocalOne) {
@@ -218,7 +202,7 @@ TEST_F(ValidatePasswordForAllDomain, TriesANodeListedTwiceTwice) {
     addNode("/A", false);
     setSearchPath({"/A", "/A"});
     EXPECT_FALSE(validateAll());
-    EXPECT_THAT(checks(), ElementsAre("credentials /A ada", "credentials /A ada"));
+    EXPECT_THAT(directory.checks, ElementsAre("/A ada:correct horse", "/A ada:correct horse"));
 }
 
 TEST_F(ValidatePasswordForAllDomain, EndsAtTheFirstNodeThatAcceptsAndContactsNoLaterOne) {
@@ -256,8 +240,7 @@ TEST_F(ValidatePasswordForAllDomain, PassesAnEmptyUserNameAndAnEmptyPasswordOn) 
     addNode("/A", false);
     setSearchPath({"/A"});
     EXPECT_FALSE(validateAll("", ""));
-    EXPECT_THAT(checks(), ElementsAre("credentials /A "));
-    EXPECT_THAT(directory.passwords, ElementsAre(""));
+    EXPECT_THAT(directory.checks, ElementsAre("/A :"));
 }
 
 TEST_F(ValidatePasswordForAllDomain, PrintsTheNodeNamesWithTheirQuotationMarksEscaped) {

@@ -98,7 +98,7 @@ TEST_F(ActionsTest, PostponeAfterARefusalNamesThatUser) {
 
 TEST_F(ActionsTest, PasswordThatTheLocalNodeAcceptsProceeds) {
     openWithCredentials("alice", "p4ss");
-    accounts.accepted["/Local/Default"] = {"alice:p4ss"};
+    accounts.nodes["/Local/Default"].accepted = {{"alice", "p4ss"}};
     EXPECT_EQ(pressUpdateNow(), 0);
     EXPECT_THAT(linesSinceOpening(),
                 ElementsAre("Update Now Clicked",
@@ -115,8 +115,8 @@ TEST_F(ActionsTest, PasswordThatTheLocalNodeAcceptsProceeds) {
 
 TEST_F(ActionsTest, PasswordThatOnlyAnotherNodeAcceptsProceeds) {
     openWithCredentials("alice", "p4ss");
-    accounts.searchDetails = searchPathDetails({"/Local/Default", "/LDAPv3/corp"});
-    accounts.accepted["/LDAPv3/corp"] = {"alice:p4ss"};
+    accounts.nodes["/Search"].details = searchPathDetails({"/Local/Default", "/LDAPv3/corp"});
+    accounts.nodes["/LDAPv3/corp"].accepted = {{"alice", "p4ss"}};
     EXPECT_EQ(pressUpdateNow(), 0);
     EXPECT_THAT(linesSinceOpening(), Contains("Domain Validation Success"));
     EXPECT_THAT(linesSinceOpening(), Not(Contains("Local Validation Success")));
@@ -128,7 +128,7 @@ TEST_F(ActionsTest, PasswordThatOnlyAnotherNodeAcceptsProceeds) {
 TEST_F(ActionsTest, UnknownUserGoesOnToTheDirectory) {
     openWithCredentials("alice", "p4ss");
     childProcess.otherwise = "Unknown user alice\n";
-    accounts.accepted["/Local/Default"] = {"alice:p4ss"};
+    accounts.nodes["/Local/Default"].accepted = {{"alice", "p4ss"}};
     EXPECT_EQ(pressUpdateNow(), 0);
     EXPECT_EQ(sentJson(), R"({"proceed":{"userName":"alice","passwd":"p4ss"}})");
 }
@@ -170,8 +170,8 @@ TEST_F(ActionsTest, EmptyFieldsGoToValidationAsTheyAre) {
 
 TEST_F(ActionsTest, PasswordIsNeverLogged) {
     openWithCredentials("alice", "s3cr3t-w0rd");
-    accounts.searchDetails = searchPathDetails({"/LDAPv3/corp"});
-    accounts.accepted["/LDAPv3/corp"] = {"alice:s3cr3t-w0rd"};
+    accounts.nodes["/Search"].details = searchPathDetails({"/LDAPv3/corp"});
+    accounts.nodes["/LDAPv3/corp"].accepted = {{"alice", "s3cr3t-w0rd"}};
     EXPECT_EQ(pressUpdateNow(), 0);
     EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("s3cr3t-w0rd"))));
     EXPECT_THAT(agent().entries.back().second, Not(HasSubstr("s3cr3t-w0rd")));
@@ -179,7 +179,7 @@ TEST_F(ActionsTest, PasswordIsNeverLogged) {
 
 TEST_F(ActionsTest, FieldsAreReadAfreshForTheCheckAndForTheAnswer) {
     openWithCredentials("alice", "p4ss");
-    accounts.accepted["/Local/Default"] = {"alice:p4ss"};
+    accounts.nodes["/Local/Default"].accepted = {{"alice", "p4ss"}};
     controls.userNameTextField.reads = 0;
     EXPECT_EQ(pressUpdateNow(), 0);
     EXPECT_EQ(controls.userNameTextField.reads, 3);
@@ -194,17 +194,18 @@ TEST_F(ActionsTest, PostponeIsSentWithoutAttemptsLeftToo) {
 
 TEST_F(ActionsTest, FieldIsEmptiedOnceItsPasswordIsTaken) {
     openWithCredentials("alice", "p4ss");
-    accounts.accepted["/Local/Default"] = {"alice:p4ss"};
+    accounts.nodes["/Local/Default"].accepted = {{"alice", "p4ss"}};
     EXPECT_EQ(pressUpdateNow(), 0);
     EXPECT_EQ(controls.passwordTextFiled.value, "");
 }
 
 TEST_F(ActionsTest, AbsentServiceStillEndsWithStatus0) {
+    replyLimit = std::chrono::milliseconds(100);
     open();
     agent().service = AgentRecording::Service::absent;
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(pressPostpone(), 0);
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, replyLimit);
 }
 
 }  // namespace

@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "tests/support/doubles/agent_recording.h"
+#include "tests/support/doubles/fake_directory.h"
 #include "tests/support/doubles/fakes.h"
 #include "tests/support/doubles/plain_controls.h"
 #include "tests/support/doubles/recording_log.h"
@@ -28,6 +30,9 @@ class PromptFixture : public ::testing::Test {
         globals.dataPath = directory.path();
         globals.accessLogPath = directory.file("rebootaccess.log");
         std::filesystem::create_directory(globals.basePath + "/images");
+        accounts.nodes.try_emplace("/Local/Default");
+        accounts.nodes.try_emplace("/Search");
+        accounts.localNodes.emplace();
     }
     void TearDown() override { agent().join(); }
 
@@ -36,6 +41,7 @@ class PromptFixture : public ::testing::Test {
         PromptServices services{
             log,         runLoop, screens,      propertyLists, images,   segmenter,    processInfo,
             processExit, clock,   childProcess, consoleUsers,  accounts, "/the/token", {}};
+        services.replyLimit = replyLimit;
         if (hasApplication) {
             services.application.connect(&application);
         }
@@ -90,6 +96,7 @@ class PromptFixture : public ::testing::Test {
     FakeDirectory accounts;
     FakeApplication application;
     bool hasApplication = true;
+    std::chrono::milliseconds replyLimit = replyDeadline;
     PlainControls controls;
     PromptView view = controls.view();
     Globals globals;

@@ -25,7 +25,7 @@ struct NodeScript {
 
 /// A directory that follows a script, so that each of its parts can be made to fail, and that
 /// writes down what it is asked.
-class ScriptedDirectory : public DirectoryService {
+class FakeDirectory : public DirectoryService {
   public:
     [[nodiscard]] std::shared_ptr<DirectorySession> defaultSession() override;
 
@@ -37,11 +37,14 @@ class ScriptedDirectory : public DirectoryService {
 
     /// Every request but passwords, in order.
     std::vector<std::string> calls;
-    /// The passwords that nodes were asked to check, in order.
-    std::vector<std::string> passwords;
+    /// Every check of a password as "node user:password", in order.
+    std::vector<std::string> checks;
     int sessionsAlive = 0;
     int nodesAlive = 0;
 };
+
+/// A search path as the details of the search node tell it.
+[[nodiscard]] PropertyListDictionary searchPathDetails(const std::vector<std::string>& names);
 
 /// The error that a scripted node gives when it does not open.
 [[nodiscard]] DirectoryError noSuchNode();

@@ -1,4 +1,4 @@
-#include "tests/support/doubles/scripted_directory.h"
+#include "tests/support/doubles/fake_directory.h"
 
 #include <algorithm>
 #include <utility>
@@ -38,7 +38,7 @@ class ScriptedRecord : public DirectoryRecord {
 
 class ScriptedNode : public DirectoryNode {
   public:
-    ScriptedNode(ScriptedDirectory& directory, std::string name, NodeScript script)
+    ScriptedNode(FakeDirectory& directory, std::string name, NodeScript script)
         : alive_(directory.nodesAlive),
           directory_(directory),
           name_(std::move(name)),
@@ -47,7 +47,8 @@ class ScriptedNode : public DirectoryNode {
     [[nodiscard]] std::optional<DirectoryError> setCredentials(const std::string& recordName,
                                                                const Secret& password) override {
         directory_.calls.push_back("credentials " + name_ + " " + recordName);
-        directory_.passwords.emplace_back(password.reveal());
+        directory_.checks.push_back(name_ + " " + recordName + ":" +
+                                    std::string(password.reveal()));
         const std::pair<std::string, std::string> pair(recordName, password.reveal());
         const bool accepted = std::ranges::find(script_.accepted, pair) != script_.accepted.end();
         return accepted ? std::nullopt : std::optional(wrongCredentials());
@@ -79,14 +80,14 @@ class ScriptedNode : public DirectoryNode {
 
   private:
     Count alive_;
-    ScriptedDirectory& directory_;
+    FakeDirectory& directory_;
     std::string name_;
     NodeScript script_;
 };
 
 class ScriptedSession : public DirectorySession {
   public:
-    explicit ScriptedSession(ScriptedDirectory& directory)
+    explicit ScriptedSession(FakeDirectory& directory)
         : alive_(directory.sessionsAlive), directory_(directory) {}
 
     [[nodiscard]] DirectoryResult<DirectoryNodePointer> openNode(const std::string& name) override {
@@ -108,14 +109,22 @@ class ScriptedSession : public DirectorySession {
 
   private:
     Count alive_;
-    ScriptedDirectory& directory_;
+    FakeDirectory& directory_;
 };
 
 }  // namespace
 
-std::shared_ptr<DirectorySession> ScriptedDirectory::defaultSession() {
+std::shared_ptr<DirectorySession> FakeDirectory::defaultSession() {
     calls.emplace_back("session");
     return hasSession ? std::make_shared<ScriptedSession>(*this) : nullptr;
+}
+
+PropertyListDictionary searchPathDetails(const std::vector<std::string>& names) {
+    PropertyListArray list;
+    for (const std::string& name : names) {
+        list.push_back({name});
+    }
+    return {{std::string(attributeSearchPath), {list}}};
 }
 
 DirectoryError noSuchNode() {
