@@ -47,8 +47,13 @@ TEST_P(FaultyPam, RefusesAndLeavesTheWindowUsable) {
 
 TEST_P(FaultyPam, OfTheSystemServiceRefusesAndLeavesTheWindowUsable) {
     usePamModule(GetParam());
-    // The checker's own limit passes in the test above.
-    startCheckerService(testing::reachable(IMPATIENT_CHECKER_PROGRAM));
+    {
+        // The checker's own limit passes in the test above; the real one comes with the repair.
+        const testing::AsRoot root;
+        testing::Machine::run(
+            {"install", "-m", "755", IMPATIENT_CHECKER_PROGRAM, credentialCheckerPath});
+    }
+    startCheckerService();
     expectRefusedUntilRepaired("PAM Code=26 ");
 }
 

@@ -98,11 +98,11 @@ void CredentialsTest::startPromptOf(const std::string& program, const std::strin
     ASSERT_TRUE(waitForWindow()) << systemLog();
 }
 
-void CredentialsTest::startCheckerService(const std::string& program) {
+void CredentialsTest::startCheckerService() {
     const testing::AsRoot root;
     checkerService_ = std::make_unique<ChildProcess>(
         Command{.arguments = {"systemd-socket-activate", "--accept", "--inetd",
-                              "--listen=" + std::string(checkerSocket), program},
+                              "--listen=" + std::string(checkerSocket), credentialCheckerPath},
                 .environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}},
                 .output = {},
                 .errors = directory() / "checker-service.log"});

@@ -59,7 +59,7 @@ class CredentialsTest : protected Desktop, public PromptTest {
     void startPromptOf(const std::string& program, const std::string& minutes = "15");
 
     /// Starts the checker's system service, as the service manager would.
-    void startCheckerService(const std::string& program = credentialCheckerPath);
+    void startCheckerService();
 
     /// Clicks into the showing field of this kind and name and types.
     void typeIntoField(const std::string& role, const std::string& name, const std::string& text);
