@@ -76,10 +76,12 @@ add_user() {
     chmod 440 "$1/etc/sudoers.d/$2"
 }
 
-# enter_machine MACHINE USER RELEASE COMMAND : runs it in a new checkout below the user's home.
+# enter_machine MACHINE USER RELEASE COMMAND : runs it in a new checkout below the user's home. As on
+# a machine, and not in a container, memory may be locked.
 enter_machine() {
     exec systemd-nspawn --quiet --directory "$1" --machine "prompt-$2-$3" --register=no --keep-unit \
         --resolv-conf=copy-host --console=pipe --user "$2" \
+        --system-call-filter=@memlock \
         --bind "$MACHINES/archives/$3:/var/cache/apt/archives" \
         --bind-ro "$MACHINES/prompt.bundle:/srv/prompt.bundle" \
         /bin/bash -c "cd && git -c advice.detachedHead=false clone --quiet /srv/prompt.bundle prompt && cd prompt && $4" </dev/null
