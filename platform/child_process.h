@@ -4,6 +4,8 @@
 #include <span>
 #include <string>
 
+#include "platform/interface.h"
+
 namespace velunor {
 
 /// How a child process ended and what it wrote.
@@ -15,10 +17,8 @@ struct ChildProcessResult {
 };
 
 /// Starts programs.
-class ChildProcess {
+class ChildProcess : public Interface {
   public:
-    virtual ~ChildProcess() = default;
-
     /// Runs the program at `launchPath` with `arguments` (the program's name not among them), waits
     /// until it exits and then reads what it wrote. Blocks; any thread. A program that cannot be
     /// started gives a non-zero status and whatever text there is about it.

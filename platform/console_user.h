@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/interface.h"
+
 namespace velunor {
 
 /// What the password database says of a user id.
@@ -13,10 +15,8 @@ struct PasswordEntry {
 };
 
 /// Who is logged in at the machine's console. Main thread only.
-class ConsoleUsers {
+class ConsoleUsers : public Interface {
   public:
-    virtual ~ConsoleUsers() = default;
-
     /// User id of the console user, none when nobody is logged in at the console.
     [[nodiscard]] virtual std::optional<std::uint32_t> consoleUserIdentifier() = 0;
 

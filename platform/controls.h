@@ -9,6 +9,7 @@
 #include "platform/attributed_string.h"
 #include "platform/geometry.h"
 #include "platform/image.h"
+#include "platform/interface.h"
 #include "platform/secret.h"
 
 namespace velunor {
@@ -28,18 +29,16 @@ struct KeyFrameAnimation {
 };
 
 /// The backing layer of a view.
-class Layer {
+class Layer : public Interface {
   public:
-    virtual ~Layer() = default;
     virtual void setBackgroundColor(const Color& color) = 0;
     virtual void setCornerRadius(double radius) = 0;
     /// Starts the animation; one that still runs on this layer is replaced.
     virtual void addAnimation(const KeyFrameAnimation& animation) = 0;
 };
 
-class View {
+class View : public Interface {
   public:
-    virtual ~View() = default;
     virtual void setHidden(bool hidden) = 0;
     /// Position and size inside the window.
     [[nodiscard]] virtual Rect frame() const = 0;
@@ -94,9 +93,8 @@ class ImageView : public View {
 class StackView : public View {};
 
 /// A layout rule that competes with others; the one with the higher priority wins.
-class LayoutConstraint {
+class LayoutConstraint : public Interface {
   public:
-    virtual ~LayoutConstraint() = default;
     /// The constraint's identifier; empty when it has none.
     [[nodiscard]] virtual std::string identifier() const = 0;
     virtual void setPriority(int priority) = 0;

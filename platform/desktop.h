@@ -5,6 +5,7 @@
 
 #include "platform/geometry.h"
 #include "platform/image.h"
+#include "platform/interface.h"
 
 namespace velunor {
 
@@ -14,9 +15,8 @@ inline constexpr int normalWindowLevel = 0;
 inline constexpr int floatingWindowLevel = 3;
 
 /// A top-level window. Main thread only.
-class Window {
+class Window : public Interface {
   public:
-    virtual ~Window() = default;
     /// Position and size on the desktop, decoration included.
     [[nodiscard]] virtual Rect frame() const = 0;
     /// Moves the lower-left corner of the frame; the size stays.
@@ -25,17 +25,15 @@ class Window {
 };
 
 /// The screens of the desktop. Main thread only.
-class Screens {
+class Screens : public Interface {
   public:
-    virtual ~Screens() = default;
     /// Usable area of the main screen (panels and docks excluded), none without a screen.
     [[nodiscard]] virtual std::optional<Rect> mainScreenVisibleFrame() const = 0;
 };
 
 /// The running desktop application. Main thread only.
-class Application {
+class Application : public Interface {
   public:
-    virtual ~Application() = default;
     /// The application's windows, first one first; owned by the application.
     [[nodiscard]] virtual std::vector<Window*> windows() = 0;
     /// Asks for the user's attention until the application is activated.

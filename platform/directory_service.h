@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/expected.h"
+#include "platform/interface.h"
 #include "platform/property_list.h"
 #include "platform/secret.h"
 
@@ -43,10 +44,8 @@ inline constexpr std::string_view attributePicture = "dsAttrTypeStandard:Picture
 inline constexpr std::string_view attributeSearchPath = "dsAttrTypeStandard:SearchPath";
 
 /// A found account record.
-class DirectoryRecord {
+class DirectoryRecord : public Interface {
   public:
-    virtual ~DirectoryRecord() = default;
-
     /// The values of `attribute`; an error also when the record lacks it.
     [[nodiscard]] virtual DirectoryResult<DirectoryValues> valuesForAttribute(
         std::string_view attribute) const = 0;
@@ -55,10 +54,8 @@ class DirectoryRecord {
 using DirectoryRecords = std::vector<std::unique_ptr<DirectoryRecord>>;
 
 /// An open node.
-class DirectoryNode {
+class DirectoryNode : public Interface {
   public:
-    virtual ~DirectoryNode() = default;
-
     /// Authenticates as the user record `recordName`; none on success.
     [[nodiscard]] virtual std::optional<DirectoryError> setCredentials(
         const std::string& recordName, const Secret& password) = 0;
@@ -78,10 +75,8 @@ using DirectoryNodePointer = std::unique_ptr<DirectoryNode>;
 /// The kinds of node that can be opened without a name.
 enum class DirectoryNodeType : std::uint32_t { localNodes = 0x2200 };
 
-class DirectorySession {
+class DirectorySession : public Interface {
   public:
-    virtual ~DirectorySession() = default;
-
     /// Opens the node with a path-like name such as "/Local/Default" or "/Search".
     [[nodiscard]] virtual DirectoryResult<DirectoryNodePointer> openNode(
         const std::string& name) = 0;
@@ -89,10 +84,8 @@ class DirectorySession {
         DirectoryNodeType type) = 0;
 };
 
-class DirectoryService {
+class DirectoryService : public Interface {
   public:
-    virtual ~DirectoryService() = default;
-
     /// The process's session with the directory, or null when there is none.
     [[nodiscard]] virtual std::shared_ptr<DirectorySession> defaultSession() = 0;
 };

@@ -6,17 +6,13 @@
 #include <string>
 
 #include "platform/geometry.h"
+#include "platform/interface.h"
 
 namespace velunor {
 
 /// A decoded picture. Immutable, so one may be used from several threads.
-class Image {
+class Image : public Interface {
   public:
-    Image() = default;
-    Image(const Image&) = delete;
-    Image& operator=(const Image&) = delete;
-    virtual ~Image() = default;
-
     /// Width and height in points.
     [[nodiscard]] virtual Size size() const = 0;
 };
@@ -25,10 +21,8 @@ using ImagePointer = std::shared_ptr<const Image>;
 
 /// Makes images. Every operation may be called from any thread and answers a null pointer where
 /// there is no readable image or where its size is beyond the reader's limits.
-class ImageReader {
+class ImageReader : public Interface {
   public:
-    virtual ~ImageReader() = default;
-
     [[nodiscard]] virtual ImagePointer imageFromFile(const std::string& path) const = 0;
     [[nodiscard]] virtual ImagePointer imageFromData(std::span<const std::byte> data) const = 0;
 

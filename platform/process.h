@@ -4,23 +4,21 @@
 #include <string>
 #include <string_view>
 
+#include "platform/interface.h"
+
 namespace velunor {
 
 /// Ends the process on purpose.
-class ProcessExit {
+class ProcessExit : public Interface {
   public:
-    virtual ~ProcessExit() = default;
-
     /// Flushes what is written and leaves with `status`, without running the destructors of
     /// objects that another thread may still use. Never returns.
     [[noreturn]] virtual void exit(int status) = 0;
 };
 
 /// Who and where the process is.
-class ProcessInfo {
+class ProcessInfo : public Interface {
   public:
-    virtual ~ProcessInfo() = default;
-
     /// Directory that holds the running program; empty when it cannot be found out.
     [[nodiscard]] virtual std::string bundlePath() const = 0;
 
@@ -29,19 +27,16 @@ class ProcessInfo {
 };
 
 /// The wall clock.
-class Clock {
+class Clock : public Interface {
   public:
-    virtual ~Clock() = default;
     [[nodiscard]] virtual std::chrono::system_clock::time_point now() const = 0;
 };
 
 /// A declared activity that keeps the system from idling while it lasts. Main thread only.
-class ProcessActivity {
+class ProcessActivity : public Interface {
   public:
     /// Names an activity that was begun; never 0.
     using Token = unsigned;
-
-    virtual ~ProcessActivity() = default;
 
     /// Begins user-initiated work. Never blocks and never fails: where the system has no such
     /// service, that is a log line and the token stands for nothing.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/expected.h"
+#include "platform/interface.h"
 
 namespace velunor {
 
@@ -47,10 +48,8 @@ struct PropertyListValue {
 };
 
 /// Reads property lists.
-class PropertyListReader {
+class PropertyListReader : public Interface {
   public:
-    virtual ~PropertyListReader() = default;
-
     /// Parses a whole property list in XML, binary or old text form. Bytes that are malformed, too
     /// many or too deeply nested give an error. Any thread.
     [[nodiscard]] virtual Expected<PropertyListValue> parse(

@@ -3,24 +3,26 @@
 #include <chrono>
 #include <functional>
 
+#include "platform/interface.h"
+
 namespace velunor {
 
 /// A scheduled timer, as its own callback sees it.
-class Timer {
+class Timer : public Interface {
   public:
-    virtual ~Timer() = default;
     /// Stops the timer; its callback does not run again.
     virtual void invalidate() = 0;
 };
 
-/// The main run loop.
-class RunLoop {
-  public:
-    virtual ~RunLoop() = default;
+/// How often a timer's callback runs.
+enum class TimerKind { once, repeating };
 
-    /// Runs `block` on the main thread after `interval`, then again after each further one when
-    /// `repeats`. The block is told the timer that runs it. Main thread only.
-    virtual void scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+/// The main run loop.
+class RunLoop : public Interface {
+  public:
+    /// Runs `block` on the main thread after `interval`, and a repeating one after each further
+    /// interval. The block is told the timer that runs it. Main thread only.
+    virtual void scheduleTimer(std::chrono::milliseconds interval, TimerKind kind,
                                std::function<void(Timer&)> block) = 0;
 
     /// Queues `work` for the main thread. Any thread.

@@ -2,13 +2,13 @@
 
 #include <string_view>
 
+#include "platform/interface.h"
+
 namespace velunor {
 
 /// The system log, where every diagnostic line of the program goes. Any thread.
-class SystemLog {
+class SystemLog : public Interface {
   public:
-    virtual ~SystemLog() = default;
-
     /// Writes one record. Line breaks inside `message` are escaped, so it stays one. A failure to
     /// write is not reported.
     virtual void write(std::string_view message) = 0;

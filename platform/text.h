@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/interface.h"
+
 namespace velunor {
 
 // Operations on texts. They hold no state: any thread.
@@ -32,9 +34,8 @@ enum class EscapeStyle {
     listElement,
     /// A blank.
     blank,
-    /// For well-formed JSON, which stays the same value: "\u001B"; a blank for those below it,
-    /// which
-    /// stand between tokens alone.
+    /// For well-formed JSON, which stays the same value: "\u007F", and a blank for those below the
+    /// blank, which stand between tokens alone.
     json
 };
 
@@ -60,9 +61,8 @@ enum class EscapeStyle {
 [[nodiscard]] std::optional<std::string> utf8FromUtf16(std::string_view bytes, std::endian order);
 
 /// Finds the boundaries of what a reader perceives as one character.
-class TextSegmenter {
+class TextSegmenter : public Interface {
   public:
-    virtual ~TextSegmenter() = default;
     /// Number of user-perceived characters of a UTF-8 text. Any thread.
     [[nodiscard]] virtual std::size_t characterCount(std::string_view text) const = 0;
 };

@@ -37,7 +37,8 @@ void ViewController::showRemainingTime() {
 void ViewController::updateTimerInfoLabel() {
     showRemainingTime();
     services_.log.write("Starting with " + outlets().timerInfoLabel->stringValue());
-    services_.runLoop.scheduleTimer(tickInterval, true, [this](Timer& timer) { tick(timer); });
+    services_.runLoop.scheduleTimer(tickInterval, TimerKind::repeating,
+                                    [this](Timer& timer) { tick(timer); });
 }
 
 void ViewController::tick(Timer& timer) {

@@ -77,7 +77,8 @@ void ViewController::viewDidLoad() {
     updateNowButton.setTranslatesAutoresizingMask(false);
     updateNowButton.activateWidthConstraint(updateNowButton.frame().size.width +
                                             updateButtonExtraWidth);
-    services_.runLoop.scheduleTimer(attentionDelay, false, [this](Timer&) { bounceDock(); });
+    services_.runLoop.scheduleTimer(attentionDelay, TimerKind::once,
+                                    [this](Timer&) { bounceDock(); });
 }
 
 void ViewController::viewDidAppear() {

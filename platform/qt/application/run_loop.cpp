@@ -19,11 +19,11 @@ class QtTimer final : public Timer {
 
 }  // namespace
 
-void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, TimerKind kind,
                               std::function<void(Timer&)> block) {
     auto* timer = new QTimer(&mainThread_);
     timer->setTimerType(Qt::PreciseTimer);
-    timer->setSingleShot(!repeats);
+    timer->setSingleShot(kind == TimerKind::once);
     QObject::connect(timer, &QTimer::timeout, &mainThread_, [timer, block = std::move(block)] {
         QtTimer handle(*timer);
         block(handle);

@@ -10,7 +10,7 @@ namespace velunor {
 /// end with this object. Made and destroyed on the main thread.
 class QtRunLoop final : public RunLoop {
   public:
-    void scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+    void scheduleTimer(std::chrono::milliseconds interval, TimerKind kind,
                        std::function<void(Timer&)> block) override;
     void performOnMainThread(std::function<void()> work) override;
     void performInBackground(std::function<void()> work) override;

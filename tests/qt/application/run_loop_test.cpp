@@ -16,7 +16,7 @@ TEST(RunLoopTest, RunsARepeatingTimerUntilItIsInvalidatedInItsOwnCallback) {
     QtRunLoop runLoop;
     int ticks = 0;
     int later = 0;
-    runLoop.scheduleTimer(milliseconds(1), true, [&](Timer& timer) {
+    runLoop.scheduleTimer(milliseconds(1), TimerKind::repeating, [&](Timer& timer) {
         if (++ticks == 3) {
             timer.invalidate();
         }
@@ -24,7 +24,7 @@ TEST(RunLoopTest, RunsARepeatingTimerUntilItIsInvalidatedInItsOwnCallback) {
     ASSERT_TRUE(waitUntil([&] { return ticks == 3; }));
 
     // Another timer of the same length shows that there was time for a fourth tick.
-    runLoop.scheduleTimer(milliseconds(1), true, [&](Timer&) { ++later; });
+    runLoop.scheduleTimer(milliseconds(1), TimerKind::repeating, [&](Timer&) { ++later; });
     ASSERT_TRUE(waitUntil([&] { return later == 5; }));
     EXPECT_EQ(ticks, 3);
 }
@@ -33,8 +33,8 @@ TEST(RunLoopTest, RunsATimerThatDoesNotRepeatOnce) {
     QtRunLoop runLoop;
     int once = 0;
     int later = 0;
-    runLoop.scheduleTimer(milliseconds(1), false, [&](Timer&) { ++once; });
-    runLoop.scheduleTimer(milliseconds(1), true, [&](Timer&) { ++later; });
+    runLoop.scheduleTimer(milliseconds(1), TimerKind::once, [&](Timer&) { ++once; });
+    runLoop.scheduleTimer(milliseconds(1), TimerKind::repeating, [&](Timer&) { ++later; });
 
     ASSERT_TRUE(waitUntil([&] { return later == 5; }));
     EXPECT_EQ(once, 1);
@@ -43,7 +43,7 @@ TEST(RunLoopTest, RunsATimerThatDoesNotRepeatOnce) {
 TEST(RunLoopTest, InvalidatesATimerThatHasRunOnce) {
     QtRunLoop runLoop;
     int once = 0;
-    runLoop.scheduleTimer(milliseconds(1), false, [&](Timer& timer) {
+    runLoop.scheduleTimer(milliseconds(1), TimerKind::once, [&](Timer& timer) {
         timer.invalidate();
         ++once;
     });

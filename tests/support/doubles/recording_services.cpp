@@ -4,12 +4,12 @@
 
 namespace velunor::testing {
 
-void ManualRunLoop::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+void ManualRunLoop::scheduleTimer(std::chrono::milliseconds interval, TimerKind kind,
                                   std::function<void(Timer&)> block) {
     auto entry = std::make_shared<Entry>();
     entry->interval = interval;
     entry->due = now_ + interval;
-    entry->repeats = repeats;
+    entry->repeats = kind == TimerKind::repeating;
     entry->block = std::move(block);
     timers.push_back(std::move(entry));
 }

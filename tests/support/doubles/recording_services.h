@@ -31,7 +31,7 @@ class ManualRunLoop : public RunLoop {
         std::function<void(Timer&)> block;
     };
 
-    void scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+    void scheduleTimer(std::chrono::milliseconds interval, TimerKind kind,
                        std::function<void(Timer&)> block) override;
     void performOnMainThread(std::function<void()> work) override;
     void performInBackground(std::function<void()> work) override;

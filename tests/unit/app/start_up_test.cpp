@@ -61,7 +61,6 @@ TEST_F(StartUpTest, LogDirectoryThatEndsInASlashGivesADoubledOne) {
 }
 
 TEST_F(StartUpTest, EmptyTextsAreStoredAsTheyAre) {
-    processInfo = {};
     processInfo.user = "";
     processInfo.bundle = "";
     agent().variables = {};

@@ -23,7 +23,7 @@ constexpr const char* belowInfo = "TimerViewToOSInfoBottomConstraint";
 /// Takes background work in and never runs it.
 class IdleRunLoop : public RunLoop {
   public:
-    void scheduleTimer(std::chrono::milliseconds /*interval*/, bool /*repeats*/,
+    void scheduleTimer(std::chrono::milliseconds /*interval*/, TimerKind /*kind*/,
                        std::function<void(Timer&)> /*block*/) override {
         ++otherRequests;
     }

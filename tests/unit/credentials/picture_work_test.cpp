@@ -23,7 +23,7 @@ using ::testing::SizeIs;
 /// test asks for it.
 class ThreadedRunLoop : public RunLoop {
   public:
-    void scheduleTimer(std::chrono::milliseconds /*interval*/, bool /*repeats*/,
+    void scheduleTimer(std::chrono::milliseconds /*interval*/, TimerKind /*kind*/,
                        std::function<void(Timer&)> /*block*/) override {
         throw std::logic_error("The panel needs no timer");
     }
