@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -61,8 +62,8 @@ bool endsWell(pid_t process) {
 std::string listing(Arguments arguments) {
     arguments.insert(arguments.begin(), TEST_PROGRAM);
     arguments.emplace_back("--gtest_list_tests");
-    int ends[2];  // NOLINT(modernize-avoid-c-arrays): as the system call takes it.
-    if (pipe(ends) != 0) {
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0) {
         std::perror("pipe");
         std::exit(EXIT_FAILURE);
     }
