@@ -88,7 +88,12 @@ rule(app STANDARD_ONLY ALLOW app window prompt credentials agent platform)
 
 # The programs beside the prompt. Of its logic they know the answer's form.
 rule(tools/ostrel_agent ALLOW tools/ostrel_agent prompt agent agent/linux ${system})
-rule(tools/osupdate_checkpass ALLOW tools/osupdate_checkpass agent agent/linux ${system})
+set(checkpass tools/osupdate_checkpass)
+rule(${checkpass}/protocol ALLOW ${checkpass}/protocol ${system})
+rule(${checkpass}/pam ALLOW ${checkpass}/pam ${checkpass}/protocol ${system})
+rule(${checkpass}/ldap ALLOW ${checkpass}/ldap ${checkpass}/protocol ${system})
+rule(${checkpass} ALLOW
+    ${checkpass} ${checkpass}/pam ${checkpass}/ldap ${checkpass}/protocol ${system})
 rule(tools/sysadminctl ALLOW tools/sysadminctl agent agent/linux ${system})
 
 foreach(file IN LISTS unruled)

@@ -20,13 +20,13 @@
 #include <utility>
 
 #include "platform/posix/file_descriptor.h"
-#include "tools/osupdate_checkpass/answer.h"
 #include "tools/osupdate_checkpass/caller.h"
-#include "tools/osupdate_checkpass/guarded_check.h"
-#include "tools/osupdate_checkpass/ldap_check.h"
-#include "tools/osupdate_checkpass/ldap_error.h"
-#include "tools/osupdate_checkpass/pam_check.h"
-#include "tools/osupdate_checkpass/request.h"
+#include "tools/osupdate_checkpass/ldap/ldap_check.h"
+#include "tools/osupdate_checkpass/ldap/ldap_error.h"
+#include "tools/osupdate_checkpass/pam/guarded_check.h"
+#include "tools/osupdate_checkpass/pam/pam_check.h"
+#include "tools/osupdate_checkpass/protocol/answer.h"
+#include "tools/osupdate_checkpass/protocol/request.h"
 
 namespace velunor {
 namespace {

@@ -20,8 +20,8 @@
 #include "tests/linux/directory/ldap_node_fixture.h"
 #include "tests/linux/directory/ldap_peers.h"
 #include "tests/support/forked_copy.h"
-#include "tools/osupdate_checkpass/ldap_options.h"
-#include "tools/osupdate_checkpass/ldap_socket.h"
+#include "tools/osupdate_checkpass/ldap/ldap_options.h"
+#include "tools/osupdate_checkpass/ldap/ldap_socket.h"
 
 namespace velunor::testing {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "platform/directory_service.h"
 #include "platform/posix/file_descriptor.h"
-#include "tools/osupdate_checkpass/step_limit.h"
+#include "tools/osupdate_checkpass/ldap/step_limit.h"
 
 namespace velunor {
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/linux/directory/directory_settings.h"
-#include "tools/osupdate_checkpass/ldap_connection.h"
-#include "tools/osupdate_checkpass/request.h"
+#include "tools/osupdate_checkpass/ldap/ldap_connection.h"
+#include "tools/osupdate_checkpass/protocol/request.h"
 
 namespace velunor {
 

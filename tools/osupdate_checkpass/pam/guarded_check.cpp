@@ -1,4 +1,4 @@
-#include "tools/osupdate_checkpass/guarded_check.h"
+#include "tools/osupdate_checkpass/pam/guarded_check.h"
 
 #include <fcntl.h>
 #include <security/pam_appl.h>

@@ -1,4 +1,4 @@
-#include "tools/osupdate_checkpass/request.h"
+#include "tools/osupdate_checkpass/protocol/request.h"
 
 #include <unistd.h>
 

@@ -1,10 +1,10 @@
-#include "tools/osupdate_checkpass/ldap_check.h"
+#include "tools/osupdate_checkpass/ldap/ldap_check.h"
 
 #include <ldap.h>
 
 #include <utility>
 
-#include "tools/osupdate_checkpass/ldap_error.h"
+#include "tools/osupdate_checkpass/ldap/ldap_error.h"
 
 namespace velunor {
 

@@ -1,4 +1,4 @@
-#include "tools/osupdate_checkpass/ldap_error.h"
+#include "tools/osupdate_checkpass/ldap/ldap_error.h"
 
 #include <ldap.h>
 

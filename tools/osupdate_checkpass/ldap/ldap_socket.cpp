@@ -1,4 +1,4 @@
-#include "tools/osupdate_checkpass/ldap_socket.h"
+#include "tools/osupdate_checkpass/ldap/ldap_socket.h"
 
 #include <fcntl.h>
 #include <ldap.h>
@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "platform/posix/poll_until.h"
-#include "tools/osupdate_checkpass/ldap_error.h"
+#include "tools/osupdate_checkpass/ldap/ldap_error.h"
 
 namespace velunor {
 

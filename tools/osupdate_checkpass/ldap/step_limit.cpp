@@ -1,4 +1,4 @@
-#include "tools/osupdate_checkpass/step_limit.h"
+#include "tools/osupdate_checkpass/ldap/step_limit.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 
 #include "platform/linux/directory/credential_checker_protocol.h"
-#include "tools/osupdate_checkpass/answer.h"
+#include "tools/osupdate_checkpass/protocol/answer.h"
 
 namespace velunor {
 

@@ -1,4 +1,4 @@
-#include "tools/osupdate_checkpass/pam_check.h"
+#include "tools/osupdate_checkpass/pam/pam_check.h"
 
 #include <security/pam_appl.h>
 

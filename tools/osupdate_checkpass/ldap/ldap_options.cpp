@@ -1,4 +1,4 @@
-#include "tools/osupdate_checkpass/ldap_options.h"
+#include "tools/osupdate_checkpass/ldap/ldap_options.h"
 
 #include <openldap.h>
 

@@ -9,7 +9,7 @@
 
 #include "platform/directory_service.h"
 #include "platform/linux/directory/directory_settings.h"
-#include "tools/osupdate_checkpass/step_limit.h"
+#include "tools/osupdate_checkpass/ldap/step_limit.h"
 
 namespace velunor {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/osupdate_checkpass/request.h"
+#include "tools/osupdate_checkpass/protocol/request.h"
 
 namespace velunor {
 

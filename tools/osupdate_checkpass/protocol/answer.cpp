@@ -1,4 +1,4 @@
-#include "tools/osupdate_checkpass/answer.h"
+#include "tools/osupdate_checkpass/protocol/answer.h"
 
 #include <unistd.h>
 

@@ -1,12 +1,12 @@
-#include "tools/osupdate_checkpass/ldap_connection.h"
+#include "tools/osupdate_checkpass/ldap/ldap_connection.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "tools/osupdate_checkpass/ldap_error.h"
-#include "tools/osupdate_checkpass/ldap_options.h"
-#include "tools/osupdate_checkpass/ldap_socket.h"
+#include "tools/osupdate_checkpass/ldap/ldap_error.h"
+#include "tools/osupdate_checkpass/ldap/ldap_options.h"
+#include "tools/osupdate_checkpass/ldap/ldap_socket.h"
 
 namespace velunor {
 
