@@ -92,7 +92,7 @@ void exchange(BusHandle bus, ServiceBus kind, const std::string& key, Secret mes
     if (!request) {
         return;
     }
-    sd_bus_error failure = SD_BUS_ERROR_NULL;
+    sd_bus_error failure{};
     sd_bus_message* raw = nullptr;
     const int error =
         sd_bus_call(bus.get(), request.get(), callTimeoutMicroseconds, &failure, &raw);

@@ -42,7 +42,7 @@ DirectoryResult<DirectoryValues> pictureKeptFor(const std::string& userName) {
     if (!bus) {
         return DirectoryError{"Accounts", ENOTCONN, "No system bus"};
     }
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     const std::unique_ptr<sd_bus_error, void (*)(sd_bus_error*)> errorOwner(&error,
                                                                             sd_bus_error_free);
     sd_bus_message* reply = nullptr;
