@@ -115,7 +115,7 @@ TEST_F(AgentPrompt, FirstAnswerCounts) {
 TEST_F(AgentPrompt, ControlCharactersAreEscapedAndTheAnswerStaysTheSame) {
     startBus();
     std::string controls = "\x7f";
-    for (const char32_t code : {0x80, 0x9B, 0x2028, 0x202E, 0x2069}) {
+    for (const char32_t code : {0x80U, 0x9BU, 0x2028U, 0x202EU, 0x2069U}) {
         controls += encodedUtf8(code);
     }
     const std::string around = "\u00A0\u20AC\u2027";
