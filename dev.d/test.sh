@@ -2,8 +2,10 @@
 # ./dev test: the checks of every day; --full is the check that a build server runs.
 
 # What runs on more than one thread, or hands something to another one: the delivery of the answer,
-# the agent library with its bus, the idle inhibitor. The sanitizer cannot look into the toolkit.
-readonly THREAD_TESTS=(tests/unit/prompt tests/linux/agent tests/linux/session)
+# the agent library with its bus, the idle inhibitor, the account's picture, the log. The sanitizer
+# cannot look into the toolkit.
+readonly THREAD_TESTS=(
+    tests/unit/credentials tests/unit/prompt tests/linux/agent tests/linux/log tests/linux/session)
 
 dev_test() {
     case ${1:-} in
@@ -64,6 +66,11 @@ test_fully() {
 # collect_tests DIRECTORY BUILD... : a ctest tree that takes in those of these builds.
 collect_tests() {
     mkdir -p "$1"
+    local build
+    for build in "${@:2}"; do
+        # ctest passes over a folder that is not there.
+        [ -f "$ROOT/build/$build/CTestTestfile.cmake" ] || die "build/$build has no tests"
+    done
     printf "subdirs(\"$ROOT/build/%s\")\n" "${@:2}" >"$1/CTestTestfile.cmake"
 }
 

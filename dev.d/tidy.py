@@ -109,7 +109,8 @@ class Source:
                                  str(self.file)], text=True, capture_output=True, check=False)
         print(f"looked at {self.name}", flush=True)
         if result.returncode != 0:
-            return result.stdout or result.stderr
+            return (result.stdout or result.stderr or
+                    f"{self.name}: clang-tidy ended with {result.returncode}")
         if self.key:
             write(self.key, self.name)
         return ""

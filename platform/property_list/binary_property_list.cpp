@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -33,10 +34,14 @@ class BinaryReader {
     explicit BinaryReader(std::span<const std::byte> bytes) : bytes_(bytes) {}
 
     Expected<PropertyListValue> run() {
-        constexpr std::size_t headerSize = 8;
+        constexpr std::string_view header = "bplist00";
+        constexpr std::size_t headerSize = header.size();
         constexpr std::size_t trailerSize = 32;
         if (bytes_.size() < headerSize + trailerSize) {
             return Error{"Binary property list is too short"};
+        }
+        if (bytesAt({0, headerSize}) != header) {
+            return Error{"Binary property list is of an unknown version"};
         }
         const std::size_t trailer = bytes_.size() - trailerSize;
         offsetSize_ = byteAt(trailer + 6);

@@ -46,8 +46,9 @@ enum class Backend { pam, ldap };
 [[nodiscard]] std::optional<DirectoryResult<std::string>> askCheckerService(
     const std::string& path, const Secret& request, SteadyDeadline deadline);
 
-/// The checker as a child, with an environment of its own. It is killed with its process group, and
-/// reaped, at the latest at the end of this object's life. One thread at a time.
+/// The checker as a child, with an environment of its own. At the latest at the end of this
+/// object's life it is killed with its process group, and reaped if that takes no more than a
+/// moment. One thread at a time.
 class CheckerProcess {
   public:
     /// Starts it; an error also for a program that others than root and the caller's own user may

@@ -9,7 +9,6 @@
 #include <systemd/sd-journal.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <climits>

@@ -248,6 +248,7 @@ INSTANTIATE_TEST_SUITE_P(
     Binary, HostilePropertyList,
     ::testing::Values(
         HostileCase{"HeadAlone", "bplist00", "too short"},
+        HostileCase{"AnotherVersion", "bplist15" + binaryArrays(3).substr(8), "unknown version"},
         HostileCase{"Truncated", binaryArrays(3).substr(0, binaryArrays(3).size() - 1), ""},
         HostileCase{"TooDeep", binaryArrays(65), "too deeply"},
         HostileCase{"VeryDeep", binaryArrays(50'000), "too deeply"},

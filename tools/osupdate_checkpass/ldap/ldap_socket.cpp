@@ -73,7 +73,10 @@ FileDescriptor connected(const addrinfo& address, steady_clock::time_point deadl
             getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size);
         }
     }
-    if (error == 0 && fcntl(socket.get(), F_SETFL, 0) == 0) {
+    if (error == 0 && fcntl(socket.get(), F_SETFL, 0) != 0) {
+        error = errno;
+    }
+    if (error == 0) {
         return socket;
     }
     errno = error;

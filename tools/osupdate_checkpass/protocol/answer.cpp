@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "platform/linux/directory/credential_checker_protocol.h"
 
 namespace velunor {
