@@ -29,6 +29,12 @@ Secret::Secret(std::string_view text) {
     append(text);
 }
 
+Secret Secret::taking(std::string& text) {
+    Secret secret{std::string_view(text)};
+    wipe(text);
+    return secret;
+}
+
 Secret::Secret(Secret&& other) noexcept
     : storage_(std::exchange(other.storage_, {})), size_(std::exchange(other.size_, 0)) {}
 

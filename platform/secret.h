@@ -23,6 +23,9 @@ class Secret {
     /// Takes a copy of `text`; the caller stays responsible for its own copy.
     explicit Secret(std::string_view text);
 
+    /// Takes the text over and wipes the source.
+    static Secret taking(std::string& text);
+
     Secret(const Secret&) = delete;
     Secret& operator=(const Secret&) = delete;
     Secret(Secret&& other) noexcept;
@@ -34,6 +37,9 @@ class Secret {
 
     [[nodiscard]] std::size_t size() const noexcept { return size_; }
     [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
+
+    /// An independent copy, for the rare place that must hand the bytes on twice.
+    [[nodiscard]] Secret duplicate() const { return Secret(reveal()); }
 
     /// Adds bytes at the end; storage that is outgrown is wiped.
     void append(std::string_view text);

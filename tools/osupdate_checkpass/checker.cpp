@@ -78,12 +78,11 @@ void closeOff() {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// Keeps all memory out of swap where there is no limit that a library could run into later, as
-/// there is none for root. Else only the request is kept out of it.
+/// Keeps all memory out of swap where there is no limit that a library could run into later; root
+/// may lift it. Else only the request is kept out of it.
 void lockEverything() {
-    rlimit limit{};
-    if (geteuid() == 0 ||
-        (getrlimit(RLIMIT_MEMLOCK, &limit) == 0 && limit.rlim_cur == RLIM_INFINITY)) {
+    const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
+    if (setrlimit(RLIMIT_MEMLOCK, &none) == 0) {
         static_cast<void>(mlockall(MCL_CURRENT | MCL_FUTURE));
     }
 }
