@@ -1,18 +1,14 @@
-#include <X11/XKBlib.h>
 #include <X11/Xatom.h>
-#include <X11/Xlib.h>
 #include <X11/Xutil.h>
-#include <X11/extensions/XTest.h>
-#include <X11/keysym.h>
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tests/support/desktop/display.h"
+#include "tests/support/desktop/x_connection.h"
 
 namespace velunor::testing {
 namespace {
@@ -20,125 +16,7 @@ namespace {
 // What a request says of its sender: a pager or task switcher, which acts for the user.
 constexpr long fromPager = 2;
 
-// A window may vanish between two requests; its answers are then simply missing.
-int passOver(::Display* /*display*/, XErrorEvent* /*error*/) {
-    return 0;
-}
-
-/// The key that makes a symbol, alone or with Shift.
-struct KeyStroke {
-    KeyCode code = 0;
-    bool shifted = false;
-};
-
-// The characters of a UTF-8 text. Throws at text that is none.
-std::u32string codePoints(std::string_view text) {
-    // Paths are the one place where the standard library converts without a locale.
-    return std::filesystem::path(std::u8string(text.begin(), text.end())).u32string();
-}
-
-KeySym symbolOf(char32_t letter) {
-    // The symbols of Latin-1 have its numbers, the others are counted from here.
-    constexpr KeySym unicode = 0x1000000;
-    return letter <= 0xff ? letter : unicode + letter;
-}
-
 }  // namespace
-
-struct XConnection {
-    explicit XConnection(const std::string& name) : display(XOpenDisplay(name.c_str())) {
-        if (display == nullptr) {
-            throw std::runtime_error("no X server at " + name);
-        }
-        XSetErrorHandler(passOver);
-        root = DefaultRootWindow(display);
-    }
-    XConnection(const XConnection&) = delete;
-    XConnection& operator=(const XConnection&) = delete;
-    ~XConnection() { XCloseDisplay(display); }
-
-    [[nodiscard]] Atom atom(const char* name) const { return XInternAtom(display, name, 0); }
-
-    // The values of a 32-bit property, none when the window has no such property.
-    [[nodiscard]] std::vector<unsigned long> property(WindowId window, const char* name) const {
-        Atom type = 0;
-        int format = 0;
-        unsigned long count = 0;
-        unsigned long rest = 0;
-        unsigned char* data = nullptr;
-        std::vector<unsigned long> values;
-        if (XGetWindowProperty(display, window, atom(name), 0, 1024, 0, AnyPropertyType, &type,
-                               &format, &count, &rest, &data) == Success &&
-            data != nullptr && format == 32) {
-            const auto* items = reinterpret_cast<const unsigned long*>(data);
-            values.assign(items, items + count);
-        }
-        if (data != nullptr) {
-            XFree(data);
-        }
-        return values;
-    }
-
-    [[nodiscard]] bool hasState(WindowId window, const char* state) const {
-        const std::vector<unsigned long> states = property(window, "_NET_WM_STATE");
-        return std::find(states.begin(), states.end(), atom(state)) != states.end();
-    }
-
-    void setProperty(WindowId window, const char* name, Atom type,
-                     const std::vector<unsigned long>& values) const {
-        XChangeProperty(display, window, atom(name), type, 32, PropModeReplace,
-                        reinterpret_cast<const unsigned char*>(values.data()),
-                        static_cast<int>(values.size()));
-    }
-
-    [[nodiscard]] WindowId makeWindow(const PixelRect& place) const {
-        return XCreateSimpleWindow(display, root, place.x, place.y,
-                                   static_cast<unsigned>(place.width),
-                                   static_cast<unsigned>(place.height), 0, 0, 0x446688);
-    }
-
-    void showAndWait(WindowId window) const {
-        XMapWindow(display, window);
-        XFlush(display);
-        const bool shown = eventually([&] {
-            XWindowAttributes attributes{};
-            return XGetWindowAttributes(display, window, &attributes) != 0 &&
-                   attributes.map_state == IsViewable;
-        });
-        if (!shown) {
-            throw std::runtime_error("a window of the test did not show");
-        }
-    }
-
-    // The key of a symbol; one without a symbol gets it where no key has it. Programs learn of that
-    // before the key is pressed. Throws when every key has a symbol.
-    [[nodiscard]] KeyStroke strokeFor(KeySym symbol) const {
-        if (const KeyCode code = XKeysymToKeycode(display, symbol); code != 0) {
-            for (const int level : {0, 1}) {
-                if (XkbKeycodeToKeysym(display, code, 0, level) == symbol) {
-                    return {code, level == 1};
-                }
-            }
-        }
-        int first = 0;
-        int last = 0;
-        XDisplayKeycodes(display, &first, &last);
-        for (int code = last; code >= first; --code) {
-            const auto key = static_cast<KeyCode>(code);
-            if (XkbKeycodeToKeysym(display, key, 0, 0) == NoSymbol) {
-                std::array<KeySym, 2> both{symbol, symbol};
-                XChangeKeyboardMapping(display, code, static_cast<int>(both.size()), both.data(),
-                                       1);
-                XSync(display, 0);
-                return {key, false};
-            }
-        }
-        throw std::runtime_error("no key is left for a character");
-    }
-
-    ::Display* display;
-    WindowId root = 0;
-};
 
 Screen::Screen(const std::string& name) : connection_(std::make_unique<XConnection>(name)) {}
 Screen::~Screen() = default;
@@ -371,62 +249,6 @@ void Screen::activate(WindowId window) {
 
 void Screen::requestClose(WindowId window) {
     request(window, "_NET_CLOSE_WINDOW", CurrentTime, fromPager);
-}
-
-void Screen::click(WindowId window, const PixelRect& place) {
-    // The window manager may still be moving the window: what counts is where it is in the end.
-    PixelRect before;
-    static_cast<void>(eventually([&] {
-        before = contentOf(window);
-        XTestFakeMotionEvent(connection_->display, -1, before.x + place.x + place.width / 2,
-                             before.y + place.y + place.height / 2, CurrentTime);
-        XSync(connection_->display, 0);
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        return contentOf(window) == before;
-    }));
-    XTestFakeButtonEvent(connection_->display, 1, 1, CurrentTime);
-    XTestFakeButtonEvent(connection_->display, 1, 0, CurrentTime);
-    XSync(connection_->display, 0);
-}
-
-void Screen::type(std::string_view text) {
-    ::Display* display = connection_->display;
-    const KeyCode shift = XKeysymToKeycode(display, XK_Shift_L);
-    std::vector<KeyStroke> strokes;
-    for (const char32_t letter : codePoints(text)) {
-        strokes.push_back(connection_->strokeFor(symbolOf(letter)));
-    }
-    for (const KeyStroke& stroke : strokes) {
-        if (stroke.shifted) {
-            XTestFakeKeyEvent(display, shift, 1, CurrentTime);
-        }
-        XTestFakeKeyEvent(display, stroke.code, 1, CurrentTime);
-        XTestFakeKeyEvent(display, stroke.code, 0, CurrentTime);
-        if (stroke.shifted) {
-            XTestFakeKeyEvent(display, shift, 0, CurrentTime);
-        }
-    }
-    XSync(display, 0);
-}
-
-void Screen::pressKey(const std::string& key, bool withAlt) {
-    const KeyCode code = XKeysymToKeycode(connection_->display, XStringToKeysym(key.c_str()));
-    const KeyCode alt = XKeysymToKeycode(connection_->display, XK_Alt_L);
-    if (withAlt) {
-        XTestFakeKeyEvent(connection_->display, alt, 1, CurrentTime);
-    }
-    XTestFakeKeyEvent(connection_->display, code, 1, CurrentTime);
-    XTestFakeKeyEvent(connection_->display, code, 0, CurrentTime);
-    if (withAlt) {
-        XTestFakeKeyEvent(connection_->display, alt, 0, CurrentTime);
-    }
-    XSync(connection_->display, 0);
-}
-
-void Screen::holdKey(const std::string& key, bool down) {
-    const KeyCode code = XKeysymToKeycode(connection_->display, XStringToKeysym(key.c_str()));
-    XTestFakeKeyEvent(connection_->display, code, down ? 1 : 0, CurrentTime);
-    XSync(connection_->display, 0);
 }
 
 }  // namespace velunor::testing
