@@ -45,7 +45,7 @@ TEST(ExpectedTest, ValueCanBeTakenOut) {
     Expected<std::unique_ptr<int>> number = std::make_unique<int>(5);
     const std::unique_ptr<int> taken = *std::move(number);
     EXPECT_EQ(*taken, 5);
-    EXPECT_EQ(*number, nullptr);
+    EXPECT_EQ(*number, nullptr);  // NOLINT(bugprone-use-after-move): the state is what is tested.
 }
 
 TEST(ExpectedTest, ErrorCanBeOfAnotherTypeAndTakenOut) {

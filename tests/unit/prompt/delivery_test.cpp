@@ -12,8 +12,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 using Milliseconds = std::chrono::milliseconds;
 
 class DeliveryTest : public ::testing::Test {

@@ -4,7 +4,7 @@ namespace velunor::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using std::chrono_literals::operator""s;
+using namespace std::chrono_literals;
 
 class CountdownTest : public PromptFixture {
   protected:

@@ -9,8 +9,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
-using std::chrono_literals::operator""s;
-using std::chrono_literals::operator""ms;
+using namespace std::chrono_literals;
 
 class SetUpTest : public PromptFixture {};
 using SetUpDeathTest = SetUpTest;
