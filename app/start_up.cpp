@@ -5,7 +5,6 @@
 #include "platform/fatal_stop.h"
 
 namespace velunor {
-
 namespace {
 
 const TarnGlobalVariables& agentVariables() {

@@ -3,7 +3,6 @@
 #include "credentials/os_update_util.h"
 
 namespace velunor::OSUpdateUtil {
-
 namespace {
 
 /// The first of the values, or null when they are of the other type or none.

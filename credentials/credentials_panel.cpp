@@ -5,7 +5,6 @@
 #include "credentials/os_update_util.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::string_view timerBelowCredentials = "TimerViewToCredentailsBottomConstraint";

@@ -4,7 +4,6 @@
 #include "platform/text.h"
 
 namespace velunor::OSUpdateUtil {
-
 namespace {
 
 constexpr std::string_view localNodeName = "/Local/Default";

@@ -6,7 +6,6 @@
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
 bool contains(std::string_view text, std::string_view part) {

@@ -14,7 +14,6 @@
 #include "prompt/os_update_util.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::string_view separator = "\t\t";

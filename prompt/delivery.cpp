@@ -9,7 +9,6 @@
 #include "agent/ltarnutils.h"
 
 namespace velunor {
-
 namespace {
 
 /// What the waiting thread and the library's thread share.

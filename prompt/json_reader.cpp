@@ -5,7 +5,6 @@
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr int deepestNesting = 128;

@@ -5,7 +5,6 @@
 #include "prompt/os_update_notification_response.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::string_view proceedKey = "proceed";

@@ -4,7 +4,6 @@
 #include "platform/fatal_stop.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::size_t fewestArguments = 5;

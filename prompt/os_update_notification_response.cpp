@@ -1,7 +1,6 @@
 #include "prompt/os_update_notification_response.h"
 
 namespace velunor {
-
 namespace {
 
 std::string described(std::string_view decision, const std::optional<std::string>& userName) {

@@ -6,7 +6,6 @@
 #include "window/view_controller.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::chrono::seconds tickInterval{1};

@@ -2,7 +2,6 @@
 #include "window/view_controller.h"
 
 namespace velunor {
-
 namespace {
 
 /// Puts the text under `key` into the label, where there is one; another type is passed over.

@@ -3,7 +3,6 @@
 #include <string_view>
 
 namespace velunor {
-
 namespace {
 
 /// Puts the text under `key` into `field`; false when the key holds another type.

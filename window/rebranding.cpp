@@ -2,7 +2,6 @@
 #include "window/view_controller.h"
 
 namespace velunor {
-
 namespace {
 
 Expected<Rebrand> readRebrand(const std::string& path, const PropertyListReader& propertyLists) {

@@ -1,7 +1,6 @@
 #include "window/styled_text.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::string_view placeholder = "%s";

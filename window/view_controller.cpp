@@ -10,7 +10,6 @@
 #include "prompt/delivery.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr double screenMargin = 30;

@@ -12,7 +12,6 @@
 #include "platform/linux/session/bus_handles.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::uint64_t callTimeoutMicroseconds = 30'000'000;

@@ -5,7 +5,6 @@
 #include <utility>
 
 namespace velunor {
-
 namespace {
 
 /// Codes that older systems use, each with the one that the texts are kept under. "no" has no

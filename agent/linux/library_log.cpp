@@ -14,7 +14,6 @@
 #include "platform/text.h"
 
 namespace velunor::library_log {
-
 namespace {
 
 /// Where a line goes.

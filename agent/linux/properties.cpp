@@ -6,7 +6,6 @@
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::string_view blanks = " \t\f";

@@ -10,7 +10,6 @@
 #include "platform/file.h"
 
 namespace velunor {
-
 namespace {
 
 /// What is wrong with a file: the first error, and every key that nobody asked for.

@@ -7,7 +7,6 @@
 #include "agent/linux/agent_bus.h"
 
 namespace velunor {
-
 namespace {
 
 pid_t senderOf(sd_bus_message* message) {

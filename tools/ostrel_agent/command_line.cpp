@@ -4,7 +4,6 @@
 #include <span>
 
 namespace velunor {
-
 namespace {
 
 using Arguments = std::span<const std::string>;

@@ -6,7 +6,6 @@
 #include <string_view>
 
 namespace velunor {
-
 namespace {
 
 /// 0 for the first process, and for one that is not there.

@@ -21,7 +21,6 @@
 #include "tools/ostrel_agent/process_tree.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr const char* busLost = "the message bus is gone";

@@ -11,7 +11,6 @@
 #include <string_view>
 
 namespace velunor {
-
 namespace {
 
 /// A session of the user is in the foreground of its seat, or is a remote one in use. A user whose

@@ -10,7 +10,6 @@
 #include "platform/posix/password_database.h"
 
 namespace velunor {
-
 namespace {
 
 std::vector<gid_t> groupsOf(const LocalAccount& account) {

@@ -7,7 +7,6 @@
 #include "tools/osupdate_checkpass/ldap/ldap_error.h"
 
 namespace velunor {
-
 namespace {
 
 /// No directory has a longer name, and a server's answer should not grow without end.

@@ -9,7 +9,6 @@
 #include "tools/osupdate_checkpass/ldap/ldap_socket.h"
 
 namespace velunor {
-
 namespace {
 
 /// A text that the library has made for its caller.

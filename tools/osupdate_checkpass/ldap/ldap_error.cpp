@@ -7,7 +7,6 @@
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
 /// More of a server's text does not help anybody.

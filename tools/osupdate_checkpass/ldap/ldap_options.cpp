@@ -3,7 +3,6 @@
 #include <openldap.h>
 
 namespace velunor {
-
 namespace {
 
 /// The certificates that the machine's administrator trusts.

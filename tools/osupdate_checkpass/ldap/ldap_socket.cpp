@@ -18,7 +18,6 @@
 #include "tools/osupdate_checkpass/ldap/ldap_error.h"
 
 namespace velunor {
-
 namespace {
 
 using std::chrono::steady_clock;

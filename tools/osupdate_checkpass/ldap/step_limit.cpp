@@ -11,7 +11,6 @@
 #include "tools/osupdate_checkpass/protocol/answer.h"
 
 namespace velunor {
-
 namespace {
 
 /// What the signal's handler needs; it is changed only while no alarm is set.

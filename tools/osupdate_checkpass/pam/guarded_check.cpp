@@ -15,7 +15,6 @@
 #include "platform/posix/poll_until.h"
 
 namespace velunor {
-
 namespace {
 
 /// Ends a process and its group when it goes out of scope, so that nothing which a module started

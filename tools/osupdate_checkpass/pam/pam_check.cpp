@@ -10,7 +10,6 @@
 #include "platform/secret.h"
 
 namespace velunor {
-
 namespace {
 
 /// What PAM's modules may ask: for the password, once. A second question could be for something

@@ -9,7 +9,6 @@
 #include "platform/secret.h"
 
 namespace velunor {
-
 namespace {
 
 /// Takes a text and the NUL behind it from the front of `rest`; an empty one when there is none, or
