@@ -79,7 +79,7 @@ list(APPEND toolkit platform/qt/password_field)
 rule(platform/qt/password_field GENERATED ALLOW platform/posix ${toolkit})
 list(APPEND toolkit platform/qt/controls)
 rule(platform/qt/controls GENERATED ALLOW ${toolkit})
-rule(ui GENERATED ALLOW ui window/outlets.h window/prompt_view.h ${toolkit})
+rule(ui GENERATED ALLOW ui window/prompt_view.h ${toolkit})
 
 # The composition root is the one file that knows implementations.
 rule(app/main.cpp ALLOW

@@ -2,7 +2,6 @@
 #include <chrono>
 
 #include "platform/checked_arithmetic.h"
-#include "window/styled_text.h"
 #include "window/view_controller.h"
 
 namespace velunor {
@@ -19,11 +18,6 @@ Announcement announcementAt(std::int64_t secondsLeft) {
 }
 
 }  // namespace
-
-AttributedString ViewController::buildAttributedUpdateString(
-    std::string_view templateText, std::span<const std::string> values) const {
-    return velunor::buildAttributedUpdateString(templateText, values, services_.segmenter);
-}
 
 void ViewController::showRemainingTime() {
     const std::array values{std::to_string(remainingTimeInSecond_ / secondsPerMinute),

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "platform/checked_arithmetic.h"
-#include "platform/fatal_stop.h"
 #include "prompt/delivery.h"
 
 namespace velunor {
@@ -159,14 +158,6 @@ void ViewController::bounceDock() {
     services_.application->requestCriticalAttention();
     services_.log.write("Dock bounce (critical) triggered at " +
                         universalTimeDescription(services_.clock));
-}
-
-std::string ViewController::localizedText(std::string_view key) const {
-    auto text = globals_.i18nDefault.getValueForKeyString(key);
-    if (!text) {
-        fatalStop();
-    }
-    return std::move(*text);
 }
 
 void ViewController::printStartingAccessLog(const OSUpdateInput& input) {

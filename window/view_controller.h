@@ -27,7 +27,6 @@
 #include "prompt/os_update_input.h"
 #include "prompt/os_update_notification_response.h"
 #include "window/prompt_view.h"
-#include "window/rebrand.h"
 
 namespace velunor {
 
@@ -50,6 +49,14 @@ struct PromptServices {
     WeakReference<Application> application;
     /// How long an answer waits for the agent service's reply.
     std::chrono::milliseconds replyLimit = replyDeadline;
+};
+
+/// The rebrand file's record.
+struct Rebrand {
+    /// The installation counts as rebranded only when this is exactly "TRUE".
+    std::optional<std::string> isRebranded;
+    /// Display name to show instead of the agent's product name.
+    std::optional<std::string> productName;
 };
 
 /// Controls the application's only window, from its set-up to the answer that ends the process.
@@ -117,6 +124,9 @@ class ViewController {
     /// Replaces title and message by the administrator's texts where there are any.
     void setCustomizedText();
 
+    /// Styled text of a template: its pieces between the placeholders "%s" as plain runs, and after
+    /// each piece the next value, bold and in the standard text colour. Values beyond the number of
+    /// pieces are dropped; the styling covers as many UTF-16 units as the value has characters.
     [[nodiscard]] AttributedString buildAttributedUpdateString(
         std::string_view templateText, std::span<const std::string> values) const;
 

@@ -1,3 +1,3 @@
 #pragma once
 
-#include "window/outlets.h"
+#include "window/prompt_view.h"
