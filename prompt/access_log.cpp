@@ -11,14 +11,8 @@
 #include "agent/ltarnutils.h"
 #include "platform/file.h"
 #include "platform/text.h"
-#include "prompt/os_update_util.h"
 
 namespace velunor {
-namespace {
-
-constexpr std::string_view separator = "\t\t";
-
-}  // namespace
 
 void OSUpdateUtil::createLogFileIfNeeded(const std::string& at, SystemLog& log) {
     if (fileExists(at)) {
@@ -57,28 +51,19 @@ AccessLog::AccessLog(std::string path, const ProcessInfo& processInfo, const Clo
 
 void AccessLog::printStartingEntry(const OSUpdateInput& input) {
     OSUpdateUtil::createLogFileIfNeeded(path_, log_);
-    std::string entry = "\n";
-    entry += OSUpdateUtil::getLocalDateTimeString(clock_);
-    entry += separator;
-    entry += "OSUpdate";
-    entry += separator;
-    entry += processInfo_.userName();
-    entry += separator;
+    std::string entry = "\n" + OSUpdateUtil::getLocalDateTimeString(clock_) + "\t\tOSUpdate\t\t";
+    entry += processInfo_.userName() + "\t\t";
     entry += description(input.updateType);
     entry += input.defaultToProceed ? " - true - " : " - false - ";
-    entry += input.updateName;
-    entry += " - " + std::to_string(input.timer) + " mins";
+    entry += input.updateName + " - " + std::to_string(input.timer) + " mins";
     UtilsWrapper().printAccessToFile(path_, entry);
 }
 
 void AccessLog::printEndingEntry(const OSUpdateNotificationResponse& response,
                                  std::string_view reason) {
-    std::string entry(separator);
-    entry += response.description();
-    entry += separator;
+    std::string entry = "\t\t" + response.description() + "\t\t";
     entry += reason;
-    entry += separator;
-    entry += OSUpdateUtil::getLocalDateTimeString(clock_);
+    entry += "\t\t" + OSUpdateUtil::getLocalDateTimeString(clock_);
     UtilsWrapper().printAccessToFile(path_, entry);
 }
 

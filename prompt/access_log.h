@@ -9,6 +9,16 @@
 #include "prompt/os_update_notification_response.h"
 
 namespace velunor {
+namespace OSUpdateUtil {
+
+/// Makes the access-log file with mode 0666, whatever the umask, unless something is there
+/// already. Never fails to the caller; each outcome is a log line.
+void createLogFileIfNeeded(const std::string& at, SystemLog& log);
+
+/// The present moment in the process's time zone as "yyyy-MM-dd HH:mm:ss".
+[[nodiscard]] std::string getLocalDateTimeString(const Clock& clock);
+
+}  // namespace OSUpdateUtil
 
 /// The record, shared by all users of the machine, of every prompt and of how it ended: one line a
 /// prompt, begun when it opens and completed when it is answered. Main thread only.

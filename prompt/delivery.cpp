@@ -1,37 +1,13 @@
 #include "prompt/delivery.h"
 
-#include <condition_variable>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "agent/ltarnutils.h"
 
 namespace velunor {
-namespace {
-
-/// What the waiting thread and the library's thread share.
-class ReplySignal {
-  public:
-    void signal() {
-        const std::lock_guard lock(mutex_);
-        signalled_ = true;
-        condition_.notify_all();
-    }
-
-    void waitFor(std::chrono::milliseconds deadline) {
-        std::unique_lock lock(mutex_);
-        condition_.wait_for(lock, deadline, [this] { return signalled_; });
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable condition_;
-    bool signalled_ = false;
-};
-
-}  // namespace
 
 void deliverToService(OSUpdateNotificationResponse response, SystemLog& log,
                       std::chrono::milliseconds deadline) {
@@ -45,15 +21,15 @@ void deliverToService(OSUpdateNotificationResponse response, SystemLog& log,
     const AgentServiceConnection connection;
     const std::shared_ptr<AgentService> service = connection.getService();
     // Shared with the callback, because a late reply may find this call gone.
-    const auto replied = std::make_shared<ReplySignal>();
+    const auto replied = std::make_shared<std::promise<void>>();
     if (service) {
         service->replyDataBlockForKey(answerKey, *std::move(message),
                                       [replied, &log](const std::string& reply) {
                                           log.write("Reply Received " + reply);
-                                          replied->signal();
+                                          replied->set_value();
                                       });
     }
-    replied->waitFor(deadline);
+    replied->get_future().wait_for(deadline);
 }
 
 }  // namespace velunor

@@ -46,35 +46,29 @@ class Parser {
 
     std::optional<JsonValue> parseValue(int depth) {
         skipBlanks();
-        if (depth > deepestNesting || rest_.empty()) {
+        if (depth > deepestNesting) {
             return std::nullopt;
         }
-        switch (rest_.front()) {
-            case '{':
-                return parseObject(depth);
-            case '[':
-                return parseArray(depth);
-            case '"': {
-                auto text = parseString();
-                return text ? std::optional(JsonValue{std::move(*text)}) : std::nullopt;
-            }
-            case 't':
-                return accept("true") ? std::optional(JsonValue{JsonValue::Boolean{}})
-                                      : std::nullopt;
-            case 'f':
-                return accept("false") ? std::optional(JsonValue{JsonValue::Boolean{}})
-                                       : std::nullopt;
-            case 'n':
-                return accept("null") ? std::optional(JsonValue{JsonValue::Null{}}) : std::nullopt;
-            default:
-                return acceptNumber() ? std::optional(JsonValue{JsonValue::Number{}})
-                                      : std::nullopt;
+        if (accept("{")) {
+            return parseObject(depth + 1);
         }
+        if (accept("[")) {
+            return parseArray(depth + 1);
+        }
+        if (rest_.starts_with('"')) {
+            auto text = parseString();
+            return text ? std::optional(JsonValue{std::move(*text)}) : std::nullopt;
+        }
+        if (accept("null")) {
+            return JsonValue{JsonValue::Null{}};
+        }
+        const bool isOther = accept("true") || accept("false") || acceptNumber();
+        return isOther ? std::optional(JsonValue{JsonValue::Other{}}) : std::nullopt;
     }
 
+    /// The rest of an object whose members are nested `depth` deep.
     std::optional<JsonValue> parseObject(int depth) {
         JsonObject members;
-        accept("{");
         if (acceptAfterBlanks("}")) {
             return JsonValue{std::move(members)};
         }
@@ -84,7 +78,7 @@ class Parser {
             if (!key || !acceptAfterBlanks(":")) {
                 return std::nullopt;
             }
-            auto value = parseValue(depth + 1);
+            auto value = parseValue(depth);
             if (!value) {
                 return std::nullopt;
             }
@@ -93,17 +87,17 @@ class Parser {
         return acceptAfterBlanks("}") ? std::optional(JsonValue{std::move(members)}) : std::nullopt;
     }
 
+    /// Likewise of an array.
     std::optional<JsonValue> parseArray(int depth) {
-        accept("[");
         if (acceptAfterBlanks("]")) {
-            return JsonValue{JsonValue::Array{}};
+            return JsonValue{JsonValue::Other{}};
         }
         do {
-            if (!parseValue(depth + 1)) {
+            if (!parseValue(depth)) {
                 return std::nullopt;
             }
         } while (acceptAfterBlanks(","));
-        return acceptAfterBlanks("]") ? std::optional(JsonValue{JsonValue::Array{}}) : std::nullopt;
+        return acceptAfterBlanks("]") ? std::optional(JsonValue{JsonValue::Other{}}) : std::nullopt;
     }
 
     std::optional<Secret> parseString() {
@@ -135,7 +129,11 @@ class Parser {
         constexpr std::string_view letters = "\"\\/bfnrt";
         constexpr std::string_view meanings = "\"\\/\b\f\n\r\t";
         if (accept("u")) {
-            return parseUnicodeEscape(text);
+            const auto code = takeEscapedCodePoint(rest_);
+            if (code) {
+                text.append(encodedUtf8(*code));
+            }
+            return code.has_value();
         }
         const auto index = rest_.empty() ? std::string_view::npos : letters.find(rest_.front());
         if (index == std::string_view::npos) {
@@ -144,14 +142,6 @@ class Parser {
         text.append(meanings.substr(index, 1));
         rest_.remove_prefix(1);
         return true;
-    }
-
-    bool parseUnicodeEscape(Secret& text) {
-        const auto code = takeEscapedCodePoint(rest_);
-        if (code) {
-            text.append(encodedUtf8(*code));
-        }
-        return code.has_value();
     }
 
     bool acceptDigits() {

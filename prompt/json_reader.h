@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 #include <variant>
-#include <vector>
 
 #include "platform/secret.h"
 
@@ -17,13 +16,11 @@ struct JsonValue;
 using JsonObject = std::map<std::string, JsonValue, std::less<>>;
 
 /// A JSON value, as far as the answers need it: texts are kept as secrets because one of them may
-/// be a password; numbers and truth values keep no value, arrays no elements.
+/// be a password; of numbers, truth values and arrays nothing is kept.
 struct JsonValue {
     struct Null {};
-    struct Boolean {};
-    struct Number {};
-    struct Array {};
-    std::variant<Null, Boolean, Number, Array, Secret, JsonObject> value;
+    struct Other {};
+    std::variant<Null, Other, Secret, JsonObject> value;
 };
 
 /// Parses one JSON text (RFC 8259, UTF-8). None when it is malformed or nested too deeply.

@@ -1,6 +1,7 @@
 #include "prompt/os_update_input.h"
 
-#include "platform/checked_arithmetic.h"
+#include <charconv>
+
 #include "platform/fatal_stop.h"
 
 namespace velunor {
@@ -24,29 +25,14 @@ std::string_view description(UpdateType type) {
 }
 
 std::optional<std::int64_t> parseInteger(std::string_view text) {
-    const bool negative = text.starts_with('-');
-    if (negative || text.starts_with('+')) {
+    // The standard reader takes a minus alone.
+    if (text.starts_with('+') && !text.starts_with("+-")) {
         text.remove_prefix(1);
     }
-    if (text.empty()) {
-        return std::nullopt;
-    }
-    std::optional<std::int64_t> value = 0;
-    for (const char character : text) {
-        if (character < '0' || character > '9') {
-            return std::nullopt;
-        }
-        const std::int64_t digit = character - '0';
-        value = multiplied(*value, 10);
-        if (value) {
-            // A negative number grows downwards, so that the most negative one fits too.
-            value = added(*value, negative ? -digit : digit);
-        }
-        if (!value) {
-            return std::nullopt;
-        }
-    }
-    return value;
+    const char* const end = text.data() + text.size();
+    std::int64_t value = 0;
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
 }
 
 OSUpdateInput readPromptData(std::span<const std::string> arguments, SystemLog& log,

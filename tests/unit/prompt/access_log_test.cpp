@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "prompt/os_update_util.h"
 #include "tests/support/doubles/agent_recording.h"
 #include "tests/support/doubles/fakes.h"
 #include "tests/support/doubles/recording_log.h"
