@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/interface.h"
 #include "platform/secret.h"
 
 namespace velunor {
@@ -73,14 +74,9 @@ class I18NUtility {
 };
 
 /// The agent service as a client sees it.
-class AgentService {
+class AgentService : public Interface {
   public:
     using ReplyData = std::function<void(const std::string& reply)>;
-
-    AgentService() = default;
-    AgentService(const AgentService&) = delete;
-    AgentService& operator=(const AgentService&) = delete;
-    virtual ~AgentService() = default;
 
     /// Hands `message` to the service under the request key and returns without waiting. The
     /// callback runs once with the service's reply, on a thread of the library; it never runs when

@@ -8,7 +8,6 @@
 
 #include "agent/globals.h"
 #include "agent/linux/loaded_settings.h"
-#include "app/app_delegate.h"
 #include "app/start_up.h"
 #include "platform/linux/directory/directory_service.h"
 #include "platform/linux/log/system_log.h"

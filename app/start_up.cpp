@@ -5,16 +5,6 @@
 #include "platform/fatal_stop.h"
 
 namespace velunor {
-namespace {
-
-const TarnGlobalVariables& agentVariables() {
-    if (gv_globvars == nullptr) {
-        fatalStop();
-    }
-    return *gv_globvars;
-}
-
-}  // namespace
 
 std::string secondParentOf(std::string_view path) {
     std::filesystem::path folder(path);
@@ -35,14 +25,34 @@ void fillGlobals(Globals& globals, const ProcessInfo& processInfo, SystemLog& lo
     globals.util.initializeTarnGlobal();
     globals.util.initializeAgentParams();
     Log::changeLogStream(globals.logName, true);
-    globals.basePath = agentVariables().tarnagentBasePath;
-    globals.dataPath = agentVariables().tarnagentDataDictPath;
-    globals.logsPath = agentVariables().tarnagentLogPath;
+    if (gv_globvars == nullptr) {
+        fatalStop();
+    }
+    globals.basePath = gv_globvars->tarnagentBasePath;
+    globals.dataPath = gv_globvars->tarnagentDataDictPath;
+    globals.logsPath = gv_globvars->tarnagentLogPath;
     globals.productName = UtilsWrapper().productName();
     globals.accessLogPath = globals.logsPath + "/UserLogs/rebootaccess.log";
     if (globals.i18nDefault.loadI18NPropertyFile() != 0) {
         log.write("Loading Application Prop Failed");
         processExit.exit(1);
+    }
+}
+
+AppDelegate::AppDelegate(Application& application, ProcessActivity& processActivity)
+    : application_(application), processActivity_(processActivity) {}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    activity_ = processActivity_.beginUserInitiated("Timer Enabled");
+    const std::vector<Window*> windows = application_.windows();
+    if (!windows.empty()) {
+        windows.front()->setLevel(floatingWindowLevel);
+    }
+}
+
+void AppDelegate::applicationWillTerminate() {
+    if (activity_) {
+        processActivity_.end(*activity_);
     }
 }
 

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "app/app_delegate.h"
 #include "tests/support/doubles/agent_recording.h"
 #include "tests/support/doubles/fakes.h"
 #include "tests/support/doubles/recording_log.h"
