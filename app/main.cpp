@@ -18,10 +18,8 @@
 #include "platform/property_list/property_list_reader.h"
 #include "platform/qt/application/image_reader.h"
 #include "platform/qt/application/run_loop.h"
-#include "platform/qt/application/termination_signals.h"
 #include "platform/qt/application/text_segmenter.h"
 #include "platform/qt/desktop/display.h"
-#include "platform/qt/desktop/window_and_screens.h"
 #include "ui/prompt_window.h"
 #include "window/view_controller.h"
 
@@ -86,7 +84,7 @@ struct Machine {
     QObject::connect(&qtApplication, &QCoreApplication::aboutToQuit, &qtApplication,
                      [&] { delegate.applicationWillTerminate(); });
     // Quitting would ask the window first, and it refuses to close.
-    const velunor::TerminationSignals terminationSignals([] { QCoreApplication::exit(0); });
+    velunor::onTerminationSignal([] { QCoreApplication::exit(0); });
 
     controller.viewDidLoad();
     delegate.applicationDidFinishLaunching();

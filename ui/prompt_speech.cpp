@@ -3,14 +3,12 @@
 #include <QEvent>
 #include <chrono>
 
-#include "platform/qt/accessibility/accessible_factory.h"
-#include "platform/qt/accessibility/announcer.h"
-#include "platform/qt/controls/widget_layer.h"
+#include "platform/qt/accessibility/accessibility.h"
+#include "platform/qt/controls/control_adapters.h"
 #include "ui/prompt_window.h"
 #include "ui_prompt_window.h"
 
 namespace velunor {
-
 namespace {
 
 /// A program that has just started is not heard: the toolkit learns on the way who listens, and
@@ -43,10 +41,8 @@ PromptSpeech::PromptSpeech(const Ui::PromptForm& form, QWidget* window)
                     announcer_->announce(text);
                 }
             });
-    if (const auto* layer = form_.passwordTextFiled->findChild<WidgetLayer*>()) {
-        connect(layer, &WidgetLayer::animationStarted, this,
-                [this] { announcer_->announce("The password was not accepted."); });
-    }
+    connect(form_.passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted,
+            this, [this] { announcer_->announce("The password was not accepted."); });
 }
 
 PromptSpeech::~PromptSpeech() {

@@ -21,8 +21,7 @@ class PromptSpeech final : public QObject, private QAccessible::ActivationObserv
   public:
     /// `form` must outlive this object.
     PromptSpeech(const Ui::PromptForm& form, QWidget* window);
-    PromptSpeech(const PromptSpeech&) = delete;
-    PromptSpeech& operator=(const PromptSpeech&) = delete;
+    Q_DISABLE_COPY_MOVE(PromptSpeech)
     ~PromptSpeech() override;
 
     /// The window has come up: says what it is about, as soon as somebody can hear it.

@@ -3,13 +3,16 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QIcon>
+#include <QMouseEvent>
 #include <QScrollArea>
+#include <QScrollBar>
+#include <QWindow>
+#include <chrono>
 
-#include "platform/qt/desktop/desktop_settings.h"
-#include "platform/qt/password_field/secure_text_field.h"
-#include "platform/qt/widgets/picture_view.h"
-#include "ui/form_outlets.h"
-#include "ui/form_views.h"
+#include "platform/qt/controls/control_adapters.h"
+#include "platform/qt/desktop/appearance.h"
+#include "platform/qt/desktop/x11_desktop.h"
+#include "ui/form.h"
 #include "ui/prompt_speech.h"
 #include "ui_prompt_window.h"
 
@@ -20,6 +23,21 @@ static void initializeResources() {
 }
 
 namespace velunor {
+namespace {
+
+/// Until what was pressed during a check has arrived.
+constexpr std::chrono::milliseconds settlingTime{100};
+
+QString scrollBarStyle(const Theme& theme) {
+    return QStringLiteral(
+               "QScrollBar { background: transparent; width: 10px; margin: 4px 2px; }"
+               "QScrollBar::handle { background: %1; border-radius: 3px; min-height: 32px; }"
+               "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
+               "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }")
+        .arg(theme.fieldBorder.name());
+}
+
+}  // namespace
 
 PromptWindow::PromptWindow()
     : QWidget(nullptr,
@@ -102,6 +120,105 @@ void PromptWindow::changeEvent(QEvent* event) {
     } else if (event->type() == QEvent::FontChange) {
         scheduleRelayout();
     }
+}
+
+void PromptWindow::connectActions() {
+    settling_.setSingleShot(true);
+    connect(form_->updateNowButton, &QAbstractButton::clicked, this, [this] {
+        // A check holds the window up. Whoever went on pressing meant the same attempt, and each
+        // further one counts towards the lock of the account.
+        if (!settling_.isActive()) {
+            updateNow_();
+            settling_.start(settlingTime);
+        }
+    });
+    connect(form_->postponeButton, &QAbstractButton::clicked, this, [this] { postpone_(); });
+    connect(form_->usernameChangeButton, &QAbstractButton::clicked, this, [this] {
+        changeUserName_();
+        // The link goes away when it is pressed: typing goes on in the field that takes its place.
+        if (!form_->userNameTextField->isHidden()) {
+            form_->userNameTextField->setFocus();
+            form_->userNameTextField->selectAll();
+        }
+    });
+    for (QLineEdit* field : {static_cast<QLineEdit*>(form_->userNameTextField),
+                             static_cast<QLineEdit*>(form_->passwordTextFiled)}) {
+        connect(field, &QLineEdit::returnPressed, this, [this] {
+            if (!form_->updateNowButton->isHidden()) {
+                form_->updateNowButton->click();
+            }
+        });
+    }
+    // After a refused password the next attempt is typed over it. Not in the midst of the refusal:
+    // a field that loses the focus ends its editing, which has consequences of its own.
+    connect(
+        form_->passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted, this,
+        [this] {
+            if (isActiveWindow()) {
+                form_->passwordTextFiled->setFocus();
+                form_->passwordTextFiled->selectAll();
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+QWidget* PromptWindow::entryField() const {
+    if (form_->credentailsRequiredView->isHidden()) {
+        return nullptr;
+    }
+    QLineEdit* userName = form_->userNameTextField;
+    const bool nameFirst = !userName->isHidden() && userName->text().isEmpty();
+    return nameFirst ? userName : form_->passwordTextFiled;
+}
+
+void PromptWindow::mousePressEvent(QMouseEvent* event) {
+    pressedAt_ = event->globalPosition();
+}
+
+void PromptWindow::mouseMoveEvent(QMouseEvent* event) {
+    // A mere click must not begin a move: the window manager could take the pointer after the
+    // button is up again, and keep it.
+    const QPointF way = event->globalPosition() - pressedAt_;
+    if (event->buttons() == Qt::LeftButton &&
+        way.manhattanLength() >= QApplication::startDragDistance() &&
+        windowHandle()->startSystemMove()) {
+        movedByUser_ = true;
+    }
+}
+
+void PromptWindow::paintEvent(QPaintEvent*) {
+    const Theme& theme = currentTheme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF edge = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.setPen(QPen(theme.cardBorder, 1));
+    if (mask().isEmpty()) {
+        painter.setBrush(theme.card);
+        painter.drawRoundedRect(edge, cardRadius, cardRadius);
+    } else {
+        // Along the cut corners every pixel of the edge is the border's: nothing shows through, and
+        // no half-blended pixel tells of what is not there.
+        painter.fillRect(rect(), theme.cardBorder);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(theme.card);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), cardRadius - 1,
+                                cardRadius - 1);
+        painter.setPen(QPen(theme.cardBorder, 1));
+    }
+    if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
+        const double y = form_->footerArea->y() - 0.5;
+        painter.drawLine(QPointF(edge.left(), y), QPointF(edge.right(), y));
+    }
+}
+
+void PromptWindow::applyTheme() {
+    const QString style = scrollBarStyle(currentTheme());
+    for (QScrollArea* area : {form_->bodyArea, form_->footerArea}) {
+        if (area->verticalScrollBar()->styleSheet() != style) {
+            area->verticalScrollBar()->setStyleSheet(style);
+        }
+    }
+    update();
 }
 
 }  // namespace velunor

@@ -15,7 +15,6 @@ class PromptForm;
 
 namespace velunor {
 
-class DesktopSettings;
 class PromptSpeech;
 
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
@@ -26,8 +25,7 @@ class PromptWindow final : public QWidget {
 
   public:
     PromptWindow();
-    PromptWindow(const PromptWindow&) = delete;
-    PromptWindow& operator=(const PromptWindow&) = delete;
+    Q_DISABLE_COPY_MOVE(PromptWindow)
     ~PromptWindow() override;
 
     /// The controls for the logic, connected to the outlets by their names in the form, without a
@@ -78,7 +76,7 @@ class PromptWindow final : public QWidget {
     std::vector<std::unique_ptr<View>> controls_;
     PromptView view_;
     PromptSpeech* speech_ = nullptr;
-    DesktopSettings* settings_ = nullptr;
+    std::unique_ptr<QObject> settings_;
     std::function<void()> updateNow_ = [] {};
     std::function<void()> postpone_ = [] {};
     std::function<void()> changeUserName_ = [] {};

@@ -5,15 +5,13 @@
 #include <algorithm>
 
 #include "platform/qt/controls/control_adapters.h"
-#include "platform/qt/desktop/desktop_settings.h"
-#include "platform/qt/desktop/window_and_screens.h"
-#include "platform/qt/desktop/window_shape.h"
-#include "ui/form_views.h"
+#include "platform/qt/desktop/appearance.h"
+#include "platform/qt/desktop/display.h"
+#include "ui/form.h"
 #include "ui/prompt_window.h"
 #include "ui_prompt_window.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr int leastCardWidth = 420;
@@ -65,7 +63,7 @@ void PromptWindow::followDesktop() {
     settingsTimer_.setSingleShot(true);
     connect(&settingsTimer_, &QTimer::timeout, this, [this] {
         if (settings_ == nullptr && hasSessionBus()) {
-            settings_ = new DesktopSettings(QDBusConnection::sessionBus(), this);
+            settings_ = followDesktopSettings(QDBusConnection::sessionBus());
         }
     });
     relayoutTimer_.setSingleShot(true);

@@ -1,32 +1,45 @@
 #include "platform/qt/application/run_loop.h"
 
-#include <QMetaObject>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
 #include <QThreadPool>
 #include <QTimer>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <utility>
 
 namespace velunor {
-
 namespace {
 
-class QtTimer final : public Timer {
+class QtTimer final : public QTimer, public Timer {
   public:
-    explicit QtTimer(QTimer& timer) : timer_(timer) {}
-    void invalidate() override { timer_.stop(); }
-
-  private:
-    QTimer& timer_;
+    using QTimer::QTimer;
+    void invalidate() override { stop(); }
 };
+
+/// What the signal handler writes to; a handler may use nothing but such a number.
+int wakeUpDescriptor = -1;
+
+void wakeUp(int /*number*/) {
+    const int kept = errno;
+    const std::uint64_t one = 1;
+    static_cast<void>(!::write(wakeUpDescriptor, &one, sizeof one));
+    errno = kept;
+}
 
 }  // namespace
 
 void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, TimerKind kind,
                               std::function<void(Timer&)> block) {
-    auto* timer = new QTimer(&mainThread_);
+    auto* timer = new QtTimer(&mainThread_);
     timer->setTimerType(Qt::PreciseTimer);
     timer->setSingleShot(kind == TimerKind::once);
-    QObject::connect(timer, &QTimer::timeout, &mainThread_, [timer, block = std::move(block)] {
-        QtTimer handle(*timer);
-        block(handle);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, block = std::move(block)] {
+        block(*timer);
         if (!timer->isActive()) {
             timer->deleteLater();
         }
@@ -40,6 +53,23 @@ void QtRunLoop::performOnMainThread(std::function<void()> work) {
 
 void QtRunLoop::performInBackground(std::function<void()> work) {
     QThreadPool::globalInstance()->start(std::move(work));
+}
+
+void onTerminationSignal(std::function<void()> terminate) {
+    wakeUpDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    auto* notifier = new QSocketNotifier(wakeUpDescriptor, QSocketNotifier::Read, qApp);
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier,
+                     [notifier, terminate = std::move(terminate)] {
+                         notifier->setEnabled(false);
+                         terminate();
+                     });
+    struct sigaction action {};
+    action.sa_handler = wakeUp;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+        sigaction(number, &action, nullptr);
+    }
 }
 
 }  // namespace velunor

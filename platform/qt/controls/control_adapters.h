@@ -1,9 +1,9 @@
 #pragma once
 
+#include <QVariantAnimation>
 #include <string>
 
 #include "platform/controls.h"
-#include "platform/qt/controls/widget_layer.h"
 #include "platform/qt/password_field/secure_text_field.h"
 #include "platform/qt/widgets/picture_view.h"
 #include "platform/qt/widgets/text_button.h"
@@ -18,17 +18,52 @@ void settleLayouts(QWidget& window);
 /// Where `widget` is in its window, with up-to-date layouts; y upwards from the lower edge.
 [[nodiscard]] Rect frameInWindow(const QWidget& widget);
 
+/// The backing layer of a widget: a coloured ground that is painted beneath what the widget paints
+/// itself, and animations of the widget's place in its layout. Main thread only.
+class WidgetLayer final : public QObject, public Layer {
+    Q_OBJECT
+
+  public:
+    /// `widget` owns the layer.
+    explicit WidgetLayer(QWidget* widget);
+
+    void setBackgroundColor(const Color& color) override;
+    void setCornerRadius(double radius) override;
+    void addAnimation(const KeyFrameAnimation& animation) override;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  signals:
+    void animationStarted();
+
+  private:
+    void shake(const KeyFrameAnimation& animation);
+    /// What stands for a shake where the desktop asks for less motion: the colour of a field comes
+    /// and goes once.
+    void pulse();
+    /// Moves the widget to `offset` points right of its place of rest.
+    void moveBy(double offset);
+
+    QWidget* widget_;
+    QColor background_ = Qt::transparent;
+    double radius_ = 0;
+    QVariantAnimation animation_;
+    QVariantAnimation pulse_;
+    /// Where the widget is without animation, and where the animation has moved it.
+    QPoint rest_;
+    QPoint shifted_;
+};
+
 // The controls of a form as the logic sees them. Each stands for one widget, which must outlive it.
 // Main thread only.
 
-/// What every kind of control has in common.
-template <class Interface>
+/// What every kind of control has in common; `WidgetType` is the kind of widget that it stands for.
+template <class Interface, class WidgetType = QWidget>
 class WidgetControl : public Interface {
   public:
-    /// The kind of widget that it stands for.
-    using Widget = QWidget;
+    using Widget = WidgetType;
 
-    explicit WidgetControl(QWidget& widget) : widget_(widget) {}
+    explicit WidgetControl(Widget& widget) : widget_(widget) {}
 
     void setHidden(bool hidden) override { widget_.setHidden(hidden); }
     [[nodiscard]] Rect frame() const override { return frameInWindow(widget_); }
@@ -42,82 +77,64 @@ class WidgetControl : public Interface {
     }
     [[nodiscard]] Layer* layer() override { return layer_; }
 
+  protected:
+    Widget& widget_;
+
   private:
-    QWidget& widget_;
     WidgetLayer* layer_ = nullptr;
 };
 
 using QtView = WidgetControl<View>;
 using QtStackView = WidgetControl<StackView>;
 
-class QtLabel final : public WidgetControl<Label> {
+class QtLabel final : public WidgetControl<Label, TextLabel> {
   public:
-    using Widget = TextLabel;
-
-    explicit QtLabel(TextLabel& label) : WidgetControl(label), label_(label) {}
+    using WidgetControl::WidgetControl;
     void setStringValue(std::string_view text) override;
     void setAttributedStringValue(const AttributedString& text, Announcement announcement) override;
     [[nodiscard]] std::string stringValue() const override { return value_; }
 
   private:
-    TextLabel& label_;
     std::string value_;
 };
 
-class QtEditableField final : public WidgetControl<EditableField> {
+class QtEditableField final : public WidgetControl<EditableField, CustomTextField> {
   public:
-    using Widget = CustomTextField;
-
-    explicit QtEditableField(CustomTextField& field);
+    using WidgetControl::WidgetControl;
     void setStringValue(std::string_view text) override;
     [[nodiscard]] std::string stringValue() const override;
     void setEditingEnded(std::function<void()> callback) override;
 
   private:
-    CustomTextField& field_;
-    std::function<void()> editingEnded_;
     std::string value_;
     /// How the field holds `value_`, to tell whether it was edited since.
     QString shown_;
 };
 
-class QtSecureField final : public WidgetControl<SecureField> {
+class QtSecureField final : public WidgetControl<SecureField, CustomSecureTextField> {
   public:
-    using Widget = CustomSecureTextField;
-
-    explicit QtSecureField(CustomSecureTextField& field) : WidgetControl(field), field_(field) {}
-    [[nodiscard]] Secret secretValue() const override { return field_.secret(); }
-    void clear() override { field_.wipeText(); }
-
-  private:
-    CustomSecureTextField& field_;
+    using WidgetControl::WidgetControl;
+    [[nodiscard]] Secret secretValue() const override { return widget_.secret(); }
+    void clear() override { widget_.wipeText(); }
 };
 
-class QtButton final : public WidgetControl<Button> {
+class QtButton final : public WidgetControl<Button, TextButton> {
   public:
-    using Widget = TextButton;
-
-    explicit QtButton(TextButton& button) : WidgetControl(button), button_(button) {}
+    using WidgetControl::WidgetControl;
     void setTitle(std::string_view title) override;
     [[nodiscard]] std::string title() const override { return title_; }
     /// Without effect: a form's button is always placed by its layout.
-    void setTranslatesAutoresizingMask(bool translates) override;
+    void setTranslatesAutoresizingMask(bool) override {}
     void activateWidthConstraint(double width) override;
 
   private:
-    TextButton& button_;
     std::string title_;
 };
 
-class QtImageView final : public WidgetControl<ImageView> {
+class QtImageView final : public WidgetControl<ImageView, PictureView> {
   public:
-    using Widget = PictureView;
-
-    explicit QtImageView(PictureView& view) : WidgetControl(view), view_(view) {}
+    using WidgetControl::WidgetControl;
     void setImage(ImagePointer image) override;
-
-  private:
-    PictureView& view_;
 };
 
 }  // namespace velunor

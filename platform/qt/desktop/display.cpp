@@ -3,16 +3,20 @@
 #include <sys/socket.h>
 #include <xcb/xcb.h>
 
-#include <QByteArray>
-#include <QByteArrayList>
+#include <QApplication>
 #include <QDir>
+#include <QIcon>
 #include <QLibraryInfo>
+#include <QScreen>
+#include <QWindow>
 #include <algorithm>
+#include <cmath>
 
 #include "platform/posix/local_socket.h"
+#include "platform/qt/application/image_reader.h"
+#include "platform/qt/desktop/x11_desktop.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr const char* platformVariable = "QT_QPA_PLATFORM";
@@ -54,6 +58,29 @@ bool platformReachable(const QByteArray& platform) {
            name == "linuxfb" || name.startsWith("eglfs");
 }
 
+/// Geometry of the main screen, whose lower-left corner is the logic's origin.
+QRect mainScreen() {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return screen == nullptr ? QRect() : screen->geometry();
+}
+
+Rect upwards(const QRect& rect) {
+    const QRect screen = mainScreen();
+    const int bottom = screen.y() + screen.height() - (rect.y() + rect.height());
+    return {{static_cast<double>(rect.x() - screen.x()), static_cast<double>(bottom)},
+            {static_cast<double>(rect.width()), static_cast<double>(rect.height())}};
+}
+
+QMargins frameMargins(const QWidget& widget) {
+    if (const auto margins = x11FrameMargins(widget)) {
+        return *margins;
+    }
+    const QRect inside = widget.geometry();
+    const QRect frame = widget.frameGeometry();
+    return {inside.left() - frame.left(), inside.top() - frame.top(),
+            frame.right() - inside.right(), frame.bottom() - inside.bottom()};
+}
+
 }  // namespace
 
 bool prepareDisplay() {
@@ -69,6 +96,73 @@ bool prepareDisplay() {
         }
     }
     return false;
+}
+
+QRect usableArea() {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr) {
+        return {};
+    }
+    return x11UsableArea(*screen).value_or(screen->availableGeometry());
+}
+
+QRegion roundedRegion(const QSize& size, int radius) {
+    const int corner = std::clamp(radius, 0, std::min(size.width(), size.height()) / 2);
+    QRegion region(0, corner, size.width(), size.height() - 2 * corner);
+    for (int row = 0; row < corner; ++row) {
+        const double height = corner - (row + 0.5);
+        const double reach = std::sqrt(static_cast<double>(corner) * corner - height * height);
+        const int inset = static_cast<int>(std::ceil(corner - reach - 0.5));
+        const int width = size.width() - 2 * inset;
+        region += QRect(inset, row, width, 1);
+        region += QRect(inset, size.height() - 1 - row, width, 1);
+    }
+    return region;
+}
+
+Rect QtWindow::frame() const {
+    return upwards(widget_.geometry().marginsAdded(frameMargins(widget_)));
+}
+
+void QtWindow::setFrameOrigin(const Point& origin) {
+    const QRect screen = mainScreen();
+    const QMargins margins = frameMargins(widget_);
+    const QPoint lowerLeft(screen.x() + qRound(origin.x),
+                           screen.y() + screen.height() - qRound(origin.y));
+    widget_.setGeometry(QRect(lowerLeft.x() + margins.left(),
+                              lowerLeft.y() - margins.bottom() - widget_.height(), widget_.width(),
+                              widget_.height()));
+}
+
+void QtWindow::setLevel(int level) {
+    const bool floats = level > normalWindowLevel;
+    Qt::WindowFlags flags = widget_.windowFlags();
+    flags.setFlag(Qt::WindowStaysOnTopHint, floats);
+    if (!widget_.isVisible()) {
+        widget_.setWindowFlags(flags);
+        return;
+    }
+    // Changing the flags of a shown widget would hide it; its native window takes them in place.
+    widget_.overrideWindowFlags(flags);
+    widget_.windowHandle()->setFlags(flags);
+}
+
+std::optional<Rect> QtScreens::mainScreenVisibleFrame() const {
+    if (QGuiApplication::primaryScreen() == nullptr) {
+        return std::nullopt;
+    }
+    return upwards(usableArea());
+}
+
+void QtApplication::requestCriticalAttention() {
+    QApplication::alert(&widget_);
+}
+
+void QtApplication::setApplicationIconImage(const ImagePointer& image) {
+    const QImage picture = bitmapOf(image);
+    if (!picture.isNull()) {
+        QApplication::setWindowIcon(QIcon(QPixmap::fromImage(picture)));
+    }
 }
 
 }  // namespace velunor

@@ -12,7 +12,6 @@
 #include <vector>
 
 namespace velunor {
-
 namespace {
 
 constexpr std::uint32_t longestProperty = 4096;

@@ -1,15 +1,12 @@
-#include "platform/qt/password_field/accessible_secure_field.h"
-
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <algorithm>
 
-#include "platform/qt/accessibility/accessible_factory.h"
+#include "platform/qt/accessibility/accessibility.h"
 #include "platform/qt/password_field/secure_text_field.h"
 #include "platform/qt/widgets/text_label.h"
 
 namespace velunor {
-
 namespace {
 
 /// The toolkit's own description of an editor would write what an assistive technology enters
@@ -117,7 +114,7 @@ class AccessibleSecureField final : public QAccessibleWidget,
 
 }  // namespace
 
-void describeSecureFields() {
+void CustomSecureTextField::describeFields() {
     installAccessible<CustomSecureTextField, AccessibleSecureField>();
 }
 

@@ -2,14 +2,12 @@
 
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QPainter>
 #include <algorithm>
 
-#include "platform/qt/desktop/theme.h"
+#include "platform/qt/desktop/appearance.h"
 #include "platform/qt/widgets/picture_view.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr int leastSide = 28;
@@ -37,22 +35,14 @@ QSize RevealButton::sizeHint() const {
     return {side, side};
 }
 
-void RevealButton::hold() {
+void RevealButton::setHeld(bool held) {
     // A window in the background shows nothing to somebody who is at work in another.
-    if (!held_ && isEnabled() && isActiveWindow()) {
-        held_ = true;
-        setDown(true);
+    const bool mayChange = !held || (isEnabled() && isActiveWindow());
+    if (held != held_ && mayChange) {
+        held_ = held;
+        setDown(held);
         update();
-        emit heldChanged(true);
-    }
-}
-
-void RevealButton::letGo() {
-    if (held_) {
-        held_ = false;
-        setDown(false);
-        update();
-        emit heldChanged(false);
+        emit heldChanged(held);
     }
 }
 
@@ -74,7 +64,7 @@ bool RevealButton::event(QEvent* event) {
 
 void RevealButton::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) {
-        hold();
+        setHeld(true);
     }
 }
 
@@ -93,7 +83,7 @@ void RevealButton::keyPressEvent(QKeyEvent* event) {
         letGo();
         event->ignore();
     } else if (!event->isAutoRepeat()) {
-        hold();
+        setHeld(true);
     }
 }
 
@@ -106,17 +96,12 @@ void RevealButton::keyReleaseEvent(QKeyEvent* event) {
 void RevealButton::paintEvent(QPaintEvent*) {
     const Theme& theme = currentTheme();
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     const QRectF plate = QRectF(rect()).adjusted(1, 1, -1, -1);
     if (held_ || (underMouse() && isEnabled())) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(held_ ? theme.buttonPressed : theme.buttonHover);
-        painter.drawRoundedRect(plate, radius, radius);
+        drawRounded(painter, plate, radius, held_ ? theme.buttonPressed : theme.buttonHover);
     }
     if (hasFocus()) {
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(theme.link, ringWidth));
-        painter.drawRoundedRect(plate, radius, radius);
+        drawRounded(painter, plate, radius, Qt::NoBrush, QPen(theme.link, ringWidth));
     }
     if (!isEnabled()) {
         painter.setOpacity(disabledOpacity);

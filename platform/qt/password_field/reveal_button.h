@@ -14,8 +14,8 @@ class RevealButton final : public QAbstractButton {
     explicit RevealButton(QWidget* parent);
 
     [[nodiscard]] bool isHeld() const { return held_; }
-    /// Ends the reveal, as letting go does.
-    void letGo();
+    /// Ends the reveal.
+    void letGo() { setHeld(false); }
 
     [[nodiscard]] QSize sizeHint() const override;
 
@@ -32,7 +32,7 @@ class RevealButton final : public QAbstractButton {
     void paintEvent(QPaintEvent* event) override;
 
   private:
-    void hold();
+    void setHeld(bool held);
 
     bool held_ = false;
 };

@@ -1,5 +1,7 @@
 #include "platform/qt/password_field/secret_text.h"
 
+#include <QFontMetricsF>
+#include <QString>
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -8,11 +10,11 @@
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr std::size_t firstCapacity = 256;
 constexpr char32_t replacement = 0xFFFD;
+constexpr char32_t zeroWidthJoiner = 0x200D;
 
 void wipe(char32_t* text, std::size_t count) noexcept {
     velunor::wipe(reinterpret_cast<char*>(text), count * sizeof(char32_t));
@@ -26,8 +28,26 @@ std::vector<char32_t> lockedStorage(std::size_t count) {
     return storage;
 }
 
-std::ptrdiff_t offset(std::size_t index) {
-    return static_cast<std::ptrdiff_t>(index);
+/// Length of the character at the start of `text` with the marks that belong to it.
+std::size_t clusterLength(std::u32string_view text) {
+    std::size_t length = 1;
+    while (length < text.size()) {
+        if (!QChar::isMark(text[length]) && text[length] != zeroWidthJoiner &&
+            text[length - 1] != zeroWidthJoiner) {
+            break;
+        }
+        ++length;
+    }
+    return length;
+}
+
+template <class Use>
+void forEachCluster(std::u32string_view text, Use use) {
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t count = clusterLength(text.substr(at));
+        use(at, QString::fromUcs4(text.data() + at, static_cast<qsizetype>(count)));
+        at += count;
+    }
 }
 
 }  // namespace
@@ -41,10 +61,10 @@ SecretText::~SecretText() {
 Secret SecretText::utf8() const {
     Secret encoded;
     for (const char32_t codePoint : reveal()) {
-        const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
+        const bool scalar =
+            codePoint <= QChar::LastValidCodePoint && !QChar::isSurrogate(codePoint);
         // So few bytes never leave the string itself for the heap.
-        std::string bytes =
-            encodedUtf8(surrogate || codePoint > 0x10FFFF ? replacement : codePoint);
+        std::string bytes = encodedUtf8(scalar ? codePoint : replacement);
         encoded.append(bytes);
         velunor::wipe(bytes);
     }
@@ -59,19 +79,42 @@ void SecretText::insert(std::size_t index, char32_t codePoint) {
         wipe(storage_.data(), storage_.size());
         storage_ = std::move(grown);
     }
-    std::copy_backward(storage_.begin() + offset(index), storage_.begin() + offset(size_),
-                       storage_.begin() + offset(size_ + 1));
-    storage_[index] = codePoint;
+    char32_t* text = storage_.data();
+    std::copy_backward(text + index, text + size_, text + size_ + 1);
+    text[index] = codePoint;
     ++size_;
 }
 
 void SecretText::erase(std::size_t index, std::size_t count) noexcept {
     const std::size_t first = std::min(index, size_);
     const std::size_t removed = std::min(count, size_ - first);
-    std::copy(storage_.begin() + offset(first + removed), storage_.begin() + offset(size_),
-              storage_.begin() + offset(first));
+    char32_t* text = storage_.data();
+    std::copy(text + first + removed, text + size_, text + first);
     size_ -= removed;
-    wipe(storage_.data() + size_, removed);
+    wipe(text + size_, removed);
+}
+
+void drawSecret(QPainter& painter, const QRect& area, std::u32string_view text, std::size_t caret) {
+    const QFontMetricsF metrics(painter.font());
+    double end = 0;
+    double caretAt = 0;
+    forEachCluster(text, [&](std::size_t at, const QString& cluster) {
+        end += metrics.horizontalAdvance(cluster);
+        caretAt = at < caret ? end : caretAt;
+    });
+    const double room = area.width();
+    double left = area.left() - std::clamp(caretAt - room, 0.0, std::max(0.0, end - room));
+    if (painter.layoutDirection() == Qt::RightToLeft && end < room) {
+        left = area.left() + room - end;
+    }
+    const double baseline = area.top() + (area.height() - metrics.height()) / 2 + metrics.ascent();
+    painter.save();
+    painter.setClipRect(area);
+    forEachCluster(text, [&](std::size_t, const QString& cluster) {
+        painter.drawText(QPointF(left, baseline), cluster);
+        left += metrics.horizontalAdvance(cluster);
+    });
+    painter.restore();
 }
 
 }  // namespace velunor

@@ -6,32 +6,26 @@
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QPainter>
+#include <QSignalBlocker>
+#include <QStyle>
 #include <algorithm>
-#include <initializer_list>
 
-#include "platform/qt/desktop/theme.h"
+#include "platform/qt/desktop/appearance.h"
 #include "platform/qt/desktop/x11_desktop.h"
-#include "platform/qt/password_field/accessible_secure_field.h"
-#include "platform/qt/password_field/secret_drawing.h"
 #include "platform/qt/widgets/picture_view.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr QChar bullet(0x25CF);
 constexpr int revealRoom = 6;
 constexpr int capsLockRoom = 8;
 
-bool isKey(const QKeyEvent& event, std::initializer_list<QKeySequence::StandardKey> keys) {
+bool isForbidden(const QKeyEvent& event) {
+    const auto keys = {QKeySequence::Undo, QKeySequence::Redo, QKeySequence::Copy,
+                       QKeySequence::Cut};
     return std::any_of(keys.begin(), keys.end(),
                        [&](QKeySequence::StandardKey key) { return event.matches(key); });
-}
-
-bool isForbidden(const QKeyEvent& event) {
-    return isKey(event,
-                 {QKeySequence::Undo, QKeySequence::Redo, QKeySequence::Copy, QKeySequence::Cut});
 }
 
 /// Whether the key stands for its text, as the toolkit's own editors decide it.
@@ -76,7 +70,7 @@ void wipe(QString& text) {
 
 CustomSecureTextField::CustomSecureTextField(QWidget* parent)
     : RoundedField(parent), reveal_(new RevealButton(this)) {
-    describeSecureFields();
+    describeFields();
     setEchoMode(QLineEdit::Password);
     setDragEnabled(false);
     setAcceptDrops(false);
@@ -105,9 +99,8 @@ void CustomSecureTextField::type(QStringView text) {
             secret_.insert(at++, codePoint);
         }
     }
-    settingBullets_ = true;
+    const QSignalBlocker ownChange(this);
     insert(QString(static_cast<qsizetype>(at - start), bullet));
-    settingBullets_ = false;
     reveal_->setEnabled(length() > 0);
 }
 
@@ -117,9 +110,6 @@ void CustomSecureTextField::wipeText() {
 }
 
 void CustomSecureTextField::followEditor() {
-    if (settingBullets_) {
-        return;
-    }
     const auto shown = static_cast<std::size_t>(text().size());
     if (shown < secret_.size()) {
         // The caret stands where something was removed, whichever key did it.
@@ -128,24 +118,19 @@ void CustomSecureTextField::followEditor() {
     const QString bullets(length(), bullet);
     if (text() != bullets) {
         // Nothing gets into the editor past this class.
-        settingBullets_ = true;
+        const QSignalBlocker ownChange(this);
         setText(bullets);
-        settingBullets_ = false;
     }
     reveal_->setEnabled(length() > 0);
-}
-
-void CustomSecureTextField::pasteFromClipboard() {
-    QString copied = QGuiApplication::clipboard()->text(QClipboard::Clipboard);
-    type(copied);
-    wipe(copied);
 }
 
 void CustomSecureTextField::keyPressEvent(QKeyEvent* event) {
     if (isForbidden(*event)) {
         event->accept();
     } else if (event->matches(QKeySequence::Paste)) {
-        pasteFromClipboard();
+        QString copied = QGuiApplication::clipboard()->text(QClipboard::Clipboard);
+        type(copied);
+        wipe(copied);
         event->accept();
     } else if (isTyped(*event)) {
         type(event->text());
@@ -188,19 +173,14 @@ void CustomSecureTextField::updateCapsLockHint() {
 }
 
 void CustomSecureTextField::placeTrailingParts() {
-    reveal_->resize(reveal_->sizeHint());
-    const int side = reveal_->width();
-    const bool mirrored = layoutDirection() == Qt::RightToLeft;
-    reveal_->move(mirrored ? revealRoom : width() - revealRoom - side, (height() - side) / 2);
+    const int side = reveal_->sizeHint().width();
+    reveal_->setGeometry(trailingSquare(revealRoom, side));
     setTrailingRoom(side + (capsLockHint_ ? capsLockRoom + glyphSize() : 0));
 }
 
-QRect CustomSecureTextField::capsLockPlace() const {
-    const int size = glyphSize();
-    const bool mirrored = layoutDirection() == Qt::RightToLeft;
-    const int x = mirrored ? reveal_->geometry().right() + 1 + capsLockRoom
-                           : reveal_->x() - capsLockRoom - size;
-    return {x, (height() - size) / 2, size, size};
+QRect CustomSecureTextField::trailingSquare(int room, int side) const {
+    const QRect square(width() - room - side, (height() - side) / 2, side, side);
+    return QStyle::visualRect(layoutDirection(), rect(), square);
 }
 
 void CustomSecureTextField::paintEvent(QPaintEvent* event) {
@@ -215,9 +195,9 @@ void CustomSecureTextField::paintEvent(QPaintEvent* event) {
     }
     if (capsLockHint_) {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        drawVectorPicture(painter, capsLockPlace(), ":/icons/caps-lock-glyph.svg",
-                          currentTheme().link);
+        const QRect place =
+            trailingSquare(revealRoom + reveal_->width() + capsLockRoom, glyphSize());
+        drawVectorPicture(painter, place, ":/icons/caps-lock-glyph.svg", currentTheme().link);
     }
 }
 

@@ -47,18 +47,19 @@ class CustomSecureTextField final : public RoundedField {
     bool event(QEvent* event) override;
 
   private:
-    void pasteFromClipboard();
+    /// Makes assistive technologies meet every password field as a password text of as many bullets
+    /// as there are characters, which they may edit and never read.
+    static void describeFields();
     /// Removes from the typed text what the editor has removed of its bullets.
     void followEditor();
     void placeTrailingParts();
     void updateCapsLockHint();
-    [[nodiscard]] QRect capsLockPlace() const;
+    /// The square of `side` points that keeps `room` points to the trailing edge.
+    [[nodiscard]] QRect trailingSquare(int room, int side) const;
 
     SecretText secret_;
     RevealButton* reveal_;
     bool capsLockHint_ = false;
-    /// The editor's text is being changed by this class itself.
-    bool settingBullets_ = false;
 };
 
 }  // namespace velunor

@@ -3,6 +3,7 @@
 #include <QFontInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QRegularExpression>
 #include <QTextBoundaryFinder>
 #include <QTextOption>
 #include <algorithm>
@@ -10,32 +11,12 @@
 #include <cmath>
 
 namespace velunor {
-
 namespace {
 
 /// Wider than any line, and still within the layout's fixed-point numbers.
 constexpr qreal unlimitedWidth = 1 << 24;
 /// Extra room between lines, as a part of a line's height.
 constexpr qreal extraLeading = 0.12;
-
-qsizetype widenedToCodePoint(const QString& text, std::size_t units) {
-    auto length = static_cast<qsizetype>(std::min(units, static_cast<std::size_t>(text.size())));
-    const bool cutsPair = length > 0 && length < text.size() &&
-                          text.at(length - 1).isHighSurrogate() && text.at(length).isLowSurrogate();
-    return cutsPair ? length + 1 : length;
-}
-
-/// Units that the line break at `index` takes; 0 when there is none.
-qsizetype lineBreakLength(const QString& text, qsizetype index) {
-    const QChar unit = text.at(index);
-    if (unit == QChar::CarriageReturn && index + 1 < text.size() &&
-        text.at(index + 1) == QChar::LineFeed) {
-        return 2;
-    }
-    const bool breaks = unit == QChar::LineFeed || unit == QChar::CarriageReturn ||
-                        unit == QChar::LineSeparator || unit == QChar::ParagraphSeparator;
-    return breaks ? 1 : 0;
-}
 
 QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRange>& formats,
                                               qsizetype start, qsizetype end) {
@@ -106,7 +87,11 @@ ShownText shownText(const AttributedString& styled) {
     ShownText shown;
     for (const TextRun& run : styled) {
         const QString text = QString::fromStdString(run.text);
-        const qsizetype styledUnits = widenedToCodePoint(text, run.styledLength);
+        auto styledUnits = static_cast<qsizetype>(
+            std::min(run.styledLength, static_cast<std::size_t>(text.size())));
+        if (styledUnits < text.size() && text.at(styledUnits).isLowSurrogate()) {
+            ++styledUnits;
+        }
         if (run.attributes && styledUnits > 0) {
             // The standard text colour is the label's own, so the format says nothing about it.
             QTextCharFormat format;
@@ -121,30 +106,20 @@ ShownText shownText(const AttributedString& styled) {
     return shown;
 }
 
-void LiteralText::setText(const ShownText& shown) {
+void LiteralText::setText(const ShownText& shown, qsizetype hangingUnits) {
     shown_ = shown;
+    hangingUnits_ = hangingUnits;
     rebuild();
 }
 
-void LiteralText::setFont(const QFont& font) {
+void LiteralText::setFont(const QFont& font, Qt::LayoutDirection direction) {
     font_ = font;
-    rebuild();
-}
-
-void LiteralText::setLayoutDirection(Qt::LayoutDirection direction) {
     direction_ = direction;
     rebuild();
 }
 
-void LiteralText::centerLines() {
-    centered_ = true;
-    rebuild();
-}
-
 void LiteralText::rebuild() {
-    paragraphs_.clear();
-    laidOutWidth_ = -1;
-    naturalWidth_ = -1;
+    static const QRegularExpression lineBreak(R"(\r\n|[\n\r\x{2028}\x{2029}])");
     const QString& text = shown_.text;
     QList<QTextLayout::FormatRange> formats;
     for (const QTextLayout::FormatRange& range : shown_.formats) {
@@ -154,35 +129,42 @@ void LiteralText::rebuild() {
             formats.append(range);
         }
     }
+    paragraphs_.clear();
     qsizetype start = 0;
-    for (qsizetype index = 0; index <= text.size(); ++index) {
-        const qsizetype breakLength = index < text.size() ? lineBreakLength(text, index) : 0;
-        if (breakLength == 0 && index < text.size()) {
-            continue;
-        }
-        const QString paragraph = text.mid(start, index - start);
-        const bool rightToLeft = paragraph.isRightToLeft();
-        QTextOption option;
-        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-        option.setTextDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
-        option.setAlignment(rightToLeft || direction_ == Qt::RightToLeft ? Qt::AlignRight
-                                                                         : Qt::AlignLeft);
-        if (centered_) {
-            option.setAlignment(Qt::AlignHCenter);
-        }
-        auto layout = std::make_unique<QTextLayout>(paragraph, font_);
-        layout->setTextOption(option);
-        layout->setCacheEnabled(true);
-        layout->setFormats(formatsWithin(formats, start, index));
-        paragraphs_.push_back(std::move(layout));
-        start = index + breakLength;
-        index = std::max(index, start - 1);
+    for (const QRegularExpressionMatch& match : lineBreak.globalMatch(text)) {
+        addParagraph(start, match.capturedStart(), formats);
+        start = match.capturedEnd();
     }
+    addParagraph(start, text.size(), formats);
+
+    laidOutWidth_ = -1;
+    layOut(unlimitedWidth);
+    qreal widest = 0;
+    for (const auto& paragraph : paragraphs_) {
+        for (int index = 0; index < paragraph->lineCount(); ++index) {
+            widest = std::max(widest, paragraph->lineAt(index).naturalTextWidth());
+        }
+    }
+    naturalWidth_ = static_cast<int>(std::ceil(widest));
 }
 
-void LiteralText::setHangingUnits(qsizetype units) {
-    hangingUnits_ = units;
-    rebuild();
+void LiteralText::addParagraph(qsizetype start, qsizetype end,
+                               const QList<QTextLayout::FormatRange>& formats) {
+    const QString text = shown_.text.sliced(start, end - start);
+    const bool rightToLeft = text.isRightToLeft();
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    option.setTextDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+    option.setAlignment(rightToLeft || direction_ == Qt::RightToLeft ? Qt::AlignRight
+                                                                     : Qt::AlignLeft);
+    if (centered_) {
+        option.setAlignment(Qt::AlignHCenter);
+    }
+    auto layout = std::make_unique<QTextLayout>(text, font_);
+    layout->setTextOption(option);
+    layout->setCacheEnabled(true);
+    layout->setFormats(formatsWithin(formats, start, end));
+    paragraphs_.push_back(std::move(layout));
 }
 
 qreal LiteralText::hangingIndent(const QTextLayout& paragraph) const {
@@ -206,7 +188,6 @@ qreal LiteralText::layOut(qreal width) const {
         const qreal indent = hangingIndent(*layout);
         const bool fromLeft = layout->textOption().textDirection() == Qt::LeftToRight;
         layout->beginLayout();
-        bool any = false;
         for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
             const qreal before = first ? 0 : std::min(indent, width / 2);
             line.setLineWidth(width - before);
@@ -215,30 +196,13 @@ qreal LiteralText::layOut(qreal width) const {
             const qreal below = std::max(0.0, own.descent() - line.descent());
             line.setPosition(QPointF(fromLeft ? before : 0, y + above));
             y += above + line.height() + below;
-            any = true;
             first = false;
         }
         layout->endLayout();
-        y += any ? 0 : own.height();
-        first = false;
     }
     laidOutWidth_ = width;
     laidOutHeight_ = std::max(y, own.height());
     return laidOutHeight_;
-}
-
-int LiteralText::naturalWidth() const {
-    if (naturalWidth_ < 0) {
-        layOut(unlimitedWidth);
-        qreal widest = 0;
-        for (const auto& layout : paragraphs_) {
-            for (int index = 0; index < layout->lineCount(); ++index) {
-                widest = std::max(widest, layout->lineAt(index).naturalTextWidth());
-            }
-        }
-        naturalWidth_ = static_cast<int>(std::ceil(widest));
-    }
-    return naturalWidth_;
 }
 
 int LiteralText::widestWord() const {

@@ -30,19 +30,17 @@ struct ShownText {
 /// beside a running figure tremble. Main thread only.
 class LiteralText {
   public:
-    void setText(const ShownText& shown);
-    void setFont(const QFont& font);
-    [[nodiscard]] const QFont& font() const { return font_; }
-    /// The direction of the surrounding layout; every line is at its leading edge.
-    void setLayoutDirection(Qt::LayoutDirection direction);
-    /// Puts every line in the middle instead.
-    void centerLines();
-    /// Lets every line but the first begin where the text goes on after its first `units` units,
+    /// Every line but the first begins where the text goes on after its first `hangingUnits` units,
     /// such as a bullet.
-    void setHangingUnits(qsizetype units);
+    void setText(const ShownText& shown, qsizetype hangingUnits = 0);
+    /// Every line is at the leading edge of the surrounding layout, which has this direction.
+    void setFont(const QFont& font, Qt::LayoutDirection direction = Qt::LeftToRight);
+    [[nodiscard]] const QFont& font() const { return font_; }
+    /// Puts every line in the middle instead. Called before the font is set.
+    void centerLines() { centered_ = true; }
 
     /// Width of the longest paragraph on one line, rounded up.
-    [[nodiscard]] int naturalWidth() const;
+    [[nodiscard]] int naturalWidth() const { return naturalWidth_; }
     /// Width of the longest part that a line break should not split, rounded up.
     [[nodiscard]] int widestWord() const;
     /// Height of the text when its lines are at most `width` wide, rounded up; one line at least.
@@ -51,6 +49,8 @@ class LiteralText {
 
   private:
     void rebuild();
+    void addParagraph(qsizetype start, qsizetype end,
+                      const QList<QTextLayout::FormatRange>& formats);
     /// Lays all paragraphs out and gives back their height together.
     qreal layOut(qreal width) const;
     /// The space that later lines keep free at their leading edge.
@@ -64,7 +64,7 @@ class LiteralText {
     std::vector<std::unique_ptr<QTextLayout>> paragraphs_;
     mutable qreal laidOutWidth_ = -1;
     mutable qreal laidOutHeight_ = 0;
-    mutable int naturalWidth_ = -1;
+    int naturalWidth_ = 0;
 };
 
 }  // namespace velunor

@@ -3,7 +3,7 @@
 #include <QSvgRenderer>
 #include <algorithm>
 
-#include "platform/qt/desktop/theme.h"
+#include "platform/qt/desktop/appearance.h"
 
 namespace velunor {
 

@@ -2,13 +2,11 @@
 
 #include <QEvent>
 #include <QKeyEvent>
-#include <QPainter>
 #include <algorithm>
 
-#include "platform/qt/desktop/theme.h"
+#include "platform/qt/desktop/appearance.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr int widestHint = 4000;
@@ -93,25 +91,21 @@ void TextButton::drawPlate(QPainter& painter) const {
         fill = primary ? theme.accentHover : theme.buttonHover;
     }
     const QRectF plate = QRectF(rect()).marginsRemoved({ringRoom, ringRoom, ringRoom, ringRoom});
-    painter.setBrush(fill);
-    painter.setPen(primary ? QPen(Qt::NoPen) : QPen(theme.buttonBorder, 1));
     const double inset = primary ? 0 : 0.5;
-    painter.drawRoundedRect(plate.adjusted(inset, inset, -inset, -inset), radius, radius);
+    drawRounded(painter, plate.adjusted(inset, inset, -inset, -inset), radius, fill,
+                primary ? QPen(Qt::NoPen) : QPen(theme.buttonBorder, 1));
 }
 
 void TextButton::paintEvent(QPaintEvent*) {
     const Theme& theme = currentTheme();
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     if (!isEnabled()) {
         painter.setOpacity(disabledOpacity);
     }
     QColor ink = theme.text;
     if (isLink()) {
         if ((underMouse() || isDown()) && isEnabled()) {
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(theme.linkHover);
-            painter.drawRoundedRect(rect(), radius, radius);
+            drawRounded(painter, rect(), radius, theme.linkHover);
         }
         ink = theme.link;
     } else {
@@ -124,10 +118,8 @@ void TextButton::paintEvent(QPaintEvent*) {
     layout_.draw(painter, QRect(room.left(), top, room.width(), height), ink);
     if (hasFocus()) {
         const double inset = ringWidth / 2;
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(theme.link, ringWidth));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset),
-                                radius + ringRoom, radius + ringRoom);
+        drawRounded(painter, QRectF(rect()).adjusted(inset, inset, -inset, -inset),
+                    radius + ringRoom, Qt::NoBrush, QPen(theme.link, ringWidth));
     }
 }
 
@@ -151,8 +143,7 @@ void TextButton::keyPressEvent(QKeyEvent* event) {
 void TextButton::updateFont() {
     QFont titleFont = font();
     titleFont.setWeight(isLink() ? QFont::Medium : QFont::DemiBold);
-    layout_.setFont(titleFont);
-    layout_.setLayoutDirection(layoutDirection());
+    layout_.setFont(titleFont, layoutDirection());
     updateGeometry();
     update();
 }

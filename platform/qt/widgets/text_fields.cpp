@@ -1,15 +1,13 @@
 #include "platform/qt/widgets/text_fields.h"
 
 #include <QFocusEvent>
-#include <QPainter>
-#include <QPainterPath>
+#include <QStyle>
 #include <algorithm>
 
-#include "platform/qt/desktop/theme.h"
+#include "platform/qt/desktop/appearance.h"
 #include "platform/qt/widgets/picture_view.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr double cornerRadius = 8;
@@ -93,14 +91,12 @@ void RoundedField::drawPlate(QPainter& painter) const {
     painter.setBrush(mixed(hasFocus() ? theme.link : theme.fieldBorder, theme.refused, refusal_));
     drawFocusRingMask(painter);
     const double line = hasFocus() || refusal_ > 0 ? ringWidth : 1;
-    painter.setBrush(theme.field);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(line, line, -line, -line), cornerRadius - line,
-                            cornerRadius - line);
+    drawRounded(painter, QRectF(rect()).adjusted(line, line, -line, -line), cornerRadius - line,
+                theme.field);
     if (!glyph_.isEmpty()) {
-        const bool mirrored = layoutDirection() == Qt::RightToLeft;
         const int size = glyphSize();
-        const int x = mirrored ? width() - edgeRoom - size : edgeRoom;
-        drawVectorPicture(painter, QRect(x, (height() - size) / 2, size, size), glyph_,
+        const QRect place(edgeRoom, (height() - size) / 2, size, size);
+        drawVectorPicture(painter, QStyle::visualRect(layoutDirection(), rect(), place), glyph_,
                           theme.secondaryText);
     }
 }

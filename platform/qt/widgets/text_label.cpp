@@ -1,16 +1,13 @@
 #include "platform/qt/widgets/text_label.h"
 
-#include <QAccessible>
-#include <QAccessibleWidget>
 #include <QEvent>
 #include <algorithm>
 #include <array>
 
-#include "platform/qt/accessibility/accessible_factory.h"
-#include "platform/qt/desktop/theme.h"
+#include "platform/qt/accessibility/accessibility.h"
+#include "platform/qt/desktop/appearance.h"
 
 namespace velunor {
-
 namespace {
 
 /// A wider natural size would only squeeze the neighbours.
@@ -102,12 +99,11 @@ void TextLabel::setText(const ShownText& shown, Announcement announcement) {
         // A long name must not leave its bullet alone on the line above.
         laidOut.text.replace(1, 2, QString(2, QChar::Nbsp));
     }
-    layout_.setHangingUnits(bulleted ? 3 : 0);
     if (laidOut.formats.isEmpty() &&
         (role_ == QLatin1String("update") || role_ == QLatin1String("userName"))) {
         allowBreaksWithinNames(laidOut.text);
     }
-    layout_.setText(laidOut);
+    layout_.setText(laidOut, bulleted ? 3 : 0);
     updateGeometry();
     update();
     if (!changed) {
@@ -155,8 +151,7 @@ void TextLabel::updateFont() {
         roleFont.setPointSizeF(roleFont.pointSizeF() * look.scale);
     }
     roleFont.setWeight(look.weight);
-    layout_.setFont(roleFont);
-    layout_.setLayoutDirection(layoutDirection());
+    layout_.setFont(roleFont, layoutDirection());
     updateGeometry();
     update();
 }

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <csignal>
 
-#include "platform/qt/application/termination_signals.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {

@@ -5,7 +5,7 @@
 
 #include "platform/qt/controls/control_adapters.h"
 #include "tests/qt/support/widget_test.h"
-#include "ui/form_views.h"
+#include "ui/form.h"
 
 namespace velunor {
 namespace {

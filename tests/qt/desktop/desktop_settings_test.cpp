@@ -1,10 +1,8 @@
-#include "platform/qt/desktop/desktop_settings.h"
-
 #include <QApplication>
 #include <QDBusConnectionInterface>
 
 #include "platform/qt/controls/control_adapters.h"
-#include "platform/qt/desktop/theme.h"
+#include "platform/qt/desktop/appearance.h"
 #include "tests/qt/desktop/fake_portal.h"
 #include "tests/qt/support/widget_test.h"
 #include "tests/support/temporary_directory.h"
@@ -23,7 +21,7 @@ class DesktopSettingsTest : public ::testing::Test {
         QApplication::setPalette(QPalette());
     }
     void follow() {
-        settings_ = std::make_unique<DesktopSettings>(connection_);
+        settings_ = followDesktopSettings(connection_);
         // The bus has taken note of it once it answers a later question.
         static_cast<void>(connection_.interface()->isServiceRegistered("org.example.Nobody"));
     }
@@ -37,7 +35,7 @@ class DesktopSettingsTest : public ::testing::Test {
     testing::TemporaryDirectory directory_;
     testing::Bus bus_{directory_.path()};
     QDBusConnection connection_;
-    std::unique_ptr<DesktopSettings> settings_;
+    std::unique_ptr<QObject> settings_;
     QWidget widget_;
 };
 

@@ -3,7 +3,7 @@
 #include <QScreen>
 
 #include "platform/qt/application/image_reader.h"
-#include "platform/qt/desktop/window_and_screens.h"
+#include "platform/qt/desktop/display.h"
 #include "platform/qt/desktop/x11_desktop.h"
 #include "tests/qt/support/widget_test.h"
 

@@ -1,9 +1,8 @@
-#include "platform/qt/desktop/theme.h"
-
 #include <QApplication>
 #include <QPalette>
 #include <cmath>
 
+#include "platform/qt/desktop/appearance.h"
 #include "platform/qt/widgets/text_button.h"
 #include "platform/qt/widgets/text_label.h"
 #include "tests/qt/ui/prompt_window_fixture.h"

@@ -1,6 +1,6 @@
 #include <QAccessible>
 
-#include "platform/qt/accessibility/announcer.h"
+#include "platform/qt/accessibility/accessibility.h"
 #include "platform/qt/password_field/secure_text_field.h"
 #include "platform/qt/widgets/text_label.h"
 #include "tests/qt/ui/prompt_window_fixture.h"

@@ -8,10 +8,9 @@
 #include <set>
 
 #include "platform/qt/controls/control_adapters.h"
-#include "platform/qt/desktop/window_and_screens.h"
-#include "platform/qt/desktop/window_shape.h"
+#include "platform/qt/desktop/display.h"
 #include "tests/qt/ui/prompt_window_fixture.h"
-#include "ui/form_views.h"
+#include "ui/form.h"
 
 namespace velunor {
 namespace {

@@ -1,22 +1,19 @@
-#include "ui/form_outlets.h"
+#include "ui/form.h"
 
 #include <type_traits>
 #include <utility>
 
 #include "platform/qt/controls/control_adapters.h"
-#include "ui/form_views.h"
+#include "platform/qt/desktop/appearance.h"
 
 namespace velunor {
-
 namespace {
+
+constexpr double panelRadius = 10;
 
 /// What stands for a control's kind in the form.
 template <class Control>
-struct AdapterOf;
-template <>
-struct AdapterOf<View> : std::type_identity<QtView> {};
-template <>
-struct AdapterOf<StackView> : std::type_identity<QtStackView> {};
+struct AdapterOf : std::type_identity<WidgetControl<Control>> {};
 template <>
 struct AdapterOf<Label> : std::type_identity<QtLabel> {};
 template <>
@@ -29,6 +26,33 @@ template <>
 struct AdapterOf<ImageView> : std::type_identity<QtImageView> {};
 
 }  // namespace
+
+void PanelView::paintEvent(QPaintEvent*) {
+    const Theme& theme = currentTheme();
+    const bool notice = role_ == QLatin1String("notice");
+    QPainter painter(this);
+    drawRounded(painter, QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), panelRadius,
+                notice ? theme.notice : theme.panel,
+                notice ? QPen(theme.noticeBorder, 1) : QPen(Qt::NoPen));
+}
+
+ConstraintSpacer::ConstraintSpacer(QWidget* parent) : QWidget(parent) {
+    applyHeight();
+}
+
+void ConstraintSpacer::setDistance(int distance) {
+    distance_ = distance;
+    applyHeight();
+}
+
+void ConstraintSpacer::setPriority(int priority) {
+    priority_ = priority;
+    applyHeight();
+}
+
+void ConstraintSpacer::applyHeight() {
+    setFixedHeight(priority_ >= layoutPriorityDefaultHigh ? distance_ : 0);
+}
 
 std::vector<std::unique_ptr<View>> connectOutlets(const QWidget& form, PromptView& view) {
     std::vector<std::unique_ptr<View>> controls;

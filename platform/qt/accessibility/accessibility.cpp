@@ -1,6 +1,4 @@
-#include "platform/qt/accessibility/announcer.h"
-
-#include "platform/qt/accessibility/accessible_factory.h"
+#include "platform/qt/accessibility/accessibility.h"
 
 namespace velunor {
 

@@ -2,6 +2,7 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QWidget>
 
 namespace velunor {
 
@@ -23,6 +24,18 @@ template <QAccessible::Role ownRole>
 class AccessibleOfRole final : public QAccessibleWidget {
   public:
     explicit AccessibleOfRole(QWidget* widget) : QAccessibleWidget(widget, ownRole) {}
+};
+
+/// Speaks to assistive technologies without moving the focus: an invisible part of a window that
+/// they meet as a notification. Main thread only.
+class Announcer final : public QWidget {
+    Q_OBJECT
+
+  public:
+    explicit Announcer(QWidget* window);
+
+    /// Says `text` once, and has it as its name from then on; nothing when it is empty.
+    void announce(const QString& text);
 };
 
 }  // namespace velunor

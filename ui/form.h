@@ -2,8 +2,10 @@
 
 #include <QString>
 #include <QWidget>
+#include <memory>
+#include <vector>
 
-#include "platform/controls.h"
+#include "window/prompt_view.h"
 
 namespace velunor {
 
@@ -14,7 +16,7 @@ class PanelView final : public QWidget {
     Q_PROPERTY(QString panelRole MEMBER role_)
 
   public:
-    explicit PanelView(QWidget* parent = nullptr) : QWidget(parent) {}
+    using QWidget::QWidget;
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -47,5 +49,11 @@ class ConstraintSpacer final : public QWidget, public LayoutConstraint {
     int distance_ = 0;
     int priority_ = layoutPriorityDefaultHigh;
 };
+
+/// Connects every outlet of `view` to the object of its name in `form`, and collects the form's
+/// constraints. The controls that come back are what the outlets refer to; keep them as long as
+/// `form`. Main thread only.
+[[nodiscard]] std::vector<std::unique_ptr<View>> connectOutlets(const QWidget& form,
+                                                                PromptView& view);
 
 }  // namespace velunor
