@@ -96,7 +96,12 @@ struct PlainSecureField : PlainControl<SecureField> {
 };
 
 struct PlainButton : PlainControl<Button> {
-    void setTitle(std::string_view text) override { text_ = text; }
+    void setTitle(std::string_view text) override {
+        text_ = text;
+        if (widthOfALetter) {
+            rect.size.width = *widthOfALetter * static_cast<double>(text.size());
+        }
+    }
     [[nodiscard]] std::string title() const override { return shownInstead.value_or(text_); }
     void setTranslatesAutoresizingMask(bool value) override { translates = value; }
     void activateWidthConstraint(double value) override { width = value; }
@@ -104,6 +109,8 @@ struct PlainButton : PlainControl<Button> {
     bool translates = true;
     std::optional<double> width;
     std::optional<std::string> shownInstead;
+    /// Set for a button that grows with its title.
+    std::optional<double> widthOfALetter;
 
   private:
     std::string text_;

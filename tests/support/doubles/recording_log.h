@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -13,6 +14,9 @@ namespace velunor::testing {
 class RecordingLog : public SystemLog {
   public:
     void write(std::string_view message) override {
+        if (atLine) {
+            atLine(message);
+        }
         const std::scoped_lock lock(mutex_);
         lines_.emplace_back(message);
     }
@@ -21,6 +25,9 @@ class RecordingLog : public SystemLog {
         const std::scoped_lock lock(mutex_);
         return lines_;
     }
+
+    /// Called before a line is kept, to look at what is there at that moment.
+    std::function<void(std::string_view)> atLine;
 
   private:
     mutable std::mutex mutex_;

@@ -69,6 +69,7 @@ ImagePointer FakeImageReader::clippedToRoundedRectangle(const ImagePointer& /*im
 
 Expected<PropertyListValue> ScriptedPropertyLists::parse(
     std::span<const std::byte> /*bytes*/) const {
+    ++parses;
     return result;
 }
 

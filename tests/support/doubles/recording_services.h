@@ -82,6 +82,7 @@ struct ScriptedPropertyLists : PropertyListReader {
     [[nodiscard]] Expected<PropertyListValue> parse(
         std::span<const std::byte> bytes) const override;
     Expected<PropertyListValue> result = Error{"not set"};
+    mutable int parses = 0;
 };
 
 /// Counts as the test says, or one character a byte.

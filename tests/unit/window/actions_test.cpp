@@ -28,6 +28,8 @@ class ActionsTest : public PromptFixture {
     }
 };
 
+using ActionsDeathTest = ActionsTest;
+
 TEST_F(ActionsTest, UpdateNowWithoutCredentialsProceedsAndReadsNoField) {
     open("OSUpdate", "false");
     controls.userNameTextField.value = "alice";
@@ -184,6 +186,34 @@ TEST_F(ActionsTest, FieldsAreReadAfreshForTheCheckAndForTheAnswer) {
     EXPECT_EQ(pressUpdateNow(), 0);
     EXPECT_EQ(controls.userNameTextField.reads, 3);
     EXPECT_EQ(controls.passwordTextFiled.reads, 2);
+}
+
+TEST_F(ActionsDeathTest, UpdateNowWithoutAUserNameFieldIsAFatalStop) {
+    view.outlets.userNameTextField.connect(nullptr);
+    // The set-up needs the field too; it gets as far as having read the input.
+    struct Enough {};
+    log.atLine = [](std::string_view line) {
+        if (line.starts_with("Title : ")) {
+            throw Enough();
+        }
+    };
+    EXPECT_THROW(open("OSUpdateWithCred"), Enough);
+    ASSERT_TRUE(controller->promptData().has_value());
+    EXPECT_EXIT(controller->updateNow(), ::testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST_F(ActionsDeathTest, UpdateNowWithoutAPasswordFieldIsAFatalStop) {
+    view.outlets.passwordTextFiled.connect(nullptr);
+    openWithCredentials("alice", "");
+    EXPECT_EXIT(controller->updateNow(), ::testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST_F(ActionsTest, UserWithoutATokenIsRefusedBeforeThePasswordFieldIsNeeded) {
+    childProcess.outputForUser["bob"] = "DISABLED";
+    view.outlets.passwordTextFiled.connect(nullptr);
+    openWithCredentials("bob", "");
+    EXPECT_EQ(pressUpdateNow(), -1);
+    EXPECT_EQ(log.lines().back(), "Secure Token not enabled for bob");
 }
 
 TEST_F(ActionsTest, PostponeIsSentWithoutAttemptsLeftToo) {

@@ -124,6 +124,41 @@ TEST_F(CountdownTest, TimeOutNamesTheUserWithoutASecureToken) {
     EXPECT_EQ(sentJson(), R"({"postponse":{"userName":"bob"}})");
 }
 
+TEST_F(CountdownTest, TimeOutNamesTheUserWhomUpdateNowFoundWithoutASecureToken) {
+    childProcess.outputForUser["bob"] = "DISABLED\n";
+    open("OSUpdateWithCred", "true", "1");
+    controls.userNameTextField.value = "bob";
+    EXPECT_EQ(exitStatusOf([this] { controller->updateNow(); }), -1);
+    controls.userNameTextField.value = "carol";
+    EXPECT_EQ(runOut(60s), 0);
+    EXPECT_THAT(linesSinceOpening(),
+                ::testing::Contains("Sending Data to as postpone with disabled user bob"));
+    EXPECT_EQ(sentJson(), R"({"postponse":{"userName":"bob"}})");
+    EXPECT_THAT(endingEntry(),
+                ::testing::StartsWith("\t\tpostpone - bob\t\tTime ran out - Postponing\t\t"));
+}
+
+TEST_F(CountdownTest, TimeOutWithoutCredentialsNamesTheConsoleUserWithoutASecureToken) {
+    childProcess.otherwise = "DISABLED\n";
+    consoleUsers.identifier = 1000;
+    consoleUsers.entry = PasswordEntry{"dora"};
+    open("OSUpdate", "false", "0");
+    EXPECT_EQ(runOut(1s), 0);
+    EXPECT_EQ(sentJson(), R"({"postponse":{"userName":"dora"}})");
+}
+
+TEST_F(CountdownTest, AbsentInputPostponesForTheRememberedUser) {
+    childProcess.otherwise = "DISABLED\n";
+    makeController({});
+    controls.userNameTextField.value = "bob";
+    controller->controlTextDidEndEditing();
+    EXPECT_EQ(exitStatusOf([&] { controller->timerFired(); }), 0);
+    EXPECT_EQ(sentJson(), R"({"postponse":{"userName":"bob"}})");
+    EXPECT_THAT(
+        endingEntry(),
+        ::testing::StartsWith("\t\tpostpone - bob\t\tTime ran out - Postponing due to Issue\t\t"));
+}
+
 TEST_F(CountdownTest, TypedTextsNeverReachATimedOutAnswer) {
     open("OSUpdateWithCred", "true", "0");
     controls.userNameTextField.value = "carol";

@@ -129,7 +129,8 @@ TEST_P(OtherFlagTest, IsNotRebranded) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Rebranding, OtherFlagTest,
-                         ::testing::Values("true", "True", "YES", "TRUE ", " TRUE", ""));
+                         ::testing::Values("true", "True", "YES", "TRUE ", " TRUE", "TRUEx", "TRU",
+                                           ""));
 
 TEST_F(RebrandingTest, RecordKeepsBothTexts) {
     directory.write("rebrand.plist", "content");
@@ -141,6 +142,23 @@ TEST_F(RebrandingTest, RecordKeepsBothTexts) {
     EXPECT_EQ(record->isRebranded, "x");
     EXPECT_FALSE(record->productName.has_value());
     EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(RebrandingTest, FilesAreNotReadAgainWhileThePromptIsShown) {
+    putLogo();
+    directory.write("rebrand.plist", "content");
+    propertyLists.result = PropertyListValue{
+        PropertyListDictionary{{"IS_REBRANDED", {"TRUE"}}, {"PRODUCT_NAME", {"Acme"}}}};
+    open();
+    const int parsesAtTheStart = propertyLists.parses;
+    const auto askedAtTheStart = images.askedPaths;
+    propertyLists.result = PropertyListValue{
+        PropertyListDictionary{{"IS_REBRANDED", {"TRUE"}}, {"PRODUCT_NAME", {"Later"}}}};
+    controller->viewDidAppear();
+    runLoop.advance(std::chrono::minutes(2));
+    EXPECT_EQ(propertyLists.parses, parsesAtTheStart);
+    EXPECT_EQ(images.askedPaths, askedAtTheStart);
+    EXPECT_EQ(controls.productNameLabel.stringValue(), "Acme");
 }
 
 TEST_F(RebrandingDeathTest, NameWithoutALabelIsAFatalStop) {

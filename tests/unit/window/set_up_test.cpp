@@ -71,6 +71,20 @@ TEST_F(SetUpDeathTest, TimerThatOverflowsSecondsIsAFatalStop) {
                 "");
 }
 
+TEST_F(SetUpTest, LongestTimersThatSecondsCanHoldAreTaken) {
+    open("OSUpdate", "true", "153722867280912930");
+    EXPECT_EQ(controller->remainingTimeInSecond(), 9'223'372'036'854'775'800);
+    open("OSUpdate", "true", "-153722867280912930");
+    EXPECT_EQ(controller->remainingTimeInSecond(), -9'223'372'036'854'775'800);
+}
+
+TEST_F(SetUpDeathTest, TimerOneMinuteBeyondWhatSecondsCanHoldIsAFatalStop) {
+    EXPECT_EXIT(open("OSUpdate", "true", "153722867280912931"), ::testing::KilledBySignal(SIGABRT),
+                "");
+    EXPECT_EXIT(open("OSUpdate", "true", "-153722867280912931"), ::testing::KilledBySignal(SIGABRT),
+                "");
+}
+
 TEST_F(SetUpTest, CountOfZeroHidesTheAttemptsLabelAndLogsNoCount) {
     open("OSUpdate", "true", "15", "false", "0");
     EXPECT_TRUE(controls.postponeAttemptsRemainingLabel.hidden);
@@ -114,7 +128,20 @@ TEST_F(SetUpTest, PostponingByDefaultShowsThePostponeText) {
     EXPECT_EQ(controller->timerInfoMessage(), "Postpone in %s:%s.");
 }
 
-TEST_F(SetUpDeathTest, MissingCountdownTemplateIsAFatalStop) {
+TEST_F(SetUpDeathTest, MissingAutomaticInstallTextIsAFatalStop) {
+    agent().texts.erase("tarn.agent.msghand.automatic_install_text");
+    globals.i18nDefault.loadI18NPropertyFile();
+    EXPECT_EXIT(open("OSUpdate", "true"), ::testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST_F(SetUpTest, CountdownTextThatIsNotChosenMayBeMissing) {
+    agent().texts.erase("tarn.agent.msghand.automatic_install_text");
+    globals.i18nDefault.loadI18NPropertyFile();
+    open("OSUpdate", "false");
+    EXPECT_EQ(controller->timerInfoMessage(), "Postpone in %s:%s.");
+}
+
+TEST_F(SetUpDeathTest, MissingAutomaticPostponeTextIsAFatalStop) {
     agent().texts.erase("tarn.agent.msghand.automatic_postpone_text");
     globals.i18nDefault.loadI18NPropertyFile();
     EXPECT_EXIT(open("OSUpdate", "false"), ::testing::KilledBySignal(SIGABRT), "");
@@ -157,6 +184,12 @@ TEST_F(SetUpTest, UpdateButtonKeepsItsWidthPlusTen) {
     open();
     EXPECT_FALSE(controls.updateNowButton.translates);
     EXPECT_EQ(controls.updateNowButton.width, 122);
+}
+
+TEST_F(SetUpTest, UpdateButtonIsMeasuredWithItsLocalisedCaption) {
+    controls.updateNowButton.widthOfALetter = 7;
+    open();
+    EXPECT_EQ(controls.updateNowButton.width, 7 * std::string_view("Update caption").size() + 10);
 }
 
 TEST_F(SetUpTest, EndOfEditingOfTheUserNameReachesTheController) {

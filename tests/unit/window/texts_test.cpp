@@ -55,13 +55,22 @@ TEST_F(TextsTest, FormatSignsInACaptionAreLiteral) {
     EXPECT_THAT(log.lines(), Contains("Update Now Button : Do %s & %1$d 100%"));
 }
 
-TEST_F(TextsTest, LinesShowWhatTheControlsHold) {
-    controls.titleLabel.shownInstead = "trimmed title";
-    controls.postponeButton.shownInstead = "trimmed caption";
+TEST_F(TextsTest, EachOfTheSevenLinesShowsWhatItsControlHolds) {
+    controls.titleLabel.shownInstead = "shown title";
+    controls.messageLabel.shownInstead = "shown message";
+    controls.credentailsInfoTextLabel.shownInstead = "shown hint";
+    controls.unsupportedUserCredentailInfoTextLabel.shownInstead = "shown notice";
+    controls.postponeButton.shownInstead = "shown postpone";
+    controls.updateNowButton.shownInstead = "shown update";
+    controls.usernameChangeButton.shownInstead = "shown change";
     makeController({});
     controller->setLocalizationText();
-    EXPECT_THAT(log.lines(), Contains("Title : trimmed title"));
-    EXPECT_THAT(log.lines(), Contains("Postpone Button : trimmed caption"));
+    EXPECT_THAT(
+        log.lines(),
+        ElementsAre("Title : shown title", "Message : shown message",
+                    "Credentails Info : shown hint", "Unspported Credentails Info : shown notice",
+                    "Postpone Button : shown postpone", "Update Now Button : shown update",
+                    "Username Change Button : shown change"));
 }
 
 class MissingCaptionDeathTest : public TextsTest,
@@ -160,6 +169,30 @@ TEST_F(TextsTest, TopLevelTextGivesNoData) {
 TEST_F(TextsTest, DictionaryWithOtherKeyTypesGivesNoData) {
     customise(PropertyListValue{PropertyListForeignDictionary{}});
     EXPECT_THAT(log.lines(), ElementsAre("AutoRebootMessages Not able to get data"));
+}
+
+TEST_F(TextsTest, FileThatChangesWhileThePromptIsShownHasNoEffect) {
+    directory.write("AutoRebootMessages.plist", "content");
+    propertyLists.result = dictionary({{"title", {"T"}}, {"info", {"I"}}});
+    open();
+    const int parsesAtTheStart = propertyLists.parses;
+    propertyLists.result = dictionary({{"title", {"later"}}, {"info", {"later"}}});
+    controller->viewDidAppear();
+    runLoop.advance(std::chrono::minutes(2));
+    controls.userNameTextField.editingEnded();
+    controller->changeUserName();
+    EXPECT_EQ(propertyLists.parses, parsesAtTheStart);
+    EXPECT_EQ(controls.titleLabel.stringValue(), "T");
+    EXPECT_EQ(controls.messageLabel.stringValue(), "I");
+}
+
+TEST_F(TextsTest, FileThatComesWhileThePromptIsShownHasNoEffect) {
+    open();
+    directory.write("AutoRebootMessages.plist", "content");
+    directory.write("rebrand.plist", "content");
+    controller->viewDidAppear();
+    runLoop.advance(std::chrono::minutes(2));
+    EXPECT_EQ(propertyLists.parses, 0);
 }
 
 TEST_F(TextsDeathTest, AdministratorsTitleWithoutALabelIsAFatalStop) {
