@@ -1,7 +1,10 @@
 // The checker with PAM modules that do more than tell whether a password is right.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -88,6 +91,13 @@ TEST(PamModules, PasswordThatMustBeChangedIsARefusal) {
               "refused 12 Authentication token is no longer valid; new one required\n1");
 }
 
+TEST(PamModules, AccountIsJudgedAfterThePassword) {
+    // Whoever does not know the password learns nothing about the account.
+    EXPECT_EQ(withPam(stackOf("accept", "must-change"),
+                      [] { return checkerAnswer(requestFor("alice", "wrong")); }),
+              "refused 7 Authentication failure\n1");
+}
+
 TEST(PamModules, MissingModuleIsARefusal) {
     EXPECT_NE(withPam("auth required /nonexistent.so\naccount required /nonexistent.so\n",
                       [] { return checkerAnswer(requestFor("alice", "right")); }),
@@ -103,10 +113,22 @@ TEST(PamModules, ServiceThatPamDoesNotKnowIsARefusal) {
               accepted);
 }
 
+/// Gives the process a controlling terminal, to which a module could turn behind the program's
+/// back.
+void takeTerminal() {
+    setsid();
+    const int terminal = posix_openpt(O_RDWR | O_CLOEXEC);
+    if (unlockpt(terminal) != 0 || ioctl(terminal, TIOCGPTPEER, O_RDWR | O_CLOEXEC) < 0 ||
+        open("/dev/tty", O_RDWR | O_CLOEXEC) < 0) {
+        std::abort();
+    }
+}
+
 TEST(PamModules, NothingOfTheCallersReachesThem) {
     const std::string answer = withPam(stackOf("inspect"), [] {
         setenv("HOME", "/home/alice", 1);
         umask(0);
+        takeTerminal();
         std::ifstream kept("/dev/zero");
         sigset_t all;
         sigfillset(&all);
