@@ -1,5 +1,6 @@
 #include "tests/support/private_bus.h"
 
+#include <cstdlib>
 #include <stdexcept>
 
 #include "tests/support/files.h"
@@ -66,6 +67,21 @@ PrivateBus::PrivateBus(const std::filesystem::path& directory, const BusSetup& s
 
 std::string PrivateBus::addressIn(const std::filesystem::path& directory) {
     return "unix:path=" + (directory / "bus").string();
+}
+
+int PrivateBus::clientCount() const {
+    const BusConnection connection = connectToBus(address_);
+    char** names = nullptr;
+    if (sd_bus_list_names(connection.get(), &names, nullptr) < 0) {
+        return -1;
+    }
+    int count = -1;
+    for (char** name = names; *name != nullptr; ++name) {
+        count += **name == ':' ? 1 : 0;
+        std::free(*name);
+    }
+    std::free(names);
+    return count;
 }
 
 bool PrivateBus::hasName(const std::string& name) const {

@@ -53,6 +53,9 @@ class PrivateBus {
     /// Whether somebody on the bus has the name, be it a unique one.
     [[nodiscard]] bool hasName(const std::string& name) const;
 
+    /// How many clients the bus has beside the one that asks.
+    [[nodiscard]] int clientCount() const;
+
     /// Ends the bus.
     void stop() { daemon_.reset(); }
 

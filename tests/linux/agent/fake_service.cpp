@@ -1,7 +1,7 @@
 // Usage: agent_fake_service ADDRESS MODE USER
 // Owns the agent service's name on the bus at ADDRESS, as the numeric USER or, with "own", as the
 // user who started it. Prints "ready", then each request as key, blank, message in hexadecimal
-// digits, and treats it as MODE says.
+// digits, and treats it as MODE says. With "destination", whom it is addressed to comes before it.
 
 #include <unistd.h>
 
@@ -48,6 +48,9 @@ int handle(sd_bus_message* message, void* self, sd_bus_error* error) {
         return 0;
     }
     auto& service = *static_cast<Service*>(self);
+    if (service.mode == "destination" && !print(sd_bus_message_get_destination(message))) {
+        return sd_bus_error_set(error, SD_BUS_ERROR_FAILED, "no output");
+    }
     const char* key = nullptr;
     const void* bytes = nullptr;
     std::size_t size = 0;
@@ -56,7 +59,7 @@ int handle(sd_bus_message* message, void* self, sd_bus_error* error) {
         !print(requestLine(key, static_cast<const unsigned char*>(bytes), size))) {
         return sd_bus_error_set(error, SD_BUS_ERROR_FAILED, "unreadable request");
     }
-    if (service.mode == "answer") {
+    if (service.mode == "answer" || service.mode == "destination") {
         return sd_bus_reply_method_return(message, "s", "status noted: \u00e4/\"");
     }
     if (service.mode == "refuse") {

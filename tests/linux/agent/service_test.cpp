@@ -14,6 +14,7 @@
 
 #include "agent/ltarnutils.h"
 #include "tests/linux/agent/agent_files.h"
+#include "tests/support/memory_search.h"
 
 namespace velunor::testing {
 namespace {
@@ -118,6 +119,29 @@ TEST_F(AgentConnectionOnSessionBus, EveryByteArrives) {
     ASSERT_TRUE(send(bytes));
     ASSERT_TRUE(waitForReply()) << libraryLog();
     EXPECT_THAT(service.requests(), ElementsAre(statusKey + (" " + hexadecimal(bytes))));
+}
+
+TEST_F(AgentConnectionOnSessionBus, MessageGoesToTheOwnerThatWasCheckedWhoeverHasTheNameByThen) {
+    const FakeService& service = startService("destination");
+    ASSERT_TRUE(send("{}"));
+    ASSERT_TRUE(waitForReply()) << libraryLog();
+    EXPECT_THAT(service.requests(),
+                ElementsAre(::testing::StartsWith(":"), statusKey + (" " + hexadecimal("{}"))));
+}
+
+TEST_F(AgentConnectionOnSessionBus, MessageIsNowhereInTheMemoryAfterTheReply) {
+    startService("answer");
+    const Needle needle;
+    const int before = bus().clientCount();
+    const auto service = AgentServiceConnection().getService();
+    ASSERT_NE(service, nullptr);
+    const auto replied = std::make_shared<std::atomic<bool>>(false);
+    service->replyDataBlockForKey(statusKey, needle.password(),
+                                  [replied](const std::string&) { *replied = true; });
+    ASSERT_TRUE(eventually([&] { return replied->load(); })) << libraryLog();
+    // The library's thread lets its connection go at its end.
+    ASSERT_TRUE(eventually([&] { return bus().clientCount() == before; }));
+    EXPECT_EQ(occurrencesOf(needle), 0);
 }
 
 TEST_F(AgentConnectionOnSessionBus, ReplyComesOnAThreadOfTheLibrary) {

@@ -99,6 +99,7 @@ std::optional<std::string> I18NUtility::getValueForKeyString(std::string_view ke
 }
 
 std::shared_ptr<AgentService> AgentServiceConnection::getService() const {
+    ++agent().services;
     if (agent().service == testing::AgentRecording::Service::absent) {
         return nullptr;
     }

@@ -26,6 +26,8 @@ struct AgentRecording {
     int localisationStatus = 0;
     std::map<std::string, std::string, std::less<>> texts;
     Service service = Service::replies;
+    /// How often the service was asked for.
+    int services = 0;
     std::string reply = "OK";
     /// Requests as key and message.
     std::vector<std::pair<std::string, std::string>> requests;

@@ -34,7 +34,7 @@ struct Request {
 /// An agent service on a private bus, on a thread of its own.
 class TestAgentService {
   public:
-    static constexpr std::chrono::milliseconds lateness{2500};
+    static constexpr std::chrono::milliseconds lateness{5500};
     /// The reply to every request that gets one.
     static constexpr const char* replyText = "status noted";
 

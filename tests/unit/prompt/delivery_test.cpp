@@ -37,6 +37,7 @@ TEST_F(DeliveryTest, HandsTheJsonOverUnderItsKeyAndLogsTheReply) {
     EXPECT_EQ(agent().requests.front().first, "PatchOSUpdateNotificationStatus");
     EXPECT_EQ(agent().requests.front().second, R"({"postponse":{"userName":"bob"}})");
     EXPECT_THAT(log.lines(), ElementsAre("Reply Received any text"));
+    EXPECT_EQ(agent().services, 1);
 }
 
 TEST_F(DeliveryTest, ReplyEndsTheWaitAtOnce) {
@@ -48,6 +49,7 @@ TEST_F(DeliveryTest, AbsentServiceIsWaitedForSilently) {
     EXPECT_GE(deliver({Proceed{}}, 50ms), 50ms);
     EXPECT_THAT(log.lines(), IsEmpty());
     EXPECT_THAT(agent().requests, IsEmpty());
+    EXPECT_EQ(agent().services, 1);
 }
 
 TEST_F(DeliveryTest, SilentServiceIsWaitedForAndNothingIsLogged) {
