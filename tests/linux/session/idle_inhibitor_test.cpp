@@ -1,21 +1,16 @@
 #include "platform/linux/session/idle_inhibitor.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdlib>
 #include <mutex>
-#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "tests/linux/session/bus_service.h"
+#include "tests/support/bus_service.h"
 #include "tests/support/doubles/recording_log.h"
+#include "tests/support/login_manager.h"
 #include "tests/support/wait.h"
 
 namespace velunor {
@@ -23,109 +18,14 @@ namespace {
 
 using testing::BusService;
 using testing::eventually;
+using testing::LoginManager;
+using testing::loginManagerPlace;
 using testing::PrivateBus;
 using testing::RecordingLog;
 
-constexpr BusService::Place loginManagerPlace{"org.freedesktop.login1", "/org/freedesktop/login1",
-                                              "org.freedesktop.login1.Manager"};
 constexpr BusService::Place portalPlace{"org.freedesktop.portal.Desktop",
                                         "/org/freedesktop/portal/desktop",
                                         "org.freedesktop.portal.Inhibit"};
-
-/// A login manager that grants inhibitor locks the way the real one does: as one end of a pipe
-/// whose other end it watches.
-class LoginManager {
-  public:
-    explicit LoginManager(const PrivateBus& bus, bool answers = true)
-        : answers_(answers), service_(std::in_place, bus, loginManagerPlace, vtable, this, [this] {
-              answerPending();
-          }) {}
-    LoginManager(const LoginManager&) = delete;
-    LoginManager& operator=(const LoginManager&) = delete;
-    ~LoginManager() {
-        service_.reset();
-        for (sd_bus_message* message : pending_) {
-            sd_bus_message_unref(message);
-        }
-        for (const int end : watched_) {
-            close(end);
-        }
-    }
-
-    /// Answers all calls from now on, those that wait included.
-    void beginAnswering() {
-        const std::lock_guard guard(mutex_);
-        answers_ = true;
-    }
-
-    std::vector<std::string> calls() {
-        const std::lock_guard guard(mutex_);
-        return calls_;
-    }
-
-    /// Locks that were granted and are not given back.
-    int heldLocks() {
-        const std::lock_guard guard(mutex_);
-        int held = 0;
-        for (const int end : watched_) {
-            pollfd state{end, POLLIN, 0};
-            held += poll(&state, 1, 0) == 0 ? 1 : 0;
-        }
-        return held;
-    }
-
-    std::size_t grantedLocks() {
-        const std::lock_guard guard(mutex_);
-        return watched_.size();
-    }
-
-  private:
-    static int inhibit(sd_bus_message* message, void* owner, sd_bus_error* /*error*/) {
-        const char* what = nullptr;
-        const char* who = nullptr;
-        const char* why = nullptr;
-        const char* mode = nullptr;
-        sd_bus_message_read(message, "ssss", &what, &who, &why, &mode);
-        auto& self = *static_cast<LoginManager*>(owner);
-        const std::lock_guard guard(self.mutex_);
-        self.calls_.push_back(std::string(what) + "|" + who + "|" + why + "|" + mode);
-        self.pending_.push_back(sd_bus_message_ref(message));
-        return 1;
-    }
-
-    void answerPending() {
-        const std::lock_guard guard(mutex_);
-        if (!answers_) {
-            return;
-        }
-        for (sd_bus_message* message : pending_) {
-            std::array<int, 2> ends{};
-            EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-            sd_bus_reply_method_return(message, "h", ends[1]);
-            sd_bus_message_unref(message);
-            close(ends[1]);
-            watched_.push_back(ends[0]);
-        }
-        pending_.clear();
-    }
-
-    static const std::array<sd_bus_vtable, 3> table;
-    static const sd_bus_vtable* const vtable;
-
-    std::mutex mutex_;
-    bool answers_;
-    std::vector<std::string> calls_;
-    std::vector<sd_bus_message*> pending_;
-    std::vector<int> watched_;
-    std::optional<BusService> service_;
-};
-
-const std::array<sd_bus_vtable, 3> LoginManager::table{
-    sd_bus_vtable SD_BUS_VTABLE_START(0),
-    sd_bus_vtable SD_BUS_METHOD("Inhibit", "ssss", "h", LoginManager::inhibit,
-                                SD_BUS_VTABLE_UNPRIVILEGED),
-    sd_bus_vtable SD_BUS_VTABLE_END};
-const sd_bus_vtable* const LoginManager::vtable = table.data();
 
 /// A desktop portal: its inhibition lasts as long as the caller stays on the bus.
 class Portal {

@@ -1,4 +1,4 @@
-#include "tests/linux/session/bus_service.h"
+#include "tests/support/bus_service.h"
 
 #include <gtest/gtest.h>
 
