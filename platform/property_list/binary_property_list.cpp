@@ -1,18 +1,18 @@
-#include "platform/property_list/binary_property_list.h"
-
 #include <bit>
 #include <cstdint>
-#include <optional>
-#include <string_view>
+#include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
-#include "platform/property_list/property_list_limits.h"
+#include "platform/property_list/property_list_forms.h"
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
+
+/// Most bytes in texts and data, shared ones counted each time they are referred to.
+constexpr std::uint64_t mostContent = std::uint64_t{32} * 1024 * 1024;
 
 /// The upper half of an object's first byte.
 enum Kind : std::uint8_t {
@@ -31,7 +31,7 @@ enum Kind : std::uint8_t {
 /// Walks from the top object to all that it holds. The first objection ends the walk.
 class BinaryReader {
   public:
-    explicit BinaryReader(std::span<const std::byte> bytes) : bytes_(bytes) {}
+    explicit BinaryReader(std::string_view bytes) : bytes_(bytes) {}
 
     Expected<PropertyListValue> run() {
         constexpr std::string_view header = "bplist00";
@@ -40,7 +40,7 @@ class BinaryReader {
         if (bytes_.size() < headerSize + trailerSize) {
             return Error{"Binary property list is too short"};
         }
-        if (bytesAt({0, headerSize}) != header) {
+        if (!bytes_.starts_with(header)) {
             return Error{"Binary property list is of an unknown version"};
         }
         const std::size_t trailer = bytes_.size() - trailerSize;
@@ -82,7 +82,7 @@ class BinaryReader {
     }
 
     [[nodiscard]] std::uint8_t byteAt(std::size_t position) const {
-        return std::to_integer<std::uint8_t>(bytes_[position]);
+        return static_cast<std::uint8_t>(bytes_[position]);
     }
 
     [[nodiscard]] std::uint64_t numberAt(std::size_t position, std::size_t size) const {
@@ -91,10 +91,6 @@ class BinaryReader {
             value = (value << 8U) | byteAt(position + index);
         }
         return value;
-    }
-
-    [[nodiscard]] std::string_view bytesAt(const Extent& extent) const {
-        return {reinterpret_cast<const char*>(bytes_.data()) + extent.position, extent.count};
     }
 
     /// Where an object's content begins and how many elements of `unit` bytes it has; none when it
@@ -118,7 +114,7 @@ class BinaryReader {
         return extent;
     }
 
-    Value read(std::uint64_t index, int depth) {
+    Value read(std::uint64_t index, std::size_t depth) {
         const std::uint64_t position =
             index < objectCount_ ? numberAt(offsetTable_ + index * offsetSize_, offsetSize_)
                                  : offsetTable_;
@@ -145,7 +141,7 @@ class BinaryReader {
         return value;
     }
 
-    Value readArray(std::uint64_t position, int depth) {
+    Value readArray(std::uint64_t position, std::size_t depth) {
         const auto extent = extentAt(position, referenceSize_);
         if (!extent) {
             return std::nullopt;
@@ -162,7 +158,7 @@ class BinaryReader {
     }
 
     /// The keys stand before the values. The last of two equal keys counts.
-    Value readDictionary(std::uint64_t position, int depth) {
+    Value readDictionary(std::uint64_t position, std::size_t depth) {
         const auto extent = extentAt(position, referenceSize_ * 2);
         if (!extent) {
             return std::nullopt;
@@ -189,7 +185,7 @@ class BinaryReader {
         return PropertyListValue{std::move(members)};
     }
 
-    Value readElement(const Extent& extent, std::uint64_t element, int depth) {
+    Value readElement(const Extent& extent, std::uint64_t element, std::size_t depth) {
         return read(numberAt(extent.position + element * referenceSize_, referenceSize_),
                     depth + 1);
     }
@@ -203,14 +199,14 @@ class BinaryReader {
         }
         extent->count *= unit;
         content_ += extent->count;
-        if (content_ > mostPropertyListContent) {
+        if (content_ > mostContent) {
             return object("holds too much content");
         }
+        const auto content = bytes_.substr(extent->position, extent->count);
         if (kind == data) {
-            const auto content = bytes_.subspan(extent->position, extent->count);
-            return PropertyListValue{PropertyListData(content.begin(), content.end())};
+            const auto bytes = std::as_bytes(std::span(content));
+            return PropertyListValue{PropertyListData(bytes.begin(), bytes.end())};
         }
-        const auto content = bytesAt(*extent);
         auto value = kind == text ? std::optional(std::string(content))
                                   : utf8FromUtf16(content, std::endian::big);
         if (!value) {
@@ -251,7 +247,7 @@ class BinaryReader {
                             : PropertyListValue{number};
     }
 
-    std::span<const std::byte> bytes_;
+    std::string_view bytes_;
     std::size_t offsetSize_ = 0;
     std::size_t referenceSize_ = 0;
     std::uint64_t objectCount_ = 0;
@@ -267,7 +263,7 @@ class BinaryReader {
 
 }  // namespace
 
-Expected<PropertyListValue> parseBinaryPropertyList(std::span<const std::byte> bytes) {
+Expected<PropertyListValue> parseBinaryPropertyList(std::string_view bytes) {
     return BinaryReader(bytes).run();
 }
 

@@ -1,26 +1,23 @@
-#include "platform/property_list/openstep_property_list.h"
-
+#include <algorithm>
+#include <charconv>
 #include <cstdint>
-#include <optional>
+#include <string>
 #include <utility>
 
-#include "platform/property_list/property_list_limits.h"
+#include "platform/property_list/property_list_forms.h"
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
-constexpr bool isBare(char character) {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-           (character >= '0' && character <= '9') ||
-           std::string_view("_$/:.-").find(character) != std::string_view::npos;
-}
+constexpr std::string_view bareSigns =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_$/:.-";
+constexpr std::string_view blanks = " \t\r\n\v\f";
 
 /// A recursive-descent parser. Each operation consumes what it accepts; the first error stops all.
 class TextParser {
   public:
-    explicit TextParser(std::string_view text) : text_(text) {}
+    explicit TextParser(std::string_view text) : text_(text), rest_(text) {}
 
     Expected<PropertyListValue> whole() {
         if (atEnd()) {
@@ -28,55 +25,54 @@ class TextParser {
         }
         auto value = parseValue(0);
         if (value && !atEnd()) {
-            value = pairsWithoutBraces();
+            // What looked like a text is the first key of pairs without braces.
+            rest_ = text_;
+            value = wrapped(parsePairs(0));
         }
-        if (value && atEnd() && !error_) {
-            return std::move(*value);
+        if (value && !atEnd()) {
+            fail("Unexpected text after the property list");
         }
-        return Error{error_.value_or("Unexpected text after the property list") + " on line " +
-                     std::to_string(line())};
+        if (!error_.empty()) {
+            return Error{error_};
+        }
+        return *std::move(value);
     }
 
   private:
     std::nullopt_t fail(const char* reason) {
-        if (!error_) {
-            error_ = reason;
-            errorPosition_ = position_;
+        if (error_.empty()) {
+            const auto before = text_.substr(0, text_.size() - rest_.size());
+            const auto line = 1 + std::count(before.begin(), before.end(), '\n');
+            error_ = std::string(reason) + " on line " + std::to_string(line);
         }
         return std::nullopt;
     }
 
-    [[nodiscard]] std::size_t line() const {
-        const auto before = text_.substr(0, error_ ? errorPosition_ : position_);
-        std::size_t count = 1;
-        for (const char character : before) {
-            count += character == '\n' ? 1 : 0;
-        }
-        return count;
+    /// The next `count` bytes, or what is left of them.
+    std::string_view take(std::size_t count) {
+        const auto taken = rest_.substr(0, count);
+        rest_.remove_prefix(taken.size());
+        return taken;
     }
 
-    [[nodiscard]] std::string_view rest() const { return text_.substr(position_); }
-
     bool skipThrough(std::string_view terminator) {
-        const auto found = text_.find(terminator, position_);
+        const auto found = rest_.find(terminator);
         const bool isThere = found != std::string_view::npos;
-        position_ = isThere ? found + terminator.size() : text_.size();
+        take(isThere ? found + terminator.size() : found);
         return isThere;
     }
 
     void skipBlanks() {
-        while (position_ < text_.size()) {
-            const auto ahead = rest();
-            if (ahead.starts_with("//")) {
-                static_cast<void>(skipThrough("\n"));
-            } else if (ahead.starts_with("/*")) {
-                position_ += 2;
+        while (!rest_.empty()) {
+            if (rest_.starts_with("//")) {
+                skipThrough("\n");
+            } else if (rest_.starts_with("/*")) {
+                take(2);
                 if (!skipThrough("*/")) {
                     fail("Comment has no end");
                 }
-            } else if (std::string_view(" \t\r\n\v\f").find(ahead.front()) !=
-                       std::string_view::npos) {
-                ++position_;
+            } else if (blanks.find(rest_.front()) != std::string_view::npos) {
+                take(1);
             } else {
                 return;
             }
@@ -85,18 +81,18 @@ class TextParser {
 
     bool atEnd() {
         skipBlanks();
-        return position_ == text_.size();
+        return rest_.empty();
     }
+
+    bool isNext(char character) { return !atEnd() && rest_.front() == character; }
 
     bool accept(char character) {
-        if (atEnd() || text_[position_] != character) {
-            return false;
-        }
-        ++position_;
-        return true;
+        const bool isThere = isNext(character);
+        take(isThere ? 1 : 0);
+        return isThere;
     }
 
-    std::optional<PropertyListValue> parseValue(int depth) {
+    std::optional<PropertyListValue> parseValue(std::size_t depth) {
         if (atEnd()) {
             return fail("Property list ends too early");
         }
@@ -124,13 +120,13 @@ class TextParser {
 
     template <class Content>
     static std::optional<PropertyListValue> wrapped(std::optional<Content> content) {
-        return content ? std::optional(PropertyListValue{std::move(*content)}) : std::nullopt;
+        return content ? std::optional(PropertyListValue{*std::move(content)}) : std::nullopt;
     }
 
     /// key = value; pairs up to a closing brace or the end.
-    std::optional<PropertyListDictionary> parsePairs(int depth) {
+    std::optional<PropertyListDictionary> parsePairs(std::size_t depth) {
         PropertyListDictionary members;
-        while (!atEnd() && text_[position_] != '}') {
+        while (!atEnd() && !isNext('}')) {
             auto key = parseText();
             if (!key) {
                 return std::nullopt;
@@ -145,28 +141,23 @@ class TextParser {
             if (!value) {
                 return std::nullopt;
             }
-            members.insert_or_assign(std::move(*key), std::move(*value));
-            if (!accept(';') && !(atEnd() || text_[position_] == '}')) {
+            members.insert_or_assign(*std::move(key), *std::move(value));
+            if (!accept(';') && !atEnd() && !isNext('}')) {
                 return fail("Expected ;");
             }
         }
         return members;
     }
 
-    std::optional<PropertyListValue> pairsWithoutBraces() {
-        position_ = 0;
-        return wrapped(parsePairs(0));
-    }
-
-    std::optional<PropertyListValue> parseArray(int depth) {
+    std::optional<PropertyListValue> parseArray(std::size_t depth) {
         PropertyListArray elements;
         while (!accept(')')) {
             auto element = parseValue(depth + 1);
             if (!element) {
                 return std::nullopt;
             }
-            elements.push_back(std::move(*element));
-            if (!accept(',') && (atEnd() || text_[position_] != ')')) {
+            elements.push_back(*std::move(element));
+            if (!accept(',') && !isNext(')')) {
                 return fail("Expected , or )");
             }
         }
@@ -176,25 +167,17 @@ class TextParser {
     std::optional<PropertyListValue> parseData() {
         PropertyListData data;
         while (!accept('>')) {
-            const auto high = hexDigit();
-            const auto low = high ? hexDigit() : std::nullopt;
-            if (!low) {
+            const auto digits = rest_.substr(0, 2);
+            std::uint8_t byte = 0;
+            const char* end = digits.data() + digits.size();
+            const auto [stop, error] = std::from_chars(digits.data(), end, byte, 16);
+            if (digits.size() < 2 || stop != end) {
                 return fail("Expected pairs of hexadecimal digits");
             }
-            data.push_back(static_cast<std::byte>(*high * 16 + *low));
+            take(2);
+            data.push_back(std::byte{byte});
         }
         return PropertyListValue{std::move(data)};
-    }
-
-    std::optional<std::uint32_t> hexDigit() {
-        constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
-        const auto found =
-            position_ < text_.size() ? digits.find(text_[position_]) : std::string_view::npos;
-        if (found == std::string_view::npos) {
-            return std::nullopt;
-        }
-        ++position_;
-        return static_cast<std::uint32_t>(found % 16);
     }
 
     std::optional<std::string> parseText() {
@@ -203,20 +186,17 @@ class TextParser {
                 return parseQuoted(quote);
             }
         }
-        std::string text;
-        while (position_ < text_.size() && isBare(text_[position_])) {
-            text += text_[position_++];
-        }
+        const auto text = take(rest_.find_first_not_of(bareSigns));
         if (text.empty()) {
             return fail("Expected a value");
         }
-        return text;
+        return std::string(text);
     }
 
     std::optional<std::string> parseQuoted(char quote) {
         std::string text;
-        while (position_ < text_.size()) {
-            const char character = text_[position_++];
+        while (!rest_.empty()) {
+            const char character = take(1).front();
             if (character == quote) {
                 return text;
             }
@@ -230,53 +210,41 @@ class TextParser {
     }
 
     bool parseEscape(std::string& out) {
-        constexpr std::string_view letters = "abfnrtv\"'\\\n";
-        constexpr std::string_view meanings = "\a\b\f\n\r\t\v\"'\\\n";
-        if (position_ == text_.size()) {
+        constexpr std::string_view letters = "abfnrtv";
+        constexpr std::string_view meanings = "\a\b\f\n\r\t\v";
+        if (rest_.empty()) {
             return false;
         }
-        const char letter = text_[position_];
-        if (letter == 'U' || letter == 'u') {
-            ++position_;
-            return parseUnicodeEscape(out);
-        }
-        if (letter >= '0' && letter <= '7') {
+        if (rest_.front() >= '0' && rest_.front() <= '7') {
             return parseOctalEscape(out);
+        }
+        const char letter = take(1).front();
+        if (letter == 'U' || letter == 'u') {
+            const auto code = takeEscapedCodePoint(rest_, "Uu");
+            out += code ? encodedUtf8(*code) : "";
+            return code.has_value();
         }
         const auto found = letters.find(letter);
         // A sign that needs no escape stands for itself.
         out += found == std::string_view::npos ? letter : meanings[found];
-        ++position_;
         return true;
     }
 
     bool parseOctalEscape(std::string& out) {
-        constexpr char32_t largest = 0xFF;
-        char32_t code = 0;
-        for (int count = 0; count < 3 && position_ < text_.size() && text_[position_] >= '0' &&
-                            text_[position_] <= '7';
-             ++count) {
-            code = code * 8 + static_cast<char32_t>(text_[position_++] - '0');
-        }
+        const auto ahead = rest_.substr(0, 3);
+        std::uint32_t code = 0;
+        const auto [end, error] =
+            std::from_chars(ahead.data(), ahead.data() + ahead.size(), code, 8);
+        take(static_cast<std::size_t>(end - ahead.data()));
         out += encodedUtf8(code);
-        return code <= largest;
-    }
-
-    bool parseUnicodeEscape(std::string& out) {
-        std::string_view ahead = rest();
-        const auto code = takeEscapedCodePoint(ahead, "Uu");
-        position_ = text_.size() - ahead.size();
-        if (code) {
-            out += encodedUtf8(*code);
-        }
-        return code.has_value();
+        return code <= 0xFF;
     }
 
     std::string_view text_;
-    std::size_t position_ = 0;
+    /// What is not consumed yet.
+    std::string_view rest_;
     std::size_t values_ = 0;
-    std::optional<std::string> error_;
-    std::size_t errorPosition_ = 0;
+    std::string error_;
 };
 
 }  // namespace

@@ -6,13 +6,10 @@
 #include <string_view>
 
 #include "platform/file.h"
-#include "platform/property_list/binary_property_list.h"
-#include "platform/property_list/openstep_property_list.h"
-#include "platform/property_list/xml_property_list.h"
+#include "platform/property_list/property_list_forms.h"
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
 /// Whether the text is XML. A lone "<" may also begin the data of the old text form.
@@ -24,7 +21,7 @@ bool isXml(std::string_view text) {
 }
 
 Expected<PropertyListValue> parseText(std::string_view text, XmlEncoding encoding) {
-    const auto start = std::min(text.find_first_not_of(" \t\r\n"), text.size());
+    const auto start = std::min(text.find_first_not_of(xmlBlanks), text.size());
     return isXml(text.substr(start)) ? parseXmlPropertyList(text.substr(start), encoding)
                                      : parseTextPropertyList(text);
 }
@@ -37,7 +34,7 @@ Expected<PropertyListValue> PropertyListFileReader::parse(std::span<const std::b
     }
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (text.starts_with("bplist")) {
-        return parseBinaryPropertyList(bytes);
+        return parseBinaryPropertyList(text);
     }
     if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) {
         const auto converted = utf8FromUtf16(

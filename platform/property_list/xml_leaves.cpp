@@ -1,25 +1,32 @@
-#include "platform/property_list/xml_leaves.h"
-
-#include <array>
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <map>
+#include <string>
 #include <system_error>
 
+#include "platform/property_list/property_list_forms.h"
+
 namespace velunor {
-
 namespace {
-
-constexpr std::string_view blanks = " \t\r\n";
 
 using Value = std::optional<PropertyListValue>;
 
 std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos
-               ? std::string_view()
-               : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    text.remove_suffix(text.size() - (text.find_last_not_of(xmlBlanks) + 1));
+    text.remove_prefix(std::min(text.find_first_not_of(xmlBlanks), text.size()));
+    return text;
+}
+
+/// Takes a sign from the front of `text`; whether it makes a number negative.
+bool takeSign(std::string_view& text) {
+    const bool isNegative = text.starts_with('-');
+    if (isNegative || text.starts_with('+')) {
+        text.remove_prefix(1);
+    }
+    return isNegative;
 }
 
 /// Reads the whole of `text` as a number into `number`: what went wrong, or no error.
@@ -31,10 +38,7 @@ std::errc readNumber(std::string_view text, Number& number, Format... format) {
 }
 
 Value integerIn(std::string_view text) {
-    const bool isNegative = text.starts_with('-');
-    if (isNegative || text.starts_with('+')) {
-        text.remove_prefix(1);
-    }
+    const bool isNegative = takeSign(text);
     const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
     std::uint64_t size = 0;
     const auto error =
@@ -51,10 +55,7 @@ Value integerIn(std::string_view text) {
 }
 
 Value realIn(std::string_view text) {
-    const bool isNegative = text.starts_with('-');
-    if (isNegative || text.starts_with('+')) {
-        text.remove_prefix(1);
-    }
+    const bool isNegative = takeSign(text);
     double size = 0;
     const auto error = readNumber(text, size);
     if (error == std::errc::invalid_argument || text.starts_with('-')) {
@@ -70,26 +71,22 @@ Value realIn(std::string_view text) {
 /// A moment such as 2026-11-21T20:15:00Z.
 Value dateIn(std::string_view text) {
     constexpr std::string_view form = "0000-00-00T00:00:00Z";
-    if (text.size() != form.size()) {
+    const auto fits = [](char sign, char wanted) {
+        return wanted == '0' ? sign >= '0' && sign <= '9' : sign == wanted;
+    };
+    if (!std::equal(text.begin(), text.end(), form.begin(), form.end(), fits)) {
         return std::nullopt;
     }
-    std::array<unsigned, 6> fields{};
-    std::size_t field = 0;
-    for (std::size_t index = 0; index < form.size(); ++index) {
-        const bool isDigit = text[index] >= '0' && text[index] <= '9';
-        if (isDigit != (form[index] == '0') || (!isDigit && text[index] != form[index])) {
-            return std::nullopt;
-        }
-        if (isDigit) {
-            fields[field] = fields[field] * 10 + static_cast<unsigned>(text[index] - '0');
-        } else {
-            ++field;
-        }
-    }
-    const auto [year, month, day, hour, minute, second] = fields;
+    const auto number = [&](std::size_t position, std::size_t length) {
+        int value = 0;
+        static_cast<void>(readNumber(text.substr(position, length), value));
+        return value;
+    };
     using namespace std::chrono;
-    const year_month_day date{std::chrono::year(static_cast<int>(year)), std::chrono::month(month),
-                              std::chrono::day(day)};
+    const auto date = year(number(0, 4)) / number(5, 2) / number(8, 2);
+    const int hour = number(11, 2);
+    const int minute = number(14, 2);
+    const int second = number(17, 2);
     if (!date.ok() || hour > 23 || minute > 59 || second > 59) {
         return std::nullopt;
     }
@@ -102,29 +99,26 @@ Value dateIn(std::string_view text) {
 Value dataIn(std::string_view text) {
     constexpr std::string_view signs =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string digits(text);
+    std::erase_if(digits, [](char sign) { return xmlBlanks.find(sign) != std::string::npos; });
+    const std::size_t length = digits.find_last_not_of('=') + 1;
+    const std::size_t padding = digits.size() - length;
+    if (digits.size() % 4 != 0 || padding > 2) {
+        return std::nullopt;
+    }
     PropertyListData data;
     std::uint32_t group = 0;
-    std::size_t count = 0;
-    std::size_t padding = 0;
-    for (const char character : text) {
-        if (blanks.find(character) != std::string_view::npos) {
-            continue;
-        }
-        const auto sign = character == '=' ? 0 : signs.find(character);
-        padding += character == '=' ? 1 : 0;
-        const bool isMisplaced = padding > 0 && (character != '=' || count % 4 < 2);
-        if (sign == std::string_view::npos || isMisplaced) {
+    for (std::size_t index = 0; index < digits.size(); ++index) {
+        const auto sign = index < length ? signs.find(digits[index]) : 0;
+        if (sign == std::string_view::npos) {
             return std::nullopt;
         }
         group = group << 6U | static_cast<std::uint32_t>(sign);
-        if (++count % 4 == 0) {
+        if (index % 4 == 3) {
             for (const unsigned shift : {16U, 8U, 0U}) {
                 data.push_back(static_cast<std::byte>(group >> shift));
             }
         }
-    }
-    if (count % 4 != 0 || padding > 2) {
-        return std::nullopt;
     }
     data.resize(data.size() - padding);
     return PropertyListValue{std::move(data)};
@@ -134,39 +128,21 @@ Value flagIn(std::string_view text, bool flag) {
     return text.empty() ? Value(PropertyListValue{flag}) : std::nullopt;
 }
 
-struct Leaf {
-    std::string_view name;
-    Value (*read)(std::string_view content);
-};
-
-constexpr std::array<Leaf, 7> leaves{{
-    {"string", [](std::string_view text) { return Value(PropertyListValue{std::string(text)}); }},
-    {"integer", [](std::string_view text) { return integerIn(trimmed(text)); }},
-    {"real", [](std::string_view text) { return realIn(trimmed(text)); }},
-    {"date", [](std::string_view text) { return dateIn(trimmed(text)); }},
-    {"data", dataIn},
-    {"true", [](std::string_view text) { return flagIn(trimmed(text), true); }},
-    {"false", [](std::string_view text) { return flagIn(trimmed(text), false); }},
-}};
-
-const Leaf* leafNamed(std::string_view name) {
-    for (const Leaf& leaf : leaves) {
-        if (leaf.name == name) {
-            return &leaf;
-        }
-    }
-    return nullptr;
-}
-
 }  // namespace
 
-bool isXmlLeaf(std::string_view name) {
-    return leafNamed(name) != nullptr;
-}
-
-std::optional<PropertyListValue> xmlLeaf(std::string_view name, std::string_view content) {
-    const Leaf* leaf = leafNamed(name);
-    return leaf == nullptr ? std::nullopt : leaf->read(content);
+XmlLeafReader xmlLeafReader(std::string_view name) {
+    static const std::map<std::string_view, XmlLeafReader> readers{
+        {"string",
+         [](std::string_view text) { return Value(PropertyListValue{std::string(text)}); }},
+        {"integer", [](std::string_view text) { return integerIn(trimmed(text)); }},
+        {"real", [](std::string_view text) { return realIn(trimmed(text)); }},
+        {"date", [](std::string_view text) { return dateIn(trimmed(text)); }},
+        {"data", dataIn},
+        {"true", [](std::string_view text) { return flagIn(trimmed(text), true); }},
+        {"false", [](std::string_view text) { return flagIn(trimmed(text), false); }},
+    };
+    const auto found = readers.find(name);
+    return found == readers.end() ? nullptr : found->second;
 }
 
 }  // namespace velunor

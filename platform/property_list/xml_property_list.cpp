@@ -1,36 +1,16 @@
-#include "platform/property_list/xml_property_list.h"
-
 #include <expat.h>
 
 #include <algorithm>
-#include <memory>
-#include <optional>
-#include <type_traits>
+#include <string>
 #include <utility>
 #include <vector>
 
-#include "platform/property_list/property_list_limits.h"
-#include "platform/property_list/xml_leaves.h"
+#include "platform/owned.h"
+#include "platform/property_list/property_list_forms.h"
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
-
-constexpr std::string_view blanks = " \t\r\n";
-
-struct FreeParser {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-using Parser = std::unique_ptr<std::remove_pointer_t<XML_Parser>, FreeParser>;
-
-bool isLeaf(std::string_view name) {
-    return name == "key" || isXmlLeaf(name);
-}
-
-bool isContainer(std::string_view name) {
-    return name == "array" || name == "dict";
-}
 
 /// Builds the value from what the XML parser tells. The first objection ends the parsing.
 class XmlBuilder {
@@ -153,11 +133,11 @@ class XmlBuilder {
             if (values_ > 1) {
                 object("has more than one top level");
             }
-        } else if (isLeaf(name)) {
+        } else if (name == "key" || xmlLeafReader(name) != nullptr) {
             leaf_ = name;
-        } else if (!isContainer(name)) {
+        } else if (name != "array" && name != "dict") {
             object("has an unexpected tag");
-        } else if (open_.size() >= static_cast<std::size_t>(deepestPropertyList)) {
+        } else if (open_.size() >= deepestPropertyList) {
             object("is nested too deeply");
         } else if (name == "array") {
             open_.push_back({{PropertyListArray()}, std::nullopt});
@@ -169,7 +149,7 @@ class XmlBuilder {
     void takeText(std::string_view text) {
         if (!leaf_.empty()) {
             text_ += text;
-        } else if (text.find_first_not_of(blanks) != std::string_view::npos) {
+        } else if (text.find_first_not_of(xmlBlanks) != std::string_view::npos) {
             object("has text outside of a value");
         }
     }
@@ -179,7 +159,7 @@ class XmlBuilder {
         if (name == "key") {
             takeKey(text);
         } else if (!leaf_.empty()) {
-            auto value = xmlLeaf(name, text);
+            auto value = xmlLeafReader(name)(text);
             if (value) {
                 add(*std::move(value));
             } else {
@@ -222,7 +202,7 @@ class XmlBuilder {
         }
     }
 
-    Parser parser_;
+    Owned<XML_ParserStruct, XML_ParserFree> parser_;
     std::size_t values_ = 0;
     /// Outermost first.
     std::vector<Open> open_;

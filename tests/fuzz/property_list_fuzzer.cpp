@@ -1,7 +1,8 @@
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
-#include "platform/property_list/property_list_limits.h"
+#include "platform/property_list/property_list_forms.h"
 #include "platform/property_list/property_list_reader.h"
 #include "platform/text.h"
 
@@ -15,7 +16,7 @@ void require(bool condition) {
 }
 
 /// What the reader promises of every value that it gives.
-void checkValue(const PropertyListValue& value, int depth) {
+void checkValue(const PropertyListValue& value, std::size_t depth) {
     require(depth <= deepestPropertyList);
     if (const auto* text = value.text()) {
         require(isValidUtf8(*text));

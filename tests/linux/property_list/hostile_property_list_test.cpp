@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "platform/file.h"
-#include "platform/property_list/property_list_limits.h"
+#include "platform/property_list/property_list_forms.h"
 #include "platform/property_list/property_list_reader.h"
 #include "tests/linux/property_list/binary_property_list.h"
 
