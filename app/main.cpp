@@ -13,7 +13,6 @@
 #include "platform/linux/log/system_log.h"
 #include "platform/linux/session/console_users.h"
 #include "platform/linux/session/idle_inhibitor.h"
-#include "platform/posix/child_process.h"
 #include "platform/posix/process.h"
 #include "platform/property_list/property_list_reader.h"
 #include "platform/qt/application/image_reader.h"

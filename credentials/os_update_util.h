@@ -5,7 +5,7 @@
 
 #include "platform/console_user.h"
 #include "platform/directory_service.h"
-#include "platform/image.h"
+#include "platform/graphics.h"
 #include "platform/secret.h"
 #include "platform/system_log.h"
 

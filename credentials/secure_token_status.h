@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/child_process.h"
+#include "platform/process.h"
 #include "platform/system_log.h"
 
 namespace velunor {

@@ -6,9 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/attributed_string.h"
-#include "platform/geometry.h"
-#include "platform/image.h"
+#include "platform/graphics.h"
 #include "platform/interface.h"
 #include "platform/secret.h"
 

@@ -3,8 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/geometry.h"
-#include "platform/image.h"
+#include "platform/graphics.h"
 #include "platform/interface.h"
 
 namespace velunor {

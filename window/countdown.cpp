@@ -1,7 +1,7 @@
 #include <array>
 #include <chrono>
 
-#include "platform/checked_arithmetic.h"
+#include "platform/fatal_stop.h"
 #include "window/view_controller.h"
 
 namespace velunor {

@@ -4,7 +4,7 @@
 
 #include "platform/controls.h"
 #include "platform/desktop.h"
-#include "platform/weak_reference.h"
+#include "platform/fatal_stop.h"
 
 namespace velunor {
 

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <utility>
 
-#include "platform/checked_arithmetic.h"
+#include "platform/fatal_stop.h"
 #include "prompt/delivery.h"
 
 namespace velunor {

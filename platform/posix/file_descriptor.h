@@ -1,7 +1,11 @@
 #pragma once
 
+#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <utility>
 
 namespace velunor {
@@ -33,5 +37,33 @@ class FileDescriptor {
   private:
     int descriptor_;
 };
+
+/// Waits until one of the poll(2) events is there, an end of the stream or an error of the
+/// descriptor included. 0, or else errno's number: ETIMEDOUT once the deadline has passed. Any
+/// thread.
+[[nodiscard]] inline int pollUntil(int descriptor, short events,
+                                   std::chrono::steady_clock::time_point deadline) {
+    using std::chrono::milliseconds;
+    // poll(2) would pass over it and wait.
+    if (descriptor < 0) {
+        return EBADF;
+    }
+    while (true) {
+        const auto left = deadline - std::chrono::steady_clock::now();
+        if (left <= std::chrono::steady_clock::duration::zero()) {
+            return ETIMEDOUT;
+        }
+        // Rounded up, so that it does not spin through the last millisecond.
+        const auto wait = std::min(std::chrono::ceil<milliseconds>(left), milliseconds{60'000});
+        pollfd entry{descriptor, events, 0};
+        const int count = poll(&entry, 1, static_cast<int>(wait.count()));
+        if (count > 0) {
+            return (entry.revents & POLLNVAL) != 0 ? EBADF : 0;
+        }
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+    }
+}
 
 }  // namespace velunor

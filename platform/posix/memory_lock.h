@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/mman.h>
+
 #include <cstddef>
 
 namespace velunor {
@@ -8,6 +10,8 @@ namespace velunor {
 /// beyond the process's limit of locked memory. They stay locked to the end of the process: other
 /// secrets may lie in the same pages, and locks are not counted, so that unlocking one would unlock
 /// them all. Any thread.
-bool lockMemory(const void* bytes, std::size_t count) noexcept;
+inline bool lockMemory(const void* bytes, std::size_t count) noexcept {
+    return mlock(bytes, count) == 0;
+}
 
 }  // namespace velunor

@@ -1,14 +1,95 @@
 #include "platform/posix/process.h"
 
-#include <unistd.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
 
+#include <array>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "platform/posix/password_database.h"
 
 namespace velunor {
+namespace {
+
+/// What a shell answers for a program that cannot be run.
+constexpr std::int32_t cannotRun = 126;
+
+ChildProcessResult notStarted(int error) {
+    return {cannotRun, std::generic_category().message(error) + "\n"};
+}
+
+/// A file in memory, none with the reason in errno. Every write goes to its end.
+FileDescriptor newOutput() {
+    FileDescriptor file(memfd_create("output", MFD_CLOEXEC));
+    const bool isReady = file.isOpen() && fcntl(file.get(), F_SETFL, O_APPEND) == 0;
+    return isReady ? aboveStandardStreams(std::move(file)) : FileDescriptor();
+}
+
+std::int32_t waitFor(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return cannotRun;
+        }
+    }
+    return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+std::string wholeContent(int file) {
+    std::string content;
+    std::array<char, 4096> block{};
+    ssize_t count = 0;
+    while ((count = pread(file, block.data(), block.size(), static_cast<off_t>(content.size()))) >
+           0) {
+        content.append(block.data(), static_cast<std::size_t>(count));
+    }
+    return content;
+}
+
+void addStream(posix_spawn_file_actions_t& actions, int stream, int standard) {
+    if (stream >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, stream, standard);
+    } else if (stream == emptyStream) {
+        posix_spawn_file_actions_addopen(&actions, standard, "/dev/null",
+                                         standard == STDIN_FILENO ? O_RDONLY : O_WRONLY, 0);
+    }
+}
+
+void addStreams(posix_spawn_file_actions_t& actions, const StandardStreams& streams) {
+    addStream(actions, streams.input, STDIN_FILENO);
+    addStream(actions, streams.output, STDOUT_FILENO);
+    addStream(actions, streams.error, STDERR_FILENO);
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+}
+
+void setSignalsAndGroup(posix_spawnattr_t& attributes, ProcessGroup group) {
+    sigset_t none;
+    sigset_t all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    // Who has had the program ignore these, with nohup(1) for instance, means the child too.
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT}) {
+        sigdelset(&all, number);
+    }
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+    if (group == ProcessGroup::own) {
+        posix_spawnattr_setpgroup(&attributes, 0);
+        flags |= POSIX_SPAWN_SETPGROUP;
+    }
+    posix_spawnattr_setflags(&attributes, static_cast<short>(flags));
+}
+
+}  // namespace
 
 std::string LinuxProcessInfo::bundlePath() const {
     std::error_code error;
@@ -26,8 +107,51 @@ void LinuxProcessExit::exit(int status) {
     _exit(status);
 }
 
-std::chrono::system_clock::time_point SystemClock::now() const {
-    return std::chrono::system_clock::now();
+ChildProcessResult LinuxChildProcess::run(const std::string& launchPath,
+                                          std::span<const std::string> arguments) {
+    const FileDescriptor output = newOutput();
+    if (!output.isOpen()) {
+        return notStarted(errno);
+    }
+    pid_t child = 0;
+    const int error = spawn({.program = launchPath,
+                             .arguments = arguments,
+                             .streams = {.output = output.get(), .error = output.get()}},
+                            child);
+    if (error != 0) {
+        return notStarted(error);
+    }
+    const std::int32_t status = waitFor(child);
+    return {status, wholeContent(output.get())};
+}
+
+int spawn(const SpawnRequest& request, pid_t& child) {
+    std::vector<char*> arguments{const_cast<char*>(request.program.c_str())};
+    for (const std::string& argument : request.arguments) {
+        // An argument cannot carry a NUL; cutting it there would ask for something else.
+        if (argument.find('\0') != std::string::npos) {
+            return EINVAL;
+        }
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions{};
+    posix_spawnattr_t attributes{};
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_init(&attributes);
+    addStreams(actions, request.streams);
+    setSignalsAndGroup(attributes, request.group);
+    const int error = posix_spawnp(&child, request.program.c_str(), &actions, &attributes,
+                                   arguments.data(), request.environment);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    return error;
+}
+
+FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
+    return descriptor.get() > STDERR_FILENO
+               ? std::move(descriptor)
+               : FileDescriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 }  // namespace velunor

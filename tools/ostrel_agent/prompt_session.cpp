@@ -13,7 +13,6 @@
 #include <utility>
 
 #include "platform/posix/process.h"
-#include "platform/posix/spawn.h"
 #include "platform/text.h"
 #include "prompt/delivery.h"
 #include "prompt/os_update_notification_response.h"

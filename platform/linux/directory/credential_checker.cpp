@@ -10,7 +10,7 @@
 
 #include "platform/linux/directory/credential_checker_connection.h"
 #include "platform/linux/directory/credential_checker_protocol.h"
-#include "platform/posix/poll_until.h"
+#include "platform/posix/file_descriptor.h"
 #include "platform/text.h"
 
 namespace velunor {

@@ -11,8 +11,8 @@
 
 #include "platform/linux/directory/credential_checker_connection.h"
 #include "platform/linux/directory/credential_checker_protocol.h"
-#include "platform/posix/poll_until.h"
-#include "platform/posix/spawn.h"
+#include "platform/posix/file_descriptor.h"
+#include "platform/posix/process.h"
 
 namespace velunor {
 
@@ -23,14 +23,6 @@ struct Pipe {
     FileDescriptor writer{};
 };
 
-/// Where the program runs with a standard stream closed, a descriptor must not take its number: the
-/// child's own streams are put there.
-FileDescriptor aboveStandard(FileDescriptor descriptor) {
-    return descriptor.get() > STDERR_FILENO
-               ? std::move(descriptor)
-               : FileDescriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-}
-
 /// A new pipe that no other program inherits, with closed ends when there is none; errno has the
 /// reason.
 Pipe newPipe() {
@@ -38,7 +30,8 @@ Pipe newPipe() {
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         return {};
     }
-    return {aboveStandard(FileDescriptor(ends[0])), aboveStandard(FileDescriptor(ends[1]))};
+    return {aboveStandardStreams(FileDescriptor(ends[0])),
+            aboveStandardStreams(FileDescriptor(ends[1]))};
 }
 
 /// 0 when nobody but root and this user can have made the program what it is, else errno's number.

@@ -4,8 +4,8 @@
 
 #include "platform/linux/directory/credential_checker_connection.h"
 #include "platform/linux/directory/credential_checker_protocol.h"
+#include "platform/posix/file_descriptor.h"
 #include "platform/posix/local_socket.h"
-#include "platform/posix/poll_until.h"
 
 namespace velunor {
 

@@ -2,7 +2,7 @@
 
 #include <QImage>
 
-#include "platform/image.h"
+#include "platform/graphics.h"
 
 namespace velunor {
 

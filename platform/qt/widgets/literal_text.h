@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/attributed_string.h"
+#include "platform/graphics.h"
 
 namespace velunor {
 

@@ -1,5 +1,3 @@
-#include "platform/posix/child_process.h"
-
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/posix/process.h"
 #include "tests/support/forked_copy.h"
 #include "tests/support/temporary_directory.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/child_process.h"
+#include "platform/posix/process.h"
 #include "tests/support/forked_copy.h"
 #include "tests/support/temporary_directory.h"
 

@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/child_process.h"
 #include "platform/console_user.h"
 #include "platform/desktop.h"
-#include "platform/image.h"
+#include "platform/graphics.h"
+#include "platform/process.h"
 #include "platform/property_list.h"
 #include "platform/run_loop.h"
 #include "platform/text.h"

@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/child_process.h"
 #include "platform/console_user.h"
-#include "platform/image.h"
+#include "platform/graphics.h"
+#include "platform/process.h"
 
 namespace velunor::testing {
 

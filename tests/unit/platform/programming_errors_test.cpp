@@ -2,9 +2,7 @@
 
 #include <limits>
 
-#include "platform/checked_arithmetic.h"
 #include "platform/fatal_stop.h"
-#include "platform/weak_reference.h"
 
 namespace velunor::testing {
 namespace {

@@ -14,7 +14,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/posix/poll_until.h"
+#include "platform/posix/file_descriptor.h"
 #include "tools/osupdate_checkpass/ldap/ldap_error.h"
 
 namespace velunor {

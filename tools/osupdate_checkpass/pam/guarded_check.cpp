@@ -12,7 +12,6 @@
 #include <cstdlib>
 
 #include "platform/posix/file_descriptor.h"
-#include "platform/posix/poll_until.h"
 
 namespace velunor {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
+#include "platform/posix/file_descriptor.h"
 #include "platform/posix/memory_lock.h"
-#include "platform/posix/poll_until.h"
 #include "platform/secret.h"
 
 namespace velunor {
