@@ -28,8 +28,7 @@ class PromptWindow final : public QWidget {
     Q_DISABLE_COPY_MOVE(PromptWindow)
     ~PromptWindow() override;
 
-    /// The controls for the logic, connected to the outlets by their names in the form, without a
-    /// window. Valid as long as this object.
+    /// The form's controls for the logic, without a window. Valid as long as this object.
     [[nodiscard]] PromptView view() const { return view_; }
 
     /// What is pressed while `action` runs does not call it again.
@@ -65,8 +64,7 @@ class PromptWindow final : public QWidget {
     void takeSize();
     void place();
     void applyTheme();
-    /// The field that takes the caret when the user comes into the window; null where none is
-    /// asked for.
+    /// The field to type in when the user comes into the window; null where none is asked for.
     [[nodiscard]] QWidget* entryField() const;
 
     /// Radius of the card's corners in points.
@@ -81,7 +79,7 @@ class PromptWindow final : public QWidget {
     std::function<void()> postpone_ = [] {};
     std::function<void()> changeUserName_ = [] {};
     std::function<void()> appear_ = [] {};
-    std::unique_ptr<X11DesktopChanges> desktopChanges_;
+    X11DesktopChanges desktopChanges_{[this] { scheduleRelayout(); }};
     QTimer relayoutTimer_;
     QTimer settingsTimer_;
     /// Runs for a moment after each check.

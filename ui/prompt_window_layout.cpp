@@ -68,7 +68,6 @@ void PromptWindow::followDesktop() {
     });
     relayoutTimer_.setSingleShot(true);
     connect(&relayoutTimer_, &QTimer::timeout, this, &PromptWindow::relayout);
-    desktopChanges_ = std::make_unique<X11DesktopChanges>([this] { scheduleRelayout(); });
     qApp->installEventFilter(this);
 }
 

@@ -3,13 +3,12 @@
 #include <QBuffer>
 #include <QImageReader>
 #include <QPainter>
-#include <QPainterPath>
+#include <algorithm>
 #include <array>
 
 #include "platform/file.h"
 
 namespace velunor {
-
 namespace {
 
 /// Room for the largest picture with four bytes a pixel, and for a decoder's working copy.
@@ -35,11 +34,6 @@ QByteArray formatOf(const QByteArray& bytes) {
         }
     }
     return {};
-}
-
-bool isWithinLimits(const QSize& size) {
-    return size.width() > 0 && size.height() > 0 && size.width() <= largestImageSide &&
-           size.height() <= largestImageSide;
 }
 
 }  // namespace
@@ -76,7 +70,8 @@ ImagePointer QtImageReader::imageFromData(std::span<const std::byte> data) const
     QImageReader reader(&buffer, format);
     reader.setAutoDetectImageFormat(false);
     reader.setAutoTransform(true);
-    if (!isWithinLimits(reader.size())) {
+    const QSize size = reader.size();
+    if (size.isEmpty() || std::max(size.width(), size.height()) > largestImageSide) {
         return nullptr;
     }
     QImage picture = reader.read();

@@ -38,8 +38,7 @@ class WidgetLayer final : public QObject, public Layer {
 
   private:
     void shake(const KeyFrameAnimation& animation);
-    /// What stands for a shake where the desktop asks for less motion: the colour of a field comes
-    /// and goes once.
+    /// Stands for a shake where less motion is asked for: a field's colour comes and goes once.
     void pulse();
     /// Moves the widget to `offset` points right of its place of rest.
     void moveBy(double offset);
@@ -54,8 +53,7 @@ class WidgetLayer final : public QObject, public Layer {
     QPoint shifted_;
 };
 
-// The controls of a form as the logic sees them. Each stands for one widget, which must outlive it.
-// Main thread only.
+// A form's controls as the logic sees them, each for a widget that outlives it. Main thread only.
 
 /// What every kind of control has in common; `WidgetType` is the kind of widget that it stands for.
 template <class Interface, class WidgetType = QWidget>

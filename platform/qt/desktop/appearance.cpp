@@ -72,11 +72,10 @@ QPalette paletteOf(bool dark) {
 void applyColorScheme(unsigned scheme) {
     // First what the toolkit finds by itself, which may be right already.
     QApplication::setPalette(QPalette());
-    if (scheme == preferDark || scheme == preferLight) {
-        const bool dark = scheme == preferDark;
-        if (themeFor(QGuiApplication::palette()).dark != dark) {
-            QApplication::setPalette(paletteOf(dark));
-        }
+    const bool dark = scheme == preferDark;
+    const bool hasPreference = dark || scheme == preferLight;
+    if (hasPreference && currentTheme().dark != dark) {
+        QApplication::setPalette(paletteOf(dark));
     }
 }
 

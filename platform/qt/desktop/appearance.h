@@ -39,8 +39,7 @@ struct Theme {
     QColor refused;
 };
 
-/// The dark theme where the palette shows light text on a dark ground, else the light one. Any
-/// thread.
+/// The dark theme for a palette of light text on a dark ground, else the light one. Any thread.
 [[nodiscard]] const Theme& themeFor(const QPalette& palette);
 
 /// The theme of the desktop's present palette. Main thread only.
@@ -54,8 +53,7 @@ void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QBr
 /// motion. Main thread only.
 [[nodiscard]] bool isMotionReduced(const QWidget& widget);
 
-/// Whether the session says where its bus is. Where it does not, asking for the bus would start
-/// one.
+/// Whether the session says where its bus is; asking for one that it does not name would start it.
 [[nodiscard]] bool hasSessionBus();
 
 /// Follows, as long as the object lives, what the desktop portal on the session bus tells of the

@@ -51,10 +51,6 @@ std::vector<std::uint32_t> values(xcb_connection_t* x, xcb_window_t window,
     return numbers;
 }
 
-bool overlaps(int from, int to, std::uint32_t first, std::uint32_t last) {
-    return static_cast<std::int64_t>(first) < to && static_cast<std::int64_t>(last) >= from;
-}
-
 /// The window manager's own work area for `monitor`, where it keeps one for each.
 std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const QRect& monitor) {
     const auto desktop = values(x, root, "_NET_CURRENT_DESKTOP");
@@ -95,8 +91,8 @@ QRect withoutStruts(xcb_connection_t* x, const xcb_screen_t& screen, const QRect
 QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
                    const QSize& desktop) {
     const auto width = [&](std::size_t side) { return static_cast<int>(strut[side]); };
-    const auto spans = [&](std::size_t side, int from, int to) {
-        return strut[side] > 0 && overlaps(from, to, strut[4 + 2 * side], strut[5 + 2 * side]);
+    const auto spans = [&](std::size_t side, std::int64_t from, std::int64_t to) {
+        return strut[side] > 0 && strut[4 + 2 * side] < to && strut[5 + 2 * side] >= from;
     };
     QRect left = monitor;
     const int top = monitor.y();
@@ -161,10 +157,10 @@ bool hasCompositor() {
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
-std::optional<bool> capsLockIsOn() {
+bool capsLockIsOn() {
     xcb_connection_t* x = connection();
     if (x == nullptr) {
-        return std::nullopt;
+        return false;
     }
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
     const ReplyPointer<xcb_query_pointer_reply_t> reply(
@@ -177,12 +173,6 @@ X11DesktopChanges::X11DesktopChanges(std::function<void()> changed) : changed_(s
         workAreaAtom_ = atom(x, "_NET_WORKAREA");
         frameExtentsAtom_ = atom(x, "_NET_FRAME_EXTENTS");
         qGuiApp->installNativeEventFilter(this);
-    }
-}
-
-X11DesktopChanges::~X11DesktopChanges() {
-    if (qGuiApp != nullptr) {
-        qGuiApp->removeNativeEventFilter(this);
     }
 }
 

@@ -30,26 +30,20 @@ namespace velunor {
                                  const QSize& desktop);
 
 /// What the window manager has put around `window`, in points; nothing before the window exists.
-/// While a window is being framed the toolkit's own figures are not to be trusted. None outside
-/// X11.
+/// The toolkit's own figures are wrong while a window is being framed. None outside X11.
 [[nodiscard]] std::optional<QMargins> x11FrameMargins(const QWidget& window);
 
 /// Whether windows can be translucent: a compositor runs (always so outside X11).
 [[nodiscard]] bool hasCompositor();
 
-/// Whether Caps Lock is on, as the X server has it this moment; key events tell its state from
-/// before. None outside X11.
-[[nodiscard]] std::optional<bool> capsLockIsOn();
+/// Whether Caps Lock is on this moment; key events tell its state from before. No outside X11.
+[[nodiscard]] bool capsLockIsOn();
 
 /// Calls back when panels come, go or change and when a window manager changes a window's frame,
 /// which the toolkit does not tell.
 class X11DesktopChanges final : public QAbstractNativeEventFilter {
   public:
     explicit X11DesktopChanges(std::function<void()> changed);
-    ~X11DesktopChanges() override;
-    X11DesktopChanges(const X11DesktopChanges&) = delete;
-    X11DesktopChanges& operator=(const X11DesktopChanges&) = delete;
-
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 
   private:

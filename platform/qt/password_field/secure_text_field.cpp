@@ -162,7 +162,7 @@ void CustomSecureTextField::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void CustomSecureTextField::updateCapsLockHint() {
-    const bool hint = hasFocus() && capsLockIsOn().value_or(false);
+    const bool hint = hasFocus() && capsLockIsOn();
     if (hint != capsLockHint_) {
         capsLockHint_ = hint;
         QAccessibleEvent described(this, QAccessible::DescriptionChanged);

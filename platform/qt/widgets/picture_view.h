@@ -10,17 +10,15 @@
 namespace velunor {
 
 /// Draws one of the program's own vector pictures into `area`, sharp at the device's resolution;
-/// with a valid `tint` all of it in that one colour. Nothing when there is no such picture. Main
-/// thread only.
+/// all in the colour `tint` where that is valid. Nothing when there is none. Main thread only.
 void drawVectorPicture(QPainter& painter, const QRect& area, const QString& resource,
                        const QColor& tint);
 
 /// One of the program's own square vector pictures, `side` pixels wide and high. Main thread only.
 [[nodiscard]] QPixmap vectorPicture(const QString& resource, int side);
 
-/// Shows a picture, scaled into its area with its proportions kept; the toolkit's label would show
-/// it blurred where the desktop is scaled. Decorative: a screen reader passes over it. Main thread
-/// only.
+/// Shows a picture with its proportions kept, sharp on a scaled desktop, where the toolkit's label
+/// blurs it. Decorative: a screen reader passes over it. Main thread only.
 class PictureView final : public QWidget {
     Q_OBJECT
     /// Resource path of the vector picture that is shown until an image is set.

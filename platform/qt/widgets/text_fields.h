@@ -48,9 +48,8 @@ class RoundedField : public QLineEdit {
     double refusal_ = 0;
 };
 
-/// The field for plain text. The toolkit's own signal for the end of editing leaves out a field
-/// that was not edited, and comes when another window takes the focus for a while. Main thread
-/// only.
+/// The field for plain text. The toolkit's own signal for the end of editing leaves out fields that
+/// were not edited, and comes when another window takes the focus for a while. Main thread only.
 class CustomTextField final : public RoundedField {
     Q_OBJECT
 
@@ -58,9 +57,8 @@ class CustomTextField final : public RoundedField {
     explicit CustomTextField(QWidget* parent = nullptr);
 
   signals:
-    /// Return was pressed, or the focus went to another control, whether the text was edited or
-    /// not. Where only the window's activation had put the caret, leaving an unedited field is no
-    /// end.
+    /// Return was pressed, or the focus went to another control, edited or not. Leaving an unedited
+    /// field that had the focus from the window's activation alone is no end.
     void editingEnded();
 
   protected:
