@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "agent/globals.h"
-#include "agent/linux/loaded_settings.h"
+#include "agent/linux/settings.h"
 #include "app/start_up.h"
 #include "platform/linux/directory/directory_service.h"
 #include "platform/linux/log/system_log.h"

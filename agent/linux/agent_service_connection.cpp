@@ -7,7 +7,7 @@
 
 #include "agent/linux/agent_bus.h"
 #include "agent/linux/library_log.h"
-#include "agent/linux/loaded_settings.h"
+#include "agent/linux/settings.h"
 #include "agent/ltarnutils.h"
 #include "platform/linux/session/bus_handles.h"
 

@@ -10,10 +10,9 @@
 #include <system_error>
 #include <utility>
 
-#include "agent/linux/language.h"
 #include "agent/linux/library_log.h"
-#include "agent/linux/loaded_settings.h"
-#include "agent/linux/properties.h"
+#include "agent/linux/settings.h"
+#include "agent/linux/texts.h"
 #include "platform/file.h"
 #include "platform/posix/file_descriptor.h"
 

@@ -41,4 +41,8 @@ inline constexpr std::size_t largestSettingsFile = std::size_t{1024} * 1024;
 /// VELUNOR_AGENT_SETTINGS names unless the process is privileged. Any thread.
 [[nodiscard]] std::string settingsPath();
 
+/// The agent's settings: those of the file once `TarnUtilMac::initializeAgentParams` has read it,
+/// defaults before that or when it could not be read. Main thread.
+[[nodiscard]] const AgentSettings& loadedSettings();
+
 }  // namespace velunor

@@ -1,7 +1,10 @@
 #include "tools/ostrel_agent/command_line.h"
 
 #include <charconv>
+#include <cstdio>
 #include <span>
+
+#include "platform/text.h"
 
 namespace velunor {
 namespace {
@@ -82,6 +85,15 @@ Expected<Command> parsePrompt(Arguments arguments) {
 }
 
 }  // namespace
+
+void complain(const std::string& text) {
+    std::fprintf(stderr, "ostrel-agent: %s\n", inOneLine(text).c_str());
+}
+
+AgentExit fail(const std::string& text, AgentExit status) {
+    complain(text);
+    return status;
+}
 
 Expected<Command> parseCommandLine(const std::vector<std::string>& arguments) {
     Arguments rest(arguments);

@@ -10,6 +10,22 @@
 
 namespace velunor {
 
+/// What `ostrel-agent` exits with, so that a script can tell the answers and the failures apart.
+enum class AgentExit : int {
+    proceed = 0,
+    usage = 2,
+    noService = 3,
+    noAnswer = 4,
+    timeout = 5,
+    postpone = 10,
+};
+
+/// Writes `text` as one line to standard error.
+void complain(const std::string& text);
+
+/// Complains, and gives `status` back.
+[[nodiscard]] AgentExit fail(const std::string& text, AgentExit status);
+
 /// Own the service's name and answer each request.
 struct ServeCommand {
     bool once = false;

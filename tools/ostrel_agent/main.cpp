@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "agent/linux/settings.h"
-#include "platform/text.h"
 #include "tools/ostrel_agent/command_line.h"
-#include "tools/ostrel_agent/exit_status.h"
 #include "tools/ostrel_agent/prompt_session.h"
 
 namespace {
@@ -29,11 +27,6 @@ constexpr const char* usage =
 
 using velunor::AgentExit;
 
-AgentExit fail(const std::string& text, AgentExit status) {
-    std::fprintf(stderr, "ostrel-agent: %s\n", velunor::inOneLine(text).c_str());
-    return status;
-}
-
 AgentExit run(const velunor::Command& command) {
     if (std::holds_alternative<velunor::HelpCommand>(command)) {
         std::fputs(usage, stdout);
@@ -45,7 +38,7 @@ AgentExit run(const velunor::Command& command) {
     }
     const auto settings = velunor::loadSettings(velunor::settingsPath());
     if (!settings) {
-        return fail(settings.error().description, AgentExit::noService);
+        return velunor::fail(settings.error().description, AgentExit::noService);
     }
     if (const auto* serve = std::get_if<velunor::ServeCommand>(&command)) {
         return velunor::runService(*serve, settings->bus);
@@ -62,7 +55,7 @@ int main(int argc, char** argv) {
     const auto command = velunor::parseCommandLine(arguments);
     if (!command) {
         std::fputs(usage, stderr);
-        return static_cast<int>(fail(command.error().description, AgentExit::usage));
+        return static_cast<int>(velunor::fail(command.error().description, AgentExit::usage));
     }
     return static_cast<int>(run(*command));
 }

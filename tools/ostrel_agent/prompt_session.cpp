@@ -12,12 +12,12 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/linux/session/bus_handles.h"
 #include "platform/posix/process.h"
 #include "platform/text.h"
 #include "prompt/delivery.h"
 #include "prompt/os_update_notification_response.h"
 #include "tools/ostrel_agent/agent_service_server.h"
-#include "tools/ostrel_agent/process_tree.h"
 
 namespace velunor {
 namespace {
@@ -26,10 +26,7 @@ constexpr const char* busLost = "the message bus is gone";
 /// How long a prompt that was told to end has before it is killed.
 constexpr std::uint64_t endingMicroseconds = 3'000'000;
 
-struct DropLoop {
-    void operator()(sd_event* loop) const { sd_event_unref(loop); }
-};
-using Loop = std::unique_ptr<sd_event, DropLoop>;
+using Loop = std::unique_ptr<sd_event, decltype(&sd_event_unref)>;
 
 Loop makeLoop() {
     sigset_t handled;
@@ -40,11 +37,7 @@ Loop makeLoop() {
     sigprocmask(SIG_BLOCK, &handled, nullptr);
     sd_event* loop = nullptr;
     sd_event_new(&loop);
-    return Loop(loop);
-}
-
-void complain(const std::string& text) {
-    std::fprintf(stderr, "ostrel-agent: %s\n", inOneLine(text).c_str());
+    return {loop, sd_event_unref};
 }
 
 /// Whether the line reached standard output. Wipes it, since it may hold a password.
@@ -53,6 +46,25 @@ bool print(std::string line) {
     const bool whole = std::fwrite(line.data(), 1, line.size(), stdout) == line.size();
     wipe(line);
     return std::fflush(stdout) == 0 && whole;
+}
+
+/// 0 for the first process, and for one that is not there.
+pid_t parentOf(pid_t process) {
+    sd_bus_creds* raw = nullptr;
+    if (sd_bus_creds_new_from_pid(&raw, process, SD_BUS_CREDS_PPID) < 0) {
+        return 0;
+    }
+    const BusCredentialsHandle credentials(raw);
+    pid_t parent = 0;
+    return sd_bus_creds_get_ppid(raw, &parent) < 0 ? 0 : parent;
+}
+
+/// Whether `process` is `ancestor` or one of its descendants.
+bool descendsFrom(pid_t process, pid_t ancestor) {
+    while (process > 0 && process != ancestor) {
+        process = parentOf(process);
+    }
+    return process > 0;
 }
 
 /// The running prompt and what has become of it.
@@ -66,19 +78,16 @@ class PromptSession {
 
     AgentExit run() {
         if (const std::string error = server_.start(bus_, loop_.get()); !error.empty()) {
-            complain(error);
-            return AgentExit::noService;
+            return fail(error, AgentExit::noService);
         }
         if (const std::string error = startPrompt(); !error.empty()) {
-            complain(error);
-            return AgentExit::noAnswer;
+            return fail(error, AgentExit::noAnswer);
         }
         watch();
         if (sd_event_loop(loop_.get()) != 0) {
             // Nobody can answer a prompt that is cut off from its service.
             kill(prompt_, SIGTERM);
-            complain(busLost);
-            return AgentExit::noService;
+            return fail(busLost, AgentExit::noService);
         }
         return outcome();
     }
@@ -113,7 +122,8 @@ class PromptSession {
 
     void watch() {
         sd_event* loop = loop_.get();
-        sd_event_add_child(loop, nullptr, prompt_, WEXITED, promptEnded, this);
+        // Without a callback it ends the loop.
+        sd_event_add_child(loop, nullptr, prompt_, WEXITED, nullptr, nullptr);
         for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
             sd_event_add_signal(loop, nullptr, number, interrupted, this);
         }
@@ -129,12 +139,6 @@ class PromptSession {
         kill(prompt_, SIGTERM);
         sd_event_add_time_relative(loop_.get(), nullptr, CLOCK_MONOTONIC, endingMicroseconds, 0,
                                    promptStays, this);
-    }
-
-    static int promptEnded(sd_event_source*, const siginfo_t*, void* userdata) {
-        auto& session = *static_cast<PromptSession*>(userdata);
-        sd_event_exit(session.loop_.get(), 0);
-        return 0;
     }
 
     static int interrupted(sd_event_source*, const signalfd_siginfo*, void* userdata) {
@@ -156,17 +160,16 @@ class PromptSession {
 
     [[nodiscard]] AgentExit outcome() const {
         if (!answer_) {
-            complain(timedOut_ ? "no answer in time" : "the prompt ended without an answer");
-            return timedOut_ ? AgentExit::timeout : AgentExit::noAnswer;
+            return timedOut_ ? fail("no answer in time", AgentExit::timeout)
+                             : fail("the prompt ended without an answer", AgentExit::noAnswer);
         }
         const auto response = decodeJson(answer_->reveal());
         if (!response) {
-            complain("the answer is malformed: " + response.error().debugDescription);
-            return AgentExit::noAnswer;
+            return fail("the answer is malformed: " + response.error().debugDescription,
+                        AgentExit::noAnswer);
         }
         if (!print(inOneLine(answer_->reveal(), EscapeStyle::json))) {
-            complain("the answer cannot be written");
-            return AgentExit::noAnswer;
+            return fail("the answer cannot be written", AgentExit::noAnswer);
         }
         return std::holds_alternative<Proceed>(response->answer) ? AgentExit::proceed
                                                                  : AgentExit::postpone;
@@ -203,16 +206,14 @@ AgentExit runService(const ServeCommand& command, ServiceBus bus) {
         return command.reply;
     });
     if (const std::string error = server.start(bus, loop.get()); !error.empty()) {
-        complain(error);
-        return AgentExit::noService;
+        return fail(error, AgentExit::noService);
     }
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         sd_event_add_signal(loop.get(), nullptr, number, nullptr, nullptr);
     }
     complain("serving");
     if (sd_event_loop(loop.get()) != 0) {
-        complain(busLost);
-        return AgentExit::noService;
+        return fail(busLost, AgentExit::noService);
     }
     return AgentExit::proceed;
 }

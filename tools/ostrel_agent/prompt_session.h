@@ -2,7 +2,6 @@
 
 #include "agent/linux/settings.h"
 #include "tools/ostrel_agent/command_line.h"
-#include "tools/ostrel_agent/exit_status.h"
 
 namespace velunor {
 

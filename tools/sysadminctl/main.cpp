@@ -1,14 +1,19 @@
 // Answers whether an account may authorise system updates. The answer never repeats the name: the
 // prompt looks for key texts in it, and a name must not be able to hold one. Needs no privileges.
 
+#include <grp.h>
+
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "agent/linux/settings.h"
 #include "platform/file.h"
-#include "tools/sysadminctl/token_holder.h"
+#include "platform/posix/password_database.h"
 
 namespace {
 
@@ -17,6 +22,32 @@ enum ExitStatus { known = 0, unknownAccount = 1, wrongUsage = 2, unusableSetting
 int answer(std::FILE* stream, const char* line, ExitStatus status) {
     static_cast<void>(std::fprintf(stream, "%s\n", line));
     return status;
+}
+
+/// The account's primary group and its supplementary ones.
+std::vector<gid_t> groupsOf(const velunor::LocalAccount& account) {
+    int count = 0;
+    // Without room it tells how many there are.
+    getgrouplist(account.name.c_str(), account.group, nullptr, &count);
+    std::vector<gid_t> groups(static_cast<std::size_t>(count));
+    if (getgrouplist(account.name.c_str(), account.group, groups.data(), &count) < 0) {
+        return {account.group};
+    }
+    groups.resize(static_cast<std::size_t>(count));
+    return groups;
+}
+
+/// Whether the account is root or in one of the groups. A group that does not exist has no members.
+bool mayAuthorise(const velunor::LocalAccount& account,
+                  const std::vector<std::string>& adminGroups) {
+    if (account.user == 0) {
+        return true;
+    }
+    const auto groups = groupsOf(account);
+    return std::any_of(adminGroups.begin(), adminGroups.end(), [&](const std::string& name) {
+        const auto group = velunor::groupNamed(name);
+        return group && std::find(groups.begin(), groups.end(), *group) != groups.end();
+    });
 }
 
 }  // namespace
@@ -34,13 +65,13 @@ int main(int argc, char** argv) {
         }
         settings = *std::move(loaded);
     }
-    switch (velunor::tokenHolder(argv[2], settings.adminGroups)) {
-        case velunor::TokenHolder::yes:
-            return answer(stdout, "Secure token is ENABLED for user", known);
-        case velunor::TokenHolder::no:
-            return answer(stdout, "Secure token is DISABLED for user", known);
-        case velunor::TokenHolder::unknownAccount:
-            break;
+    const auto account = velunor::accountFoundAs(argv[2]).account;
+    if (!account) {
+        return answer(stdout, "Unknown user", unknownAccount);
     }
-    return answer(stdout, "Unknown user", unknownAccount);
+    const bool holdsToken = mayAuthorise(*account, settings.adminGroups);
+    return answer(
+        stdout,
+        holdsToken ? "Secure token is ENABLED for user" : "Secure token is DISABLED for user",
+        known);
 }

@@ -1,11 +1,11 @@
 // The choice of the language.
 
-#include "agent/linux/language.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <ostream>
+
+#include "agent/linux/texts.h"
 
 namespace velunor::testing {
 namespace {

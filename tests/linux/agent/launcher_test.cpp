@@ -9,7 +9,7 @@
 #include "agent/ltarnutils.h"
 #include "platform/text.h"
 #include "tests/linux/agent/agent_files.h"
-#include "tools/ostrel_agent/exit_status.h"
+#include "tools/ostrel_agent/command_line.h"
 
 namespace velunor::testing {
 namespace {

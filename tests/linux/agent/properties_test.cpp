@@ -1,9 +1,9 @@
 // Property files.
 
-#include "agent/linux/properties.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "agent/linux/texts.h"
 
 namespace velunor::testing {
 namespace {

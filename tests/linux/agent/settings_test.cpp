@@ -8,7 +8,6 @@
 #include <cstdlib>
 
 #include "agent/linux/library_log.h"
-#include "agent/linux/loaded_settings.h"
 #include "agent/ltarnutils.h"
 #include "platform/linux/directory/directory_settings.h"
 #include "tests/linux/agent/agent_files.h"

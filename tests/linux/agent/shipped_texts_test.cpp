@@ -8,7 +8,7 @@
 #include <map>
 #include <set>
 
-#include "agent/linux/properties.h"
+#include "agent/linux/texts.h"
 #include "agent/ltarnutils.h"
 #include "tests/linux/agent/agent_files.h"
 

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <memory>
 
-#include "agent/linux/properties.h"
+#include "agent/linux/texts.h"
 #include "platform/qt/application/image_reader.h"
 
 namespace velunor {

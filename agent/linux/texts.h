@@ -1,10 +1,20 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/expected.h"
+
 namespace velunor {
+
+using Properties = std::map<std::string, std::string, std::less<>>;
+
+/// The pairs of a property file: key = text in UTF-8, "#" and "!" comments, "\" escapes and
+/// continuation lines. Text that is not UTF-8 and a malformed "\u" escape are errors; `file` is the
+/// name for their text, which also tells the line where one applies.
+[[nodiscard]] Expected<Properties> parseProperties(std::string_view text, const std::string& file);
 
 /// The names under which texts for one language are looked for, best first: sr_RS@latin gives
 /// sr_Latn_RS, sr_Latn, sr. An encoding is dropped, and so is a modifier that names no script. None
