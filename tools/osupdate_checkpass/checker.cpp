@@ -3,11 +3,14 @@
 #include <fcntl.h>
 #include <ldap.h>
 #include <security/pam_appl.h>
+#include <sys/auxv.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <syslog.h>
+#include <systemd/sd-login.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -15,18 +18,16 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/posix/file_descriptor.h"
-#include "tools/osupdate_checkpass/caller.h"
 #include "tools/osupdate_checkpass/ldap/ldap_check.h"
-#include "tools/osupdate_checkpass/ldap/ldap_error.h"
-#include "tools/osupdate_checkpass/pam/guarded_check.h"
 #include "tools/osupdate_checkpass/pam/pam_check.h"
-#include "tools/osupdate_checkpass/protocol/answer.h"
-#include "tools/osupdate_checkpass/protocol/request.h"
+#include "tools/osupdate_checkpass/protocol/messages.h"
 
 namespace velunor {
 namespace {
@@ -87,6 +88,37 @@ void lockEverything() {
     }
 }
 
+/// Whether the process has more rights than the user who started it.
+bool hasForeignRights() {
+    return getauxval(AT_SECURE) != 0 || getuid() != geteuid() || getgid() != getegid();
+}
+
+/// Whether the descriptor is a socket, that is whether the system service is asked.
+bool isSocket(const FileDescriptor& descriptor) {
+    struct stat status {};
+    return fstat(descriptor.get(), &status) == 0 && S_ISSOCK(status.st_mode);
+}
+
+/// The user at the other end of a connected local socket, none when the kernel does not tell.
+std::optional<uid_t> callerOf(const FileDescriptor& socket) {
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    const bool isTold = getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
+                        peer.uid != static_cast<uid_t>(-1);
+    return isTold ? std::optional(peer.uid) : std::nullopt;
+}
+
+/// A session of the user is in the foreground of its seat, or is a remote one in use. A user whose
+/// last session is closing, or who only has services running, is not there to be asked.
+bool hasActiveSession(uid_t user) {
+    char* text = nullptr;
+    if (sd_uid_get_state(user, &text) < 0) {
+        return false;
+    }
+    const std::unique_ptr<char, decltype(&std::free)> state(text, &std::free);
+    return std::string_view(state.get()) == "active";
+}
+
 int verdictFor(Streams& streams, std::chrono::milliseconds timeLimit) {
     const auto deadline = std::chrono::steady_clock::now() + timeLimit;
     CheckRequest request;
@@ -115,15 +147,16 @@ int pamVerdict(Streams& streams, std::chrono::milliseconds timeLimit) {
     if (hasForeignRights()) {
         return PAM_PERM_DENIED;
     }
-    if (!isSocket(streams.input.get())) {
+    if (!isSocket(streams.input)) {
         return verdictFor(streams, timeLimit);
     }
-    const auto caller = callerOf(streams.input.get());
+    const auto caller = callerOf(streams.input);
     if (!caller) {
         return PAM_PERM_DENIED;
     }
-    const int code = caller->allowed ? verdictFor(streams, timeLimit) : PAM_PERM_DENIED;
-    logVerdict(caller->user, code);
+    const bool mayAsk = *caller == 0 || hasActiveSession(*caller);
+    const int code = mayAsk ? verdictFor(streams, timeLimit) : PAM_PERM_DENIED;
+    logVerdict(*caller, code);
     return code;
 }
 
@@ -139,17 +172,17 @@ std::optional<DirectoryError> directoryVerdict(const Streams& streams,
                                                std::chrono::milliseconds timeLimit) {
     // A user's own rights are all that this is for: the system service asks no server that a caller
     // names.
-    if (hasForeignRights() || isSocket(streams.input.get())) {
+    if (hasForeignRights() || isSocket(streams.input)) {
         return ldapError(LDAP_INSUFFICIENT_ACCESS, "The system service asks no directory server");
     }
     // No file of the user's decides what the directory's library trusts.
     if (setenv("LDAPNOINIT", "1", 1) != 0) {
         std::abort();
     }
-    StepLimit steps(streams.answer.get(), settings.timeout);
-    auto connection = LdapConnection::open(settings, steps);
-    if (!connection) {
-        return std::move(connection).error();
+    const StepLimit limit{streams.answer.get(), settings.timeout};
+    const auto handle = openDirectory(settings, limit);
+    if (!handle) {
+        return handle.error();
     }
     CheckRequest request;
     if (!answer(streams.answer.get(), protocol::ready) ||
@@ -157,7 +190,7 @@ std::optional<DirectoryError> directoryVerdict(const Streams& streams,
                       protocol::longestDirectoryPassword)) {
         return ldapError(LDAP_PARAM_ERROR, "The request is malformed");
     }
-    return askDirectory(**connection, settings, request);
+    return askDirectory(handle->get(), settings, request, limit);
 }
 
 /// The line about an account of a directory server, after the one that it is ready.

@@ -5,7 +5,7 @@
 #include <array>
 
 #include "tests/linux/directory/ldap_node_fixture.h"
-#include "tools/osupdate_checkpass/ldap/ldap_error.h"
+#include "tools/osupdate_checkpass/ldap/ldap_step.h"
 
 namespace velunor::testing {
 namespace {

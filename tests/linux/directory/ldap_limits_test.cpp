@@ -20,8 +20,7 @@
 #include "tests/linux/directory/ldap_node_fixture.h"
 #include "tests/linux/directory/ldap_peers.h"
 #include "tests/support/forked_copy.h"
-#include "tools/osupdate_checkpass/ldap/ldap_options.h"
-#include "tools/osupdate_checkpass/ldap/ldap_socket.h"
+#include "tools/osupdate_checkpass/ldap/ldap_handle.h"
 
 namespace velunor::testing {
 namespace {
@@ -182,9 +181,9 @@ TEST_F(LdapNodeLimits, LostConnectionIsAnErrorAndNeverMadeAgainWithoutTls) {
 TEST_F(LdapNodeLimits, HandleNeverSpeaksOnAConnectionThatTheLibraryMakes) {
     const SilentListener listener;
     const DirectoryNodeSettings settings = node("ldap", listener.port());
-    LDAP* const handle = newLdapHandle(connectToPort(listener.port()), settings.uri);
-    ASSERT_NE(handle, nullptr);
-    ASSERT_TRUE(setLdapOptions(handle, settings));
+    auto made = newLdapHandle(connectToPort(listener.port()), settings);
+    ASSERT_TRUE(made);
+    LDAP* const handle = made->get();
     // What the library does when it takes a connection for lost.
     Sockbuf* buffer = nullptr;
     ldap_get_option(handle, LDAP_OPT_SOCKBUF, static_cast<void*>(&buffer));
@@ -194,7 +193,7 @@ TEST_F(LdapNodeLimits, HandleNeverSpeaksOnAConnectionThatTheLibraryMakes) {
     EXPECT_EQ(ldap_search_ext(handle, "", LDAP_SCOPE_BASE, "(cn=x)", nullptr, 0, nullptr, nullptr,
                               nullptr, LDAP_NO_LIMIT, &request),
               LDAP_SERVER_DOWN);
-    ldap_unbind_ext(handle, nullptr, nullptr);
+    made->reset();
     std::array<char, 64> bytes{};
     const FileDescriptor first(accept(listener.socket(), nullptr, nullptr));
     const FileDescriptor second(accept(listener.socket(), nullptr, nullptr));
@@ -247,9 +246,9 @@ TEST(LdapNodeNames, AddressThatIsSilentLeavesTimeForTheNext) {
             listen(second.get(), 1) != 0) {
             return "no second address";
         }
-        StepLimit steps(STDOUT_FILENO, 4 * shortLimit);
         const auto connection =
-            connectToServer("ldaps://twins.example.org:" + std::to_string(hole.port()), steps);
+            connectToServer("ldaps://twins.example.org:" + std::to_string(hole.port()),
+                            {STDOUT_FILENO, 4 * shortLimit});
         return connection ? "connected" : connection.error().description();
     });
     EXPECT_EQ(outcome.text, "connected");

@@ -1,13 +1,21 @@
 #include "tools/osupdate_checkpass/pam/pam_check.h"
 
+#include <fcntl.h>
 #include <security/pam_appl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 
-#include "platform/secret.h"
+#include "platform/posix/file_descriptor.h"
 
 namespace velunor {
 namespace {
@@ -19,48 +27,33 @@ struct Conversation {
     bool asked = false;
 };
 
-/// The answer to one message; null for one that needs none or gets none.
-char* answerTo(const pam_message& message, Conversation& conversation) {
-    if (message.msg_style != PAM_PROMPT_ECHO_OFF || conversation.asked) {
-        return nullptr;
-    }
-    conversation.asked = true;
-    // PAM wipes and frees it.
-    return strndup(conversation.password.data(), conversation.password.size());
-}
-
-bool isNotice(const pam_message& message) {
-    return message.msg_style == PAM_TEXT_INFO || message.msg_style == PAM_ERROR_MSG;
-}
-
-void drop(pam_response* responses, int count) {
-    for (int index = 0; index < count; ++index) {
-        char* text = responses[index].resp;
-        if (text != nullptr) {
-            wipe(text, std::strlen(text));
-            std::free(text);
-        }
-    }
-    std::free(responses);
-}
-
 int converse(int count, const pam_message** messages, pam_response** responses, void* data) {
     if (count <= 0 || count > PAM_MAX_NUM_MSG) {
         return PAM_CONV_ERR;
     }
+    auto& conversation = *static_cast<Conversation*>(data);
+    int question = -1;
+    for (int index = 0; index < count; ++index) {
+        const int style = messages[index]->msg_style;
+        if (style == PAM_TEXT_INFO || style == PAM_ERROR_MSG) {
+            continue;
+        }
+        if (style != PAM_PROMPT_ECHO_OFF || std::exchange(conversation.asked, true)) {
+            return PAM_CONV_ERR;
+        }
+        question = index;
+    }
+    // PAM wipes and frees the answers.
     auto* answers = static_cast<pam_response*>(
         std::calloc(static_cast<std::size_t>(count), sizeof(pam_response)));
     if (answers == nullptr) {
         return PAM_BUF_ERR;
     }
-    auto& conversation = *static_cast<Conversation*>(data);
-    for (int index = 0; index < count; ++index) {
-        if (isNotice(*messages[index])) {
-            continue;
-        }
-        answers[index].resp = answerTo(*messages[index], conversation);
-        if (answers[index].resp == nullptr) {
-            drop(answers, count);
+    if (question >= 0) {
+        const std::string_view password = conversation.password;
+        answers[question].resp = strndup(password.data(), password.size());
+        if (answers[question].resp == nullptr) {
+            std::free(answers);
             return PAM_CONV_ERR;
         }
     }
@@ -96,6 +89,26 @@ int authenticate(pam_handle_t* pam, std::string_view userName, const Conversatio
     return code;
 }
 
+[[noreturn]] void runCheck(const std::function<int()>& check, int verdict, pid_t parent) {
+    // Without a terminal no module can turn to the person behind the program's back.
+    setsid();
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {
+        _exit(EXIT_FAILURE);
+    }
+    const int code = check();
+    _exit(::write(verdict, &code, sizeof code) == sizeof code ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+/// Ends a process and its group, so that nothing which a module started is left over.
+void endWithGroup(pid_t process) {
+    kill(-process, SIGKILL);
+    // It may not have come so far as to have a group.
+    kill(process, SIGKILL);
+    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
 }  // namespace
 
 int askPam(const CheckRequest& request) {
@@ -110,6 +123,31 @@ int askPam(const CheckRequest& request) {
     code = authenticate(pam, userName, conversation);
     const int end = pam_end(pam, code);
     return code == PAM_SUCCESS ? end : code;
+}
+
+int guardedCheck(const std::function<int()>& check,
+                 std::chrono::steady_clock::time_point deadline) {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return PAM_SYSTEM_ERR;
+    }
+    FileDescriptor reader(ends[0]);
+    FileDescriptor writer(ends[1]);
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child < 0) {
+        return PAM_SYSTEM_ERR;
+    }
+    if (child == 0) {
+        reader = FileDescriptor();
+        runCheck(check, writer.get(), parent);
+    }
+    writer = FileDescriptor();
+    int code = PAM_ABORT;
+    const bool told = pollUntil(reader.get(), POLLIN, deadline) == 0 &&
+                      read(reader.get(), &code, sizeof code) == sizeof code;
+    endWithGroup(child);
+    return told ? code : PAM_ABORT;
 }
 
 }  // namespace velunor

@@ -3,6 +3,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "platform/linux/directory/credential_checker_protocol.h"
@@ -39,5 +40,12 @@ class CheckRequest {
     std::string_view userName_{};
     std::string_view password_{};
 };
+
+/// The line that tells a refusal: the library's number, never 0, and a text without line breaks.
+/// Never longer than the protocol allows.
+[[nodiscard]] std::string refusal(int code, std::string_view text);
+
+/// Whether the whole line could be written.
+[[nodiscard]] bool answer(int stream, std::string_view line);
 
 }  // namespace velunor

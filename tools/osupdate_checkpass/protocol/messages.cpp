@@ -1,7 +1,8 @@
-#include "tools/osupdate_checkpass/protocol/request.h"
+#include "tools/osupdate_checkpass/protocol/messages.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "platform/posix/file_descriptor.h"
@@ -56,6 +57,18 @@ std::size_t CheckRequest::readToEnd(int input, std::chrono::steady_clock::time_p
         }
     }
     return 0;
+}
+
+std::string refusal(int code, std::string_view text) {
+    std::string line(credential_checker_protocol::refused);
+    line += std::to_string(code) + " ";
+    line += text;
+    line.resize(std::min(line.size(), credential_checker_protocol::longestAnswer - 1));
+    return line + "\n";
+}
+
+bool answer(int stream, std::string_view line) {
+    return ::write(stream, line.data(), line.size()) == static_cast<ssize_t>(line.size());
 }
 
 }  // namespace velunor
