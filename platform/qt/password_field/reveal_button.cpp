@@ -1,10 +1,9 @@
-#include "platform/qt/password_field/reveal_button.h"
-
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <algorithm>
 
 #include "platform/qt/desktop/appearance.h"
+#include "platform/qt/password_field/secure_text_field.h"
 #include "platform/qt/widgets/picture_view.h"
 
 namespace velunor {

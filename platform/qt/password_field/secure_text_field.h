@@ -1,12 +1,45 @@
 #pragma once
 
+#include <QAbstractButton>
 #include <QStringView>
 
-#include "platform/qt/password_field/reveal_button.h"
 #include "platform/qt/password_field/secret_text.h"
 #include "platform/qt/widgets/text_fields.h"
 
 namespace velunor {
+
+/// The eye in a password field. What it reveals is revealed while the pointer's left button or the
+/// space bar holds it down, and no longer: letting go, leaving it, another focus or another active
+/// window end it. Main thread only.
+class RevealButton final : public QAbstractButton {
+    Q_OBJECT
+
+  public:
+    explicit RevealButton(QWidget* parent);
+
+    [[nodiscard]] bool isHeld() const { return held_; }
+    /// Ends the reveal.
+    void letGo() { setHeld(false); }
+
+    [[nodiscard]] QSize sizeHint() const override;
+
+  signals:
+    void heldChanged(bool held);
+
+  protected:
+    bool event(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    void setHeld(bool held);
+
+    bool held_ = false;
+};
 
 /// The field for a password. The toolkit's own, in its password mode, keeps the text in buffers and
 /// an undo history that nobody wipes. Here its editor holds one bullet for each character, so that
