@@ -4,20 +4,16 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 
-namespace velunor {
+#include "platform/owned.h"
 
+namespace velunor {
 namespace {
 
 Error errorOf(int number) {
     return {std::generic_category().message(number)};
 }
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 }  // namespace
 
@@ -37,7 +33,7 @@ Expected<std::vector<std::byte>> readWholeFile(const std::string& path) {
         return Error{"Not a regular file"};
     }
     errno = 0;
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rbe"));
+    const Owned<std::FILE, std::fclose> file(std::fopen(path.c_str(), "rbe"));
     if (!file) {
         return errorOf(errno);
     }

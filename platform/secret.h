@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,6 +14,19 @@ void wipe(char* bytes, std::size_t count) noexcept;
 /// Overwrites the whole storage of `text`, spare capacity included, and empties it.
 void wipe(std::string& text) noexcept;
 
+/// Overwrites what it gives back.
+template <class T>
+struct WipingAllocator {
+    using value_type = T;
+
+    T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
+    void deallocate(T* storage, std::size_t count) noexcept {
+        wipe(reinterpret_cast<char*>(storage), count * sizeof(T));
+        std::allocator<T>().deallocate(storage, count);
+    }
+    bool operator==(const WipingAllocator&) const = default;
+};
+
 /// Bytes that must not outlive their use, such as a typed password. Move-only, never printable;
 /// its storage is overwritten when it is destroyed, grown, replaced or moved from. Not
 /// thread-safe; a value may be handed from one thread to another.
@@ -21,38 +35,28 @@ class Secret {
     Secret() = default;
 
     /// Takes a copy of `text`; the caller stays responsible for its own copy.
-    explicit Secret(std::string_view text);
-
-    /// Takes the text over and wipes the source.
-    static Secret taking(std::string& text);
+    explicit Secret(std::string_view text) : bytes_(text.begin(), text.end()) {}
 
     Secret(const Secret&) = delete;
     Secret& operator=(const Secret&) = delete;
-    Secret(Secret&& other) noexcept;
-    Secret& operator=(Secret&& other) noexcept;
-    ~Secret();
+    Secret(Secret&&) noexcept = default;
+    Secret& operator=(Secret&&) noexcept = default;
+    ~Secret() = default;
 
     /// The clear bytes; the view is valid until the next change or the end of this object.
-    [[nodiscard]] std::string_view reveal() const noexcept { return {storage_.data(), size_}; }
+    [[nodiscard]] std::string_view reveal() const noexcept { return {bytes_.data(), size()}; }
 
-    [[nodiscard]] std::size_t size() const noexcept { return size_; }
-    [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
-
-    /// An independent copy, for the rare place that must hand the bytes on twice.
-    [[nodiscard]] Secret duplicate() const { return Secret(reveal()); }
+    [[nodiscard]] std::size_t size() const noexcept { return bytes_.size(); }
+    [[nodiscard]] bool empty() const noexcept { return bytes_.empty(); }
 
     /// Adds bytes at the end; storage that is outgrown is wiped.
-    void append(std::string_view text);
+    void append(std::string_view text) { bytes_.insert(bytes_.end(), text.begin(), text.end()); }
 
     /// Wipes the storage and leaves an empty value.
-    void clear() noexcept;
+    void clear() noexcept { bytes_ = {}; }
 
   private:
-    void reserve(std::size_t capacity);
-
-    /// Room for the bytes and for some more; it never grows in place, which would leave copies.
-    std::vector<char> storage_;
-    std::size_t size_ = 0;
+    std::vector<char, WipingAllocator<char>> bytes_;
 };
 
 }  // namespace velunor

@@ -1,13 +1,13 @@
 #include "platform/text.h"
 
 #include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
 #include <utility>
 
 namespace velunor {
-
 namespace {
-
-constexpr std::string_view hexadecimalDigits = "0123456789abcdef0123456789ABCDEF";
 
 constexpr bool isHighHalf(char32_t unit) {
     return unit >= 0xD800U && unit <= 0xDBFFU;
@@ -28,12 +28,10 @@ constexpr bool isControl(char32_t code) {
 }
 
 std::string hexadecimal(char32_t code, int fewestDigits) {
-    std::string digits;
-    for (int count = 0; code != 0 || count < fewestDigits; ++count) {
-        digits.insert(digits.begin(), hexadecimalDigits[16U + (code & 0xFU)]);
-        code >>= 4U;
-    }
-    return digits;
+    std::array<char, 16> digits{};
+    static_cast<void>(std::snprintf(digits.data(), digits.size(), "%0*X", fewestDigits,
+                                    static_cast<unsigned>(code)));
+    return digits.data();
 }
 
 std::string escapeOf(char32_t code, EscapeStyle style) {
@@ -56,16 +54,14 @@ std::string escapeOf(char32_t code, EscapeStyle style) {
 }
 
 std::optional<char32_t> takeCodeUnit(std::string_view& text) {
-    char32_t unit = 0;
-    for (int count = 0; count < 4; ++count) {
-        const auto digit =
-            text.empty() ? std::string_view::npos : hexadecimalDigits.find(text.front());
-        if (digit == std::string_view::npos) {
-            return std::nullopt;
-        }
-        unit = unit * 16 + static_cast<char32_t>(digit % 16);
-        text.remove_prefix(1);
+    const auto digits = text.substr(0, 4);
+    std::uint16_t unit = 0;
+    const char* end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, unit, 16);
+    if (digits.size() < 4 || stop != end) {
+        return std::nullopt;
     }
+    text.remove_prefix(digits.size());
     return unit;
 }
 

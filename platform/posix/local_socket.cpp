@@ -8,7 +8,6 @@
 #include <optional>
 
 namespace velunor {
-
 namespace {
 
 using std::chrono::steady_clock;

@@ -7,7 +7,6 @@
 #include <vector>
 
 namespace velunor {
-
 namespace {
 
 /// Asks one of the database's functions with a buffer, a larger one as long as it wants that. Null

@@ -9,13 +9,12 @@
 #include <csignal>
 #include <utility>
 
-#include "platform/linux/directory/credential_checker_connection.h"
+#include "platform/linux/directory/credential_checker.h"
 #include "platform/linux/directory/credential_checker_protocol.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/process.h"
 
 namespace velunor {
-
 namespace {
 
 struct Pipe {

@@ -2,51 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
-#include "platform/linux/directory/credential_checker.h"
-#include "platform/linux/directory/local_account_record.h"
-#include "platform/linux/directory/network_node.h"
+#include "platform/linux/directory/nodes.h"
 
 namespace velunor {
-
 namespace {
 
 using Settings = std::shared_ptr<const LinuxDirectorySettings>;
-
-/// The accounts of this machine.
-class LocalNode final : public DirectoryNode {
-  public:
-    explicit LocalNode(Settings settings) : settings_(std::move(settings)) {}
-
-    std::optional<DirectoryError> setCredentials(const std::string& recordName,
-                                                 const Secret& password) override {
-        return checkLocalPassword(settings_->checker, recordName, password);
-    }
-
-    std::optional<PropertyListDictionary> nodeDetails(
-        std::span<const std::string_view> /*keys*/) override {
-        return std::nullopt;
-    }
-
-    DirectoryResult<DirectoryRecords> usersNamed(const std::string& recordName,
-                                                 std::size_t maximumResults) override {
-        LocalAccountResult found = localAccountNamed(recordName);
-        if (found.error != 0) {
-            return DirectoryError{"Password database", found.error,
-                                  std::generic_category().message(found.error)};
-        }
-        DirectoryRecords records;
-        if (found.account && maximumResults > 0) {
-            records.push_back(std::make_unique<LocalAccountRecord>(std::move(*found.account)));
-        }
-        return records;
-    }
-
-  private:
-    Settings settings_;
-};
 
 /// The node that knows which nodes are to be asked, and has no accounts of its own.
 class SearchNode final : public DirectoryNode {
@@ -103,7 +66,7 @@ class LinuxDirectorySession final : public DirectorySession {
     }
 
     DirectoryResult<DirectoryNodePointer> openNode(DirectoryNodeType /*type*/) override {
-        return std::make_unique<LocalNode>(settings_);
+        return openLocalNode(settings_->checker);
     }
 
   private:

@@ -1,14 +1,12 @@
-#include "platform/linux/directory/network_node.h"
-
 #include <array>
 #include <utility>
 
-#include "platform/linux/directory/credential_checker_connection.h"
+#include "platform/linux/directory/credential_checker.h"
 #include "platform/linux/directory/credential_checker_protocol.h"
+#include "platform/linux/directory/nodes.h"
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
 namespace protocol = credential_checker_protocol;

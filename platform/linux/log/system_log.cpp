@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstdio>
@@ -21,7 +20,6 @@
 #include "platform/text.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr const char* identifier = "VelunorOSUpdate";
@@ -30,18 +28,15 @@ constexpr const char* syslogSocket = "/dev/log";
 
 /// Local time with milliseconds, then the program and its process id.
 std::string recordHead() {
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
-        1000;
+    std::timespec now{};
+    std::timespec_get(&now, TIME_UTC);
     std::tm local{};
-    localtime_r(&seconds, &local);
+    localtime_r(&now.tv_sec, &local);
     std::array<char, 32> date{};
     static_cast<void>(std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &local));
     std::array<char, 96> head{};
-    const int length = std::snprintf(head.data(), head.size(), "%s.%03d %s[%d] ", date.data(),
-                                     static_cast<int>(milliseconds), identifier, getpid());
+    const int length = std::snprintf(head.data(), head.size(), "%s.%03ld %s[%d] ", date.data(),
+                                     now.tv_nsec / 1'000'000, identifier, getpid());
     return {head.data(), static_cast<std::size_t>(length)};
 }
 

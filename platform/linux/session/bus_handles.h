@@ -4,29 +4,18 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <memory>
+
+#include "platform/owned.h"
 
 namespace velunor {
 
-struct CloseBus {
-    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
-};
-
 /// An open connection to a message bus. One thread at a time.
-using BusHandle = std::unique_ptr<sd_bus, CloseBus>;
+using BusHandle = Owned<sd_bus, sd_bus_close_unref>;
 
-struct DropMessage {
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-};
-
-using BusMessageHandle = std::unique_ptr<sd_bus_message, DropMessage>;
-
-struct DropCredentials {
-    void operator()(sd_bus_creds* credentials) const { sd_bus_creds_unref(credentials); }
-};
+using BusMessageHandle = Owned<sd_bus_message, sd_bus_message_unref>;
 
 /// What the bus tells of one of its clients.
-using BusCredentialsHandle = std::unique_ptr<sd_bus_creds, DropCredentials>;
+using BusCredentialsHandle = Owned<sd_bus_creds, sd_bus_creds_unref>;
 
 /// A connection that `open` makes, on which an answer may take five seconds; null when there is no
 /// such bus, with the reason in errno. Any thread.

@@ -3,34 +3,29 @@
 #include <systemd/sd-login.h>
 
 #include <cstdlib>
-#include <memory>
-#include <string_view>
+#include <string>
 
+#include "platform/owned.h"
 #include "platform/posix/password_database.h"
 
 namespace velunor {
-
 namespace {
 
-struct FreeText {
-    void operator()(char* text) const { std::free(text); }
-};
+using Text = Owned<char, std::free>;
 
-using Text = std::unique_ptr<char, FreeText>;
+/// What the login manager says of a session; empty where it cannot.
+std::string said(int (*ask)(const char*, char**), const char* session) {
+    char* text = nullptr;
+    const bool isKnown = ask(session, &text) >= 0;
+    const Text owner(text);
+    return isKnown ? std::string(text) : std::string();
+}
 
 /// A user's graphical session; a greeter or a text console is nobody's desktop.
 bool isUserDesktop(const char* session) {
-    char* type = nullptr;
-    char* kind = nullptr;
-    const bool known = sd_session_get_type(session, &type) >= 0;
-    const Text typeOwner(type);
-    const bool classKnown = sd_session_get_class(session, &kind) >= 0;
-    const Text kindOwner(kind);
-    if (!known || !classKnown || std::string_view(kind) != "user") {
-        return false;
-    }
-    const std::string_view name(type);
-    return name == "x11" || name == "wayland" || name == "mir";
+    const std::string type = said(sd_session_get_type, session);
+    return said(sd_session_get_class, session) == "user" &&
+           (type == "x11" || type == "wayland" || type == "mir");
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 #include "platform/posix/file_descriptor.h"
 
 namespace velunor {
-
 namespace {
 
 /// The login manager's lock; it lasts as long as the descriptor is open.

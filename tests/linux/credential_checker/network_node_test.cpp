@@ -1,7 +1,5 @@
 // A network node, with scripts in the place of the credential checker.
 
-#include "platform/linux/directory/network_node.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -10,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "platform/linux/directory/nodes.h"
 #include "tests/linux/credential_checker/checker_support.h"
 #include "tests/support/forked_copy.h"
 #include "tests/support/temporary_directory.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/directory/network_node.h"
+#include "platform/linux/directory/nodes.h"
 #include "tests/linux/directory/ldap_server.h"
 
 namespace velunor::testing {

@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-#include "platform/linux/directory/network_node.h"
+#include "platform/linux/directory/nodes.h"
 
 int main(int count, char** arguments) {
     using namespace velunor;

@@ -15,16 +15,6 @@ TEST(SecretTest, HoldsWhatItWasGivenNulBytesIncluded) {
     EXPECT_FALSE(secret.empty());
 }
 
-TEST(SecretTest, TakingWipesTheSource) {
-    std::string source = "a password that is longer than a short string holds";
-    const char* storage = source.data();
-    const std::size_t length = source.size();
-    const Secret secret = Secret::taking(source);
-    EXPECT_TRUE(source.empty());
-    EXPECT_EQ(std::string(storage, length), std::string(length, '\0'));
-    EXPECT_EQ(secret.size(), length);
-}
-
 TEST(SecretTest, ClearingLeavesNothing) {
     Secret secret("p4ss");
     secret.clear();
@@ -59,13 +49,6 @@ TEST(SecretTest, AppendingNothingToNothingIsEmpty) {
     Secret secret;
     secret.append("");
     EXPECT_TRUE(secret.empty());
-}
-
-TEST(SecretTest, DuplicateIsIndependent) {
-    Secret secret("p4ss");
-    const Secret copy = secret.duplicate();
-    secret.clear();
-    EXPECT_EQ(copy.reveal(), "p4ss");
 }
 
 TEST(WipeTest, OverwritesBytes) {

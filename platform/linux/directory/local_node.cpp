@@ -1,15 +1,15 @@
-#include "platform/linux/directory/local_account_record.h"
-
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
 #include "platform/file.h"
+#include "platform/linux/directory/credential_checker.h"
+#include "platform/linux/directory/nodes.h"
 #include "platform/linux/session/bus_handles.h"
+#include "platform/posix/password_database.h"
 
 namespace velunor {
-
 namespace {
 
 constexpr const char* accountsName = "org.freedesktop.Accounts";
@@ -69,19 +69,61 @@ DirectoryResult<DirectoryValues> pictureKeptFor(const std::string& userName) {
     return DirectoryValues(std::move(paths));
 }
 
+class LocalAccountRecord final : public DirectoryRecord {
+  public:
+    explicit LocalAccountRecord(LocalAccount account) : account_(std::move(account)) {}
+
+    [[nodiscard]] DirectoryResult<DirectoryValues> valuesForAttribute(
+        std::string_view attribute) const override {
+        if (attribute == attributeJPEGPhoto) {
+            return photoIn(account_.homeDirectory);
+        }
+        if (attribute == attributePicture) {
+            return pictureKeptFor(account_.name);
+        }
+        return DirectoryError{"Directory", ENODATA, "No attribute " + std::string(attribute)};
+    }
+
+  private:
+    LocalAccount account_;
+};
+
+class LocalNode final : public DirectoryNode {
+  public:
+    explicit LocalNode(CredentialCheckerSettings checker) : checker_(std::move(checker)) {}
+
+    std::optional<DirectoryError> setCredentials(const std::string& recordName,
+                                                 const Secret& password) override {
+        return checkLocalPassword(checker_, recordName, password);
+    }
+
+    std::optional<PropertyListDictionary> nodeDetails(
+        std::span<const std::string_view> /*keys*/) override {
+        return std::nullopt;
+    }
+
+    DirectoryResult<DirectoryRecords> usersNamed(const std::string& recordName,
+                                                 std::size_t maximumResults) override {
+        LocalAccountResult found = localAccountNamed(recordName);
+        if (found.error != 0) {
+            return DirectoryError{"Password database", found.error,
+                                  std::generic_category().message(found.error)};
+        }
+        DirectoryRecords records;
+        if (found.account && maximumResults > 0) {
+            records.push_back(std::make_unique<LocalAccountRecord>(std::move(*found.account)));
+        }
+        return records;
+    }
+
+  private:
+    CredentialCheckerSettings checker_;
+};
+
 }  // namespace
 
-LocalAccountRecord::LocalAccountRecord(LocalAccount account) : account_(std::move(account)) {}
-
-DirectoryResult<DirectoryValues> LocalAccountRecord::valuesForAttribute(
-    std::string_view attribute) const {
-    if (attribute == attributeJPEGPhoto) {
-        return photoIn(account_.homeDirectory);
-    }
-    if (attribute == attributePicture) {
-        return pictureKeptFor(account_.name);
-    }
-    return DirectoryError{"Directory", ENODATA, "No attribute " + std::string(attribute)};
+DirectoryNodePointer openLocalNode(const CredentialCheckerSettings& checker) {
+    return std::make_unique<LocalNode>(checker);
 }
 
 }  // namespace velunor
