@@ -5,9 +5,8 @@
 #include <string_view>
 
 #include "agent/globals.h"
-#include "platform/desktop.h"
-#include "platform/process.h"
-#include "platform/system_log.h"
+#include "platform/application.h"
+#include "platform/system.h"
 
 namespace velunor {
 

@@ -6,14 +6,12 @@
 #include <vector>
 
 #include "credentials/secure_token_status.h"
-#include "platform/console_user.h"
+#include "platform/application.h"
 #include "platform/controls.h"
 #include "platform/directory_service.h"
 #include "platform/fatal_stop.h"
 #include "platform/graphics.h"
-#include "platform/process.h"
-#include "platform/run_loop.h"
-#include "platform/system_log.h"
+#include "platform/system.h"
 
 namespace velunor {
 

@@ -3,11 +3,10 @@
 #include <optional>
 #include <string>
 
-#include "platform/console_user.h"
 #include "platform/directory_service.h"
 #include "platform/graphics.h"
 #include "platform/secret.h"
-#include "platform/system_log.h"
+#include "platform/system.h"
 
 namespace velunor::OSUpdateUtil {
 

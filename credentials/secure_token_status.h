@@ -4,8 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/process.h"
-#include "platform/system_log.h"
+#include "platform/system.h"
 
 namespace velunor {
 

@@ -60,9 +60,12 @@ class DirectoryNode : public Interface {
     [[nodiscard]] virtual std::optional<DirectoryError> setCredentials(
         const std::string& recordName, const Secret& password) = 0;
 
-    /// The requested attributes of the node itself; none when they are unavailable.
+    /// The requested attributes of the node itself; none when they are unavailable, as those of an
+    /// ordinary node are.
     [[nodiscard]] virtual std::optional<PropertyListDictionary> nodeDetails(
-        std::span<const std::string_view> keys) = 0;
+        std::span<const std::string_view> /*keys*/) {
+        return std::nullopt;
+    }
 
     /// At most `maximumResults` user records whose record name equals `recordName`, complete, with
     /// all their attributes.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -9,10 +10,21 @@
 namespace velunor {
 
 /// Overwrites the bytes with zeros in a way that the compiler cannot leave out.
-void wipe(char* bytes, std::size_t count) noexcept;
+inline void wipe(char* bytes, std::size_t count) noexcept {
+    volatile char* cursor = bytes;
+    for (std::size_t index = 0; index < count; ++index) {
+        cursor[index] = '\0';
+    }
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+}
 
 /// Overwrites the whole storage of `text`, spare capacity included, and empties it.
-void wipe(std::string& text) noexcept;
+inline void wipe(std::string& text) noexcept {
+    // Growing to the capacity never allocates and makes every byte of the storage addressable.
+    text.resize(text.capacity());
+    wipe(text.data(), text.size());
+    text.clear();
+}
 
 /// Overwrites what it gives back.
 template <class T>

@@ -133,22 +133,13 @@ std::string listDescription(std::span<const std::string> elements) {
 }
 
 std::string encodedUtf8(char32_t code) {
-    const auto lead = [&](unsigned marker, unsigned shift) {
-        return static_cast<char>(marker | (code >> shift));
-    };
-    const auto tail = [&](unsigned shift) {
-        return static_cast<char>(0x80U | ((code >> shift) & 0x3FU));
-    };
-    if (code < 0x80U) {
-        return {static_cast<char>(code)};
+    constexpr std::array<unsigned, 4> leads{0, 0xC0U, 0xE0U, 0xF0U};
+    const unsigned tails = code < 0x80U ? 0 : code < 0x800U ? 1 : code < 0x10000U ? 2 : 3;
+    std::string out{static_cast<char>(leads[tails] | (code >> (6 * tails)))};
+    for (unsigned tail = tails; tail > 0; --tail) {
+        out += static_cast<char>(0x80U | ((code >> (6 * (tail - 1))) & 0x3FU));
     }
-    if (code < 0x800U) {
-        return {lead(0xC0U, 6), tail(0)};
-    }
-    if (code < 0x10000U) {
-        return {lead(0xE0U, 12), tail(6), tail(0)};
-    }
-    return {lead(0xF0U, 18), tail(12), tail(6), tail(0)};
+    return out;
 }
 
 std::optional<char32_t> takeEscapedCodePoint(std::string_view& text, std::string_view letters) {

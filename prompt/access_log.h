@@ -3,8 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/process.h"
-#include "platform/system_log.h"
+#include "platform/system.h"
 #include "prompt/os_update_input.h"
 #include "prompt/os_update_notification_response.h"
 

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "platform/system_log.h"
+#include "platform/system.h"
 #include "prompt/os_update_notification_response.h"
 
 namespace velunor {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "platform/application.h"
 #include "platform/controls.h"
-#include "platform/desktop.h"
 #include "platform/fatal_stop.h"
 
 namespace velunor {

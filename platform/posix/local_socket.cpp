@@ -32,18 +32,16 @@ std::optional<sockaddr_un> addressOf(const std::string& path) {
 /// Limits how long a connect waits for room in the queue of the listening side, which poll(2)
 /// cannot wait for. False, with the reason in errno, when the deadline has passed.
 bool limitConnect(int socket, steady_clock::time_point deadline) {
-    using std::chrono::microseconds;
     if (deadline == steady_clock::time_point::max()) {
         return true;
     }
-    const auto left = std::chrono::duration_cast<microseconds>(deadline - steady_clock::now());
+    using namespace std::chrono;
+    const auto left = duration_cast<microseconds>(deadline - steady_clock::now());
     if (left <= microseconds::zero()) {
         errno = ETIMEDOUT;
         return false;
     }
-    constexpr std::int64_t perSecond = 1'000'000;
-    const timeval limit{static_cast<time_t>(left.count() / perSecond),
-                        static_cast<suseconds_t>(left.count() % perSecond)};
+    const timeval limit{duration_cast<seconds>(left).count(), (left % seconds(1)).count()};
     return setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
 }
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/console_user.h"
+#include "platform/system.h"
 
 namespace velunor {
 

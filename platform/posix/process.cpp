@@ -54,19 +54,17 @@ std::string wholeContent(int file) {
     return content;
 }
 
-void addStream(posix_spawn_file_actions_t& actions, int stream, int standard) {
-    if (stream >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, stream, standard);
-    } else if (stream == emptyStream) {
-        posix_spawn_file_actions_addopen(&actions, standard, "/dev/null",
-                                         standard == STDIN_FILENO ? O_RDONLY : O_WRONLY, 0);
-    }
-}
-
-void addStreams(posix_spawn_file_actions_t& actions, const StandardStreams& streams) {
-    addStream(actions, streams.input, STDIN_FILENO);
-    addStream(actions, streams.output, STDOUT_FILENO);
-    addStream(actions, streams.error, STDERR_FILENO);
+void setStreams(posix_spawn_file_actions_t& actions, const StandardStreams& streams) {
+    const auto set = [&](int standard, int stream, int mode) {
+        if (stream >= 0) {
+            posix_spawn_file_actions_adddup2(&actions, stream, standard);
+        } else if (stream == emptyStream) {
+            posix_spawn_file_actions_addopen(&actions, standard, "/dev/null", mode, 0);
+        }
+    };
+    set(STDIN_FILENO, streams.input, O_RDONLY);
+    set(STDOUT_FILENO, streams.output, O_WRONLY);
+    set(STDERR_FILENO, streams.error, O_WRONLY);
     posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
 }
 
@@ -139,7 +137,7 @@ int spawn(const SpawnRequest& request, pid_t& child) {
     posix_spawnattr_t attributes{};
     posix_spawn_file_actions_init(&actions);
     posix_spawnattr_init(&attributes);
-    addStreams(actions, request.streams);
+    setStreams(actions, request.streams);
     setSignalsAndGroup(attributes, request.group);
     const int error = posix_spawnp(&child, request.program.c_str(), &actions, &attributes,
                                    arguments.data(), request.environment);

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/posix/file_descriptor.h"
-#include "platform/process.h"
+#include "platform/system.h"
 
 namespace velunor {
 

@@ -140,9 +140,9 @@ class XmlBuilder {
         } else if (open_.size() >= deepestPropertyList) {
             object("is nested too deeply");
         } else if (name == "array") {
-            open_.push_back({{PropertyListArray()}, std::nullopt});
+            open_.push_back({{PropertyListArray()}, {}});
         } else {
-            open_.push_back({{PropertyListDictionary()}, std::nullopt});
+            open_.push_back({{PropertyListDictionary()}, {}});
         }
     }
 

@@ -4,17 +4,13 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/linux/directory/nodes.h"
-
 namespace velunor {
 namespace {
-
-using Settings = std::shared_ptr<const LinuxDirectorySettings>;
 
 /// The node that knows which nodes are to be asked, and has no accounts of its own.
 class SearchNode final : public DirectoryNode {
   public:
-    explicit SearchNode(Settings settings) : settings_(std::move(settings)) {}
+    explicit SearchNode(std::vector<std::string> names) : names_(std::move(names)) {}
 
     std::optional<DirectoryError> setCredentials(const std::string& /*recordName*/,
                                                  const Secret& /*password*/) override {
@@ -26,7 +22,7 @@ class SearchNode final : public DirectoryNode {
         PropertyListDictionary details;
         if (std::find(keys.begin(), keys.end(), attributeSearchPath) != keys.end()) {
             PropertyListArray names;
-            for (const std::string& name : settings_->searchPath) {
+            for (const std::string& name : names_) {
                 names.push_back({name});
             }
             details.emplace(attributeSearchPath, PropertyListValue{std::move(names)});
@@ -44,42 +40,39 @@ class SearchNode final : public DirectoryNode {
         return {"Directory", ENOTSUP, "The search node has no accounts of its own"};
     }
 
-    Settings settings_;
+    std::vector<std::string> names_;
 };
 
 class LinuxDirectorySession final : public DirectorySession {
   public:
-    explicit LinuxDirectorySession(Settings settings) : settings_(std::move(settings)) {}
+    explicit LinuxDirectorySession(LinuxDirectorySettings settings)
+        : settings_(std::move(settings)) {}
 
     DirectoryResult<DirectoryNodePointer> openNode(const std::string& name) override {
         if (name == "/Local/Default") {
             return openNode(DirectoryNodeType::localNodes);
         }
         if (name == "/Search") {
-            return std::make_unique<SearchNode>(settings_);
+            return std::make_unique<SearchNode>(settings_.searchPath);
         }
-        const auto node = settings_->nodes.find(name);
-        if (node == settings_->nodes.end()) {
+        const auto node = settings_.nodes.find(name);
+        if (node == settings_.nodes.end()) {
             return DirectoryError{"Directory", ENOENT, "No node of this name"};
         }
-        return openNetworkNode(settings_->checker.program, node->second);
+        return openNetworkNode(settings_.checker.program, node->second);
     }
 
     DirectoryResult<DirectoryNodePointer> openNode(DirectoryNodeType /*type*/) override {
-        return openLocalNode(settings_->checker);
+        return openLocalNode(settings_.checker);
     }
 
   private:
-    Settings settings_;
+    LinuxDirectorySettings settings_;
 };
 
 }  // namespace
 
 LinuxDirectoryService::LinuxDirectoryService(LinuxDirectorySettings settings)
-    : settings_(std::make_shared<const LinuxDirectorySettings>(std::move(settings))) {}
-
-std::shared_ptr<DirectorySession> LinuxDirectoryService::defaultSession() {
-    return std::make_shared<LinuxDirectorySession>(settings_);
-}
+    : session_(std::make_shared<LinuxDirectorySession>(std::move(settings))) {}
 
 }  // namespace velunor

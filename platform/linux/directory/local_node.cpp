@@ -5,7 +5,7 @@
 
 #include "platform/file.h"
 #include "platform/linux/directory/credential_checker.h"
-#include "platform/linux/directory/nodes.h"
+#include "platform/linux/directory/directory_service.h"
 #include "platform/linux/session/bus_handles.h"
 #include "platform/posix/password_database.h"
 
@@ -95,11 +95,6 @@ class LocalNode final : public DirectoryNode {
     std::optional<DirectoryError> setCredentials(const std::string& recordName,
                                                  const Secret& password) override {
         return checkLocalPassword(checker_, recordName, password);
-    }
-
-    std::optional<PropertyListDictionary> nodeDetails(
-        std::span<const std::string_view> /*keys*/) override {
-        return std::nullopt;
     }
 
     DirectoryResult<DirectoryRecords> usersNamed(const std::string& recordName,

@@ -3,7 +3,7 @@
 
 #include "platform/linux/directory/credential_checker.h"
 #include "platform/linux/directory/credential_checker_protocol.h"
-#include "platform/linux/directory/nodes.h"
+#include "platform/linux/directory/directory_service.h"
 #include "platform/text.h"
 
 namespace velunor {
@@ -86,11 +86,6 @@ class NetworkNode final : public DirectoryNode {
         return verdictIn((*checker)->ask(credentialRequest(recordName, password),
                                          endOf(protocol::stepsToAnswer, settings_)),
                          protocol::accepted, Backend::ldap);
-    }
-
-    std::optional<PropertyListDictionary> nodeDetails(
-        std::span<const std::string_view> /*keys*/) override {
-        return std::nullopt;
     }
 
     DirectoryResult<DirectoryRecords> usersNamed(const std::string& /*recordName*/,

@@ -1,10 +1,12 @@
 #include "platform/linux/log/system_log.h"
 
+// A record does not tell where in the source it was written.
+#define SD_JOURNAL_SUPPRESS_LOCATION
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
 #include <syslog.h>
 #include <systemd/sd-journal.h>
 #include <unistd.h>
@@ -98,17 +100,6 @@ void occupyStandardStreams() {
     }
 }
 
-void sendToJournal(const std::string& message) {
-    const std::string text = "MESSAGE=" + message;
-    const std::string name = std::string("SYSLOG_IDENTIFIER=") + identifier;
-    const std::string priority = "PRIORITY=" + std::to_string(LOG_NOTICE);
-    const auto field = [](const std::string& value) {
-        return iovec{const_cast<char*>(value.data()), value.size()};
-    };
-    const std::array fields{field(text), field(name), field(priority)};
-    static_cast<void>(sd_journal_sendv(fields.data(), static_cast<int>(fields.size())));
-}
-
 }  // namespace
 
 LinuxSystemLog::LinuxSystemLog() {
@@ -123,7 +114,8 @@ void LinuxSystemLog::write(std::string_view message) {
     writeToStandardError(recordHead() + text + "\n");
     const Listener journal = listenerAt(journalSocket);
     if (journal.hasRoom) {
-        sendToJournal(text);
+        static_cast<void>(sd_journal_send("MESSAGE=%s", text.c_str(), "SYSLOG_IDENTIFIER=%s",
+                                          identifier, "PRIORITY=%d", LOG_NOTICE, nullptr));
     } else if (!journal.present && listenerAt(syslogSocket).hasRoom) {
         syslog(LOG_NOTICE, "%s", text.c_str());
     }

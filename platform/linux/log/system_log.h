@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/system_log.h"
+#include "platform/system.h"
 
 namespace velunor {
 

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-#include "platform/run_loop.h"
+#include "platform/application.h"
 
 namespace velunor {
 

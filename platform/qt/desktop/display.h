@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/desktop.h"
+#include "platform/application.h"
 
 namespace velunor {
 

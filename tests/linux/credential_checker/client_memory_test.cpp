@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/linux/directory/credential_checker.h"
-#include "platform/linux/directory/nodes.h"
+#include "platform/linux/directory/directory_service.h"
 #include "tests/linux/credential_checker/checker_support.h"
 #include "tests/linux/credential_checker/listening_socket.h"
 #include "tests/support/memory_search.h"

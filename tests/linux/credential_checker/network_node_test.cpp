@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "platform/linux/directory/nodes.h"
+#include "platform/linux/directory/directory_service.h"
 #include "tests/linux/credential_checker/checker_support.h"
 #include "tests/support/forked_copy.h"
 #include "tests/support/temporary_directory.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/directory/nodes.h"
+#include "platform/linux/directory/directory_service.h"
 #include "tests/linux/directory/ldap_server.h"
 
 namespace velunor::testing {

@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-#include "platform/linux/directory/nodes.h"
+#include "platform/linux/directory/directory_service.h"
 
 int main(int count, char** arguments) {
     using namespace velunor;

@@ -1,11 +1,10 @@
-#include "platform/linux/session/console_users.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
 
+#include "platform/linux/session/session.h"
 #include "tests/support/forked_copy.h"
 
 namespace velunor {

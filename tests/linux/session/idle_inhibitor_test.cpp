@@ -1,5 +1,3 @@
-#include "platform/linux/session/idle_inhibitor.h"
-
 #include <gtest/gtest.h>
 
 #include <array>
@@ -8,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/session/session.h"
 #include "tests/support/bus_service.h"
 #include "tests/support/doubles/recording_log.h"
 #include "tests/support/login_manager.h"

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <string>
 
-#include "platform/process.h"
+#include "platform/system.h"
 
 namespace velunor::testing {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/system_log.h"
+#include "platform/system.h"
 
 namespace velunor::testing {
 

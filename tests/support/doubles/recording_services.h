@@ -9,12 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/console_user.h"
-#include "platform/desktop.h"
+#include "platform/application.h"
 #include "platform/graphics.h"
-#include "platform/process.h"
 #include "platform/property_list.h"
-#include "platform/run_loop.h"
+#include "platform/system.h"
 #include "platform/text.h"
 
 namespace velunor::testing {

@@ -6,9 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/console_user.h"
 #include "platform/graphics.h"
-#include "platform/process.h"
+#include "platform/system.h"
 
 namespace velunor::testing {
 

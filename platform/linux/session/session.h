@@ -3,10 +3,16 @@
 #include <map>
 #include <memory>
 
-#include "platform/process.h"
-#include "platform/system_log.h"
+#include "platform/system.h"
 
 namespace velunor {
+
+/// The owner of the active graphical session of seat0, as the login manager tells it.
+class LinuxConsoleUsers final : public ConsoleUsers {
+  public:
+    [[nodiscard]] std::optional<std::uint32_t> consoleUserIdentifier() override;
+    [[nodiscard]] std::optional<PasswordEntry> passwordEntry(std::uint32_t userIdentifier) override;
+};
 
 /// Keeps the desktop from idling through the login manager's inhibitor lock, or through the
 /// desktop portal where there is no login manager. The lock is asked for on a thread of its own, so

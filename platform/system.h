@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,12 +11,20 @@
 
 namespace velunor {
 
-/// Ends the process on purpose.
-class ProcessExit : public Interface {
+// What the logic asks of the operating system.
+
+/// The system log, where every diagnostic line of the program goes. Any thread.
+class SystemLog : public Interface {
   public:
-    /// Flushes what is written and leaves with `status`, without running the destructors of
-    /// objects that another thread may still use. Never returns.
-    [[noreturn]] virtual void exit(int status) = 0;
+    /// Writes one record. Line breaks inside `message` are escaped, so it stays one. A failure to
+    /// write is not reported.
+    virtual void write(std::string_view message) = 0;
+};
+
+/// The wall clock.
+class Clock : public Interface {
+  public:
+    [[nodiscard]] virtual std::chrono::system_clock::time_point now() const = 0;
 };
 
 /// Who and where the process is.
@@ -28,10 +37,12 @@ class ProcessInfo : public Interface {
     [[nodiscard]] virtual std::string userName() const = 0;
 };
 
-/// The wall clock.
-class Clock : public Interface {
+/// Ends the process on purpose.
+class ProcessExit : public Interface {
   public:
-    [[nodiscard]] virtual std::chrono::system_clock::time_point now() const = 0;
+    /// Flushes what is written and leaves with `status`, without running the destructors of
+    /// objects that another thread may still use.
+    [[noreturn]] virtual void exit(int status) = 0;
 };
 
 /// How a child process ended and what it wrote.
@@ -64,6 +75,23 @@ class ProcessActivity : public Interface {
 
     /// Ends the activity of `token`; an unknown token is passed over.
     virtual void end(Token token) = 0;
+};
+
+/// What the password database says of a user id.
+struct PasswordEntry {
+    /// Account name; none where the entry has no name.
+    std::optional<std::string> name;
+};
+
+/// Who is logged in at the machine's console. Main thread only.
+class ConsoleUsers : public Interface {
+  public:
+    /// User id of the console user, none when nobody is logged in at the console.
+    [[nodiscard]] virtual std::optional<std::uint32_t> consoleUserIdentifier() = 0;
+
+    /// The password-database entry of a user id, or none.
+    [[nodiscard]] virtual std::optional<PasswordEntry> passwordEntry(
+        std::uint32_t userIdentifier) = 0;
 };
 
 }  // namespace velunor
