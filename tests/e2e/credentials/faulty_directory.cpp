@@ -62,11 +62,7 @@ class FaultySession : public DirectorySession {
 
 }  // namespace
 
-LinuxDirectoryService::LinuxDirectoryService(LinuxDirectorySettings settings)
-    : settings_(std::make_shared<const LinuxDirectorySettings>(std::move(settings))) {}
-
-std::shared_ptr<DirectorySession> LinuxDirectoryService::defaultSession() {
-    return fault() == "no-session" ? nullptr : std::make_shared<FaultySession>();
-}
+LinuxDirectoryService::LinuxDirectoryService(LinuxDirectorySettings /*settings*/)
+    : session_(fault() == "no-session" ? nullptr : std::make_shared<FaultySession>()) {}
 
 }  // namespace velunor
