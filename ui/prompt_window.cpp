@@ -141,8 +141,7 @@ void PromptWindow::connectActions() {
             form_->userNameTextField->selectAll();
         }
     });
-    for (QLineEdit* field : {static_cast<QLineEdit*>(form_->userNameTextField),
-                             static_cast<QLineEdit*>(form_->passwordTextFiled)}) {
+    for (const QLineEdit* field : findChildren<QLineEdit*>()) {
         connect(field, &QLineEdit::returnPressed, this, [this] {
             if (!form_->updateNowButton->isHidden()) {
                 form_->updateNowButton->click();

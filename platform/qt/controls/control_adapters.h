@@ -82,9 +82,6 @@ class WidgetControl : public Interface {
     WidgetLayer* layer_ = nullptr;
 };
 
-using QtView = WidgetControl<View>;
-using QtStackView = WidgetControl<StackView>;
-
 class QtLabel final : public WidgetControl<Label, TextLabel> {
   public:
     using WidgetControl::WidgetControl;

@@ -2,7 +2,6 @@
 
 #include <QAbstractNativeEventFilter>
 #include <QMargins>
-#include <QObject>
 #include <QRect>
 #include <cstdint>
 #include <functional>

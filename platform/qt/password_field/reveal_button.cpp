@@ -26,7 +26,6 @@ RevealButton::RevealButton(QWidget* parent) : QAbstractButton(parent) {
     setAttribute(Qt::WA_Hover);
     setCursor(Qt::ArrowCursor);
     setAccessibleName("Show password while held");
-    resize(sizeHint());
 }
 
 QSize RevealButton::sizeHint() const {

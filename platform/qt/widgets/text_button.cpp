@@ -102,12 +102,11 @@ void TextButton::paintEvent(QPaintEvent*) {
     if (!isEnabled()) {
         painter.setOpacity(disabledOpacity);
     }
-    QColor ink = theme.text;
+    QColor ink = theme.link;
     if (isLink()) {
         if ((underMouse() || isDown()) && isEnabled()) {
             drawRounded(painter, rect(), radius, theme.linkHover);
         }
-        ink = theme.link;
     } else {
         drawPlate(painter);
         ink = role_ == QLatin1String("primary") ? theme.onAccent : theme.text;

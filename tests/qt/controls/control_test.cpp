@@ -10,6 +10,8 @@
 namespace velunor {
 namespace {
 
+using QtView = WidgetControl<View>;
+
 std::vector<std::string> hostileTexts() {
     return {"",
             "<b>bold</b>",
