@@ -31,7 +31,7 @@ std::string AgentServiceServer::start(ServiceBus kind, sd_event* loop) {
     // NOLINTNEXTLINE(modernize-avoid-c-arrays): the elements come from macros for plain arrays.
     static const sd_bus_vtable table[] = {
         SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD_WITH_NAMES("ReplyDataForKey", "say", SD_BUS_PARAM(key) SD_BUS_PARAM(message),
+        SD_BUS_METHOD_WITH_NAMES(agentReplyMethod, "say", SD_BUS_PARAM(key) SD_BUS_PARAM(message),
                                  "s", SD_BUS_PARAM(reply), handleMessage,
                                  SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};

@@ -6,13 +6,13 @@
 
 #include <csignal>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "platform/linux/session/bus_handles.h"
+#include "platform/owned.h"
 #include "platform/posix/process.h"
 #include "platform/text.h"
 #include "prompt/delivery.h"
@@ -26,7 +26,7 @@ constexpr const char* busLost = "the message bus is gone";
 /// How long a prompt that was told to end has before it is killed.
 constexpr std::uint64_t endingMicroseconds = 3'000'000;
 
-using Loop = std::unique_ptr<sd_event, decltype(&sd_event_unref)>;
+using Loop = Owned<sd_event, sd_event_unref>;
 
 Loop makeLoop() {
     sigset_t handled;
@@ -37,7 +37,7 @@ Loop makeLoop() {
     sigprocmask(SIG_BLOCK, &handled, nullptr);
     sd_event* loop = nullptr;
     sd_event_new(&loop);
-    return {loop, sd_event_unref};
+    return Loop(loop);
 }
 
 /// Whether the line reached standard output. Wipes it, since it may hold a password.

@@ -18,12 +18,12 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "platform/owned.h"
 #include "platform/posix/file_descriptor.h"
 #include "tools/osupdate_checkpass/ldap/ldap_check.h"
 #include "tools/osupdate_checkpass/pam/pam_check.h"
@@ -115,7 +115,7 @@ bool hasActiveSession(uid_t user) {
     if (sd_uid_get_state(user, &text) < 0) {
         return false;
     }
-    const std::unique_ptr<char, decltype(&std::free)> state(text, &std::free);
+    const Owned<char, std::free> state(text);
     return std::string_view(state.get()) == "active";
 }
 

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "platform/owned.h"
 
 namespace velunor {
 namespace {
@@ -14,20 +15,20 @@ namespace {
 constexpr std::string_view placeholder = "%u";
 
 /// A text that the library has made for its caller.
-using LibraryText = std::unique_ptr<char, void (*)(void*)>;
-using Message = std::unique_ptr<LDAPMessage, int (*)(LDAPMessage*)>;
+using LibraryText = Owned<char, ldap_memfree>;
+using Message = Owned<LDAPMessage, ldap_msgfree>;
 
 /// What a server answers to a request.
 struct Answer {
     int code = LDAP_LOCAL_ERROR;
-    LibraryText diagnostic{nullptr, ldap_memfree};
-    std::unique_ptr<LDAPControl*, void (*)(LDAPControl**)> controls{nullptr, ldap_controls_free};
+    LibraryText diagnostic;
+    Owned<LDAPControl*, ldap_controls_free> controls;
 };
 
 LibraryText textOption(LDAP* handle, int option) {
     char* text = nullptr;
     ldap_get_option(handle, option, static_cast<void*>(&text));
-    return {text, ldap_memfree};
+    return LibraryText(text);
 }
 
 std::string_view view(const LibraryText& text) {
@@ -52,7 +53,7 @@ Message nextMessage(LDAP* handle, int sent, int request) {
     if (sent == LDAP_SUCCESS) {
         ldap_result(handle, request, LDAP_MSG_ONE, nullptr, &message);
     }
-    return {message, ldap_msgfree};
+    return Message(message);
 }
 
 Answer answerIn(LDAP* handle, LDAPMessage* message) {
@@ -116,7 +117,7 @@ std::optional<std::string> filterFor(std::string_view filter, std::string_view n
     berval plain{name.size(), const_cast<char*>(name.data())};
     berval escaped{};
     ldap_bv2escaped_filter_value(&plain, &escaped);
-    const LibraryText owner(escaped.bv_val, ldap_memfree);
+    const LibraryText owner(escaped.bv_val);
     if (owner == nullptr) {
         return std::nullopt;
     }
@@ -152,7 +153,7 @@ DirectoryResult<std::string> findEntry(LDAP* handle, const std::string& base,
             if (name) {
                 return ldapError(LDAP_LOCAL_ERROR, "Several accounts have that name");
             }
-            const LibraryText found(ldap_get_dn(handle, message.get()), ldap_memfree);
+            const LibraryText found(ldap_get_dn(handle, message.get()));
             name = view(found);
         } else if (ldap_msgtype(message.get()) == LDAP_RES_SEARCH_RESULT) {
             const Answer answer = answerIn(handle, message.get());

@@ -14,6 +14,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/owned.h"
 
 namespace velunor {
 namespace {
@@ -56,7 +57,7 @@ DirectoryError serverUnreachable(std::string_view reason) {
     return ldapError(LDAP_SERVER_DOWN, "The server cannot be reached", reason);
 }
 
-using Addresses = std::unique_ptr<addrinfo, void (*)(addrinfo*)>;
+using Addresses = Owned<addrinfo, freeaddrinfo>;
 
 DirectoryResult<Addresses> addressesOf(const LdapAddress& address, const StepLimit& limit) {
     // The resolver knows no time limit of its own.
@@ -77,7 +78,7 @@ DirectoryResult<Addresses> addressesOf(const LdapAddress& address, const StepLim
     if (code != 0) {
         return serverUnreachable(gai_strerror(code));
     }
-    return Addresses(first, freeaddrinfo);
+    return Addresses(first);
 }
 
 /// A connected socket that blocks; none with the reason in errno.
