@@ -25,7 +25,7 @@ std::string_view description(UpdateType type) {
 }
 
 std::optional<std::int64_t> parseInteger(std::string_view text) {
-    // The standard reader takes a minus alone.
+    // from_chars() knows no plus sign.
     if (text.starts_with('+') && !text.starts_with("+-")) {
         text.remove_prefix(1);
     }

@@ -73,8 +73,7 @@ void forEachOutlet(Outlets& outlets, Visitor&& visitor) {
     visitor("appIcon", outlets.appIcon);
 }
 
-/// What the window's form gives the controller beside the outlets. All pointers are owned by the
-/// form's view hierarchy. Main thread only.
+/// What the window's form gives the controller and keeps. Main thread only.
 struct PromptView {
     Outlets outlets;
     /// The constraints of the root view, in their order.

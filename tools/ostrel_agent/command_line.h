@@ -20,7 +20,7 @@ enum class AgentExit : int {
     postpone = 10,
 };
 
-/// Writes `text` as one line to standard error.
+/// Writes the program's name and `text`, as one line, to standard error.
 void complain(const std::string& text);
 
 /// Complains, and gives `status` back.

@@ -46,8 +46,8 @@ DirectoryError failure(LDAP* handle, std::string_view what) {
                      isKnown ? view(detail) : std::string_view());
 }
 
-/// Waits for the next message that answers a request which the library has `sent`; null when it
-/// could not, or when the connection is lost.
+/// Waits for the next answer to a request; null when `sent`, the code of sending it, is a failure's
+/// or the connection is lost.
 Message nextMessage(LDAP* handle, int sent, int request) {
     LDAPMessage* message = nullptr;
     if (sent == LDAP_SUCCESS) {
