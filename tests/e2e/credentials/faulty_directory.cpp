@@ -62,6 +62,7 @@ class FaultySession : public DirectorySession {
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the real one keeps what it is given.
 LinuxDirectoryService::LinuxDirectoryService(LinuxDirectorySettings /*settings*/)
     : session_(fault() == "no-session" ? nullptr : std::make_shared<FaultySession>()) {}
 
