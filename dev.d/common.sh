@@ -83,6 +83,10 @@ build() {
     [ $# -eq 0 ] || targets=(--target "$@")
     # Without these, ccache would see each checkout as another program.
     export CCACHE_BASEDIR=$ROOT CCACHE_NOHASHDIR=1
+    # And without these, no test that reads the precompiled headers would be found again.
+    export CCACHE_SLOPPINESS=pch_defines,time_macros
+    # What the compiler tells of the files that it read spares a run of the preprocessor.
+    export CCACHE_DEPEND=1
     say "building $preset"
     quietly cmake --preset "$preset" "${configure[@]}"
     quietly cmake --build --preset "$preset" -j "$(nproc)" "${targets[@]}"

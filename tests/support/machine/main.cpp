@@ -10,6 +10,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -21,6 +22,10 @@ constexpr const char* insideVariable = "VELUNOR_TEST_MACHINE";
 constexpr std::string_view filterOption = "--gtest_filter=";
 
 using Arguments = std::vector<std::string>;
+
+std::string ownProgram() {
+    return std::filesystem::read_symlink("/proc/self/exe");
+}
 
 [[noreturn]] void become(const Arguments& command) {
     std::vector<char*> pointers;
@@ -36,7 +41,7 @@ using Arguments = std::vector<std::string>;
 
 [[noreturn]] void enterMachine(const Arguments& arguments) {
     Arguments command{ENTER_MACHINE, SOURCE_TREE, "/usr/bin/env",
-                      std::string(insideVariable) + "=1", TEST_PROGRAM};
+                      std::string(insideVariable) + "=1", ownProgram()};
     command.insert(command.end(), arguments.begin(), arguments.end());
     become(command);
 }
@@ -60,7 +65,7 @@ bool endsWell(pid_t process) {
 
 /// What this program prints when it is asked for the names of its tests.
 std::string listing(Arguments arguments) {
-    arguments.insert(arguments.begin(), TEST_PROGRAM);
+    arguments.insert(arguments.begin(), ownProgram());
     arguments.emplace_back("--gtest_list_tests");
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0) {

@@ -20,42 +20,14 @@ namespace velunor::testing {
 /// with its default picture shown, field and notice hidden.
 class PanelFixture : public ::testing::Test {
   protected:
-    PanelFixture() {
-        outlets.credentailsRequiredView.connect(&credentailsRequiredView);
-        outlets.userStackView.connect(&userStackView);
-        outlets.userIcon.connect(&userIcon);
-        outlets.userNameLabel.connect(&userNameLabel);
-        outlets.userNameTextField.connect(&userNameTextField);
-        outlets.unsupportedInfoStackView.connect(&unsupportedInfoStackView);
-        outlets.passwordToUnspportedInfoConstraint.connect(&passwordToUnspportedInfoConstraint);
-        outlets.passwordToUserNameConstraint.connect(&passwordToUserNameConstraint);
-        userNameTextField.hidden = true;
-        unsupportedInfoStackView.hidden = true;
-        userIcon.image = defaultPicture;
-        images.clipped = roundedPicture;
-    }
+    PanelFixture();
+    ~PanelFixture() override;
 
     [[nodiscard]] std::unique_ptr<CredentialsPanel> makePanel(RunLoop& runLoop,
-                                                              const ImageReader& reader) {
-        return std::make_unique<CredentialsPanel>(
-            outlets, constraints,
-            CredentialsPanelServices{log, runLoop, reader, childProcess, consoleUsers, directory,
-                                     "/tool"});
-    }
+                                                              const ImageReader& reader);
 
     /// Puts `name` at the console, with a picture of this size where one is given.
-    void logIn(const std::string& name, std::optional<Size> pictureSize = std::nullopt) {
-        consoleUsers.identifier = 1000;
-        consoleUsers.entries = {{1000, {name}}};
-        directory.localNodes.emplace();
-        if (pictureSize) {
-            accountPicture = imageOfSize(pictureSize->width, pictureSize->height);
-            images.datas[bytesOf("photo")] = accountPicture;
-            const std::vector<std::vector<std::byte>> photos{bytesOf("photo")};
-            directory.localNodes->users =
-                std::vector<RecordScript>{{{std::string(attributeJPEGPhoto), photos}}};
-        }
-    }
+    void logIn(const std::string& name, std::optional<Size> pictureSize = std::nullopt);
 
     testing::PlainView credentailsRequiredView;
     testing::PlainStackView userStackView;
