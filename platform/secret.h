@@ -65,7 +65,10 @@ class Secret {
     void append(std::string_view text) { bytes_.insert(bytes_.end(), text.begin(), text.end()); }
 
     /// Wipes the storage and leaves an empty value.
-    void clear() noexcept { bytes_ = {}; }
+    void clear() noexcept {
+        wipe(bytes_.data(), bytes_.size());
+        bytes_.clear();
+    }
 
   private:
     std::vector<char, WipingAllocator<char>> bytes_;

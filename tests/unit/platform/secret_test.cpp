@@ -15,11 +15,15 @@ TEST(SecretTest, HoldsWhatItWasGivenNulBytesIncluded) {
     EXPECT_FALSE(secret.empty());
 }
 
-TEST(SecretTest, ClearingLeavesNothing) {
+TEST(SecretTest, ClearingLeavesNothingInTheStorage) {
     Secret secret("p4ss");
+    const char* storage = secret.reveal().data();
     secret.clear();
     EXPECT_TRUE(secret.empty());
     EXPECT_EQ(secret.reveal(), "");
+    // It keeps its storage, which is to hold nothing of the text.
+    ASSERT_EQ(secret.reveal().data(), storage);
+    EXPECT_EQ(std::string(storage, 4), std::string(4, '\0'));
 }
 
 TEST(SecretTest, MovedFromIsEmpty) {
