@@ -4,7 +4,6 @@
 #include <systemd/sd-login.h>
 
 #include <cstdlib>
-#include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -85,34 +84,10 @@ std::optional<PasswordEntry> LinuxConsoleUsers::passwordEntry(std::uint32_t user
     return passwordEntryOf(userIdentifier);
 }
 
-class LinuxProcessActivity::Lock {
-  public:
-    /// Asks for the lock; false when nobody grants one. On the asking thread.
-    bool acquire(const std::string& reason) {
-        FileDescriptor descriptor = loginManagerLock(reason);
-        BusHandle bus = descriptor.isOpen() ? nullptr : portalLock(reason);
-        const bool granted = descriptor.isOpen() || bus;
-        const std::lock_guard guard(mutex_);
-        // A lock that was released before it was granted is dropped here.
-        if (!released_) {
-            descriptor_ = std::move(descriptor);
-            bus_ = std::move(bus);
-        }
-        return granted;
-    }
-
-    void release() {
-        const std::lock_guard guard(mutex_);
-        released_ = true;
-        descriptor_ = FileDescriptor();
-        bus_.reset();
-    }
-
-  private:
-    std::mutex mutex_;
-    bool released_ = false;
-    FileDescriptor descriptor_;
-    BusHandle bus_;
+/// Given back by the end of this object's life, whichever of the two it is.
+struct LinuxProcessActivity::Lock {
+    FileDescriptor descriptor;
+    BusHandle bus;
 };
 
 LinuxProcessActivity::LinuxProcessActivity(SystemLog& log) : log_(log) {}
@@ -121,8 +96,11 @@ ProcessActivity::Token LinuxProcessActivity::beginUserInitiated(std::string_view
     const auto lock = std::make_shared<Lock>();
     locks_.emplace(++lastToken_, lock);
     try {
+        // An activity that ends before its lock is granted leaves the lock to this thread alone.
         std::thread([lock, text = std::string(reason), &log = log_] {
-            if (!lock->acquire(text)) {
+            lock->descriptor = loginManagerLock(text);
+            lock->bus = lock->descriptor.isOpen() ? nullptr : portalLock(text);
+            if (!lock->descriptor.isOpen() && !lock->bus) {
                 log.write("No idle inhibitor available");
             }
         }).detach();
@@ -133,11 +111,7 @@ ProcessActivity::Token LinuxProcessActivity::beginUserInitiated(std::string_view
 }
 
 void LinuxProcessActivity::end(Token token) {
-    const auto found = locks_.find(token);
-    if (found != locks_.end()) {
-        found->second->release();
-        locks_.erase(found);
-    }
+    locks_.erase(token);
 }
 
 }  // namespace velunor

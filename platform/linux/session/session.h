@@ -28,7 +28,7 @@ class LinuxProcessActivity final : public ProcessActivity {
 
   private:
     /// One held lock, shared with the thread that asks for it.
-    class Lock;
+    struct Lock;
 
     SystemLog& log_;
     std::map<Token, std::shared_ptr<Lock>> locks_;
