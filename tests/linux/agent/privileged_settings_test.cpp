@@ -10,7 +10,6 @@
 #include "tests/support/child_process.h"
 #include "tests/support/files.h"
 #include "tests/support/machine/machine.h"
-#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {
@@ -28,14 +27,15 @@ std::string settingsReadBy(mode_t mode) {
     const Account account = machine.addAccount("caller", newPassword());
     std::filesystem::create_directories("/etc/velunor");
     writeFile("/etc/velunor/ostrel-agent.toml", settingsNamed("of the machine"));
-    const TemporaryDirectory directory;
-    chmod(directory.path().c_str(), everybody);
-    const std::string program = directory.file("probe");
+    // The machine's own; a temporary directory may be where such bits count for nothing.
+    const std::filesystem::path directory = "/run/set-uid";
+    std::filesystem::create_directory(directory);
+    const std::string program = directory / "probe";
     std::filesystem::copy_file(SETTINGS_PROBE_PROGRAM, program);
     chmod(program.c_str(), mode);
-    const std::string settings = directory.file("other.toml");
+    const std::string settings = directory / "other.toml";
     writeFile(settings, settingsNamed("of the caller"));
-    const std::string output = directory.file("output");
+    const std::string output = directory / "output";
     writeFile(output, "");
     chmod(output.c_str(), S_IRWXU | S_IRWXG | S_IRWXO);
     const ActingAs acting(account);

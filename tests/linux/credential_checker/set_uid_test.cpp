@@ -16,7 +16,6 @@
 #include <vector>
 
 #include "tests/linux/credential_checker/checker_support.h"
-#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {
@@ -43,10 +42,11 @@ constexpr mode_t everybody = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
 /// What a copy of the checker with these rights, which belongs to root, answers to a stranger who
 /// knows the password.
 std::string answerOfCopy(mode_t mode, const std::vector<std::string>& arguments = {}) {
-    const TemporaryDirectory directory;
-    chmod(directory.path().c_str(), everybody);
-    const std::string program = directory.file("checkpass");
-    const std::string module = directory.file("module.so");
+    // The machine's own; a temporary directory may be where such bits count for nothing.
+    const std::filesystem::path directory = "/run/set-uid";
+    std::filesystem::create_directory(directory);
+    const std::string program = directory / "checkpass";
+    const std::string module = directory / "module.so";
     std::filesystem::copy_file(CHECKPASS_PROGRAM, program);
     std::filesystem::copy_file(PAM_TEST_MODULE, module);
     chmod(program.c_str(), mode);
