@@ -254,8 +254,10 @@ TEST(LdapNodeNames, AddressThatIsSilentLeavesTimeForTheNext) {
     EXPECT_EQ(outcome.text, "connected");
 }
 
-/// In namespaces of its own: a name server that never answers.
-TEST(LdapNodeNames, SilentNameServerEndsAtTheLimit) {
+/// What opening the node tells on a machine whose only name server is silent; the port of the
+/// address is that of a listener which is silent too.
+std::string openingWithoutNames(const std::string& host) {
+    const LdapServer server;
     const ChildOutcome outcome = inChild([&]() -> std::string {
         enterPrivateNamespace();
         mountEmptyOver("/etc");
@@ -275,8 +277,10 @@ TEST(LdapNodeNames, SilentNameServerEndsAtTheLimit) {
             bind(nameServer.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
             return "no name server";
         }
+        const SilentListener listener;
         DirectoryNodeSettings settings;
-        settings.uri = "ldaps://ldap.example.org";
+        settings.certificateAuthorities = server.authorities();
+        settings.uri = "ldaps://" + host + ":" + std::to_string(listener.port());
         settings.timeout = shortLimit;
         const auto begin = steady_clock::now();
         const auto node = openNetworkNode(CHECKPASS_PROGRAM, settings);
@@ -285,7 +289,18 @@ TEST(LdapNodeNames, SilentNameServerEndsAtTheLimit) {
         }
         return node ? "opened" : node.error().description();
     });
-    EXPECT_THAT(outcome.text, AllOf(StartsWith(down), HasSubstr("name resolution")));
+    return outcome.text;
+}
+
+/// In namespaces of its own: a name server that never answers.
+TEST(LdapNodeNames, SilentNameServerEndsAtTheLimit) {
+    EXPECT_THAT(openingWithoutNames("ldap.example.org"),
+                AllOf(StartsWith(down), HasSubstr("name resolution")));
+}
+
+TEST(LdapNodeNames, SilentNameServerIsNotWaitedForWithAnAddressInNumbers) {
+    // The error is that of the server, which is asked at last.
+    EXPECT_THAT(openingWithoutNames("127.0.0.1"), StartsWith(timedOut));
 }
 
 }  // namespace

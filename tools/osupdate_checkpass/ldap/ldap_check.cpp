@@ -225,6 +225,7 @@ std::optional<DirectoryError> bind(LDAP* handle, const std::string& name, std::s
 
 DirectoryResult<LdapHandle> openDirectory(const DirectoryNodeSettings& settings,
                                           const StepLimit& limit) {
+    prepareDirectoryLibrary();
     auto server = connectToServer(settings.uri, limit);
     if (!server) {
         return std::move(server).error();

@@ -5,10 +5,12 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openldap.h>
+#include <resolv.h>
 #include <sys/socket.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <optional>
 #include <regex>
 #include <system_error>
@@ -174,6 +176,16 @@ bool setOptions(LDAP* handle, const std::string& authorities) {
 }
 
 }  // namespace
+
+void prepareDirectoryLibrary() {
+    constexpr const char* resolverOptions = "RES_OPTIONS";
+    int version = 0;
+    if (setenv(resolverOptions, "attempts:1 timeout:1", 1) != 0 ||
+        ldap_get_option(nullptr, LDAP_OPT_PROTOCOL_VERSION, &version) != LDAP_OPT_SUCCESS ||
+        unsetenv(resolverOptions) != 0 || res_init() != 0) {
+        std::abort();
+    }
+}
 
 DirectoryResult<LdapSocket> connectToServer(const std::string& uri, const StepLimit& limit) {
     const auto address = parseLdapAddress(uri);

@@ -20,6 +20,11 @@ struct LdapSocket {
     bool beginsWithTls = false;
 };
 
+/// To be called first. At its first use the library looks up the machine's own full name, which is
+/// of no use here; a name server that is silent costs a check no more than a moment of it. Of one
+/// thread.
+void prepareDirectoryLibrary();
+
 /// Connects to the server at "ldaps://host[:port]" or "ldap://host[:port]", a slash at the end
 /// allowed; anything else that a directory's URI could say, such as other schemes or several
 /// servers, is an error. Looks the name up and takes the first address that answers, all in one
