@@ -19,6 +19,7 @@ std::size_t mostBytes = SIZE_MAX;
 
 }  // namespace
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the names that the linker gives.
 extern "C" {
 
 ssize_t __real_write(int descriptor, const void* bytes, std::size_t count);
@@ -33,6 +34,7 @@ ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t count) {
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace velunor::testing {
 namespace {
@@ -43,7 +45,7 @@ class AppendedEntry : public AgentFiles {
         initialiseLibrary();
         writeFile(accessLog(), "before\n");
     }
-    ~AppendedEntry() override {
+    void TearDown() override {
         interruptions = 0;
         mostBytes = SIZE_MAX;
     }

@@ -19,9 +19,13 @@ namespace velunor::testing {
 /// A panel over plain controls in the state that the window's form gives them: the account row
 /// with its default picture shown, field and notice hidden.
 class PanelFixture : public ::testing::Test {
+  public:
+    PanelFixture(const PanelFixture&) = delete;
+    PanelFixture& operator=(const PanelFixture&) = delete;
+    ~PanelFixture() override;
+
   protected:
     PanelFixture();
-    ~PanelFixture() override;
 
     [[nodiscard]] std::unique_ptr<CredentialsPanel> makePanel(RunLoop& runLoop,
                                                               const ImageReader& reader);

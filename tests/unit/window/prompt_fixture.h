@@ -22,9 +22,13 @@ namespace velunor::testing {
 
 /// A controller over plain controls and recording services.
 class PromptFixture : public ::testing::Test {
+  public:
+    PromptFixture(const PromptFixture&) = delete;
+    PromptFixture& operator=(const PromptFixture&) = delete;
+    ~PromptFixture() override;
+
   protected:
     PromptFixture();
-    ~PromptFixture() override;
     void TearDown() override;
 
     void makeController(std::vector<std::string> arguments);
