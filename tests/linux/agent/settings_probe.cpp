@@ -7,8 +7,8 @@
 
 int main() {
     velunor::TarnUtilMac().initializeAgentParams();
-    const bool told = std::puts(velunor::UtilsWrapper().productName().c_str()) >= 0 &&
-                      std::fflush(stdout) == 0;
+    const bool told =
+        std::puts(velunor::UtilsWrapper().productName().c_str()) >= 0 && std::fflush(stdout) == 0;
     // A process with more rights than its user cannot be searched for leaks at its end.
     std::_Exit(told ? EXIT_SUCCESS : EXIT_FAILURE);
 }
