@@ -27,9 +27,7 @@ std::string settingsReadBy(mode_t mode) {
     const Account account = machine.addAccount("caller", newPassword());
     std::filesystem::create_directories("/etc/velunor");
     writeFile("/etc/velunor/ostrel-agent.toml", settingsNamed("of the machine"));
-    // The machine's own; a temporary directory may be where such bits count for nothing.
-    const std::filesystem::path directory = "/run/set-uid";
-    std::filesystem::create_directory(directory);
+    const std::filesystem::path directory = placeOfPrograms();
     const std::string program = directory / "probe";
     std::filesystem::copy_file(SETTINGS_PROBE_PROGRAM, program);
     chmod(program.c_str(), mode);

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "tests/linux/credential_checker/checker_support.h"
+#include "tests/support/machine/machine.h"
 
 namespace velunor::testing {
 namespace {
@@ -42,9 +43,7 @@ constexpr mode_t everybody = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
 /// What a copy of the checker with these rights, which belongs to root, answers to a stranger who
 /// knows the password.
 std::string answerOfCopy(mode_t mode, const std::vector<std::string>& arguments = {}) {
-    // The machine's own; a temporary directory may be where such bits count for nothing.
-    const std::filesystem::path directory = "/run/set-uid";
-    std::filesystem::create_directory(directory);
+    const std::filesystem::path directory = placeOfPrograms();
     const std::string program = directory / "checkpass";
     const std::string module = directory / "module.so";
     std::filesystem::copy_file(CHECKPASS_PROGRAM, program);

@@ -61,6 +61,12 @@ std::string reachable(const std::string& path) {
     return treePath + path.substr(tree.size());
 }
 
+std::filesystem::path placeOfPrograms() {
+    const std::filesystem::path place = "/run/programs";
+    std::filesystem::create_directory(place);
+    return place;
+}
+
 std::string newPassword() {
     constexpr std::size_t length = 20;
     std::random_device random;

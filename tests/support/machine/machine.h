@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,6 +17,10 @@ inline constexpr const char* treePath = "/run/velunor/tree";
 
 /// `path`, a place in the source tree, as every account can reach it.
 [[nodiscard]] std::string reachable(const std::string& path);
+
+/// A directory of the machine's own, where set-user-ID bits count; in a temporary directory of a
+/// container they may count for nothing.
+[[nodiscard]] std::filesystem::path placeOfPrograms();
 
 /// An account of the machine.
 struct Account {
