@@ -62,7 +62,7 @@ std::string reachable(const std::string& path) {
 }
 
 std::filesystem::path placeOfPrograms() {
-    const std::filesystem::path place = "/run/programs";
+    std::filesystem::path place = "/run/programs";
     std::filesystem::create_directory(place);
     return place;
 }
