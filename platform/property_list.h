@@ -26,15 +26,21 @@ struct PropertyListDate {
     bool operator==(const PropertyListDate&) const = default;
 };
 
+/// Nothing, as only a binary list can say it.
+struct PropertyListNull {
+    bool operator==(const PropertyListNull&) const = default;
+};
+
 /// A dictionary that has a key which is not a text; its contents are of no use here.
 struct PropertyListForeignDictionary {
     bool operator==(const PropertyListForeignDictionary&) const = default;
 };
 
-/// One value of a property list. Texts are valid UTF-8.
+/// One value of a property list. Texts are valid UTF-8 without NUL.
 struct PropertyListValue {
     std::variant<std::string, bool, std::int64_t, double, PropertyListDate, PropertyListData,
-                 PropertyListArray, PropertyListDictionary, PropertyListForeignDictionary>
+                 PropertyListArray, PropertyListDictionary, PropertyListForeignDictionary,
+                 PropertyListNull>
         value;
     bool operator==(const PropertyListValue&) const = default;
 

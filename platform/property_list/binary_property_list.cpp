@@ -222,9 +222,13 @@ class BinaryReader {
     }
 
     Value readNumber(std::uint64_t position, std::uint8_t kind) {
+        constexpr std::uint8_t null = 0x00;
         constexpr std::uint8_t no = 0x08;
         constexpr std::uint8_t yes = 0x09;
         const std::uint8_t low = byteAt(position) & 0x0FU;
+        if (kind == constant && low == null) {
+            return PropertyListValue{PropertyListNull{}};
+        }
         if (kind == constant && (low == no || low == yes)) {
             return PropertyListValue{low == yes};
         }

@@ -198,7 +198,8 @@ class TextParser {
         while (!rest_.empty()) {
             const char character = take(1).front();
             if (character == quote) {
-                return text;
+                return text.find('\0') == std::string::npos ? std::optional(std::move(text))
+                                                            : fail("Text holds a NUL character");
             }
             if (character != '\\') {
                 text += character;
@@ -252,6 +253,9 @@ class TextParser {
 Expected<PropertyListValue> parseTextPropertyList(std::string_view text) {
     if (!isValidUtf8(text)) {
         return Error{"Property list is not valid UTF-8"};
+    }
+    if (text.find('\0') != std::string_view::npos) {
+        return Error{"Property list holds a NUL character"};
     }
     return TextParser(text).whole();
 }

@@ -1,6 +1,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 
 #include "platform/property_list/property_list_forms.h"
 #include "platform/property_list/property_list_reader.h"
@@ -15,18 +16,22 @@ void require(bool condition) {
     }
 }
 
+void checkText(const std::string& text) {
+    require(isValidUtf8(text) && text.find('\0') == std::string::npos);
+}
+
 /// What the reader promises of every value that it gives.
 void checkValue(const PropertyListValue& value, std::size_t depth) {
     require(depth <= deepestPropertyList);
     if (const auto* text = value.text()) {
-        require(isValidUtf8(*text));
+        checkText(*text);
     } else if (const auto* elements = std::get_if<PropertyListArray>(&value.value)) {
         for (const PropertyListValue& element : *elements) {
             checkValue(element, depth + 1);
         }
     } else if (const auto* members = value.dictionary()) {
         for (const auto& [key, member] : *members) {
-            require(isValidUtf8(key));
+            checkText(key);
             checkValue(member, depth + 1);
         }
     }

@@ -274,7 +274,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "impossible length"},
         HostileCase{"ImpossibleWideTextLength", binaryObject("\x6E"), "impossible length"},
         HostileCase{"UnknownKindOfObject", binaryObject("\x70"), "malformed"},
-        HostileCase{"Null", binaryObject(std::string(1, '\0')), "malformed"},
+        HostileCase{"UnknownConstant", binaryObject("\x01"), "malformed"},
         HostileCase{"NumberOfAnImpossibleSize", binaryObject("\x1F"), "malformed"},
         HostileCase{"NumberPastTheObjects", binaryObject("\x13\x01"), "malformed"},
         HostileCase{"FractionOfAnImpossibleSize", binaryObject("\x2F"), "malformed"},
@@ -331,7 +331,13 @@ INSTANTIATE_TEST_SUITE_P(
         HostileCase{"OctalEscapeThatIsTooLarge", R"("\777")", "Unknown escape"},
         HostileCase{"EscapeAtTheEnd", "\"\\", "Unknown escape"},
         HostileCase{"NotUtf8", "\"\xFF\"", "UTF-8"},
-        HostileCase{"Nul", std::string("\0", 1), "Expected a value"},
+        HostileCase{"Nul", std::string("\0", 1), "NUL"},
+        HostileCase{"NulInAText", std::string("\"a\0b\"", 5), "NUL"},
+        HostileCase{"NulInAKey", std::string("{\"a\0b\" = c;}", 12), "NUL"},
+        HostileCase{"NulInAComment", std::string("a // \0", 6), "NUL"},
+        HostileCase{"NulInUtf16", std::string("\xFE\xFF\0\"\0\0\0\"", 8), "NUL"},
+        HostileCase{"OctalEscapeOfNul", R"("a\0")", "NUL"},
+        HostileCase{"UnicodeEscapeOfNul", R"("a\U0000")", "NUL"},
         HostileCase{"Picture", "\x89PNG\r\n\x1A\n", "UTF-8"}),
     nameOf);
 

@@ -235,6 +235,21 @@ TEST(BinaryPropertyListForm, EveryTypeOfValue) {
     EXPECT_EQ(value(list.file(array)), PropertyListValue{expected});
 }
 
+TEST(BinaryPropertyListForm, NullIsAValueThatIsNoText) {
+    BinaryPropertyList list;
+    const auto null = list.add(std::string(1, '\0'));
+    const auto title = list.addText("title");
+    const auto info = list.addText("info");
+    const auto both = value(list.file(list.addDictionary({title, info}, {null, info})));
+    ASSERT_NE(both.dictionary(), nullptr);
+    EXPECT_EQ(both.dictionary()->at("title"), PropertyListValue{PropertyListNull{}});
+    EXPECT_EQ(both.dictionary()->at("title").text(), nullptr);
+    EXPECT_EQ(both.dictionary()->at("info"), text("info"));
+    EXPECT_EQ(value(list.file(null)), PropertyListValue{PropertyListNull{}});
+    EXPECT_EQ(value(list.file(list.addDictionary({null}, {info}))),
+              PropertyListValue{PropertyListForeignDictionary{}});
+}
+
 TEST(BinaryPropertyListForm, WideTextWithASurrogatePair) {
     BinaryPropertyList list;
     EXPECT_EQ(value(list.file(list.add("\x63\xD8\x3C\xDF\x89\x26\x03"))), text("🎉☃"));
