@@ -179,9 +179,12 @@ TEST_F(LdapNodeAccounts, SeveralAccountsWithOneNameAreRefusedWithoutABind) {
 TEST_F(LdapNodeAccounts, FilterWithoutAPlaceForTheNameIsRefusedWithoutASearch) {
     const int before = server->searches();
     DirectoryNodeSettings settings = node();
-    settings.userFilter = "(uid=alice)";
-    EXPECT_THAT(LdapNode::answer(settings, "mallory", "Blauer Käse"),
-                HasSubstr("The filter for accounts has no place for a name"));
+    for (const char* filter : {"(uid=alice)", "(%u=alice)", "(:dn:2.4.6.8.10:=%u)", ""}) {
+        settings.userFilter = filter;
+        EXPECT_THAT(LdapNode::answer(settings, "mallory", "Blauer Käse"),
+                    HasSubstr("The filter for accounts has no place for a name"))
+            << filter;
+    }
     EXPECT_EQ(server->searches(), before);
 }
 

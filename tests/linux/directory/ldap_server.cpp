@@ -175,6 +175,7 @@ void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
     text += "database mdb\nmaxsize 16777216\nsuffix dc=example,dc=org\n";
     text += "directory " + file("data") + "\n";
     text += "rootdn " + std::string(administrator) + "\nrootpw administrator\n";
+    text += settings.access;
     // Who has not proved to be anybody may find accounts and prove it, as in most directories.
     text += "access to attrs=userPassword by anonymous auth by * none\naccess to * by * read\n";
     text += "overlay ppolicy\nppolicy_default cn=policy,dc=example,dc=org\n";

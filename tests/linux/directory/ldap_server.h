@@ -24,6 +24,8 @@ struct LdapServerSettings {
     std::string cipherSuite{};
     /// Entries that it has from the beginning, as LDIF, with whatever attributes.
     std::string entries{};
+    /// Rules of access that come before its own.
+    std::string access{};
     /// Further lines of its configuration, for the database.
     std::string configuration{};
 };

@@ -5,14 +5,13 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/owned.h"
+#include "tools/osupdate_checkpass/ldap/account_filter.h"
 
 namespace velunor {
 namespace {
-
-/// What stands for the account's name in a filter.
-constexpr std::string_view placeholder = "%u";
 
 /// A text that the library has made for its caller.
 using LibraryText = Owned<char, ldap_memfree>;
@@ -111,43 +110,50 @@ std::optional<DirectoryError> startTls(LDAP* handle, const StepLimit& limit) {
     return ldap_install_tls(handle) == LDAP_SUCCESS ? checkSession(handle) : failure(handle, what);
 }
 
-/// The filter with each "%u" replaced by `name`, so that nothing in it is taken for another filter;
-/// none when memory is short.
-std::optional<std::string> filterFor(std::string_view filter, std::string_view name) {
-    berval plain{name.size(), const_cast<char*>(name.data())};
-    berval escaped{};
-    ldap_bv2escaped_filter_value(&plain, &escaped);
-    const LibraryText owner(escaped.bv_val);
-    if (owner == nullptr) {
-        return std::nullopt;
+/// Why an entry that the server has found is not that of the account; none when it is.
+std::optional<DirectoryError> nameError(LDAP* handle, LDAPMessage* entry,
+                                        const AccountFilter& filter) {
+    BerElement* position = nullptr;
+    LibraryText attribute(ldap_first_attribute(handle, entry, &position));
+    const Owned<BerElement, [](BerElement* element) { ber_free(element, 0); }> owner(position);
+    if (attribute == nullptr) {
+        return ldapError(LDAP_INSUFFICIENT_ACCESS, "The account's name cannot be read");
     }
-    std::string result;
-    for (std::size_t place = 0; (place = filter.find(placeholder)) != std::string_view::npos;) {
-        result += filter.substr(0, place);
-        result.append(escaped.bv_val, escaped.bv_len);
-        filter.remove_prefix(place + placeholder.size());
+    for (; attribute != nullptr; attribute.reset(ldap_next_attribute(handle, entry, position))) {
+        const Owned<berval*, ldap_value_free_len> values(
+            ldap_get_values_len(handle, entry, attribute.get()));
+        for (berval** value = values.get(); value != nullptr && *value != nullptr; ++value) {
+            const std::string_view text((*value)->bv_val, (*value)->bv_len);
+            if (std::find(filter.names.begin(), filter.names.end(), text) != filter.names.end()) {
+                return std::nullopt;
+            }
+        }
     }
-    return result += filter;
+    return ldapError(LDAP_NO_SUCH_OBJECT, "No account has exactly that name");
 }
 
-/// The name of the one entry below `base` that `filter` takes. None or several are an error.
+/// The name of the one entry below `base` that is the account's. None or several are an error.
 DirectoryResult<std::string> findEntry(LDAP* handle, const std::string& base,
-                                       const std::string& filter, const StepLimit& limit) {
+                                       const AccountFilter& filter, const StepLimit& limit) {
     constexpr const char* what = "The account cannot be looked up";
     constexpr int mostEntries = 2;
     constexpr int withValues = 0;
-    std::array<char, 4> noAttributes{LDAP_NO_ATTRS};
-    std::array<char*, 2> attributes{noAttributes.data(), nullptr};
+    std::vector<char*> attributes;
+    for (const std::string& attribute : filter.attributes) {
+        attributes.push_back(const_cast<char*>(attribute.c_str()));
+    }
+    attributes.push_back(nullptr);
     const Step step(limit, ldapError(LDAP_TIMEOUT, what));
     timeval timeLimit{limit.limit.count(), 0};
     int request = 0;
-    const int sent =
-        ldap_search_ext(handle, base.c_str(), LDAP_SCOPE_SUBTREE, filter.c_str(), attributes.data(),
-                        withValues, nullptr, nullptr, &timeLimit, mostEntries, &request);
+    const int sent = ldap_search_ext(handle, base.c_str(), LDAP_SCOPE_SUBTREE, filter.text.c_str(),
+                                     attributes.data(), withValues, nullptr, nullptr, &timeLimit,
+                                     mostEntries, &request);
     if (sent == LDAP_FILTER_ERROR) {
         return ldapError(sent, what);
     }
     std::optional<std::string> name;
+    std::optional<DirectoryError> error;
     while (const Message message = nextMessage(handle, sent, request)) {
         if (ldap_msgtype(message.get()) == LDAP_RES_SEARCH_ENTRY) {
             if (name) {
@@ -155,6 +161,7 @@ DirectoryResult<std::string> findEntry(LDAP* handle, const std::string& base,
             }
             const LibraryText found(ldap_get_dn(handle, message.get()));
             name = view(found);
+            error = nameError(handle, message.get(), filter);
         } else if (ldap_msgtype(message.get()) == LDAP_RES_SEARCH_RESULT) {
             const Answer answer = answerIn(handle, message.get());
             if (answer.code != LDAP_SUCCESS) {
@@ -162,6 +169,9 @@ DirectoryResult<std::string> findEntry(LDAP* handle, const std::string& base,
             }
             if (!name) {
                 return ldapError(LDAP_NO_SUCH_OBJECT, "No account has that name");
+            }
+            if (error) {
+                return *std::move(error);
             }
             return *std::move(name);
         }
@@ -249,12 +259,9 @@ std::optional<DirectoryError> askDirectory(LDAP* handle, const DirectoryNodeSett
                                            const CheckRequest& request, const StepLimit& limit) {
     // No directory has a longer name, and a server's answer should not grow without end.
     constexpr std::size_t longestEntryName = 2048;
-    if (settings.userFilter.find(placeholder) == std::string::npos) {
-        return ldapError(LDAP_FILTER_ERROR, "The filter for accounts has no place for a name");
-    }
-    const auto filter = filterFor(settings.userFilter, request.userName());
+    const auto filter = accountFilter(settings.userFilter, request.userName());
     if (!filter) {
-        return ldapError(LDAP_NO_MEMORY, "The account cannot be looked up");
+        return ldapError(LDAP_FILTER_ERROR, "The filter for accounts has no place for a name");
     }
     const auto entry = findEntry(handle, settings.userBase, *filter, limit);
     if (!entry) {
