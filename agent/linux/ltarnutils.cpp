@@ -90,7 +90,8 @@ void TarnUtilMac::initializeTarnGlobal() {
 }
 
 void TarnUtilMac::initializeAgentParams() {
-    auto result = loadSettings(settingsPath());
+    const auto path = settingsPath();
+    auto result = path ? loadSettings(*path) : Expected<AgentSettings>(path.error());
     if (!result) {
         state().settingsFailed = true;
         library_log::writeError(result.error().description);

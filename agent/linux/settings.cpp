@@ -223,9 +223,14 @@ Expected<AgentSettings> loadSettings(const std::string& path) {
     return parseSettings({reinterpret_cast<const char*>(content.data()), content.size()}, path);
 }
 
-std::string settingsPath() {
+Expected<std::string> settingsPath() {
     const char* other = secure_getenv("VELUNOR_AGENT_SETTINGS");
-    return other == nullptr || *other == '\0' ? "/etc/velunor/ostrel-agent.toml" : other;
+    const std::string path =
+        other == nullptr || *other == '\0' ? "/etc/velunor/ostrel-agent.toml" : other;
+    if (!path.starts_with('/')) {
+        return Error{"VELUNOR_AGENT_SETTINGS is not an absolute path"};
+    }
+    return path;
 }
 
 }  // namespace velunor

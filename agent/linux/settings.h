@@ -38,8 +38,9 @@ inline constexpr std::size_t largestSettingsFile = std::size_t{1024} * 1024;
 [[nodiscard]] Expected<AgentSettings> loadSettings(const std::string& path);
 
 /// The settings file to use: the system's, or the one that the environment variable
-/// VELUNOR_AGENT_SETTINGS names unless the process is privileged. Any thread.
-[[nodiscard]] std::string settingsPath();
+/// VELUNOR_AGENT_SETTINGS names unless the process is privileged. Only an absolute path will do:
+/// any other would be another file in another working directory. Any thread.
+[[nodiscard]] Expected<std::string> settingsPath();
 
 /// The agent's settings: those of the file once `TarnUtilMac::initializeAgentParams` has read it,
 /// defaults before that or when it could not be read. Main thread.

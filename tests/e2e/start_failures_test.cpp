@@ -96,6 +96,13 @@ TEST_F(StartFailures, MissingSettingsFileIsNamed) {
     EXPECT_GE(linesWith(settingsPath().string()), 1) << systemLog();
 }
 
+TEST_F(StartFailures, SettingsPathThatIsNotAbsoluteIsNamed) {
+    environment()["VELUNOR_AGENT_SETTINGS"] = std::filesystem::relative(settingsPath()).string();
+    start(patientPrompt());
+    expectUnusableStart();
+    EXPECT_EQ(linesWith("VELUNOR_AGENT_SETTINGS is not an absolute path"), 1) << systemLog();
+}
+
 TEST_F(StartFailures, MalformedSettingsNameFileAndLine) {
     writeFile(settingsPath(), "[agent]\nproduct_name = \"Test Agent\nbase_path = 3\n");
     start(patientPrompt());

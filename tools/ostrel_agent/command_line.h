@@ -13,6 +13,7 @@ namespace velunor {
 /// What `ostrel-agent` exits with, so that a script can tell the answers and the failures apart.
 enum class AgentExit : int {
     proceed = 0,
+    wrongSettingsPath = 1,
     usage = 2,
     noService = 3,
     noAnswer = 4,

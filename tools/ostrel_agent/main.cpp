@@ -20,10 +20,11 @@ constexpr const char* usage =
     "        blank, JSON) and replies to it.\n"
     "prompt  serves, shows one prompt (VelunorOSUpdate beside this program, or PATH) and prints "
     "its\n"
-    "        answer's JSON. Exits with 0 for proceed, 10 for postpone, 2 for a wrong command "
-    "line,\n"
-    "        3 when settings, bus or name cannot be had, 4 when the prompt did not start or ended\n"
-    "        without an answer, 5 after the time-out.\n";
+    "        answer's JSON. Exits with 0 for proceed, 10 for postpone, 1 when the settings' path "
+    "is "
+    "not\n"
+    "        absolute, 2 for a wrong command line, 3 when settings, bus or name cannot be had,\n"
+    "        4 when the prompt did not start or ended without an answer, 5 after the time-out.\n";
 
 using velunor::AgentExit;
 
@@ -36,7 +37,11 @@ AgentExit run(const velunor::Command& command) {
         std::printf("ostrel-agent %s\n", VELUNOR_VERSION);
         return AgentExit::proceed;
     }
-    const auto settings = velunor::loadSettings(velunor::settingsPath());
+    const auto path = velunor::settingsPath();
+    if (!path) {
+        return velunor::fail(path.error().description, AgentExit::wrongSettingsPath);
+    }
+    const auto settings = velunor::loadSettings(*path);
     if (!settings) {
         return velunor::fail(settings.error().description, AgentExit::noService);
     }

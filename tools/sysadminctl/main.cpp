@@ -17,7 +17,13 @@
 
 namespace {
 
-enum ExitStatus { known = 0, unknownAccount = 1, wrongUsage = 2, unusableSettings = 3 };
+enum ExitStatus {
+    known = 0,
+    unknownAccount = 1,
+    wrongSettingsPath = 1,
+    wrongUsage = 2,
+    unusableSettings = 3
+};
 
 int answer(std::FILE* stream, const char* line, ExitStatus status) {
     static_cast<void>(std::fprintf(stream, "%s\n", line));
@@ -57,9 +63,12 @@ int main(int argc, char** argv) {
         return answer(stderr, "Usage: sysadminctl -secureTokenStatus USER", wrongUsage);
     }
     velunor::AgentSettings settings;
-    const std::string path = velunor::settingsPath();
-    if (velunor::fileExists(path)) {
-        auto loaded = velunor::loadSettings(path);
+    const auto path = velunor::settingsPath();
+    if (!path) {
+        return answer(stderr, path.error().description.c_str(), wrongSettingsPath);
+    }
+    if (velunor::fileExists(*path)) {
+        auto loaded = velunor::loadSettings(*path);
         if (!loaded) {
             return answer(stderr, "The agent's settings cannot be used", unusableSettings);
         }

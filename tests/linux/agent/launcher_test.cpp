@@ -29,10 +29,15 @@ class AgentLauncher : public AgentFiles {
     void startBus() { bus_.emplace(directory()); }
     PrivateBus& bus() { return *bus_; }
 
+    /// Gives the launcher a variable other than the usual ones.
+    void setVariable(const std::string& name, const std::string& value) {
+        variables_[name] = value;
+    }
+
     ChildProcess& start(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), LAUNCHER_PROGRAM);
         launcher_.emplace(Command{.arguments = std::move(arguments),
-                                  .environment = environment(),
+                                  .environment = variables_,
                                   .output = directory() / "out",
                                   .errors = directory() / "err"});
         return *launcher_;
@@ -83,6 +88,7 @@ class AgentLauncher : public AgentFiles {
     }
 
   private:
+    Environment variables_ = environment();
     std::optional<PrivateBus> bus_;
     std::optional<ChildProcess> launcher_;
 };
@@ -255,6 +261,14 @@ TEST_F(AgentPrompt, WrongSettingsEndWithThreeAndNameTheKey) {
     writeFile(settingsFile(), readFile(settingsFile()) + "[directory]\nsearch_path = 1\n");
     EXPECT_EQ(startPrompt("answer", R"({"proceed":{}})").wait(), exited(AgentExit::noService));
     EXPECT_THAT(errors(), HasSubstr(settingsFile().string() + ":10: directory.search_path"));
+}
+
+TEST_F(AgentPrompt, SettingsPathThatIsNotAbsoluteEndsWithOneAndNoPrompt) {
+    startBus();
+    setVariable("VELUNOR_AGENT_SETTINGS", std::filesystem::relative(settingsFile()));
+    EXPECT_EQ(startPrompt("answer", R"({"proceed":{}})").wait(), (Ending{1, 0}));
+    EXPECT_EQ(errors(), "ostrel-agent: VELUNOR_AGENT_SETTINGS is not an absolute path\n");
+    EXPECT_EQ(output(), "");
 }
 
 TEST_F(AgentPrompt, OutputThatCannotBeWrittenEndsWithFour) {

@@ -285,14 +285,14 @@ TEST_F(AgentSettingsFile, FileOverTheLimitIsAnError) {
 }
 
 TEST_F(AgentSettingsFile, EnvironmentNamesAnotherFile) {
-    EXPECT_EQ(settingsPath(), settingsFile().string());
+    EXPECT_EQ(*settingsPath(), settingsFile().string());
 }
 
 TEST_F(AgentSettingsFile, SystemsFileIsUsedWithoutTheEnvironment) {
     setenv("VELUNOR_AGENT_SETTINGS", "", 1);
-    EXPECT_EQ(settingsPath(), "/etc/velunor/ostrel-agent.toml");
+    EXPECT_EQ(*settingsPath(), "/etc/velunor/ostrel-agent.toml");
     unsetenv("VELUNOR_AGENT_SETTINGS");
-    EXPECT_EQ(settingsPath(), "/etc/velunor/ostrel-agent.toml");
+    EXPECT_EQ(*settingsPath(), "/etc/velunor/ostrel-agent.toml");
 }
 
 TEST_F(AgentSettingsFile, InitialisationFillsTheGlobalsAndTheSettings) {
@@ -334,6 +334,18 @@ TEST_F(AgentStartUp, WrongSettingsAreOneLineAndMakeTheLocalisationFail) {
             std::_Exit(failed && !texts.getValueForKeyString("a") ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "^[^\n]*/agent.toml:2: agent.base_path is not a text\n$");
+}
+
+TEST_F(AgentStartUp, SettingsPathThatIsNotAbsoluteIsOneLineAndMakesTheLocalisationFail) {
+    EXPECT_EXIT(
+        {
+            std::filesystem::current_path(directory());
+            setenv("VELUNOR_AGENT_SETTINGS", "agent.toml", 1);
+            writeFile(directory() / "base/i18n/application_en.properties", "a = 1\n");
+            initialiseLibrary();
+            std::_Exit(I18NUtility().loadI18NPropertyFile() != 0 ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "^[^\n]* VELUNOR_AGENT_SETTINGS is not an absolute path\n$");
 }
 
 TEST_F(AgentStartUp, GlobalsAreThereWithEmptyPathsWithoutSettings) {

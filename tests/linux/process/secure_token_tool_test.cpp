@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -16,8 +17,11 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-/// The tool's answer, with its exit status in front, on a machine with a few known accounts.
-std::string answerTo(const std::vector<std::string>& arguments, const std::string& settings = "") {
+/// The tool's answer, with its exit status in front, on a machine with a few known accounts. The
+/// tool finds the settings, where there are any, as `file` in its working directory if that is
+/// given.
+std::string answerTo(const std::vector<std::string>& arguments, const std::string& settings = "",
+                     const std::string& file = "") {
     const testing::TemporaryDirectory directory;
     directory.write("passwd",
                     "root:x:0:0::/:/bin/sh\n"
@@ -36,7 +40,9 @@ std::string answerTo(const std::vector<std::string>& arguments, const std::strin
                testing::enterPrivateNamespace(4003);
                testing::mountFileOver(directory.file("passwd"), "/etc/passwd");
                testing::mountFileOver(directory.file("group"), "/etc/group");
-               setenv("VELUNOR_AGENT_SETTINGS", directory.file("agent.toml").c_str(), 1);
+               std::filesystem::current_path(directory.path());
+               const std::string path = file.empty() ? directory.file("agent.toml") : file;
+               setenv("VELUNOR_AGENT_SETTINGS", path.c_str(), 1);
                const auto result = LinuxChildProcess().run(SYSADMINCTL_PROGRAM, arguments);
                return std::to_string(result.terminationStatus) + " " + result.output;
            })
@@ -90,6 +96,11 @@ TEST(SecureTokenTool, EmptyListOfGroupsLeavesRootAlone) {
 
 TEST(SecureTokenTool, UnusableSettingsGiveNobodyAToken) {
     EXPECT_EQ(statusOf("root", "[agent"), "3 The agent's settings cannot be used\n");
+}
+
+TEST(SecureTokenTool, SettingsPathThatIsNotAbsoluteIsRefusedWithStatusOne) {
+    EXPECT_EQ(answerTo({"-secureTokenStatus", "root"}, settingsWith(""), "agent.toml"),
+              "1 VELUNOR_AGENT_SETTINGS is not an absolute path\n");
 }
 
 TEST(SecureTokenTool, UnknownAccount) {
