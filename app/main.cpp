@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -101,7 +100,7 @@ int main(int argc, char** argv) {
     velunor::Globals globals;
     velunor::fillGlobals(globals, machine.processInfo, machine.log, machine.processExit);
     if (!velunor::prepareDisplay()) {
-        std::fputs("VelunorOSUpdate: no display can be reached\n", stderr);
+        machine.log.write("No display can be reached");
         return 1;
     }
     runApplication(argc, argv, machine, globals);

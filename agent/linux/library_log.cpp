@@ -9,25 +9,27 @@
 #include <ctime>
 #include <mutex>
 #include <system_error>
+#include <utility>
 #include <vector>
 
+#include "platform/linux/log/system_log.h"
 #include "platform/text.h"
 
 namespace velunor::library_log {
 namespace {
 
 /// Where a line goes.
-enum class Place { stream, streamAndStandardError };
+enum class Place { stream, streamAndSystemLog };
 
-/// A line from before the stream was opened.
-struct KeptLine {
+struct Line {
     std::string text;
     Place place;
 };
 
 struct Stream {
     std::mutex mutex;
-    std::vector<KeptLine> kept;
+    /// The lines from before it was opened.
+    std::vector<Line> kept;
     bool opened = false;
     int file = STDERR_FILENO;
 };
@@ -47,23 +49,25 @@ std::string record(std::string_view line) {
     return time.data() + inOneLine(line, EscapeStyle::blank) + "\n";
 }
 
-void append(int file, const std::string& text) {
-    // A log that cannot be written has nowhere else to say so.
-    static_cast<void>(!::write(file, text.data(), text.size()));
+void append(int file, const Line& line) {
+    // The system log has put its lines on standard error already.
+    if (file != STDERR_FILENO || line.place == Place::stream) {
+        // A log that cannot be written has nowhere else to say so.
+        static_cast<void>(!::write(file, line.text.data(), line.text.size()));
+    }
 }
 
 void put(std::string_view line, Place place) {
-    Stream& out = stream();
-    const std::string text = record(line);
-    const std::lock_guard lock(out.mutex);
-    const bool isStandardError = out.opened && out.file == STDERR_FILENO;
-    if (place == Place::streamAndStandardError && !isStandardError) {
-        append(STDERR_FILENO, text);
+    if (place == Place::streamAndSystemLog) {
+        LinuxSystemLog().write(line);
     }
+    Stream& out = stream();
+    Line whole{.text = record(line), .place = place};
+    const std::lock_guard lock(out.mutex);
     if (out.opened) {
-        append(out.file, text);
+        append(out.file, whole);
     } else {
-        out.kept.push_back({.text = text, .place = place});
+        out.kept.push_back(std::move(whole));
     }
 }
 
@@ -74,7 +78,7 @@ void write(std::string_view line) {
 }
 
 void writeError(std::string_view line) {
-    put(line, Place::streamAndStandardError);
+    put(line, Place::streamAndSystemLog);
 }
 
 void open(const std::string& path) {
@@ -91,16 +95,14 @@ void open(const std::string& path) {
             ::open(path.c_str(),
                    O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, ownerOnly);
         if (file < 0) {
-            append(STDERR_FILENO, record(path + ": " + std::generic_category().message(errno)));
+            const std::string reason = path + ": " + std::generic_category().message(errno);
+            append(STDERR_FILENO, {.text = record(reason), .place = Place::stream});
         } else {
             out.file = file;
         }
     }
-    for (const KeptLine& line : out.kept) {
-        // Standard error already has what was to be there at once.
-        if (out.file != STDERR_FILENO || line.place == Place::stream) {
-            append(out.file, line.text);
-        }
+    for (const Line& line : out.kept) {
+        append(out.file, line);
     }
     out.kept.clear();
 }

@@ -10,7 +10,7 @@ namespace velunor::library_log {
 /// exits.
 void write(std::string_view line);
 
-/// Writes an error that ends start-up: to the library's output and to standard error. Any thread.
+/// Writes an error that ends start-up: to the library's output and to the system log. Any thread.
 void writeError(std::string_view line);
 
 /// Opens the file at `path` for appending, creating it readable by its owner alone, and sends the
