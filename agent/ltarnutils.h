@@ -47,8 +47,8 @@ class UtilsWrapper {
     /// Display name of the agent product.
     [[nodiscard]] std::string productName() const;
 
-    /// Appends the text to the end of an existing file exactly as given. Creates nothing; a failure
-    /// goes to the library's own log.
+    /// Appends the text to the end of an existing regular file exactly as given. Creates nothing; a
+    /// failure goes to the library's own log.
     void printAccessToFile(const std::string& path, std::string_view logContent) const;
 };
 

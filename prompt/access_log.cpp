@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <random>
 #include <system_error>
 #include <utility>
 
@@ -19,24 +20,33 @@ void OSUpdateUtil::createLogFileIfNeeded(const std::string& at, SystemLog& log) 
         log.write("Log file already exists at " + at);
         return;
     }
-    // Exclusive creation: of two prompts that start together one makes the file, and a link that
-    // somebody planted under its name is not followed.
-    std::FILE* file = std::fopen(at.c_str(), "wxe");
-    if (file == nullptr) {
+    constexpr auto readAndWriteForAll = static_cast<std::filesystem::perms>(0666);
+    // Made under another name, so that no other user meets it before it has its mode. Neither step
+    // replaces a file or follows a link: of two prompts that start together one makes the log.
+    const std::string made = at + "." + std::to_string(std::random_device()());
+    std::error_code notLinked = std::make_error_code(std::errc::io_error);
+    std::error_code modeNotSet;
+    if (std::FILE* file = std::fopen(made.c_str(), "wxe")) {
+        static_cast<void>(std::fclose(file));
+        std::filesystem::permissions(made, readAndWriteForAll, modeNotSet);
+        std::filesystem::create_hard_link(made, at, notLinked);
+        std::error_code ignored;
+        std::filesystem::remove(made, ignored);
+    }
+    if (notLinked) {
         log.write("Failed to create log file at " + at);
         return;
     }
-    static_cast<void>(std::fclose(file));
     log.write("Log file created at " + at);
-    constexpr auto readAndWriteForAll = static_cast<std::filesystem::perms>(0666);
-    std::error_code error;
-    std::filesystem::permissions(at, readAndWriteForAll, error);
-    log.write(error ? "Failed to set permissions: " + error.message() : "Permissions set to 0666");
+    log.write(modeNotSet ? "Failed to set permissions: " + modeNotSet.message()
+                         : "Permissions set to 0666");
 }
 
 std::string OSUpdateUtil::getLocalDateTimeString(const Clock& clock) {
     const std::time_t moment = std::chrono::system_clock::to_time_t(clock.now());
     std::tm local{};
+    // localtime_r() reads the zone at its first use only.
+    tzset();
     if (localtime_r(&moment, &local) == nullptr) {
         return {};
     }

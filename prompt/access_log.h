@@ -11,10 +11,11 @@ namespace velunor {
 namespace OSUpdateUtil {
 
 /// Makes the access-log file with mode 0666, whatever the umask, unless something is there
-/// already. Never fails to the caller; each outcome is a log line.
+/// already. It appears under its name when it has its mode. Never fails to the caller; each outcome
+/// is a log line.
 void createLogFileIfNeeded(const std::string& at, SystemLog& log);
 
-/// The present moment in the process's time zone as "yyyy-MM-dd HH:mm:ss".
+/// The present moment as "yyyy-MM-dd HH:mm:ss" in the zone that TZ, or else the system, has now.
 [[nodiscard]] std::string getLocalDateTimeString(const Clock& clock);
 
 }  // namespace OSUpdateUtil

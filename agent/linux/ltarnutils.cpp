@@ -1,6 +1,7 @@
 #include "agent/ltarnutils.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -120,6 +121,11 @@ void UtilsWrapper::printAccessToFile(const std::string& path, std::string_view l
         ::open(path.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen()) {
         library_log::write(path + ": " + errorText(errno));
+        return;
+    }
+    struct stat about {};
+    if (fstat(file.get(), &about) != 0 || !S_ISREG(about.st_mode)) {
+        library_log::write(path + ": Not a regular file");
         return;
     }
     // One write for the entry, so that the entries of several users do not mix.

@@ -1,4 +1,4 @@
-// An entry of the access log where the system's write is interrupted or takes a part only.
+// An entry of the access log where the system's write is interrupted, takes a part only or fails.
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -13,9 +13,11 @@
 
 namespace {
 
-/// How many of the next writes are interrupted, and the most bytes that one takes.
+/// How many of the next writes are interrupted, the most bytes that one takes, and whether the disk
+/// is full.
 int interruptions = 0;
 std::size_t mostBytes = SIZE_MAX;
+bool diskIsFull = false;
 
 }  // namespace
 
@@ -28,6 +30,10 @@ ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t count) {
     if (interruptions > 0) {
         --interruptions;
         errno = EINTR;
+        return -1;
+    }
+    if (diskIsFull) {
+        errno = ENOSPC;
         return -1;
     }
     return __real_write(descriptor, bytes, std::min(count, mostBytes));
@@ -48,6 +54,7 @@ class AppendedEntry : public AgentFiles {
     void TearDown() override {
         interruptions = 0;
         mostBytes = SIZE_MAX;
+        diskIsFull = false;
     }
 
     [[nodiscard]] std::string accessLog() const { return directory() / "access.log"; }
@@ -76,7 +83,9 @@ TEST_F(AppendedEntry, LeavesNoDescriptorOpen) {
     for (const char* path : {"access.log", "none", "data"}) {
         UtilsWrapper().printAccessToFile(directory() / path, "the entry");
     }
-    UtilsWrapper().printAccessToFile("/dev/full", "the entry");
+    UtilsWrapper().printAccessToFile("/dev/null", "the entry");
+    diskIsFull = true;
+    UtilsWrapper().printAccessToFile(accessLog(), "the entry");
     EXPECT_EQ(openDescriptors(), before);
 }
 

@@ -2,15 +2,18 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <thread>
 
 #include "agent/linux/library_log.h"
 #include "agent/ltarnutils.h"
+#include "platform/posix/file_descriptor.h"
 #include "tests/linux/agent/agent_files.h"
 
 namespace velunor::testing {
@@ -180,9 +183,34 @@ TEST_F(AgentServices, PipeWithoutAReaderIsNoWait) {
     EXPECT_THAT(libraryLog(), HasSubstr(accessLog() + ": "));
 }
 
-TEST_F(AgentServices, FullDiskIsALineOfTheLibraryLog) {
-    UtilsWrapper().printAccessToFile("/dev/full", "text");
-    EXPECT_THAT(libraryLog(), EndsWith("/dev/full: No space left on device\n"));
+TEST_F(AgentServices, PipeWithAReaderGetsNothing) {
+    ASSERT_EQ(mkfifo(accessLog().c_str(), 0600), 0);
+    const FileDescriptor reader(open(accessLog().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    ASSERT_TRUE(reader.isOpen());
+    UtilsWrapper().printAccessToFile(accessLog(), "text");
+    char byte = 0;
+    EXPECT_EQ(read(reader.get(), &byte, 1), 0);
+    EXPECT_THAT(libraryLog(), EndsWith(accessLog() + ": Not a regular file\n"));
+}
+
+TEST_F(AgentServices, DeviceGetsNothing) {
+    UtilsWrapper().printAccessToFile("/dev/null", "text");
+    EXPECT_THAT(libraryLog(), EndsWith("/dev/null: Not a regular file\n"));
+}
+
+TEST_F(AgentServices, FileThatCannotGrowIsALineOfTheLibraryLog) {
+    constexpr std::size_t largest = 1'000'000;
+    writeFile(accessLog(), std::string(largest, 'x'));
+    // Without the signal a write over the limit is an error of the file.
+    const auto signalBefore = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit{largest, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    UtilsWrapper().printAccessToFile(accessLog(), "text");
+    setrlimit(RLIMIT_FSIZE, &before);
+    static_cast<void>(std::signal(SIGXFSZ, signalBefore));
+    EXPECT_THAT(libraryLog(), EndsWith(accessLog() + ": File too large\n"));
 }
 
 class AgentTexts : public AgentFiles {

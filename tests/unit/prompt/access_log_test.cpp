@@ -1,16 +1,40 @@
 #include "prompt/access_log.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <functional>
 
 #include "tests/support/doubles/agent_recording.h"
 #include "tests/support/doubles/fakes.h"
 #include "tests/support/doubles/recording_log.h"
 #include "tests/support/temporary_directory.h"
+
+namespace {
+
+/// Takes the place of a change of a file's mode: its path, and errno's number or 0 as the answer.
+std::function<int(const std::string&)> modeChange;
+
+}  // namespace
+
+// The standard library changes a file's mode by this.
+extern "C" [[gnu::visibility("default")]] int fchmodat(int directory, const char* path, mode_t mode,
+                                                       int /*flags*/) noexcept {
+    if (modeChange) {
+        errno = modeChange(path);
+        if (errno != 0) {
+            return -1;
+        }
+    }
+    return static_cast<int>(syscall(SYS_fchmodat, directory, path, mode));
+}
 
 namespace velunor::testing {
 namespace {
@@ -29,7 +53,19 @@ class AccessLogTest : public ::testing::Test {
         resetAgent();
         setTimeZone("UTC0");
     }
-    void TearDown() override { umask(022); }
+    void TearDown() override {
+        umask(022);
+        modeChange = nullptr;
+    }
+
+    /// Everything in the log's directory.
+    [[nodiscard]] std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(directory.path())) {
+            names.push_back(entry.path().filename());
+        }
+        return names;
+    }
 
     static void setTimeZone(const char* zone) {
         setenv("TZ", zone, 1);
@@ -55,6 +91,39 @@ TEST_F(AccessLogTest, StrictUmaskDoesNotLowerTheMode) {
     umask(077);
     OSUpdateUtil::createLogFileIfNeeded(path, log);
     EXPECT_EQ(modeOf(path), 0666U);
+}
+
+TEST_F(AccessLogTest, IsNotThereBeforeItHasItsMode) {
+    bool wasThere = false;
+    modeChange = [&](const std::string& /*path*/) {
+        wasThere = std::filesystem::exists(path);
+        return 0;
+    };
+    OSUpdateUtil::createLogFileIfNeeded(path, log);
+    EXPECT_FALSE(wasThere);
+    EXPECT_EQ(modeOf(path), 0666U);
+    EXPECT_THAT(files(), ElementsAre("rebootaccess.log"));
+}
+
+TEST_F(AccessLogTest, ModeThatCannotBeSetIsALogLineAndTheFileIsThere) {
+    modeChange = [](const std::string& /*path*/) { return EPERM; };
+    OSUpdateUtil::createLogFileIfNeeded(path, log);
+    EXPECT_THAT(log.lines(), ElementsAre("Log file created at " + path,
+                                         "Failed to set permissions: Operation not permitted"));
+    EXPECT_THAT(files(), ElementsAre("rebootaccess.log"));
+}
+
+TEST_F(AccessLogTest, FileThatAnotherPromptMakesMeanwhileIsLeftAlone) {
+    modeChange = [this](const std::string& changed) {
+        if (changed != path) {
+            directory.write("rebootaccess.log", "of another");
+        }
+        return 0;
+    };
+    OSUpdateUtil::createLogFileIfNeeded(path, log);
+    EXPECT_THAT(log.lines(), ElementsAre("Failed to create log file at " + path));
+    EXPECT_EQ(directory.read("rebootaccess.log"), "of another");
+    EXPECT_THAT(files(), ElementsAre("rebootaccess.log"));
 }
 
 TEST_F(AccessLogTest, LaterRunsFindTheFileAndKeepItsModeAndContent) {
@@ -126,6 +195,12 @@ TEST_F(AccessLogTest, TimeIsLocalWithSummerTime) {
     EXPECT_EQ(OSUpdateUtil::getLocalDateTimeString(clock), "2024-05-02 14:03:11");
     clock.moment = std::chrono::system_clock::time_point(std::chrono::seconds(1704110400));
     EXPECT_EQ(OSUpdateUtil::getLocalDateTimeString(clock), "2024-01-01 13:00:00");
+}
+
+TEST_F(AccessLogTest, TimeFollowsAChangeOfZoneWhileThePromptIsShown) {
+    EXPECT_EQ(OSUpdateUtil::getLocalDateTimeString(clock), "2024-05-02 12:03:11");
+    setenv("TZ", "EAST-3", 1);
+    EXPECT_EQ(OSUpdateUtil::getLocalDateTimeString(clock), "2024-05-02 15:03:11");
 }
 
 TEST_F(AccessLogTest, TimeHasNoFractionAndATwentyFourHourClock) {
