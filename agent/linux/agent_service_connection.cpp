@@ -14,6 +14,7 @@
 namespace velunor {
 namespace {
 
+/// For each call, the start of the service included: longer than anybody waits for the reply.
 constexpr std::uint64_t callTimeoutMicroseconds = 30'000'000;
 
 void report(const char* step, int error) {
@@ -93,8 +94,7 @@ void exchange(BusHandle bus, ServiceBus kind, const std::string& key, Secret mes
     }
     sd_bus_error failure{};
     sd_bus_message* raw = nullptr;
-    const int error =
-        sd_bus_call(bus.get(), request.get(), callTimeoutMicroseconds, &failure, &raw);
+    const int error = sd_bus_call(bus.get(), request.get(), 0, &failure, &raw);
     const BusMessageHandle reply(raw);
     request.reset();
     const char* text = nullptr;
@@ -146,6 +146,7 @@ std::shared_ptr<AgentService> AgentServiceConnection::getService() const {
         report("no bus", -errno);
         return nullptr;
     }
+    sd_bus_set_method_call_timeout(bus.get(), callTimeoutMicroseconds);
     return std::make_shared<BusAgentService>(std::move(bus), kind);
 }
 

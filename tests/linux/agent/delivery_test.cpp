@@ -25,7 +25,17 @@ class DeliveryOnTheBus : public AgentFiles {
   protected:
     DeliveryOnTheBus() { initialiseLibrary(); }
 
-    void startBus() { bus_.emplace(directory()); }
+    void startBus(const BusSetup& setup = {}) { bus_.emplace(directory(), setup); }
+
+    /// Starts a bus that starts the service when it is asked for, which takes it this long.
+    void startBusThatStartsAService(std::chrono::seconds start) {
+        const std::string service = FAKE_SERVICE_PROGRAM " " + PrivateBus::addressIn(directory());
+        startBus({.services = {{"com.velunor.OstrelAgent.service",
+                                "[D-BUS Service]\nName=com.velunor.OstrelAgent\nExec=/bin/sh -c "
+                                "\"sleep " +
+                                    std::to_string(start.count()) + "; exec " + service +
+                                    " answer own\"\n"}}});
+    }
 
     FakeService& startService(const std::string& mode) {
         startBus();
@@ -84,6 +94,15 @@ TEST_F(DeliveryOnTheBus, ServiceThatDiesInTheCallGivesNoReply) {
     EXPECT_THAT(service.requests(), SizeIs(1));
     EXPECT_TRUE(libraryGaveUp()) << libraryLog();
     EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(DeliveryOnTheBus, ServiceThatTakesItsTimeToStartIsSentTheAnswer) {
+    constexpr std::chrono::seconds start{6};
+    startBusThatStartsAService(start);
+    const auto taken = postpone(replyDeadline);
+    EXPECT_GE(taken, start);
+    EXPECT_LT(taken, replyDeadline) << libraryLog();
+    EXPECT_THAT(log(), ElementsAre("Reply Received status noted: \u00e4/\""));
 }
 
 TEST_F(DeliveryOnTheBus, ReplyEndsTheWait) {
