@@ -105,21 +105,26 @@ bool isValidUtf8(std::string_view text) noexcept {
 std::string inOneLine(std::string_view text, EscapeStyle style) {
     std::string out;
     out.reserve(text.size());
+    putInOneLine(text, style, [&](std::string_view piece) { out += piece; });
+    return out;
+}
+
+void putInOneLine(std::string_view text, EscapeStyle style,
+                  const std::function<void(std::string_view piece)>& put) {
     while (!text.empty()) {
         const auto first = firstCodePoint(text);
         const std::size_t length = first ? first->length : 1;
         const bool isMark = first && (first->value == U'"' || first->value == U'\\');
         if (!first) {
-            out += "\uFFFD";
+            put("\uFFFD");
         } else if (isControl(first->value)) {
-            out += escapeOf(first->value, style);
+            put(escapeOf(first->value, style));
         } else {
-            out += isMark && style == EscapeStyle::listElement ? "\\" : "";
-            out += text.substr(0, length);
+            put(isMark && style == EscapeStyle::listElement ? "\\" : "");
+            put(text.substr(0, length));
         }
         text.remove_prefix(length);
     }
-    return out;
 }
 
 std::string listDescription(std::span<const std::string> elements) {

@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -43,6 +44,10 @@ enum class EscapeStyle {
 /// marks that turn the direction of writing around are escaped, bytes that are not UTF-8 become
 /// U+FFFD. All else stays as it is.
 [[nodiscard]] std::string inOneLine(std::string_view text, EscapeStyle style = EscapeStyle::log);
+
+/// Hands `put` the same piece by piece, for a text that no other memory may hold.
+void putInOneLine(std::string_view text, EscapeStyle style,
+                  const std::function<void(std::string_view piece)>& put);
 
 /// The list as log lines print it: ["a", "b"].
 [[nodiscard]] std::string listDescription(std::span<const std::string> elements);

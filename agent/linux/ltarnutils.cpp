@@ -129,16 +129,8 @@ void UtilsWrapper::printAccessToFile(const std::string& path, std::string_view l
         return;
     }
     // One write for the entry, so that the entries of several users do not mix.
-    while (!logContent.empty()) {
-        const ssize_t count = ::write(file.get(), logContent.data(), logContent.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            library_log::write(path + ": " + errorText(errno));
-            return;
-        }
-        logContent.remove_prefix(static_cast<std::size_t>(count));
+    if (const int error = writeWhole(file.get(), logContent); error != 0) {
+        library_log::write(path + ": " + errorText(error));
     }
 }
 

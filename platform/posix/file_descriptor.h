@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <string_view>
 #include <utility>
 
 namespace velunor {
@@ -37,6 +38,20 @@ class FileDescriptor {
   private:
     int descriptor_;
 };
+
+/// Writes all the bytes, in one piece where the descriptor takes them so. 0, or else errno's
+/// number. Any thread.
+[[nodiscard]] inline int writeWhole(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+        if (count > 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return count == 0 ? EIO : errno;
+        }
+    }
+    return 0;
+}
 
 /// Waits until one of the poll(2) events is there, an end of the stream or an error of the
 /// descriptor included. 0, or else errno's number: ETIMEDOUT once the deadline has passed. Any

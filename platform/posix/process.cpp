@@ -146,6 +146,15 @@ int spawn(const SpawnRequest& request, pid_t& child) {
     return error;
 }
 
+void occupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            // The lowest number that is free is the stream's.
+            static_cast<void>(::open("/dev/null", stream == STDERR_FILENO ? O_RDWR : O_RDONLY));
+        }
+    }
+}
+
 FileDescriptor aboveStandardStreams(FileDescriptor descriptor) {
     return descriptor.get() > STDERR_FILENO
                ? std::move(descriptor)

@@ -78,6 +78,11 @@ struct SpawnRequest {
 /// that holds a NUL.
 [[nodiscard]] int spawn(const SpawnRequest& request, pid_t& child);
 
+/// Opens /dev/null for each standard stream that is closed. Otherwise the next file or connection
+/// would get its number, and what is written to the stream. Nothing can be written to a standard
+/// output that was closed.
+void occupyStandardStreams();
+
 /// The open `descriptor`, or one for the same file where that has the number of a standard stream,
 /// as it may where this process runs with one closed; closed, with the reason in errno, where there
 /// is none. Not inherited.

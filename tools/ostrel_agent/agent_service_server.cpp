@@ -9,14 +9,20 @@
 namespace velunor {
 namespace {
 
-pid_t senderOf(sd_bus_message* message) {
+/// Notes who sent the message, as far as the bus can tell.
+void noteSender(sd_bus_message* message, AgentRequest& request) {
     sd_bus_creds* raw = nullptr;
-    pid_t sender = 0;
-    if (sd_bus_query_sender_creds(message, SD_BUS_CREDS_PID, &raw) < 0) {
-        return 0;
+    if (sd_bus_query_sender_creds(message, SD_BUS_CREDS_PID | SD_BUS_CREDS_EUID, &raw) < 0) {
+        return;
     }
     const BusCredentialsHandle credentials(raw);
-    return sd_bus_creds_get_pid(raw, &sender) < 0 ? 0 : sender;
+    uid_t user = 0;
+    if (sd_bus_creds_get_euid(raw, &user) >= 0) {
+        request.user = user;
+    }
+    if (sd_bus_creds_get_pid(raw, &request.sender) < 0) {
+        request.sender = 0;
+    }
 }
 
 }  // namespace
@@ -71,8 +77,9 @@ int AgentServiceServer::handleMessage(sd_bus_message* message, void* userdata,
         return -EINVAL;
     }
     const auto* text = static_cast<const char*>(bytes);
-    const std::string reply = server.handler_(
-        {.key = key, .message = Secret(std::string_view(text, size)), .sender = senderOf(message)});
+    AgentRequest request{.key = key, .message = Secret(std::string_view(text, size))};
+    noteSender(message, request);
+    const std::string reply = server.handler_(std::move(request));
     return sd_bus_reply_method_return(message, "s", reply.c_str());
 }
 

@@ -4,6 +4,7 @@
 #include <systemd/sd-event.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "agent/linux/settings.h"
@@ -18,6 +19,8 @@ struct AgentRequest {
     Secret message;
     /// The process that sent it; 0 when the bus cannot tell, as when it has gone.
     pid_t sender = 0;
+    /// Its user; none when the bus cannot tell.
+    std::optional<uid_t> user{};
 };
 
 /// The agent service's side of the bus: owns its name and hands each request on. One thread.

@@ -1,10 +1,12 @@
 #include <sys/prctl.h>
 
+#include <csignal>
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "agent/linux/settings.h"
+#include "platform/posix/process.h"
 #include "tools/ostrel_agent/command_line.h"
 #include "tools/ostrel_agent/prompt_session.h"
 
@@ -16,8 +18,8 @@ constexpr const char* usage =
     "                    POSTPONE-DISABLED POSTPONE-COUNT\n"
     "       ostrel-agent --help | --version\n"
     "\n"
-    "serve   owns the agent service's name on the bus of the settings, prints each request (key,\n"
-    "        blank, JSON) and replies to it.\n"
+    "serve   owns the agent service's name on the bus of the settings, prints each request (user\n"
+    "        id of the sender, key, JSON) and replies to it.\n"
     "prompt  serves, shows one prompt (VelunorOSUpdate beside this program, or PATH) and prints "
     "its\n"
     "        answer's JSON. Exits with 0 for proceed, 10 for postpone, 1 when the settings' path "
@@ -56,6 +58,10 @@ AgentExit run(const velunor::Command& command) {
 int main(int argc, char** argv) {
     // An answer may hold a password: no core dump, no reading by other programs.
     prctl(PR_SET_DUMPABLE, 0);
+    velunor::occupyStandardStreams();
+    // A reader that has gone is an answer that cannot be written, and no reason to leave a request
+    // without its reply.
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     const auto command = velunor::parseCommandLine(arguments);
     if (!command) {

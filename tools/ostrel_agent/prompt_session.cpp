@@ -5,14 +5,15 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 #include <optional>
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/session/bus_handles.h"
 #include "platform/owned.h"
+#include "platform/posix/file_descriptor.h"
 #include "platform/posix/process.h"
 #include "platform/text.h"
 #include "prompt/delivery.h"
@@ -40,12 +41,14 @@ Loop makeLoop() {
     return Loop(loop);
 }
 
-/// Whether the line reached standard output. Wipes it, since it may hold a password.
-bool print(std::string line) {
-    line += '\n';
-    const bool whole = std::fwrite(line.data(), 1, line.size(), stdout) == line.size();
-    wipe(line);
-    return std::fflush(stdout) == 0 && whole;
+/// Prints `begin`, the bytes as one line that does no harm to a terminal, and a line end; whether
+/// they reached standard output. They may hold a password, so no copy stays: not in this memory,
+/// and none in a buffer of standard output, which is passed by.
+bool print(std::string_view begin, std::string_view bytes, EscapeStyle style) {
+    Secret line(begin);
+    putInOneLine(bytes, style, [&](std::string_view piece) { line.append(piece); });
+    line.append("\n");
+    return writeWhole(STDOUT_FILENO, line.reveal()) == 0;
 }
 
 /// 0 for the first process, and for one that is not there.
@@ -112,12 +115,16 @@ class PromptSession {
         const std::string program = command_.program.empty()
                                         ? LinuxProcessInfo().bundlePath() + "/VelunorOSUpdate"
                                         : command_.program;
+        // It has the kernel end the prompt where this process is killed and nobody would hear it.
+        std::vector<std::string> arguments{"--pdeathsig", "TERM", "--", program};
+        arguments.insert(arguments.end(), command_.arguments.begin(), command_.arguments.end());
+        const std::string starter = "/usr/bin/setpriv";
         // Standard output belongs to the answer alone.
-        const int error = spawn({.program = program,
-                                 .arguments = command_.arguments,
+        const int error = spawn({.program = starter,
+                                 .arguments = arguments,
                                  .streams = {.output = STDERR_FILENO, .error = callersStream}},
                                 prompt_);
-        return error == 0 ? std::string() : program + ": " + std::generic_category().message(error);
+        return error == 0 ? std::string() : starter + ": " + std::generic_category().message(error);
     }
 
     void watch() {
@@ -168,7 +175,7 @@ class PromptSession {
             return fail("the answer is malformed: " + response.error().debugDescription,
                         AgentExit::noAnswer);
         }
-        if (!print(inOneLine(answer_->reveal(), EscapeStyle::json))) {
+        if (!print({}, answer_->reveal(), EscapeStyle::json)) {
             return fail("the answer cannot be written", AgentExit::noAnswer);
         }
         return std::holds_alternative<Proceed>(response->answer) ? AgentExit::proceed
@@ -194,12 +201,12 @@ AgentExit runService(const ServeCommand& command, ServiceBus bus) {
     const Loop loop = makeLoop();
     AgentServiceServer server([&](const AgentRequest& request) {
         const std::string_view message = request.message.reveal();
-        std::string body =
-            inOneLine(message, decodeJson(message) ? EscapeStyle::json : EscapeStyle::log);
-        if (!print(inOneLine(request.key) + " " + body)) {
+        // The sender has no say in how the line begins.
+        const std::string user = request.user ? std::to_string(*request.user) : "?";
+        if (!print(user + " " + inOneLine(request.key) + " ", message,
+                   decodeJson(message) ? EscapeStyle::json : EscapeStyle::log)) {
             complain("a request cannot be written");
         }
-        wipe(body);
         if (command.once) {
             sd_event_exit(loop.get(), 0);
         }

@@ -19,6 +19,7 @@
 
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/local_socket.h"
+#include "platform/posix/process.h"
 #include "platform/text.h"
 
 namespace velunor {
@@ -86,18 +87,6 @@ struct Listener {
 Listener listenerAt(const char* path) {
     const FileDescriptor probe = connectLocalSocket(SOCK_DGRAM, path);
     return {probe.isOpen(), probe.isOpen() && isReadyForWriting(probe.get())};
-}
-
-/// Opens /dev/null for each standard stream that is closed. Otherwise the next file or connection
-/// would get its number, and then the records.
-void occupyStandardStreams() {
-    int file = 0;
-    do {
-        file = open("/dev/null", O_RDWR);
-    } while (file >= 0 && file <= STDERR_FILENO);
-    if (file >= 0) {
-        close(file);
-    }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Usage: agent_fake_prompt MODE BODY FILE and three more arguments that stand for nothing
 // Stands in for the prompt where a test is about what starts it. Sends BODY as the answer through
-// the agent library and behaves as MODE says.
+// the agent library and behaves as MODE says; BODY is the path of the answer's file for
+// "answer-of-file".
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -57,6 +58,10 @@ int run(const std::string& mode, const std::string& body, const std::string& fil
     if (mode == "answer") {
         std::puts("chatter on standard output");
         return sendAndWait(statusKey, body) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    if (mode == "answer-of-file") {
+        return sendAndWait(statusKey, velunor::testing::readFile(body)) ? EXIT_SUCCESS
+                                                                        : EXIT_FAILURE;
     }
     if (mode == "two-answers") {
         return sendAndWait(statusKey, body) && sendAndWait(statusKey, R"({"proceed":{}})")

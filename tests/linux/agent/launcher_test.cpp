@@ -1,15 +1,12 @@
 // The local agent service and launcher, as a process on a bus of the test's own.
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
-#include <atomic>
 #include <csignal>
-#include <optional>
 
-#include "agent/ltarnutils.h"
 #include "platform/text.h"
-#include "tests/linux/agent/agent_files.h"
-#include "tools/ostrel_agent/command_line.h"
+#include "tests/linux/agent/launcher_fixture.h"
 
 namespace velunor::testing {
 namespace {
@@ -17,81 +14,6 @@ namespace {
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-constexpr const char* statusKey = "PatchOSUpdateNotificationStatus";
-
-Ending exited(AgentExit status) {
-    return {static_cast<int>(status), 0};
-}
-
-class AgentLauncher : public AgentFiles {
-  protected:
-    void startBus() { bus_.emplace(directory()); }
-    PrivateBus& bus() { return *bus_; }
-
-    /// Gives the launcher a variable other than the usual ones.
-    void setVariable(const std::string& name, const std::string& value) {
-        variables_[name] = value;
-    }
-
-    ChildProcess& start(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), LAUNCHER_PROGRAM);
-        launcher_.emplace(Command{.arguments = std::move(arguments),
-                                  .environment = variables_,
-                                  .output = directory() / "out",
-                                  .errors = directory() / "err"});
-        return *launcher_;
-    }
-
-    /// Starts the launcher with a fake prompt in `mode` that sends `body`.
-    ChildProcess& startPrompt(const std::string& mode, const std::string& body,
-                              const std::vector<std::string>& options = {}) {
-        std::vector<std::string> arguments{"prompt", "--program", FAKE_PROMPT_PROGRAM};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        const std::vector<std::string> six{"--", mode, body, marker().string(), "", "", ""};
-        arguments.insert(arguments.end(), six.begin(), six.end());
-        return start(arguments);
-    }
-
-    /// Starts the service and waits until it has its name.
-    ChildProcess& startService(const std::vector<std::string>& options) {
-        std::vector<std::string> arguments{"serve"};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        ChildProcess& process = start(arguments);
-        EXPECT_TRUE(eventually([this] { return errors().find("serving") != std::string::npos; }));
-        return process;
-    }
-
-    [[nodiscard]] std::filesystem::path marker() const { return directory() / "marker"; }
-    [[nodiscard]] std::string output() const { return readFile(directory() / "out"); }
-    [[nodiscard]] std::string errors() const { return readFile(directory() / "err"); }
-
-    /// The service's reply to a request of this process, or none.
-    static std::optional<std::string> request(const std::string& key, const std::string& body) {
-        struct Reply {
-            std::atomic<bool> came = false;
-            std::string text;
-        };
-        const auto reply = std::make_shared<Reply>();
-        const auto service = AgentServiceConnection().getService();
-        if (!service) {
-            return std::nullopt;
-        }
-        service->replyDataBlockForKey(key, Secret(body), [reply](const std::string& text) {
-            reply->text = text;
-            reply->came = true;
-        });
-        if (!eventually([&] { return reply->came.load(); })) {
-            return std::nullopt;
-        }
-        return reply->text;
-    }
-
-  private:
-    Environment variables_ = environment();
-    std::optional<PrivateBus> bus_;
-    std::optional<ChildProcess> launcher_;
-};
 
 using AgentPrompt = AgentLauncher;
 using AgentServe = AgentLauncher;
@@ -158,8 +80,7 @@ TEST_F(AgentPrompt, AnswerOfAProgramThatWasNotStartedHereDoesNotCount) {
     startBus();
     initialiseLibrary();
     ChildProcess& process = startPrompt("stay", "");
-    ASSERT_TRUE(
-        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    ASSERT_TRUE(waitForPrompt());
     EXPECT_EQ(request(statusKey, R"({"proceed":{"passwd":"planted"}})"), "Not the prompt");
     process.sendSignal(SIGTERM);
     EXPECT_EQ(process.wait(), exited(AgentExit::noAnswer)) << errors();
@@ -210,11 +131,19 @@ TEST_F(AgentPrompt, PromptThatStaysAfterTheTimeOutIsKilled) {
 TEST_F(AgentPrompt, AnswerCountsWhereThePromptStaysAndIsToldToEnd) {
     startBus();
     ChildProcess& process = startPrompt("answer-and-stay", R"({"proceed":{}})");
-    ASSERT_TRUE(
-        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    ASSERT_TRUE(waitForPrompt());
     process.sendSignal(SIGTERM);
     EXPECT_EQ(process.wait(), exited(AgentExit::proceed)) << errors();
     EXPECT_EQ(output(), "{\"proceed\":{}}\n");
+    EXPECT_EQ(readFile(marker()), "told to end");
+}
+
+TEST_F(AgentPrompt, PromptEndsWhereTheLauncherIsKilled) {
+    startBus();
+    ChildProcess& process = startPrompt("stay", "");
+    ASSERT_TRUE(waitForPrompt());
+    process.sendSignal(SIGKILL);
+    EXPECT_TRUE(eventually([this] { return !readFile(marker()).empty(); }));
     EXPECT_EQ(readFile(marker()), "told to end");
 }
 
@@ -223,8 +152,7 @@ class AgentPromptSignals : public AgentLauncher, public ::testing::WithParamInte
 TEST_P(AgentPromptSignals, EndThePromptToo) {
     startBus();
     ChildProcess& process = startPrompt("stay", "");
-    ASSERT_TRUE(
-        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    ASSERT_TRUE(waitForPrompt());
     process.sendSignal(GetParam());
     EXPECT_EQ(process.wait(), exited(AgentExit::noAnswer)) << errors();
     EXPECT_EQ(readFile(marker()), "told to end");
@@ -241,8 +169,7 @@ TEST_F(AgentPrompt, AbsentBusEndsWithThree) {
 TEST_F(AgentPrompt, BusThatGoesAwayEndsThePromptAndEndsWithThree) {
     startBus();
     ChildProcess& process = startPrompt("stay", "");
-    ASSERT_TRUE(
-        eventually([this] { return std::filesystem::exists(marker().string() + ".started"); }));
+    ASSERT_TRUE(waitForPrompt());
     bus().stop();
     EXPECT_EQ(process.wait(), exited(AgentExit::noService)) << errors();
     EXPECT_TRUE(eventually([this] { return readFile(marker()) == "told to end"; }));
@@ -356,13 +283,17 @@ class AgentServeRequests : public AgentLauncher {
         startBus();
         initialiseLibrary();
     }
+
+    /// What the line of a request from this process begins with.
+    static std::string thisUser() { return std::to_string(getuid()) + " "; }
 };
 
 TEST_F(AgentServeRequests, RequestsArePrintedAndAnsweredWithOK) {
     ChildProcess& process = startService({});
     EXPECT_EQ(request(statusKey, R"({"postponse":{}})"), "OK");
     EXPECT_EQ(request("Other", "plain body"), "OK");
-    EXPECT_EQ(output(), statusKey + std::string(" {\"postponse\":{}}\nOther plain body\n"));
+    EXPECT_EQ(output(),
+              thisUser() + statusKey + " {\"postponse\":{}}\n" + thisUser() + "Other plain body\n");
     process.sendSignal(SIGTERM);
     EXPECT_EQ(process.wait(), exited(AgentExit::proceed));
 }
@@ -376,13 +307,19 @@ TEST_F(AgentServeRequests, OnceEndsAfterTheFirstRequest) {
     ChildProcess& process = startService({"--once"});
     EXPECT_EQ(request(statusKey, R"({"proceed":{}})"), "OK");
     EXPECT_EQ(process.wait(), exited(AgentExit::proceed));
-    EXPECT_EQ(output(), statusKey + std::string(" {\"proceed\":{}}\n"));
+    EXPECT_EQ(output(), thisUser() + statusKey + " {\"proceed\":{}}\n");
 }
 
 TEST_F(AgentServeRequests, BytesThatAreNoAnswerCannotHarmATerminal) {
     startService({});
     EXPECT_EQ(request("key\x1b[2J", "\x1b[31m\nred\xff\x7f"), "OK");
-    EXPECT_EQ(output(), "key\\u{1B}[2J \\u{1B}[31m\\nred\uFFFD\\u{7F}\n");
+    EXPECT_EQ(output(), thisUser() + "key\\u{1B}[2J \\u{1B}[31m\\nred\uFFFD\\u{7F}\n");
+}
+
+TEST_F(AgentServeRequests, KeyCannotPassForTheUserId) {
+    startService({});
+    EXPECT_EQ(request("0 PatchOSUpdateNotificationStatus", "{}"), "OK");
+    EXPECT_EQ(output(), thisUser() + "0 PatchOSUpdateNotificationStatus {}\n");
 }
 
 TEST_F(AgentServeRequests, BusThatGoesAwayEndsWithThree) {
