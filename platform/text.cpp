@@ -23,8 +23,9 @@ constexpr char32_t ofPair(char32_t high, char32_t low) {
 
 /// Controls of a terminal, line ends, and the marks that turn the direction of writing around.
 constexpr bool isControl(char32_t code) {
-    return code < 0x20U || (code >= 0x7FU && code < 0xA0U) ||
-           (code >= 0x2028U && code <= 0x202EU) || (code >= 0x2066U && code <= 0x2069U);
+    return code < 0x20U || (code >= 0x7FU && code < 0xA0U) || code == 0x061CU || code == 0x200EU ||
+           code == 0x200FU || (code >= 0x2028U && code <= 0x202EU) ||
+           (code >= 0x2066U && code <= 0x2069U);
 }
 
 std::string hexadecimal(char32_t code, int fewestDigits) {
@@ -35,11 +36,8 @@ std::string hexadecimal(char32_t code, int fewestDigits) {
 }
 
 std::string escapeOf(char32_t code, EscapeStyle style) {
-    if (style == EscapeStyle::blank || (style == EscapeStyle::json && code < 0x20U)) {
-        return " ";
-    }
     if (style == EscapeStyle::json) {
-        return "\\u" + hexadecimal(code, 4);
+        return code < 0x20U ? " " : "\\u" + hexadecimal(code, 4);
     }
     switch (code) {
         case U'\n':
@@ -49,7 +47,7 @@ std::string escapeOf(char32_t code, EscapeStyle style) {
         case U'\t':
             return "\\t";
         default:
-            return "\\u{" + hexadecimal(code, style == EscapeStyle::listElement ? 1 : 2) + "}";
+            return "\\u{" + hexadecimal(code, 1) + "}";
     }
 }
 

@@ -29,12 +29,10 @@ struct CodePoint {
 
 /// How `inOneLine` writes a control character.
 enum class EscapeStyle {
-    /// For a log or a terminal: "\n", "\r", "\t", else "\u{1B}" with two digits or more.
+    /// For a log or a terminal: "\n", "\r", "\t", else "\u{1B}" with as many digits as it takes.
     log,
-    /// As `log` with one digit or more; quotation marks and backslashes get a backslash too.
+    /// As `log`; quotation marks and backslashes get a backslash too.
     listElement,
-    /// A blank.
-    blank,
     /// For well-formed JSON, which stays the same value: "\u007F", and a blank for those below the
     /// blank, which stand between tokens alone.
     json

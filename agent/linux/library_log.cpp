@@ -46,7 +46,7 @@ std::string record(std::string_view line) {
     localtime_r(&now, &local);
     std::array<char, 32> time{};
     std::strftime(time.data(), time.size(), "%Y-%m-%d %H:%M:%S ", &local);
-    return time.data() + inOneLine(line, EscapeStyle::blank) + "\n";
+    return time.data() + inOneLine(line) + "\n";
 }
 
 void append(int file, const Line& line) {

@@ -162,6 +162,10 @@ void readService(Section service, AgentSettings& settings) {
 void readCredentials(Section credentials, AgentSettings& settings) {
     credentials.texts("admin_groups", settings.adminGroups);
     credentials.path("secure_token_tool", settings.secureTokenTool);
+    // The prompt has env(1) start it, which would take such a path for a variable.
+    if (settings.secureTokenTool.find('=') != std::string::npos) {
+        credentials.fail("secure_token_tool", "holds \"=\", and env(1) would not start it");
+    }
     credentials.path("credential_checker", settings.directory.checker.program);
     credentials.path("credential_checker_socket", settings.directory.checker.socketPath);
     credentials.noteUnknown();

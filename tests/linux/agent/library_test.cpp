@@ -98,7 +98,7 @@ TEST_F(AgentLog, NameWithASlashDoesNotLeaveTheFolder) {
 TEST_F(AgentLog, ControlCharactersDoNotBreakARecord) {
     initialiseLibrary();
     library_log::write("one\ntwo\x1b[31m");
-    EXPECT_THAT(libraryLog(), EndsWith(" one two [31m\n"));
+    EXPECT_THAT(libraryLog(), EndsWith(" one\\ntwo\\u{1B}[31m\n"));
 }
 
 class AgentServices : public AgentFiles {

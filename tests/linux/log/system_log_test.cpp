@@ -85,6 +85,20 @@ TEST(SystemLog, LineHasTimeProgramProcessAndText) {
     EXPECT_EQ(parts[2], "Opened Application 100% %s %n");
 }
 
+TEST(SystemLog, MarksThatTurnTheDirectionOfReadingAreEscaped) {
+    const auto outcome = inChild([] {
+        const ErrorPipe pipe;
+        pipe.take();
+        // NOLINTNEXTLINE(misc-misleading-bidirectional): the marks are what is tested.
+        LinuxSystemLog().write("a\u200Eb\u200Fc\u061Cd\u202Ee\u2067f\x01");
+        std::array<char, 4096> line{};
+        const auto count = read(pipe.ends[0], line.data(), line.size());
+        return std::string(line.data(), static_cast<std::size_t>(count));
+    });
+    EXPECT_THAT(outcome.text, ::testing::EndsWith(
+                                  "] a\\u{200E}b\\u{200F}c\\u{61C}d\\u{202E}e\\u{2067}f\\u{1}\n"));
+}
+
 TEST(SystemLog, LongRecordIsOneWrite) {
     const std::string text(20000, 'x');
     const auto outcome = inChild([&] {

@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         EscapeCase{"PlainText", "Über 100% – ✓ 🎉", "Über 100% – ✓ 🎉"},
         EscapeCase{"LineFeed", "a\nb", "a\\nb"}, EscapeCase{"CarriageReturn", "a\rb", "a\\rb"},
-        EscapeCase{"Tab", "a\tb", "a\\tb"}, EscapeCase{"Nul", std::string("a\0b", 3), "a\\u{00}b"},
+        EscapeCase{"Tab", "a\tb", "a\\tb"}, EscapeCase{"Nul", std::string("a\0b", 3), "a\\u{0}b"},
         EscapeCase{"Escape", "\x1b[2J", "\\u{1B}[2J"}, EscapeCase{"Delete", "\x7f", "\\u{7F}"},
         EscapeCase{"C1Introducer", "\u009b2J", "\\u{9B}2J"},
         EscapeCase{"NextLine", "a\u0085b", "a\\u{85}b"},
@@ -71,13 +71,20 @@ INSTANTIATE_TEST_SUITE_P(
         EscapeCase{"ParagraphSeparator", "a\u2029b", "a\\u{2029}b"},
         // NOLINTNEXTLINE(misc-misleading-bidirectional): the marks are what is tested.
         EscapeCase{"MarkOfDirection", "a\u202Eb\u2066c", "a\\u{202E}b\\u{2066}c"},
+        // NOLINTNEXTLINE(misc-misleading-bidirectional): the marks are what is tested.
+        EscapeCase{"InvisibleMarkOfDirection", "a\u200Eb\u200Fc\u061Cd",
+                   "a\\u{200E}b\\u{200F}c\\u{61C}d"},
+        EscapeCase{"JoinersAreText", "\u200C\u200D", "\u200C\u200D"},
         EscapeCase{"LoneByteOfAC1Control", "\x9b", "\uFFFD"},
         EscapeCase{"CutSequence", "a\xE2\x80", "a\uFFFD\uFFFD"},
         EscapeCase{"LineFeedInsideOfASequence", "\xE2\n\x80", "\uFFFD\\n\uFFFD"}),
     [](const auto& information) { return std::string(information.param.name); });
 
-TEST(OneLineOfBlanks, HasNoControlCharacters) {
-    EXPECT_EQ(inOneLine("a\n\x1B\u0085\"b\\\xFF", EscapeStyle::blank), "a   \"b\\\uFFFD");
+TEST(OneLineOfALog, EscapesControlCharactersAsAListDoes) {
+    for (char32_t code = 0; code < 0x20U; ++code) {
+        const std::vector<std::string> list{encodedUtf8(code)};
+        EXPECT_EQ("[\"" + inOneLine(list.front()) + "\"]", listDescription(list));
+    }
 }
 
 TEST(OneLineOfJson, StaysTheSameValue) {
