@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,14 @@ struct Machine {
     velunor::LinuxChildProcess childProcess;
     velunor::LinuxConsoleUsers consoleUsers;
 };
+
+/// What the toolkit's exit(1) calls where it has lost the display: leaves as the program does,
+/// before destructors of static objects run under the threads of libraries.
+void leaveWithoutDisplay(int status, void* machine) {
+    auto& parts = *static_cast<Machine*>(machine);
+    parts.log.write("The display was lost");
+    parts.processExit.exit(status);
+}
 
 /// Runs the prompt on the desktop until an answer or the session ends the process.
 [[noreturn]] void runApplication(int argc, char** argv, Machine& machine,
@@ -86,6 +95,7 @@ struct Machine {
     controller.viewDidLoad();
     delegate.applicationDidFinishLaunching();
     promptWindow.present();
+    on_exit(leaveWithoutDisplay, &machine);
     // Background work may still use what lives here, so nothing of it is taken down.
     machine.processExit.exit(QApplication::exec());
 }
@@ -101,7 +111,7 @@ int main(int argc, char** argv) {
     velunor::fillGlobals(globals, machine.processInfo, machine.log, machine.processExit);
     if (!velunor::prepareDisplay()) {
         machine.log.write("No display can be reached");
-        return 1;
+        machine.processExit.exit(1);
     }
     runApplication(argc, argv, machine, globals);
 }

@@ -1,8 +1,13 @@
 // Starts that cannot lead to a prompt.
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <csignal>
 #include <sstream>
 
+#include "platform/posix/file_descriptor.h"
 #include "tests/support/prompt/prompt_test.h"
 
 namespace velunor::testing {
@@ -143,6 +148,28 @@ TEST_F(StartFailures, UnsetDisplayIsOneClearLineAndStatusOne) {
     EXPECT_EQ(process().wait(), (Ending{1, 0})) << systemLog();
     EXPECT_EQ(linesWith(""), 1) << systemLog();
     EXPECT_EQ(linesWith("display"), 1) << systemLog();
+}
+
+TEST_F(StartFailures, XServerThatNeverAnswersIsOneClearLineAndStatusOne) {
+    display();
+    bus();
+    // It accepts, and that is all. The number of a display is counted from this port on.
+    constexpr int firstPort = 6000;
+    const FileDescriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    ASSERT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
+    ASSERT_EQ(listen(listener.get(), 4), 0);
+    ASSERT_EQ(getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size), 0);
+    const int port = ntohs(address.sin_port);
+    ASSERT_GE(port, firstPort);
+    environment()["DISPLAY"] = "127.0.0.1:" + std::to_string(port - firstPort);
+    start(patientPrompt());
+    EXPECT_EQ(process().wait(), (Ending{1, 0})) << systemLog();
+    EXPECT_EQ(linesWith(""), 1) << systemLog();
+    EXPECT_EQ(linesWith("No display can be reached"), 1) << systemLog();
 }
 
 }  // namespace

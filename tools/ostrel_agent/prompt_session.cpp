@@ -41,6 +41,18 @@ Loop makeLoop() {
     return Loop(loop);
 }
 
+/// Has the loop call `handler`, or end where there is none, at each signal that asks the program to
+/// end. A SIGHUP that is ignored stays so: whoever started the program with nohup(1) means it.
+void addEndingSignals(sd_event* loop, sd_event_signal_handler_t handler, void* userdata) {
+    struct sigaction inherited {};
+    sigaction(SIGHUP, nullptr, &inherited);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        if (number != SIGHUP || inherited.sa_handler != SIG_IGN) {
+            sd_event_add_signal(loop, nullptr, number, handler, userdata);
+        }
+    }
+}
+
 /// Prints `begin`, the bytes as one line that does no harm to a terminal, and a line end; whether
 /// they reached standard output. They may hold a password, so no copy stays: not in this memory,
 /// and none in a buffer of standard output, which is passed by.
@@ -131,9 +143,7 @@ class PromptSession {
         sd_event* loop = loop_.get();
         // Without a callback it ends the loop.
         sd_event_add_child(loop, nullptr, prompt_, WEXITED, nullptr, nullptr);
-        for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-            sd_event_add_signal(loop, nullptr, number, interrupted, this);
-        }
+        addEndingSignals(loop, interrupted, this);
         if (command_.timeout) {
             sd_event_add_time_relative(
                 loop, nullptr, CLOCK_MONOTONIC,
@@ -215,9 +225,7 @@ AgentExit runService(const ServeCommand& command, ServiceBus bus) {
     if (const std::string error = server.start(bus, loop.get()); !error.empty()) {
         return fail(error, AgentExit::noService);
     }
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        sd_event_add_signal(loop.get(), nullptr, number, nullptr, nullptr);
-    }
+    addEndingSignals(loop.get(), nullptr, nullptr);
     complain("serving");
     if (sd_event_loop(loop.get()) != 0) {
         return fail(busLost, AgentExit::noService);

@@ -67,9 +67,19 @@ void onTerminationSignal(std::function<void()> terminate) {
     action.sa_handler = wakeUp;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
+    sigset_t handled;
+    sigemptyset(&handled);
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
-        sigaction(number, &action, nullptr);
+        struct sigaction inherited {};
+        sigaction(number, nullptr, &inherited);
+        // Whoever has the program ignore the end of a terminal, as nohup(1) does, means it.
+        if (number != SIGHUP || inherited.sa_handler != SIG_IGN) {
+            sigaction(number, &action, nullptr);
+        }
+        sigaddset(&handled, number);
     }
+    // Who started the program may have blocked them.
+    pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);
 }
 
 }  // namespace velunor

@@ -20,8 +20,9 @@ class QtRunLoop final : public RunLoop {
     QObject mainThread_;
 };
 
-/// Calls `terminate` on the main loop at the first SIGTERM, SIGINT or SIGHUP. Called once a
-/// process, on the main thread, with an application object.
+/// Calls `terminate` on the main loop at the first SIGTERM, SIGINT or SIGHUP, also where these were
+/// blocked; a SIGHUP that is ignored stays so. Called once a process, on the main thread, with an
+/// application object.
 void onTerminationSignal(std::function<void()> terminate);
 
 }  // namespace velunor

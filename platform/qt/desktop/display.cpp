@@ -10,7 +10,11 @@
 #include <QScreen>
 #include <QWindow>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <future>
+#include <thread>
+#include <utility>
 
 #include "platform/posix/local_socket.h"
 #include "platform/qt/application/image_reader.h"
@@ -20,16 +24,25 @@ namespace velunor {
 namespace {
 
 constexpr const char* platformVariable = "QT_QPA_PLATFORM";
+/// What an X server on a loaded machine may take to answer.
+constexpr std::chrono::seconds longestAnswer{10};
 
 bool xServerReachable() {
     if (qEnvironmentVariableIsEmpty("DISPLAY")) {
         return false;
     }
-    // A failed attempt gives a connection object as well.
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    const bool reached = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return reached;
+    std::packaged_task<bool()> connect([] {
+        // A failed attempt gives a connection object as well.
+        xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+        const bool reached = xcb_connection_has_error(connection) == 0;
+        xcb_disconnect(connection);
+        return reached;
+    });
+    // A server that accepts and never answers would be waited for without an end: the thread that
+    // waits for it is left behind.
+    std::future<bool> reached = connect.get_future();
+    std::thread(std::move(connect)).detach();
+    return reached.wait_for(longestAnswer) == std::future_status::ready && reached.get();
 }
 
 bool waylandReachable() {

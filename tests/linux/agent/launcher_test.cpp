@@ -161,6 +161,23 @@ TEST_P(AgentPromptSignals, EndThePromptToo) {
 INSTANTIATE_TEST_SUITE_P(All, AgentPromptSignals, ::testing::Values(SIGINT, SIGTERM, SIGHUP),
                          [](const auto& test) { return std::string(sigabbrev_np(test.param)); });
 
+TEST_F(AgentPrompt, HangUpThatIsIgnoredAtTheStartStaysSo) {
+    startBus();
+    ChildProcess& process =
+        startCommand({"/usr/bin/env", "--ignore-signal=HUP", LAUNCHER_PROGRAM, "prompt",
+                      "--program", FAKE_PROMPT_PROGRAM, "--", "stay", "", marker(), "", "", ""});
+    ASSERT_TRUE(waitForPrompt());
+    process.sendSignal(SIGHUP);
+    initialiseLibrary();
+    // Whoever answers so often has dealt with the signal.
+    for (int count = 0; count < 20; ++count) {
+        ASSERT_EQ(request(statusKey, "{}"), "Not the prompt");
+    }
+    EXPECT_EQ(readFile(marker()), "");
+    process.sendSignal(SIGTERM);
+    EXPECT_EQ(process.wait(), exited(AgentExit::noAnswer)) << errors();
+}
+
 TEST_F(AgentPrompt, AbsentBusEndsWithThree) {
     EXPECT_EQ(startPrompt("answer", R"({"proceed":{}})").wait(), exited(AgentExit::noService));
     EXPECT_THAT(errors(), HasSubstr("no message bus"));

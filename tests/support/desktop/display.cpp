@@ -105,6 +105,11 @@ void Display::startCompositor() {
     }
 }
 
+void Display::killServer() {
+    screen_.reset();
+    server_.reset();
+}
+
 void Display::changeSetUp(const std::vector<std::string>& change) {
     std::vector<std::string> command{"xrandr"};
     command.insert(command.end(), change.begin(), change.end());

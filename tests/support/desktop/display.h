@@ -134,6 +134,8 @@ class Display {
     void setResolution(int newWidth, int newHeight);
     /// Starts a compositor and waits until it works.
     void startCompositor();
+    /// Kills the server. Nothing but the name is to be asked for after that.
+    void killServer();
 
     /// Size of a screen of the usual set-up.
     static constexpr int width = DisplaySetup{}.width;
