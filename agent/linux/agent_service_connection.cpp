@@ -139,7 +139,7 @@ class BusAgentService final : public AgentService {
 }  // namespace
 
 std::shared_ptr<AgentService> AgentServiceConnection::getService() const {
-    const ServiceBus kind = loadedSettings().bus;
+    const ServiceBus kind = serviceBus(loadedSettings());
     // Only the socket is opened here; authentication goes on where the first call is made.
     BusHandle bus = openBus(kind == ServiceBus::system ? sd_bus_open_system : sd_bus_open_user);
     if (!bus) {

@@ -98,8 +98,10 @@ class Section {
         target = std::chrono::seconds(*value);
     }
 
+    [[nodiscard]] bool has(std::string_view key) { return find(key) != nullptr; }
+
     void require(std::string_view key) {
-        if (find(key) == nullptr) {
+        if (!has(key)) {
             fail(table_, key, "is missing");
         }
     }
@@ -150,12 +152,13 @@ void readAgent(Section agent, AgentSettings& settings) {
 }
 
 void readService(Section service, AgentSettings& settings) {
-    std::string bus = "system";
+    std::string bus;
     service.text("bus", bus);
-    if (bus != "system" && bus != "session") {
+    if (bus == "system" || bus == "session") {
+        settings.bus = bus == "session" ? ServiceBus::session : ServiceBus::system;
+    } else if (service.has("bus")) {
         service.fail("bus", R"(is neither "system" nor "session")");
     }
-    settings.bus = bus == "session" ? ServiceBus::session : ServiceBus::system;
     service.noteUnknown();
 }
 
@@ -225,6 +228,12 @@ Expected<AgentSettings> loadSettings(const std::string& path) {
         return Error{path + ": is larger than " + std::to_string(largestSettingsFile) + " bytes"};
     }
     return parseSettings({reinterpret_cast<const char*>(content.data()), content.size()}, path);
+}
+
+ServiceBus serviceBus(const AgentSettings& settings) {
+    const char* named = secure_getenv("VELUNOR_AGENT_BUS");
+    const bool isSession = named != nullptr && std::string_view(named) == "session";
+    return settings.bus.value_or(isSession ? ServiceBus::session : ServiceBus::system);
 }
 
 Expected<std::string> settingsPath() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,7 +20,8 @@ struct AgentSettings {
     std::string basePath;
     std::string dataPath;
     std::string logPath;
-    ServiceBus bus = ServiceBus::system;
+    /// None where the file leaves it to `serviceBus`.
+    std::optional<ServiceBus> bus;
     std::vector<std::string> adminGroups{"sudo", "wheel", "admin"};
     std::string secureTokenTool = "/usr/sbin/sysadminctl";
     LinuxDirectorySettings directory;
@@ -41,6 +43,11 @@ inline constexpr std::size_t largestSettingsFile = std::size_t{1024} * 1024;
 /// VELUNOR_AGENT_SETTINGS names unless the process is privileged. Only an absolute path will do:
 /// any other would be another file in another working directory. Any thread.
 [[nodiscard]] Expected<std::string> settingsPath();
+
+/// The bus on which to reach the agent service: that of the settings, else the one ("session" or
+/// "system") that the environment variable VELUNOR_AGENT_BUS names unless the process is
+/// privileged, else the system's. Any thread.
+[[nodiscard]] ServiceBus serviceBus(const AgentSettings& settings);
 
 /// The agent's settings: those of the file once `TarnUtilMac::initializeAgentParams` has read it,
 /// defaults before that or when it could not be read. Main thread.

@@ -1,4 +1,5 @@
 #include <sys/prctl.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -48,9 +49,12 @@ AgentExit run(const velunor::Command& command) {
         return velunor::fail(settings.error().description, AgentExit::noService);
     }
     if (const auto* serve = std::get_if<velunor::ServeCommand>(&command)) {
-        return velunor::runService(*serve, settings->bus);
+        return velunor::runService(*serve, velunor::serviceBus(*settings));
     }
-    return velunor::runPrompt(std::get<velunor::PromptCommand>(command), settings->bus);
+    // Nobody but root may have the service's name on the system bus.
+    const auto usual = geteuid() == 0 ? velunor::ServiceBus::system : velunor::ServiceBus::session;
+    return velunor::runPrompt(std::get<velunor::PromptCommand>(command),
+                              settings->bus.value_or(usual));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -92,6 +93,10 @@ class PromptSession {
           server_([this](AgentRequest request) { return receive(std::move(request)); }) {}
 
     AgentExit run() {
+        const std::string bus = bus_ == ServiceBus::system ? "system" : "session";
+        complain("using the " + bus + " bus");
+        // The prompt would look for the service on the system bus where the settings name none.
+        setenv("VELUNOR_AGENT_BUS", bus.c_str(), 1);
         if (const std::string error = server_.start(bus_, loop_.get()); !error.empty()) {
             return fail(error, AgentExit::noService);
         }

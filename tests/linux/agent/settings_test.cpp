@@ -83,7 +83,8 @@ timeout_seconds = 60
 TEST(AgentSettingsText, PathsAloneLeaveTheDefaults) {
     const AgentSettings settings = parse(agentTable);
     EXPECT_EQ(settings.productName, "Ostrel Agent");
-    EXPECT_EQ(settings.bus, ServiceBus::system);
+    EXPECT_EQ(settings.bus, std::nullopt);
+    EXPECT_EQ(serviceBus(settings), ServiceBus::system);
     EXPECT_THAT(settings.adminGroups, ElementsAre("sudo", "wheel", "admin"));
     EXPECT_EQ(settings.secureTokenTool, "/usr/sbin/sysadminctl");
     EXPECT_EQ(settings.directory.checker.program,
