@@ -92,8 +92,10 @@ set(checkpass tools/osupdate_checkpass)
 rule(${checkpass}/protocol ALLOW ${checkpass}/protocol ${system})
 rule(${checkpass}/pam ALLOW ${checkpass}/pam ${checkpass}/protocol ${system})
 rule(${checkpass}/ldap ALLOW ${checkpass}/ldap ${checkpass}/protocol ${system})
+rule(${checkpass}/service ALLOW ${checkpass}/service ${system})
 rule(${checkpass} ALLOW
-    ${checkpass} ${checkpass}/pam ${checkpass}/ldap ${checkpass}/protocol ${system})
+    ${checkpass} ${checkpass}/pam ${checkpass}/ldap ${checkpass}/protocol ${checkpass}/service
+    ${system})
 rule(tools/sysadminctl ALLOW tools/sysadminctl agent agent/linux ${system})
 
 foreach(file IN LISTS unruled)

@@ -102,6 +102,9 @@ use_utf8() {
 
 CHILDREN=()
 
+# A directory that is removed when ./dev ends.
+SCRATCH=
+
 # keep PID : ends this process, and its process group when it leads one, when ./dev ends.
 keep() { CHILDREN+=("$1"); }
 
@@ -113,6 +116,7 @@ end_children() {
         wait "$pid" 2>/dev/null || true
     done
     CHILDREN=()
+    [ -z "$SCRATCH" ] || rm -rf "$SCRATCH"
 }
 
 end_children_at_exit() {

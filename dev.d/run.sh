@@ -33,8 +33,9 @@ dev_run() {
     fi
     need "${PACKAGES_BUILD[@]}" "${PACKAGES_DISPLAY[@]}"
     build release -- VelunorOSUpdate ostrel-agent osupdate-checkpass sysadminctl press
-    # The prompt starts no program that others could have changed.
-    chmod go-w build/release/osupdate-checkpass
+    # The prompt starts no program that others could have changed, were it by its directory.
+    SCRATCH=$(mktemp -d)
+    install -m 700 build/release/{osupdate-checkpass,sysadminctl} "$SCRATCH"
     use_utf8
     development_directories "$ROOT/build/run"
     export VELUNOR_AGENT_SETTINGS=$ROOT/build/run/ostrel-agent.toml
@@ -82,8 +83,8 @@ log_path = "$directory/log"
 bus = "session"
 
 [credentials]
-secure_token_tool = "$ROOT/build/release/sysadminctl"
-credential_checker = "$ROOT/build/release/osupdate-checkpass"
+secure_token_tool = "$SCRATCH/sysadminctl"
+credential_checker = "$SCRATCH/osupdate-checkpass"
 TOML
 }
 

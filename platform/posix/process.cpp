@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/posix/password_database.h"
+#include "platform/posix/trust.h"
 
 namespace velunor {
 namespace {
@@ -107,6 +108,12 @@ void LinuxProcessExit::exit(int status) {
 
 ChildProcessResult LinuxChildProcess::run(const std::string& launchPath,
                                           std::span<const std::string> arguments) {
+    // It starts its first argument, and says itself where there is no such program.
+    if (launchPath == "/usr/bin/env" && !arguments.empty() &&
+        distrust(arguments.front()) == EPERM) {
+        return {cannotRun,
+                "Somebody else may change the program or a directory that leads to it\n"};
+    }
     const FileDescriptor output = newOutput();
     if (!output.isOpen()) {
         return notStarted(errno);

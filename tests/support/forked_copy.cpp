@@ -2,13 +2,16 @@
 
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 namespace velunor::testing {
 
@@ -73,6 +76,16 @@ void mountEmptyOver(const std::string& directory) {
 
 void mountFileOver(const std::string& file, const std::string& place) {
     require(mount(file.c_str(), place.c_str(), nullptr, MS_BIND, nullptr) == 0, place.c_str());
+}
+
+std::string ownCopyOf(const std::string& program) {
+    std::string copy = "/mnt/program";
+    mountEmptyOver("/mnt");
+    std::error_code error;
+    std::filesystem::copy_file(program, copy, error);
+    require(!error && chmod("/mnt", S_IRWXU) == 0 && chmod(copy.c_str(), S_IRWXU) == 0,
+            program.c_str());
+    return copy;
 }
 
 }  // namespace velunor::testing

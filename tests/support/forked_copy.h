@@ -27,4 +27,8 @@ void mountEmptyOver(const std::string& directory);
 /// Puts a file in the place of another. For private namespaces.
 void mountFileOver(const std::string& file, const std::string& place);
 
+/// A copy of a program in a directory that belongs to the one user whom the namespace knows; the
+/// machine's directories may be nobody's there. Covers /mnt. For private namespaces, once.
+std::string ownCopyOf(const std::string& program);
+
 }  // namespace velunor::testing

@@ -7,10 +7,7 @@
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <syslog.h>
-#include <systemd/sd-login.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -23,11 +20,12 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/owned.h"
 #include "platform/posix/file_descriptor.h"
 #include "tools/osupdate_checkpass/ldap/ldap_check.h"
 #include "tools/osupdate_checkpass/pam/pam_check.h"
 #include "tools/osupdate_checkpass/protocol/messages.h"
+#include "tools/osupdate_checkpass/service/caller.h"
+#include "tools/osupdate_checkpass/service/turns.h"
 
 namespace velunor {
 namespace {
@@ -93,36 +91,14 @@ bool hasForeignRights() {
     return getauxval(AT_SECURE) != 0 || getuid() != geteuid() || getgid() != getegid();
 }
 
-/// Whether the descriptor is a socket, that is whether the system service is asked.
-bool isSocket(const FileDescriptor& descriptor) {
-    struct stat status {};
-    return fstat(descriptor.get(), &status) == 0 && S_ISSOCK(status.st_mode);
-}
-
-/// The user at the other end of a connected local socket, none when the kernel does not tell.
-std::optional<uid_t> callerOf(const FileDescriptor& socket) {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    const bool isTold = getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
-                        peer.uid != static_cast<uid_t>(-1);
-    return isTold ? std::optional(peer.uid) : std::nullopt;
-}
-
-/// A session of the user is in the foreground of its seat, or is a remote one in use. A user whose
-/// last session is closing, or who only has services running, is not there to be asked.
-bool hasActiveSession(uid_t user) {
-    char* text = nullptr;
-    if (sd_uid_get_state(user, &text) < 0) {
-        return false;
-    }
-    const Owned<char, std::free> state(text);
-    return std::string_view(state.get()) == "active";
-}
-
-int verdictFor(Streams& streams, std::chrono::milliseconds timeLimit) {
-    const auto deadline = std::chrono::steady_clock::now() + timeLimit;
+/// Asks PAM on behalf of `caller`. Where there are turns they are waited for, with the time that
+/// the check has.
+int verdictFor(Streams& streams, uid_t caller, const Turns* turns, const CheckerLimits& limits) {
+    const auto begin = std::chrono::steady_clock::now();
     CheckRequest request;
-    if (!request.read(streams.input.get(), deadline, protocol::longestPassword)) {
+    if (!request.read(streams.input.get(),
+                      begin + (turns == nullptr ? limits.check : limits.request),
+                      protocol::longestPassword)) {
         return PAM_CONV_ERR;
     }
     return guardedCheck(
@@ -131,45 +107,62 @@ int verdictFor(Streams& streams, std::chrono::milliseconds timeLimit) {
             lockEverything();
             request.lock();
             streams = Streams();
-            return askPam(request);
+            if (turns != nullptr && !turns->wait(std::string(request.userName()))) {
+                return PAM_SYSTEM_ERR;
+            }
+            return askPam(request, caller);
         },
-        deadline);
+        begin + limits.check);
 }
 
-void logVerdict(uid_t caller, int code) {
-    // Without the user name: people type passwords there.
-    openlog("osupdate-checkpass", LOG_PID, LOG_AUTHPRIV);
-    syslog(code == PAM_SUCCESS ? LOG_INFO : LOG_NOTICE, "password check for uid %lu: %s (%d)",
-           static_cast<unsigned long>(caller), code == PAM_SUCCESS ? "accepted" : "refused", code);
+/// As the system service: none for a caller who is to try again.
+std::optional<int> serviceVerdict(Streams& streams, uid_t caller, const CheckerLimits& limits) {
+    if (!mayAsk(caller)) {
+        return PAM_PERM_DENIED;
+    }
+    const Turns turns(caller);
+    if (!turns.isOpen()) {
+        return PAM_SYSTEM_ERR;
+    }
+    if (!turns.takePlace()) {
+        return std::nullopt;
+    }
+    return verdictFor(streams, caller, &turns, limits);
 }
 
-int pamVerdict(Streams& streams, std::chrono::milliseconds timeLimit) {
+std::optional<int> pamVerdict(Streams& streams, const CheckerLimits& limits) {
     if (hasForeignRights()) {
         return PAM_PERM_DENIED;
     }
     if (!isSocket(streams.input)) {
-        return verdictFor(streams, timeLimit);
+        return verdictFor(streams, getuid(), nullptr, limits);
     }
     const auto caller = callerOf(streams.input);
     if (!caller) {
         return PAM_PERM_DENIED;
     }
-    const bool mayAsk = *caller == 0 || hasActiveSession(*caller);
-    const int code = mayAsk ? verdictFor(streams, timeLimit) : PAM_PERM_DENIED;
-    logVerdict(*caller, code);
+    const auto code = serviceVerdict(streams, *caller, limits);
+    if (code) {
+        logVerdict(*caller, *code);
+    } else {
+        logTurnedAway(*caller);
+    }
     return code;
 }
 
-/// The line about a local account.
-std::string pamAnswer(Streams& streams, std::chrono::milliseconds timeLimit) {
-    const int code = pamVerdict(streams, timeLimit);
+/// The line about a local account; empty where there is to be none.
+std::string pamAnswer(Streams& streams, const CheckerLimits& limits) {
+    const auto code = pamVerdict(streams, limits);
+    if (!code) {
+        return {};
+    }
     return code == PAM_SUCCESS ? std::string(protocol::accepted)
-                               : refusal(code, pam_strerror(nullptr, code));
+                               : refusal(*code, pam_strerror(nullptr, *code));
 }
 
 std::optional<DirectoryError> directoryVerdict(const Streams& streams,
                                                const DirectoryNodeSettings& settings,
-                                               std::chrono::milliseconds timeLimit) {
+                                               const CheckerLimits& limits) {
     // A user's own rights are all that this is for: the system service asks no server that a caller
     // names.
     if (hasForeignRights() || isSocket(streams.input)) {
@@ -186,7 +179,7 @@ std::optional<DirectoryError> directoryVerdict(const Streams& streams,
     }
     CheckRequest request;
     if (!answer(streams.answer.get(), protocol::ready) ||
-        !request.read(streams.input.get(), std::chrono::steady_clock::now() + timeLimit,
+        !request.read(streams.input.get(), std::chrono::steady_clock::now() + limits.check,
                       protocol::longestDirectoryPassword)) {
         return ldapError(LDAP_PARAM_ERROR, "The request is malformed");
     }
@@ -195,8 +188,8 @@ std::optional<DirectoryError> directoryVerdict(const Streams& streams,
 
 /// The line about an account of a directory server, after the one that it is ready.
 std::string directoryAnswer(const Streams& streams, const DirectoryNodeSettings& settings,
-                            std::chrono::milliseconds timeLimit) {
-    const auto error = directoryVerdict(streams, settings, timeLimit);
+                            const CheckerLimits& limits) {
+    const auto error = directoryVerdict(streams, settings, limits);
     return error ? refusal(static_cast<int>(error->code), error->message)
                  : std::string(protocol::accepted);
 }
@@ -223,7 +216,7 @@ std::optional<DirectoryNodeSettings> nodeIn(int count, char** arguments) {
 
 }  // namespace
 
-int runChecker(int argc, char** argv, std::chrono::milliseconds timeLimit) {
+int runChecker(int argc, char** argv, const CheckerLimits& limits) {
     const auto node = nodeIn(argc, argv);
     if (argc != 1 && !node) {
         static_cast<void>(
@@ -236,7 +229,7 @@ int runChecker(int argc, char** argv, std::chrono::milliseconds timeLimit) {
     closeOff();
     lockEverything();
     const std::string line =
-        node ? directoryAnswer(streams, *node, timeLimit) : pamAnswer(streams, timeLimit);
+        node ? directoryAnswer(streams, *node, limits) : pamAnswer(streams, limits);
     // An answer that does not arrive is none, and that is a refusal.
     const bool told = answer(streams.answer.get(), line);
     return told && line == protocol::accepted ? acceptedStatus : refusedStatus;

@@ -4,10 +4,19 @@
 
 namespace velunor {
 
+/// How long the checker waits.
+struct CheckerLimits {
+    /// For a whole request to the system service, from its connection on; who asks it sends at
+    /// once.
+    std::chrono::milliseconds request{std::chrono::seconds{1}};
+    /// For everything up to PAM's answer. Longer than modules wait for a finger or a card (30
+    /// seconds), shorter than whoever waits for the answer.
+    std::chrono::milliseconds check{std::chrono::seconds{40}};
+};
+
 /// The whole program: answers one request on the standard streams and gives the exit status, 0 for
-/// an accepted password, 1 for any other answer, 2 for a wrong command line. Waits no longer than
-/// `timeLimit` for the request, and together with it for PAM's answer. Changes everything that
-/// belongs to a process; of one thread.
-[[nodiscard]] int runChecker(int argc, char** argv, std::chrono::milliseconds timeLimit);
+/// an accepted password, 1 for any other answer or none, 2 for a wrong command line. Changes
+/// everything that belongs to a process; of one thread.
+[[nodiscard]] int runChecker(int argc, char** argv, const CheckerLimits& limits);
 
 }  // namespace velunor

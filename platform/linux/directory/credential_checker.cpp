@@ -3,11 +3,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <string_view>
 #include <system_error>
+#include <thread>
 
 #include "platform/linux/directory/credential_checker_protocol.h"
 #include "platform/posix/local_socket.h"
@@ -17,6 +19,9 @@ namespace velunor {
 namespace {
 
 namespace protocol = credential_checker_protocol;
+
+/// How the errors begin of an answer that has not come, other than of one that is no good.
+constexpr const char* noAnswer = "no answer";
 
 bool isUsable(std::string_view text, std::size_t longest) {
     return !text.empty() && text.size() <= longest && text.find('\0') == std::string_view::npos;
@@ -57,11 +62,10 @@ int sendAll(int socket, const Secret& request, SteadyDeadline deadline) {
     return shutdown(socket, SHUT_WR) == 0 ? 0 : errno;
 }
 
-/// Asks the system service at `path`, with the whole request first; none when no service listens
-/// there. A socket of another user than root and the caller's own gets nothing and is an error.
-std::optional<DirectoryResult<std::string>> askCheckerService(const std::string& path,
-                                                              const Secret& request,
-                                                              SteadyDeadline deadline) {
+/// What one connection to the service at `path` gives; none when nobody listens there. A socket of
+/// another user than root and the caller's own gets nothing and is an error.
+std::optional<DirectoryResult<std::string>> askOnce(const std::string& path, const Secret& request,
+                                                    SteadyDeadline deadline) {
     const FileDescriptor socket = connectLocalSocket(SOCK_STREAM, path, deadline);
     if (!socket.isOpen()) {
         const bool isNobody = errno == ENOENT || errno == ECONNREFUSED;
@@ -77,7 +81,33 @@ std::optional<DirectoryResult<std::string>> askCheckerService(const std::string&
     // A service that turns the caller away tells so without taking the request. Any other answer is
     // none to it.
     if (error != 0 && (!answer || !answer->starts_with(protocol::refused))) {
-        return checkerError(error, "send");
+        return checkerError(error, noAnswer);
+    }
+    return answer;
+}
+
+/// Whether the answer has not come, but may the next time: the service had no room for the
+/// connection, or for one more of this user's, or has broken down.
+bool mayComeYet(const DirectoryResult<std::string>& answer) {
+    if (answer) {
+        return false;
+    }
+    const auto code = answer.error().code;
+    return code == ENODATA || code == ECONNRESET || code == EPIPE;
+}
+
+/// Asks the system service, with the whole request first; again while no answer comes, until the
+/// deadline.
+std::optional<DirectoryResult<std::string>> askCheckerService(const std::string& path,
+                                                              const Secret& request,
+                                                              SteadyDeadline deadline) {
+    constexpr std::chrono::milliseconds longestPause{1000};
+    std::chrono::milliseconds pause{50};
+    auto answer = askOnce(path, request, deadline);
+    while (answer && mayComeYet(*answer) && std::chrono::steady_clock::now() + pause < deadline) {
+        std::this_thread::sleep_for(pause);
+        pause = std::min(2 * pause, longestPause);
+        answer = askOnce(path, request, deadline);
     }
     return answer;
 }
@@ -104,7 +134,7 @@ DirectoryResult<std::string> readCheckerAnswer(int stream, AnswerPart part,
     while (part == AnswerPart::whole || !answer.ends_with('\n')) {
         const int error = pollUntil(stream, POLLIN, deadline);
         if (error != 0) {
-            return checkerError(error, "answer");
+            return checkerError(error, noAnswer);
         }
         const ssize_t count = read(stream, block.data(), block.size());
         if (count == 0) {
@@ -119,12 +149,15 @@ DirectoryResult<std::string> readCheckerAnswer(int stream, AnswerPart part,
             if (errno == ECONNRESET && answer.starts_with(protocol::refused)) {
                 break;
             }
-            return checkerError(errno, "answer");
+            return checkerError(errno, noAnswer);
         }
         answer.append(block.data(), static_cast<std::size_t>(count));
         if (answer.size() > protocol::longestAnswer) {
             return checkerError(EMSGSIZE, "answer");
         }
+    }
+    if (answer.empty()) {
+        return checkerError(ENODATA, noAnswer);
     }
     return answer;
 }

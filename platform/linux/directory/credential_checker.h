@@ -36,7 +36,7 @@ using SteadyDeadline = std::chrono::steady_clock::time_point;
 enum class AnswerPart { firstLine, whole };
 
 /// Reads that part of an answer, no later than the deadline. More than the protocol's longest line
-/// is an error.
+/// is an error, and so is nothing, with ENODATA.
 [[nodiscard]] DirectoryResult<std::string> readCheckerAnswer(int stream, AnswerPart part,
                                                              SteadyDeadline deadline);
 

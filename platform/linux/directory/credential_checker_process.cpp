@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +12,7 @@
 #include "platform/linux/directory/credential_checker_protocol.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/process.h"
+#include "platform/posix/trust.h"
 
 namespace velunor {
 namespace {
@@ -31,17 +31,6 @@ Pipe newPipe() {
     }
     return {aboveStandardStreams(FileDescriptor(ends[0])),
             aboveStandardStreams(FileDescriptor(ends[1]))};
-}
-
-/// 0 when nobody but root and this user can have made the program what it is, else errno's number.
-int distrust(const std::string& program) {
-    struct stat status {};
-    if (stat(program.c_str(), &status) != 0) {
-        return errno;
-    }
-    const bool owned = status.st_uid == 0 || status.st_uid == geteuid();
-    const bool closed = (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-    return S_ISREG(status.st_mode) && owned && closed ? 0 : EPERM;
 }
 
 /// Whether nobody has reaped the process yet, after which its number may be another one's. `state`

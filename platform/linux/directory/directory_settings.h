@@ -28,8 +28,8 @@ struct CredentialCheckerSettings {
     /// The program itself, started for PAM where there is no such socket, and for each network
     /// node.
     std::string program = "/opt/velunor/ostrel_agent/bin/osupdate-checkpass";
-    /// Limit for a whole check by PAM.
-    std::chrono::milliseconds timeout{std::chrono::seconds{10}};
+    /// Limit for a whole check by PAM. The program's own is shorter.
+    std::chrono::milliseconds timeout{std::chrono::seconds{50}};
 };
 
 /// The nodes that this machine has beside "/Local/Default".

@@ -23,10 +23,11 @@ Desktop::Desktop()
 void Desktop::installCredentialChecker() {
     const testing::AsRoot root;
     testing::Machine::run({"install", "-D", "-m", "755", CHECKPASS_PROGRAM, credentialCheckerPath});
+    testing::Machine::run({"install", "-D", "-m", "755", TOKEN_TOOL_PROGRAM, tokenToolPath});
     testing::Machine::run({"install", "-D", "-m", "644", PAM_SERVICE_FILE, pamServicePath});
 }
 
-CredentialsTest::CredentialsTest() : tokenTool_(testing::reachable(TOKEN_TOOL_PROGRAM)) {
+CredentialsTest::CredentialsTest() : tokenTool_(tokenToolPath) {
     writeSettings();
     // Of the machine's services only those that a test starts take part.
     environment()["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=/run/dbus/system_bus_socket";

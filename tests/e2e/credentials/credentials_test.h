@@ -12,6 +12,8 @@ namespace velunor::testing {
 
 /// The credential checker, where the settings name it.
 inline constexpr const char* credentialCheckerPath = "/run/velunor/bin/osupdate-checkpass";
+/// The secure-token tool, where the settings name it.
+inline constexpr const char* tokenToolPath = "/run/velunor/bin/sysadminctl";
 /// What PAM does for it.
 inline constexpr const char* pamServicePath = "/etc/pam.d/velunor-osupdate";
 

@@ -22,7 +22,7 @@ class CredentialsTranscript : public CredentialsTest {
 
     void expectGolden(const std::string& name) {
         std::string log = replaced(systemLog(), testing::reachable(PROMPT_PROGRAM), "PROGRAM");
-        log = replaced(log, testing::reachable(TOKEN_TOOL_PROGRAM), "TOOL");
+        log = replaced(log, tokenToolPath, "TOOL");
         const std::string expected = goldenTranscript(name, reachable(GOLDEN_DIRECTORY));
         EXPECT_FALSE(expected.empty()) << "no transcript " << name;
         EXPECT_EQ(normalizedTranscript(log, directory(), process().id()), expected);

@@ -55,13 +55,10 @@ class ClientProcess : public ::testing::Test {
         EXPECT_LT(duration, shortLimit + milliseconds{2000}) << commands;
     }
 
-    /// Settings with the real program. In a private namespace its owner must be the one user whom
-    /// it knows.
+    /// Settings with the real program. For private namespaces.
     CredentialCheckerSettings realSettings(milliseconds timeout = std::chrono::seconds{10},
                                            const char* program = CHECKPASS_PROGRAM) {
-        std::filesystem::copy_file(program, directory_.file("real"));
-        chmod(directory_.file("real").c_str(), S_IRWXU);
-        return {directory_.file("none.socket"), directory_.file("real"), timeout};
+        return {directory_.file("none.socket"), ownCopyOf(program), timeout};
     }
 
     [[nodiscard]] const TemporaryDirectory& directory() const { return directory_; }
@@ -71,30 +68,32 @@ class ClientProcess : public ::testing::Test {
 };
 
 TEST_F(ClientProcess, RealCheckerAcceptsAndRefuses) {
-    const auto settings = realSettings();
     const std::string answers = withPam(stackOf("accept"), [&] {
+        const auto settings = realSettings();
         return checked(settings) + ", " + checked(settings, "alice", "wrong");
     });
     EXPECT_EQ(answers, "accepted, PAM 7 Authentication failure");
 }
 
 TEST_F(ClientProcess, RealCheckerOfAStuckPamEndsBeforeTheClientsLimit) {
-    const auto settings = realSettings(std::chrono::seconds{10}, IMPATIENT_CHECKER_PROGRAM);
-    EXPECT_EQ(withPam(stackOf("hang"), [&] { return checked(settings); }),
+    EXPECT_EQ(withPam(stackOf("hang"),
+                      [&] {
+                          return checked(
+                              realSettings(std::chrono::seconds{10}, IMPATIENT_CHECKER_PROGRAM));
+                      }),
               "PAM 26 Critical error - immediate abort");
 }
 
 TEST_F(ClientProcess, NothingOfTheRealCheckerOutlivesTheClientsLimit) {
-    const auto settings = realSettings(shortLimit);
     const std::string answer = withPam(stackOf("hang-deaf"), [&] {
         // What a process leaves behind becomes a child of this one.
         prctl(PR_SET_CHILD_SUBREAPER, 1);
-        std::string told = checked(settings);
+        std::string told = checked(realSettings(shortLimit));
         while (waitpid(-1, nullptr, 0) > 0) {
         }
         return told;
     });
-    EXPECT_EQ(answer, "Checker 110 answer: Connection timed out");
+    EXPECT_EQ(answer, "Checker 110 no answer: Connection timed out");
 }
 
 TEST_F(ClientProcess, RequestHasBothTextsAndAnEnd) {
@@ -125,26 +124,13 @@ TEST_F(ClientProcess, UnusableTextsAskNobody) {
 }
 
 TEST_F(ClientProcess, OtherAnswersAreNone) {
-    for (const char* commands : {":",
-                                 "echo",
-                                 "printf accepted",
-                                 "echo Accepted",
-                                 "echo ' accepted'",
-                                 "echo accepted 1",
-                                 "echo accepted; echo",
-                                 "echo accepted; echo accepted",
-                                 "printf 'accepted\\0\\n'",
-                                 "printf 'accepted\\r\\n'",
-                                 "echo refused",
-                                 "echo 'refused '",
-                                 "echo 'refused x y'",
-                                 "echo 'refused 7'",
-                                 "printf 'refused 7 Authentication failure'",
-                                 "echo 'refused 0 Success'",
-                                 "echo 'refused -7 x'",
-                                 "echo 'refused 99999999999 x'",
-                                 "echo 'refused 7x y'",
-                                 "printf '\\377\\376'"}) {
+    for (const char* commands :
+         {"echo", "printf accepted", "echo Accepted", "echo ' accepted'", "echo accepted 1",
+          "echo accepted; echo", "echo accepted; echo accepted", "printf 'accepted\\0\\n'",
+          "printf 'accepted\\r\\n'", "echo refused", "echo 'refused '", "echo 'refused x y'",
+          "echo 'refused 7'", "printf 'refused 7 Authentication failure'",
+          "echo 'refused 0 Success'", "echo 'refused -7 x'", "echo 'refused 99999999999 x'",
+          "echo 'refused 7x y'", "printf '\\377\\376'"}) {
         EXPECT_EQ(answerOf(commands), "Checker 71 answer: Protocol error") << commands;
     }
 }
@@ -170,8 +156,9 @@ TEST_F(ClientProcess, RefusalCountsWhateverTheStatus) {
     EXPECT_EQ(answerOf("echo refused 6 Permission denied"), "PAM 6 Permission denied");
 }
 
-TEST_F(ClientProcess, CheckerThatCrashesIsAnError) {
-    EXPECT_EQ(answerOf("kill -SEGV $$"), "Checker 71 answer: Protocol error");
+TEST_F(ClientProcess, CheckerThatEndsWithoutAnAnswerIsAnError) {
+    EXPECT_EQ(answerOf("kill -SEGV $$"), "Checker 61 no answer: No data available");
+    EXPECT_EQ(answerOf(":"), "Checker 61 no answer: No data available");
 }
 
 TEST_F(ClientProcess, CheckerThatReadsNothingDoesNoHarm) {
@@ -228,6 +215,9 @@ TEST_F(ClientProcess, ProgramThatCannotBeStartedIsAnError) {
     directory().write("plain", "text");
     ASSERT_EQ(chmod(directory().file("plain").c_str(), 0600), 0);
     EXPECT_THAT(withProgram(directory().file("plain")), StartsWith("Checker 13 "));
+    const std::string program = settings("echo accepted").program;
+    ASSERT_EQ(chmod(directory().path().c_str(), 0777), 0);
+    EXPECT_EQ(withProgram(program), "Checker 1 " + program + ": Operation not permitted");
 }
 
 TEST_F(ClientProcess, IgnoredChildrenDoNotChangeTheAnswer) {

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/posix/local_socket.h"
 #include "tests/linux/credential_checker/checker_support.h"
 #include "tests/linux/credential_checker/listening_socket.h"
 #include "tests/support/temporary_directory.h"
@@ -19,6 +20,7 @@ namespace velunor::testing {
 namespace {
 
 using std::chrono::milliseconds;
+using std::chrono::seconds;
 using ::testing::MatchesRegex;
 using ::testing::StartsWith;
 
@@ -27,19 +29,40 @@ constexpr milliseconds shortLimit{400};
 class ClientSocket : public ::testing::Test {
   protected:
     /// Settings with a program that would accept, so that a fall back to it is seen.
-    CredentialCheckerSettings settings(milliseconds timeout = std::chrono::seconds{10}) {
+    CredentialCheckerSettings settings(milliseconds timeout = seconds{10}) {
         return {path(), script(directory_.file("checker"), "echo accepted"), timeout};
     }
 
     /// What a check tells whose connection is served like this.
     std::string answerOf(const std::function<void(int)>& serve,
-                         milliseconds timeout = std::chrono::seconds{10}) {
+                         milliseconds timeout = seconds{10}) {
         const ListeningSocket listener(path());
         std::jthread service([&] {
             const FileDescriptor connection = listener.accept();
             serve(connection.get());
         });
         return checked(settings(timeout));
+    }
+
+    /// The same where each connection is served so.
+    std::string answerOfEach(const std::function<void(int)>& serve,
+                             milliseconds timeout = seconds{1}) {
+        const ListeningSocket listener(path());
+        std::jthread service([&](const std::stop_token& stop) {
+            while (true) {
+                const FileDescriptor connection = listener.accept();
+                if (stop.stop_requested()) {
+                    return;
+                }
+                serve(connection.get());
+            }
+        });
+        std::string answer = checked(settings(timeout));
+        service.request_stop();
+        // Ends its wait.
+        const FileDescriptor last = connectLocalSocket(SOCK_STREAM, path());
+        service.join();
+        return answer;
     }
 
     [[nodiscard]] std::string path() const { return directory_.file("service.socket"); }
@@ -86,15 +109,48 @@ TEST_F(ClientSocket, RefusalBeforeTheRequestIsReadIsTold) {
               "PAM 6 Permission denied");
 }
 
-TEST_F(ClientSocket, NoAnswerIsNone) {
-    EXPECT_EQ(answerOf([](int connection) { hear(connection); }),
-              "Checker 71 answer: Protocol error");
-    // With the request unread, the end is a reset.
-    EXPECT_THAT(answerOf([](int connection) {
-                    char byte = 0;
-                    recv(connection, &byte, 1, 0);
-                }),
-                StartsWith("Checker "));
+TEST_F(ClientSocket, AnswerThatNeverComesIsNoneAtTheLimit) {
+    // The end of a request that was read, and a reset.
+    EXPECT_EQ(answerOfEach([](int connection) { hear(connection); }),
+              "Checker 61 no answer: No data available");
+    EXPECT_EQ(answerOfEach([](int connection) {
+                  char byte = 0;
+                  recv(connection, &byte, 1, 0);
+              }),
+              "Checker 104 no answer: Connection reset by peer");
+    // The end is there before the request is sent, or behind it.
+    EXPECT_THAT(answerOfEach([](int) {}), MatchesRegex("Checker (32 no answer: Broken pipe|"
+                                                       "104 no answer: Connection reset by peer)"));
+}
+
+TEST_F(ClientSocket, AnswerThatDoesNotComeIsAskedForAgain) {
+    int connections = 0;
+    const auto turnAwayFirst = [&](int connection) {
+        constexpr int first = 4;
+        ++connections;
+        if (connections % 2 == 0) {
+            hear(connection);
+        }
+        if (connections > first) {
+            hear(connection);
+            say(connection, "accepted\n");
+        }
+    };
+    EXPECT_EQ(answerOfEach(turnAwayFirst, seconds{10}), "accepted");
+    EXPECT_EQ(connections, 5);
+}
+
+TEST_F(ClientSocket, RefusalIsNotAskedForAgain) {
+    int connections = 0;
+    EXPECT_EQ(answerOfEach(
+                  [&](int connection) {
+                      ++connections;
+                      hear(connection);
+                      say(connection, "refused 7 Authentication failure\n");
+                  },
+                  seconds{10}),
+              "PAM 7 Authentication failure");
+    EXPECT_EQ(connections, 1);
 }
 
 TEST_F(ClientSocket, IncompleteAndOverlongAnswersAreNone) {
@@ -112,9 +168,9 @@ TEST_F(ClientSocket, IncompleteAndOverlongAnswersAreNone) {
 
 TEST_F(ClientSocket, AcceptedBeforeTheRequestIsReadIsNone) {
     // The service's end is there before the request is sent, or behind it.
-    EXPECT_THAT(
-        answerOf([](int connection) { say(connection, "accepted\n"); }),
-        MatchesRegex("Checker (32 send: Broken pipe|104 answer: Connection reset by peer)"));
+    EXPECT_THAT(answerOfEach([](int connection) { say(connection, "accepted\n"); }),
+                MatchesRegex("Checker (32 no answer: Broken pipe|"
+                             "104 no answer: Connection reset by peer)"));
 }
 
 TEST_F(ClientSocket, SilentServiceCostsTheLimit) {
@@ -125,14 +181,14 @@ TEST_F(ClientSocket, SilentServiceCostsTheLimit) {
         const std::jthread service([&] { connection = listener.accept(); });
         answer = checked(settings(shortLimit));
     });
-    EXPECT_EQ(answer, "Checker 110 answer: Connection timed out");
+    EXPECT_EQ(answer, "Checker 110 no answer: Connection timed out");
     EXPECT_GE(duration, shortLimit);
     EXPECT_LT(duration, shortLimit + milliseconds{2000});
 }
 
 TEST_F(ClientSocket, ServiceThatTakesNoConnectionCostsTheLimit) {
     const ListeningSocket listener(path());
-    EXPECT_EQ(checked(settings(shortLimit)), "Checker 110 answer: Connection timed out");
+    EXPECT_EQ(checked(settings(shortLimit)), "Checker 110 no answer: Connection timed out");
 }
 
 TEST_F(ClientSocket, ServiceWithAFullQueueCostsTheLimit) {
@@ -156,7 +212,7 @@ TEST_F(ClientSocket, AnswerThatNeverEndsCostsTheLimit) {
                       std::this_thread::sleep_for(2 * shortLimit);
                   },
                   shortLimit),
-              "Checker 110 answer: Connection timed out");
+              "Checker 110 no answer: Connection timed out");
 }
 
 TEST_F(ClientSocket, NothingThereStartsTheProgram) {

@@ -54,7 +54,7 @@ TEST(ForeignService, GetsNothingOfRoot) {
 
 TEST(ForeignService, OfRootIsAskedByEverybody) {
     const std::string request = requestFor("alice", "right");
-    EXPECT_EQ(answerTo(caller, 0), "Checker 110 answer: Connection timed out, " +
+    EXPECT_EQ(answerTo(caller, 0), "Checker 110 no answer: Connection timed out, " +
                                        std::to_string(request.size()) + " bytes");
 }
 

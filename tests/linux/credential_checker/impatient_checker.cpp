@@ -1,4 +1,4 @@
-// The credential checker with a limit that a test can wait for.
+// The credential checker with limits that a test can wait for.
 
 #include <chrono>
 #include <cstdlib>
@@ -7,5 +7,5 @@
 
 int main(int argc, char** argv) {
     constexpr std::chrono::milliseconds timeLimit{700};
-    std::_Exit(velunor::runChecker(argc, argv, timeLimit));
+    std::_Exit(velunor::runChecker(argc, argv, {.request = timeLimit, .check = timeLimit}));
 }

@@ -103,16 +103,19 @@ TEST_F(NetworkNode, RequestHasBothTextsAndAnEnd) {
 }
 
 TEST_F(NetworkNode, CheckerThatIsNeverReadyIsAnErrorOfOpening) {
-    for (const char* commands : {":", "echo", "echo Ready", "echo accepted", "printf ready",
+    EXPECT_EQ(opening(":"), "Checker 61 no answer: No data available");
+    for (const char* commands : {"echo", "echo Ready", "echo accepted", "printf ready",
                                  "echo 'refused 0 x'", "echo refused"}) {
         EXPECT_EQ(opening(commands), "Checker 71 answer: Protocol error") << commands;
     }
 }
 
 TEST_F(NetworkNode, OtherAnswersThanOneLineAreNone) {
-    for (const char* commands :
-         {"cat >/dev/null", "cat >/dev/null; echo ready", "echo accepted; echo accepted",
-          "printf accepted", "echo 'refused 0 x'", "kill -SEGV $$"}) {
+    for (const char* commands : {"cat >/dev/null", "kill -SEGV $$"}) {
+        EXPECT_EQ(answerOf(commands), "Checker 61 no answer: No data available") << commands;
+    }
+    for (const char* commands : {"cat >/dev/null; echo ready", "echo accepted; echo accepted",
+                                 "printf accepted", "echo 'refused 0 x'"}) {
         EXPECT_EQ(answerOf(commands), "Checker 71 answer: Protocol error") << commands;
     }
     EXPECT_EQ(answerOf("cat >/dev/null; echo accepted; exit 1"),
@@ -128,7 +131,7 @@ TEST_F(NetworkNode, SilentCheckerIsEndedWithItsGroupAtTheLimit) {
             answer = isReady ? answerOf(tell + "sleep 600; sleep 600")
                              : opening(tell + "sleep 600; sleep 600");
         });
-        EXPECT_EQ(answer, "Checker 110 answer: Connection timed out");
+        EXPECT_EQ(answer, "Checker 110 no answer: Connection timed out");
         EXPECT_LT(duration, std::chrono::seconds{10});
         EXPECT_TRUE(endsSoon(std::stoi(contentOf("pid"))));
     }

@@ -8,12 +8,15 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #define PAM_MODULE_FUNCTION extern "C" __attribute__((visibility("default"))) int
@@ -60,6 +63,31 @@ int verdict(bool right) {
 
 int accept(pam_handle_t* pam) {
     return verdict(ask(pam, {{}}) == std::vector<std::string>{"right"});
+}
+
+/// Counts how often it is asked, and takes as long as a costly hash does, so that several at once
+/// meet in the middle.
+int acceptSlowly(pam_handle_t* pam) {
+    std::ofstream("/run/velunor/guesses", std::ios::app) << 'x' << std::flush;
+    const int code = accept(pam);
+    std::this_thread::sleep_for(std::chrono::milliseconds{300});
+    return code;
+}
+
+/// As one that waits for a finger first.
+int acceptAfterTenSeconds(pam_handle_t* pam) {
+    std::this_thread::sleep_for(std::chrono::seconds{10});
+    return accept(pam);
+}
+
+/// Accepts where PAM is told that this user asks.
+std::function<int(pam_handle_t*)> acceptFor(std::string_view user) {
+    return [user](pam_handle_t* pam) {
+        const void* item = nullptr;
+        pam_get_item(pam, PAM_RUSER, &item);
+        const bool isTold = item != nullptr && static_cast<const char*>(item) == user;
+        return isTold ? accept(pam) : PAM_AUTHINFO_UNAVAIL;
+    };
 }
 
 int hang(pam_handle_t*) {
@@ -148,6 +176,10 @@ using Behaviour = std::function<int(pam_handle_t*)>;
 const std::map<std::string_view, Behaviour>& behaviours() {
     static const std::map<std::string_view, Behaviour> all{
         {"accept", accept},
+        {"accept-slowly", acceptSlowly},
+        {"accept-after-ten-seconds", acceptAfterTenSeconds},
+        {"accept-for-alice", acceptFor("alice")},
+        {"accept-for-4003", acceptFor("4003")},
         {"hang", hang},
         {"hang-deaf", hangDeaf},
         {"print", print},

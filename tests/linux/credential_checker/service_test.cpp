@@ -15,8 +15,9 @@
 #include <string>
 
 #include "tests/linux/credential_checker/checker_support.h"
-#include "tests/linux/credential_checker/listening_socket.h"
+#include "tests/linux/credential_checker/service_support.h"
 #include "tests/support/forked_copy.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {
@@ -25,27 +26,6 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using ::testing::Not;
-
-constexpr unsigned caller = 4003;
-constexpr const char* activeUser = "NAME=alice\nSTATE=active\nSESSIONS=c1\nACTIVE_SESSIONS=c1\n";
-
-/// Starts the checker for each of `count` connections, as systemd does with Accept=yes. To be
-/// called in a process of its own.
-[[noreturn]] void serve(const ListeningSocket& listener, int count) {
-    for (int served = 0; served < count; ++served) {
-        const FileDescriptor connection = listener.accept();
-        const pid_t checker = fork();
-        if (checker == 0) {
-            for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-                dup2(connection.get(), standard);
-            }
-            execl(CHECKPASS_PROGRAM, CHECKPASS_PROGRAM, nullptr);
-            _exit(EXIT_FAILURE);
-        }
-        waitpid(checker, nullptr, 0);
-    }
-    _exit(EXIT_SUCCESS);
-}
 
 FileDescriptor logSocket() {
     FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
@@ -77,29 +57,18 @@ ServiceAnswer answerTo(unsigned user, const std::string& state,
                        const std::string& stack = stackOf("accept"),
                        const std::string& userName = "alice",
                        const std::string& password = "right") {
-    const std::string text = withPam(
+    const std::string text = onServiceMachine(
         stack,
         [&] {
-            mountEmptyOver("/run");
-            std::filesystem::create_directories("/run/systemd/users");
-            if (!state.empty()) {
-                std::ofstream("/run/systemd/users/" + std::to_string(caller)) << state;
-            }
             mountEmptyOver("/dev");
             const std::ofstream emptyDevice("/dev/null");
             const FileDescriptor log = logSocket();
-            const std::string path = "/run/service.socket";
-            const ListeningSocket listener(path);
-            const pid_t service = fork();
-            if (service == 0) {
-                serve(listener, 1);
-            }
+            const CheckerServiceRunner service;
             const std::string answer =
-                checked({path, "/nonexistent", std::chrono::seconds{10}}, userName, password);
-            waitpid(service, nullptr, 0);
+                checked(CheckerServiceRunner::settings(), userName, password);
             return answer + "\n" + recordsIn(log);
         },
-        user);
+        user, state);
     const std::size_t end = text.find('\n');
     return {text.substr(0, end), end == std::string::npos ? "" : text.substr(end + 1)};
 }
@@ -156,6 +125,33 @@ TEST(CheckerService, LogHasNeitherTheNameNorThePassword) {
     EXPECT_THAT(log, Not(HasSubstr("typed")));
 }
 
+TEST(CheckerService, WithoutItsFileOfLocksRefuses) {
+    EXPECT_EQ(onServiceMachine(stackOf("accept"),
+                               [] {
+                                   std::filesystem::create_directory(
+                                       "/run/velunor/osupdate-checkpass.lock");
+                                   const CheckerServiceRunner service;
+                                   return checked(CheckerServiceRunner::settings());
+                               }),
+              "PAM 4 System error");
+}
+
+TEST(CheckerService, ModulesLearnWhoAsks) {
+    const TemporaryDirectory directory;
+    directory.write("passwd", "alice:x:4003:4003::/:/bin/sh\n");
+    const auto asked = [&](const char* accounts) {
+        mountFileOver(accounts, "/etc/passwd");
+        const CheckerServiceRunner service;
+        return checked(CheckerServiceRunner::settings(), "root");
+    };
+    EXPECT_EQ(onServiceMachine(stackOf("accept-for-alice"),
+                               [&] { return asked(directory.file("passwd").c_str()); }),
+              "accepted");
+    // Who has no name is told by number.
+    EXPECT_EQ(onServiceMachine(stackOf("accept-for-4003"), [&] { return asked("/dev/null"); }),
+              "accepted");
+}
+
 TEST(CheckerService, DirectoryServersAreNeverAskedForACaller) {
     std::array<int, 2> ends{};
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
@@ -178,7 +174,7 @@ TEST(CheckerService, DirectoryServersAreNeverAskedForACaller) {
 }
 
 TEST(CheckerService, RequestOfACallerWhoIsGoneIsLogged) {
-    const std::string log = withPam(stackOf("accept"), [] {
+    const auto askAndGo = [] {
         mountEmptyOver("/dev");
         const std::ofstream emptyDevice("/dev/null");
         const FileDescriptor records = logSocket();
@@ -203,7 +199,8 @@ TEST(CheckerService, RequestOfACallerWhoIsGoneIsLogged) {
         }
         waitpid(checker, nullptr, 0);
         return recordsIn(records);
-    });
+    };
+    const std::string log = onServiceMachine(stackOf("accept"), askAndGo, 0, "");
     EXPECT_THAT(log, EndsWith("password check for uid 0: accepted (0)|"));
 }
 

@@ -282,8 +282,9 @@ std::string openingWithoutNames(const std::string& host) {
         settings.certificateAuthorities = server.authorities();
         settings.uri = "ldaps://" + host + ":" + std::to_string(listener.port());
         settings.timeout = shortLimit;
+        const std::string program = ownCopyOf(CHECKPASS_PROGRAM);
         const auto begin = steady_clock::now();
-        const auto node = openNetworkNode(CHECKPASS_PROGRAM, settings);
+        const auto node = openNetworkNode(program, settings);
         if (steady_clock::now() - begin > patience) {
             return "too late";
         }

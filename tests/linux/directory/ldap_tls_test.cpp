@@ -68,7 +68,7 @@ TEST(LdapNodeStore, SystemsAuthoritiesAreTrusted) {
         mountFileOver(server.authorities(), store);
         DirectoryNodeSettings settings;
         settings.uri = server.tlsUri();
-        const auto node = openNetworkNode(CHECKPASS_PROGRAM, settings);
+        const auto node = openNetworkNode(ownCopyOf(CHECKPASS_PROGRAM), settings);
         return node ? opens : node.error().description();
     });
     EXPECT_EQ(outcome.text, opens);

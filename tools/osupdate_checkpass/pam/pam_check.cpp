@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/password_database.h"
 
 namespace velunor {
 namespace {
@@ -69,6 +70,12 @@ bool meansAccount(pam_handle_t* pam, std::string_view userName) {
            userName == static_cast<const char*>(item);
 }
 
+/// The account's name, or its number where it has none.
+std::string nameOf(uid_t user) {
+    const auto entry = passwordEntryOf(user);
+    return entry && entry->name ? *entry->name : std::to_string(user);
+}
+
 int authenticate(pam_handle_t* pam, std::string_view userName, const Conversation& conversation) {
     int code = pam_authenticate(pam, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
     if (code != PAM_SUCCESS) {
@@ -111,7 +118,7 @@ void endWithGroup(pid_t process) {
 
 }  // namespace
 
-int askPam(const CheckRequest& request) {
+int askPam(const CheckRequest& request, uid_t caller) {
     Conversation conversation{request.password()};
     const pam_conv callback{converse, &conversation};
     const std::string userName(request.userName());
@@ -120,7 +127,10 @@ int askPam(const CheckRequest& request) {
     if (code != PAM_SUCCESS) {
         return code;
     }
-    code = authenticate(pam, userName, conversation);
+    code = pam_set_item(pam, PAM_RUSER, nameOf(caller).c_str());
+    if (code == PAM_SUCCESS) {
+        code = authenticate(pam, userName, conversation);
+    }
     const int end = pam_end(pam, code);
     return code == PAM_SUCCESS ? end : code;
 }

@@ -1,0 +1,127 @@
+// The service where many ask at once, or take long.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/linux/credential_checker/checker_support.h"
+#include "tests/linux/credential_checker/service_support.h"
+#include "tests/support/forked_copy.h"
+#include "tests/support/temporary_directory.h"
+#include "tools/osupdate_checkpass/checker.h"
+
+namespace velunor::testing {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr std::size_t many = 8;
+
+/// What a connection gets that says nothing: how many bytes, and when it is over.
+ssize_t answerOfASilentConnection() {
+    const FileDescriptor connection = CheckerServiceRunner::connection();
+    std::array<char, 512> block{};
+    return recv(connection.get(), block.data(), block.size(), MSG_WAITALL);
+}
+
+TEST(CheckerServiceLimits, SilentConnectionEndsAfterASecond) {
+    EXPECT_EQ(onServiceMachine(
+                  stackOf("accept"),
+                  [] {
+                      const CheckerServiceRunner service;
+                      const auto time = durationOf([] { answerOfASilentConnection(); });
+                      return std::string(time >= milliseconds{900} ? "a second" : "at once") +
+                             (time < seconds{4} ? "" : ", and more");
+                  }),
+              "a second");
+}
+
+TEST(CheckerServiceLimits, SilentConnectionsOfTheSameUserDoNotHinderACheck) {
+    EXPECT_EQ(onServiceMachine(stackOf("accept"),
+                               [] {
+                                   const CheckerServiceRunner service;
+                                   std::vector<FileDescriptor> silent(many);
+                                   for (FileDescriptor& connection : silent) {
+                                       connection = CheckerServiceRunner::connection();
+                                   }
+                                   return checked(CheckerServiceRunner::settings());
+                               }),
+              "accepted");
+}
+
+TEST(CheckerServiceLimits, ChurningConnectionsOfTheSameUserDoNotHinderChecks) {
+    EXPECT_EQ(
+        onServiceMachine(stackOf("accept"),
+                         [] {
+                             const CheckerServiceRunner service;
+                             std::vector<std::jthread> churners(many);
+                             for (std::jthread& churner : churners) {
+                                 churner = std::jthread([](const std::stop_token& stop) {
+                                     while (!stop.stop_requested()) {
+                                         static_cast<void>(CheckerServiceRunner::connection());
+                                     }
+                                 });
+                             }
+                             std::string answers;
+                             for (int check = 0; check < 3; ++check) {
+                                 answers += checked(CheckerServiceRunner::settings()) + ",";
+                             }
+                             return answers;
+                         }),
+        "accepted,accepted,accepted,");
+}
+
+TEST(CheckerServiceLimits, GuessesAtOnceMeetFaillockOneAfterTheOther) {
+    const TemporaryDirectory directory;
+    directory.write("passwd", "alice:x:4003:4003::/:/bin/sh\n");
+    EXPECT_EQ(onServiceMachine(faillockStack(),
+                               [&] {
+                                   mountFileOver(directory.file("passwd"), "/etc/passwd");
+                                   const CheckerServiceRunner service;
+                                   guessAtOnce(many);
+                                   return std::to_string(judgedGuesses()) + " judged, then " +
+                                          checked(CheckerServiceRunner::settings());
+                               }),
+              "3 judged, then PAM 7 Authentication failure");
+}
+
+TEST(CheckerServiceLimits, ModuleThatWaitsBeforeItAsksForThePasswordIsWaitedFor) {
+    EXPECT_EQ(onServiceMachine(stackOf("accept-after-ten-seconds"),
+                               [] {
+                                   const CheckerServiceRunner service;
+                                   return checked(CheckerServiceRunner::settings());
+                               }),
+              "accepted");
+}
+
+/// How long something takes by the unit, in milliseconds.
+milliseconds runtimeOfTheUnit() {
+    return seconds{unitValue(CHECKPASS_UNIT, "RuntimeMaxSec")};
+}
+
+TEST(CheckerServiceLimits, WhoWaitsIsMorePatientThanWhoAnswers) {
+    // What a fingerprint's module waits by default.
+    constexpr seconds fingerprint{30};
+    EXPECT_GT(CheckerLimits().check, fingerprint);
+    EXPECT_GT(runtimeOfTheUnit(), CheckerLimits().check + CheckerLimits().request);
+    EXPECT_GT(CredentialCheckerSettings().timeout, runtimeOfTheUnit());
+}
+
+TEST(CheckerServiceLimits, SocketStaysHoweverOftenSomebodyConnects) {
+    EXPECT_EQ(unitValue(CHECKPASS_SOCKET_UNIT, "TriggerLimitIntervalSec"), 0);
+    EXPECT_GE(unitValue(CHECKPASS_SOCKET_UNIT, "MaxConnections"), 256);
+}
+
+}  // namespace
+}  // namespace velunor::testing
