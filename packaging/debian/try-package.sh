@@ -34,6 +34,6 @@ dpkg --force-depends -i /srv/package.deb
 install -d /etc/systemd/system/multi-user.target.wants
 ln -s /lib/systemd/system/velunor-osupdate-checkpass.socket \
     /etc/systemd/system/multi-user.target.wants/velunor-osupdate-checkpass.socket
-ln -s /dev/null /etc/systemd/system/velunor-osupdate-checkpass@.service
+ln -s /dev/null /etc/systemd/system/velunor-osupdate-checkpass.service
 dpkg --force-depends -P velunor-os-update
 expect_gone

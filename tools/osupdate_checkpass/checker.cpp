@@ -7,7 +7,9 @@
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <systemd/sd-daemon.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -25,6 +27,7 @@
 #include "tools/osupdate_checkpass/pam/pam_check.h"
 #include "tools/osupdate_checkpass/protocol/messages.h"
 #include "tools/osupdate_checkpass/service/caller.h"
+#include "tools/osupdate_checkpass/service/receiver.h"
 #include "tools/osupdate_checkpass/service/turns.h"
 
 namespace velunor {
@@ -115,22 +118,16 @@ int verdictFor(Streams& streams, uid_t caller, const Turns* turns, const Checker
         begin + limits.check);
 }
 
-/// As the system service: none for a caller who is to try again.
-std::optional<int> serviceVerdict(Streams& streams, uid_t caller, const CheckerLimits& limits) {
+/// As the system service.
+int serviceVerdict(Streams& streams, uid_t caller, const CheckerLimits& limits) {
     if (!mayAsk(caller)) {
         return PAM_PERM_DENIED;
     }
     const Turns turns(caller);
-    if (!turns.isOpen()) {
-        return PAM_SYSTEM_ERR;
-    }
-    if (!turns.takePlace()) {
-        return std::nullopt;
-    }
-    return verdictFor(streams, caller, &turns, limits);
+    return turns.isOpen() ? verdictFor(streams, caller, &turns, limits) : PAM_SYSTEM_ERR;
 }
 
-std::optional<int> pamVerdict(Streams& streams, const CheckerLimits& limits) {
+int pamVerdict(Streams& streams, const CheckerLimits& limits) {
     if (hasForeignRights()) {
         return PAM_PERM_DENIED;
     }
@@ -141,23 +138,16 @@ std::optional<int> pamVerdict(Streams& streams, const CheckerLimits& limits) {
     if (!caller) {
         return PAM_PERM_DENIED;
     }
-    const auto code = serviceVerdict(streams, *caller, limits);
-    if (code) {
-        logVerdict(*caller, *code);
-    } else {
-        logTurnedAway(*caller);
-    }
+    const int code = serviceVerdict(streams, *caller, limits);
+    logVerdict(*caller, code);
     return code;
 }
 
-/// The line about a local account; empty where there is to be none.
+/// The line about a local account.
 std::string pamAnswer(Streams& streams, const CheckerLimits& limits) {
-    const auto code = pamVerdict(streams, limits);
-    if (!code) {
-        return {};
-    }
+    const int code = pamVerdict(streams, limits);
     return code == PAM_SUCCESS ? std::string(protocol::accepted)
-                               : refusal(*code, pam_strerror(nullptr, *code));
+                               : refusal(code, pam_strerror(nullptr, code));
 }
 
 std::optional<DirectoryError> directoryVerdict(const Streams& streams,
@@ -217,12 +207,18 @@ std::optional<DirectoryNodeSettings> nodeIn(int count, char** arguments) {
 }  // namespace
 
 int runChecker(int argc, char** argv, const CheckerLimits& limits) {
+    // As the service manager starts it.
+    if (argc == 2 && argv[1] == std::string_view("serve") &&
+        sd_is_socket_unix(SD_LISTEN_FDS_START, SOCK_STREAM, 1, nullptr, 0) > 0) {
+        receiveConnections(FileDescriptor(SD_LISTEN_FDS_START), limits.idle);
+        return acceptedStatus;
+    }
     const auto node = nodeIn(argc, argv);
     if (argc != 1 && !node) {
-        static_cast<void>(
-            std::fputs("Usage: osupdate-checkpass [ldap URI BASE FILTER AUTHORITIES SECONDS]"
-                       " < REQUEST\n",
-                       stderr));
+        static_cast<void>(std::fputs(
+            "Usage: osupdate-checkpass [serve | ldap URI BASE FILTER AUTHORITIES SECONDS]"
+            " < REQUEST\n",
+            stderr));
         return wrongUsage;
     }
     Streams streams = takeStandardStreams();

@@ -12,6 +12,8 @@ struct CheckerLimits {
     /// For everything up to PAM's answer. Longer than modules wait for a finger or a card (30
     /// seconds), shorter than whoever waits for the answer.
     std::chrono::milliseconds check{std::chrono::seconds{40}};
+    /// For the next connection to the system service, before it ends.
+    std::chrono::milliseconds idle{std::chrono::seconds{60}};
 };
 
 /// The whole program: answers one request on the standard streams and gives the exit status, 0 for

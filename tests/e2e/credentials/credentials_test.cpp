@@ -102,8 +102,8 @@ void CredentialsTest::startPromptOf(const std::string& program, const std::strin
 void CredentialsTest::startCheckerService() {
     const testing::AsRoot root;
     checkerService_ = std::make_unique<ChildProcess>(
-        Command{.arguments = {"systemd-socket-activate", "--accept", "--inetd",
-                              "--listen=" + std::string(checkerSocket), credentialCheckerPath},
+        Command{.arguments = {"systemd-socket-activate", "--listen=" + std::string(checkerSocket),
+                              credentialCheckerPath, "serve"},
                 .environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}},
                 .output = {},
                 .errors = directory() / "checker-service.log"});

@@ -7,5 +7,6 @@
 
 int main(int argc, char** argv) {
     constexpr std::chrono::milliseconds timeLimit{700};
-    std::_Exit(velunor::runChecker(argc, argv, {.request = timeLimit, .check = timeLimit}));
+    std::_Exit(velunor::runChecker(argc, argv,
+                                   {.request = timeLimit, .check = timeLimit, .idle = timeLimit}));
 }

@@ -20,12 +20,12 @@ sockaddr_un addressOf(const std::string& path) {
 
 }  // namespace
 
-ListeningSocket::ListeningSocket(const std::string& path)
+ListeningSocket::ListeningSocket(const std::string& path, int backlog)
     : path_(path), socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const sockaddr_un address = addressOf(path);
     unlink(path.c_str());
     if (bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        listen(socket_.get(), 1) != 0) {
+        listen(socket_.get(), backlog) != 0) {
         std::perror(path.c_str());
         std::abort();
     }

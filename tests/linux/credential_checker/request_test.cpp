@@ -133,6 +133,8 @@ int statusWith(std::vector<const char*> arguments) {
 TEST(Request, OtherArgumentsAreWrongUsage) {
     EXPECT_EQ(statusWith({"alice"}), 2);
     EXPECT_EQ(statusWith({"ldap"}), 2);
+    // Without a listening socket.
+    EXPECT_EQ(statusWith({"serve"}), 2);
     EXPECT_EQ(statusWith({"pam", "ldaps://127.0.0.1:1", "", "(uid=%u)", "", "1"}), 2);
     for (const char* seconds : {"", "0", "61", "-1", "1s", " 1", "99999999999"}) {
         EXPECT_EQ(statusWith({"ldap", "ldaps://127.0.0.1:1", "", "(uid=%u)", "", seconds}), 2)

@@ -60,6 +60,27 @@ TEST(CheckerServiceLimits, SilentConnectionsOfTheSameUserDoNotHinderACheck) {
               "accepted");
 }
 
+TEST(CheckerServiceLimits, RequestsThatNobodyWaitsForTakeNoPlace) {
+    const auto askAndGo = [] {
+        const FileDescriptor connection = CheckerServiceRunner::connection();
+        const std::string request = requestFor("alice", "right");
+        send(connection.get(), request.data(), request.size(), MSG_NOSIGNAL);
+    };
+    EXPECT_EQ(onServiceMachine(stackOf("hang"),
+                               [&] {
+                                   const CheckerServiceRunner service;
+                                   service.whileStopped([&] {
+                                       for (std::size_t left = 0; left < 2 * many; ++left) {
+                                           askAndGo();
+                                       }
+                                   });
+                                   auto settings = CheckerServiceRunner::settings();
+                                   settings.timeout = seconds{1};
+                                   return checked(settings);
+                               }),
+              "Checker 110 no answer: Connection timed out");
+}
+
 TEST(CheckerServiceLimits, ChurningConnectionsOfTheSameUserDoNotHinderChecks) {
     EXPECT_EQ(
         onServiceMachine(stackOf("accept"),
@@ -105,22 +126,27 @@ TEST(CheckerServiceLimits, ModuleThatWaitsBeforeItAsksForThePasswordIsWaitedFor)
               "accepted");
 }
 
-/// How long something takes by the unit, in milliseconds.
-milliseconds runtimeOfTheUnit() {
-    return seconds{unitValue(CHECKPASS_UNIT, "RuntimeMaxSec")};
-}
-
 TEST(CheckerServiceLimits, WhoWaitsIsMorePatientThanWhoAnswers) {
     // What a fingerprint's module waits by default.
     constexpr seconds fingerprint{30};
     EXPECT_GT(CheckerLimits().check, fingerprint);
-    EXPECT_GT(runtimeOfTheUnit(), CheckerLimits().check + CheckerLimits().request);
-    EXPECT_GT(CredentialCheckerSettings().timeout, runtimeOfTheUnit());
+    EXPECT_GT(CredentialCheckerSettings().timeout, CheckerLimits().check + CheckerLimits().request);
+}
+
+TEST(CheckerServiceLimits, ServiceThatNobodyAsksEndsAfterItsLastCheck) {
+    EXPECT_EQ(onServiceMachine(stackOf("accept"),
+                               [] {
+                                   CheckerServiceRunner service(IMPATIENT_CHECKER_PROGRAM);
+                                   const std::string answer =
+                                       checked(CheckerServiceRunner::settings());
+                                   return answer + ", " + std::to_string(service.waitForEnd());
+                               }),
+              "accepted, 0");
 }
 
 TEST(CheckerServiceLimits, SocketStaysHoweverOftenSomebodyConnects) {
     EXPECT_EQ(unitValue(CHECKPASS_SOCKET_UNIT, "TriggerLimitIntervalSec"), 0);
-    EXPECT_GE(unitValue(CHECKPASS_SOCKET_UNIT, "MaxConnections"), 256);
+    EXPECT_EQ(unitValue(CHECKPASS_UNIT, "StartLimitIntervalSec"), 0);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/local_socket.h"
@@ -22,28 +23,6 @@ namespace velunor::testing {
 namespace {
 
 constexpr const char* socketPath = "/run/velunor/osupdate-checkpass.socket";
-
-[[noreturn]] void serve(const ListeningSocket& listener, const std::string& program) {
-    const long mostConnections = unitValue(CHECKPASS_SOCKET_UNIT, "MaxConnections");
-    long connections = 0;
-    while (true) {
-        const FileDescriptor connection = listener.accept();
-        while (connections > 0 && waitpid(-1, nullptr, WNOHANG) > 0) {
-            --connections;
-        }
-        if (connections == mostConnections) {
-            continue;
-        }
-        ++connections;
-        if (fork() == 0) {
-            for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-                dup2(connection.get(), standard);
-            }
-            execl(program.c_str(), program.c_str(), nullptr);
-            _exit(EXIT_FAILURE);
-        }
-    }
-}
 
 }  // namespace
 
@@ -58,18 +37,37 @@ long unitValue(const std::string& file, const std::string& key) {
 }
 
 CheckerServiceRunner::CheckerServiceRunner(const std::string& program) {
-    const ListeningSocket listener(socketPath);
+    constexpr int backlog = 64;
+    const ListeningSocket listener(socketPath, backlog);
     process_ = fork();
     if (process_ == 0) {
         setpgid(0, 0);
-        serve(listener, program);
+        constexpr int firstPassedDescriptor = 3;
+        dup2(listener.descriptor(), firstPassedDescriptor);
+        execl(program.c_str(), program.c_str(), "serve", nullptr);
+        _exit(EXIT_FAILURE);
     }
     setpgid(process_, process_);
 }
 
 CheckerServiceRunner::~CheckerServiceRunner() {
-    kill(-process_, SIGKILL);
-    waitpid(process_, nullptr, 0);
+    if (process_ > 0) {
+        kill(-process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+}
+
+void CheckerServiceRunner::whileStopped(const std::function<void()>& body) const {
+    kill(process_, SIGSTOP);
+    waitpid(process_, nullptr, WUNTRACED);
+    body();
+    kill(process_, SIGCONT);
+}
+
+int CheckerServiceRunner::waitForEnd() {
+    int status = 0;
+    waitpid(std::exchange(process_, 0), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 CredentialCheckerSettings CheckerServiceRunner::settings() {

@@ -19,15 +19,19 @@ inline constexpr const char* activeUser =
 /// A value of the units' that this tree ships, as a number of its unit; -1 when it is not there.
 long unitValue(const std::string& file, const std::string& key);
 
-/// The system service as the service manager runs it: a checker for each connection, and no more
-/// at once than the socket's unit says; a connection beyond that is closed. Started in a process of
-/// its own, which ends with this object. The machine's /run must be writable.
+/// The system service as the service manager runs it, which ends with this object. The machine's
+/// /run must be writable.
 class CheckerServiceRunner {
   public:
     explicit CheckerServiceRunner(const std::string& program = CHECKPASS_PROGRAM);
     CheckerServiceRunner(const CheckerServiceRunner&) = delete;
     CheckerServiceRunner& operator=(const CheckerServiceRunner&) = delete;
     ~CheckerServiceRunner();
+
+    /// Runs `body` while the service's receiving process stands still.
+    void whileStopped(const std::function<void()>& body) const;
+    /// Its exit status once it ends by itself; -1 where it is killed.
+    int waitForEnd();
 
     /// Settings of a client that asks it.
     [[nodiscard]] static CredentialCheckerSettings settings();

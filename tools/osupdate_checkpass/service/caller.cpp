@@ -12,15 +12,6 @@
 #include "platform/owned.h"
 
 namespace velunor {
-namespace {
-
-// The lines have no user name: people type passwords there.
-void openLog() {
-    openlog("osupdate-checkpass", LOG_PID, LOG_AUTHPRIV);
-}
-
-}  // namespace
-
 bool isSocket(const FileDescriptor& descriptor) {
     struct stat status {};
     return fstat(descriptor.get(), &status) == 0 && S_ISSOCK(status.st_mode);
@@ -46,14 +37,9 @@ bool mayAsk(uid_t caller) {
     return std::string_view(state.get()) == "active";
 }
 
-void logTurnedAway(uid_t caller) {
-    openLog();
-    syslog(LOG_NOTICE, "password check for uid %lu: no answer, too many at once",
-           static_cast<unsigned long>(caller));
-}
-
 void logVerdict(uid_t caller, int code) {
-    openLog();
+    // Without the user name: people type passwords there.
+    openlog("osupdate-checkpass", LOG_PID, LOG_AUTHPRIV);
     syslog(code == PAM_SUCCESS ? LOG_INFO : LOG_NOTICE, "password check for uid %lu: %s (%d)",
            static_cast<unsigned long>(caller), code == PAM_SUCCESS ? "accepted" : "refused", code);
 }

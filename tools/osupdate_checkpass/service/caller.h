@@ -19,9 +19,6 @@ namespace velunor {
 /// services running, is not there to be asked.
 [[nodiscard]] bool mayAsk(uid_t caller);
 
-/// What the log tells of a caller who got no verdict, because too many checks are under way.
-void logTurnedAway(uid_t caller);
-
 /// The line of the log about a verdict, PAM's number.
 void logVerdict(uid_t caller, int code);
 

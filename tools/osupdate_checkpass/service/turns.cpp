@@ -15,22 +15,20 @@ namespace {
 /// Below the directory that the unit makes.
 constexpr const char* path = "/run/velunor/osupdate-checkpass.lock";
 
-// Each byte of the file, which stays empty, stands for something that one instance alone may have.
-// Of each caller: so many places, and behind them the turn.
-constexpr off_t places = 16;
-constexpr off_t bytesOfACaller = places + 1;
-// Behind those of the last caller: the accounts that the password database knows, then others.
+// Each byte of the file, which stays empty, stands for a turn that one process alone may have.
+// First those of the callers, behind them the accounts that the password database knows, then
+// others.
 constexpr off_t accounts = off_t{1} << 40U;
 constexpr off_t otherAccounts = off_t{1} << 41U;
 
-bool lock(const FileDescriptor& file, int command, off_t byte) {
+bool lock(const FileDescriptor& file, off_t byte) {
     struct flock request {};
     request.l_type = F_WRLCK;
     request.l_whence = SEEK_SET;
     request.l_start = byte;
     request.l_len = 1;
     int result = 0;
-    while ((result = fcntl(file.get(), command, &request)) != 0 && errno == EINTR) {
+    while ((result = fcntl(file.get(), F_OFD_SETLKW, &request)) != 0 && errno == EINTR) {
     }
     return result == 0;
 }
@@ -49,18 +47,8 @@ Turns::Turns(uid_t caller)
     : caller_(caller),
       file_(open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR)) {}
 
-bool Turns::takePlace() const {
-    const off_t first = caller_ * bytesOfACaller;
-    off_t place = first;
-    while (place < first + places && !lock(file_, F_OFD_SETLK, place)) {
-        ++place;
-    }
-    return place < first + places;
-}
-
 bool Turns::wait(const std::string& account) const {
-    return lock(file_, F_OFD_SETLKW, caller_ * bytesOfACaller + places) &&
-           lock(file_, F_OFD_SETLKW, byteOf(account));
+    return lock(file_, caller_) && lock(file_, byteOf(account));
 }
 
 }  // namespace velunor

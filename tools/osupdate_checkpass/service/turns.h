@@ -8,22 +8,18 @@
 
 namespace velunor {
 
-/// In which order the instances of the system service, one for each connection, ask PAM. They know
+/// In which order the processes of the system service, one for each connection, ask PAM. They know
 /// of each other by locks on parts of one file, which the kernel gives back however one ends.
 class Turns {
   public:
-    /// For an instance that this user asks. Opens the file, which is made where it is missing and
+    /// For a process that this user asks. Opens the file, which is made where it is missing and
     /// belongs to the service alone.
     explicit Turns(uid_t caller);
 
     /// Whether there is the file; errno has the reason.
     [[nodiscard]] bool isOpen() const { return file_.isOpen(); }
 
-    /// Takes one of the caller's places, to the end of this object and of what was forked with it.
-    /// False when the caller has that many instances at work already.
-    [[nodiscard]] bool takePlace() const;
-
-    /// Waits until no other instance checks a password for the caller, nor that of this account,
+    /// Waits until no other process checks a password for the caller, nor that of this account,
     /// and keeps both to itself from then on. So guesses made at once are counted one after the
     /// other, and a caller's many are no more in another one's way than one is. False when the
     /// locks cannot be had at all. Asks the password database.
