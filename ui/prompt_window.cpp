@@ -7,6 +7,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QWindow>
+#include <algorithm>
 #include <chrono>
 
 #include "platform/qt/controls/control_adapters.h"
@@ -48,10 +49,9 @@ PromptWindow::PromptWindow()
     initializeResources();
     QGuiApplication::setWindowIcon(QIcon(vectorPicture(":/icons/velunor-os-update.svg", 256)));
     form_->setupUi(this);
-    for (QScrollArea* area : {form_->bodyArea, form_->footerArea}) {
+    for (QScrollArea* area : areas()) {
         area->viewport()->setAutoFillBackground(false);
         area->widget()->setAutoFillBackground(false);
-        area->widget()->installEventFilter(this);
     }
     applyTheme();
     controls_ = connectOutlets(*this, view_);
@@ -78,8 +78,8 @@ void PromptWindow::present() {
 }
 
 bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::LayoutRequest &&
-        (watched == form_->bodyContents || watched == form_->footerContents)) {
+    const auto shows = [watched](const QScrollArea* area) { return watched == area->widget(); };
+    if (event->type() == QEvent::LayoutRequest && std::ranges::any_of(areas(), shows)) {
         scheduleRelayout();
     } else if (event->type() == QEvent::Quit && watched == qApp) {
         // The application ends by closing its windows, and this one must not stand in its way.
@@ -205,14 +205,18 @@ void PromptWindow::paintEvent(QPaintEvent*) {
         painter.setPen(QPen(theme.cardBorder, 1));
     }
     if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
-        const double y = form_->footerArea->y() - 0.5;
+        const double y = form_->timerArea->y() - 0.5;
         painter.drawLine(QPointF(edge.left(), y), QPointF(edge.right(), y));
     }
 }
 
+std::array<QScrollArea*, 3> PromptWindow::areas() const {
+    return {form_->bodyArea, form_->timerArea, form_->footerArea};
+}
+
 void PromptWindow::applyTheme() {
     const QString style = scrollBarStyle(currentTheme());
-    for (QScrollArea* area : {form_->bodyArea, form_->footerArea}) {
+    for (QScrollArea* area : areas()) {
         if (area->verticalScrollBar()->styleSheet() != style) {
             area->verticalScrollBar()->setStyleSheet(style);
         }

@@ -2,12 +2,15 @@
 
 #include <QTimer>
 #include <QWidget>
+#include <array>
 #include <functional>
 #include <memory>
 #include <vector>
 
 #include "platform/qt/desktop/x11_desktop.h"
 #include "window/prompt_view.h"
+
+class QScrollArea;
 
 namespace Ui {
 class PromptForm;
@@ -18,8 +21,9 @@ namespace velunor {
 class PromptSpeech;
 
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
-/// the usable area (then the texts scroll and the buttons stay in sight), and cannot be closed.
-/// Every outlet is connected to the form's object of the same name. Main thread only.
+/// the usable area (then the texts scroll, while countdown, attempts and buttons stay in sight),
+/// and cannot be closed. Every outlet is connected to the form's object of the same name. Main
+/// thread only.
 class PromptWindow final : public QWidget {
     Q_OBJECT
 
@@ -66,6 +70,8 @@ class PromptWindow final : public QWidget {
     void applyTheme();
     /// The field to type in when the user comes into the window; null where none is asked for.
     [[nodiscard]] QWidget* entryField() const;
+    /// The parts of the card, each of which scrolls what does not fit.
+    [[nodiscard]] std::array<QScrollArea*, 3> areas() const;
 
     /// Radius of the card's corners in points.
     static constexpr int cardRadius = 12;

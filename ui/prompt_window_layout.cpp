@@ -19,8 +19,12 @@ constexpr int leastCardWidth = 420;
 constexpr int cardWidthInLines = 21;
 /// Distance kept to every edge of the usable area.
 constexpr int screenMargin = 30;
-/// The part of the window's height that the buttons may take from long texts.
-constexpr double footerShare = 0.4;
+/// The part of the window's height that countdown and buttons may take from long texts, and the
+/// part of that which is the countdown's.
+constexpr double lowerShare = 0.7;
+constexpr double timerShare = 0.5;
+/// Distance between the texts that scroll and the countdown.
+constexpr int scrollGap = 12;
 
 /// Width that the controls of `row` ask for side by side.
 int rowWidth(const QBoxLayout& row) {
@@ -107,12 +111,20 @@ void PromptWindow::takeSize() {
     settleLayouts(*this);
     const int bodyContent = form_->bodyLayout->totalHeightForWidth(innerWidth);
     const int footerContent = buttons.totalHeightForWidth(innerWidth);
-    const int footer = std::min(
-        footerContent, std::max(limit - bodyContent, static_cast<int>(limit * footerShare)));
-    const int body = std::min(bodyContent, limit - footer);
+    QMargins timerMargins = form_->timerLayout->contentsMargins();
+    const int timerLines = form_->timerLayout->totalHeightForWidth(innerWidth) - timerMargins.top();
+    timerMargins.setTop(bodyContent + timerLines + footerContent > limit ? scrollGap : 0);
+    form_->timerLayout->setContentsMargins(timerMargins);
+    const int timerContent = timerLines + timerMargins.top();
+    const int lower = std::max(limit - bodyContent, static_cast<int>(limit * lowerShare));
+    const int timer = std::min(
+        timerContent, std::max(lower - footerContent, static_cast<int>(lower * timerShare)));
+    const int footer = std::min(footerContent, lower - timer);
+    const int body = std::min(bodyContent, limit - timer - footer);
     fitArea(*form_->bodyArea, {innerWidth, body}, bodyContent);
+    fitArea(*form_->timerArea, {innerWidth, timer}, timerContent);
     fitArea(*form_->footerArea, {innerWidth, footer}, footerContent);
-    setFixedSize(width, body + footer + 2);
+    setFixedSize(width, body + timer + footer + 2);
     if (!testAttribute(Qt::WA_TranslucentBackground)) {
         setMask(roundedRegion(size(), cardRadius));
     }

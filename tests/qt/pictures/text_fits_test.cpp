@@ -8,6 +8,7 @@
 #include <QScrollBar>
 #include <QTextLayout>
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -122,18 +123,21 @@ Complaints complaintsAbout(const PromptWindow& window, bool mayScroll) {
         }
     }
     const auto& body = *window.findChild<QScrollArea*>("bodyArea");
+    const auto& timer = *window.findChild<QScrollArea*>("timerArea");
     const auto& footer = *window.findChild<QScrollArea*>("footerArea");
     checkPlaces(body, complaints);
+    checkPlaces(timer, complaints);
     checkPlaces(footer, complaints);
     if (!mayScroll && body.verticalScrollBar()->maximum() > 0) {
         complaints.emplace_back("a part of the texts is out of sight");
     }
-    if (footer.verticalScrollBar()->maximum() > 0) {
-        complaints.emplace_back("a part of the buttons is out of sight");
+    if (timer.verticalScrollBar()->maximum() > 0 || footer.verticalScrollBar()->maximum() > 0) {
+        complaints.emplace_back("a part of the countdown or the buttons is out of sight");
     }
-    if (!window.rect().contains(placeIn(window, body)) ||
-        !window.rect().contains(placeIn(window, footer))) {
-        complaints.emplace_back("the texts or the buttons leave the card");
+    for (const QScrollArea* area : {&body, &timer, &footer}) {
+        if (!window.rect().contains(placeIn(window, *area))) {
+            complaints.push_back(area->objectName().toStdString() + ": leaves the card");
+        }
     }
     const QSize usable = QGuiApplication::primaryScreen()->availableGeometry().size();
     if (window.width() > usable.width() || window.height() > usable.height()) {
@@ -150,10 +154,12 @@ std::string listed(const Complaints& complaints) {
     return list;
 }
 
-class TextFitsTest : public testing::TestWithParam<std::string> {
+/// Texts on a screen of so many points.
+template <int width, int height>
+class TextsOnAScreen : public testing::TestWithParam<std::string> {
   protected:
     static void SetUpTestSuite() {
-        application_ = std::make_unique<OffscreenApplication>();
+        application_ = std::make_unique<OffscreenApplication>(width, height);
         setDesktopTextScale(1);
     }
     static void TearDownTestSuite() { application_.reset(); }
@@ -163,6 +169,9 @@ class TextFitsTest : public testing::TestWithParam<std::string> {
   private:
     static inline std::unique_ptr<OffscreenApplication> application_;
 };
+
+class TextFitsTest : public TextsOnAScreen<1280, 800> {};
+class SmallScreenTest : public TextsOnAScreen<640, 480> {};
 
 TEST_P(TextFitsTest, InEveryState) {
     for (const SampleState& state : sampleStates()) {
@@ -190,6 +199,43 @@ TEST_P(TextFitsTest, NoticesALabelThatIsTooNarrow) {
 
     EXPECT_NE(listed(complaintsAbout(window, true)), "");
 }
+
+/// The controls that a person must always see.
+constexpr std::array alwaysInSight{"timerInfoLabel", "postponeAttemptsRemainingLabel",
+                                   "postponeButton", "updateNowButton"};
+
+TEST_P(SmallScreenTest, KeepsCountdownAttemptsAndButtonsInSight) {
+    setDesktopTextScale(2);
+    for (const int words : {0, 2000}) {
+        const SampleState state{.name = "administrators_texts",
+                                .prepare =
+                                    [words](SamplePrompt& prompt) {
+                                        for (int count = 0; count < words; ++count) {
+                                            prompt.message += " word";
+                                        }
+                                        prompt.credentials = true;
+                                        prompt.notice = true;
+                                    },
+                                .proceeds = words > 0};
+        PromptWindow window;
+        ASSERT_TRUE(showState(window, state, GetParam()));
+        QScrollBar& bar = *window.findChild<QScrollArea*>("bodyArea")->verticalScrollBar();
+        ASSERT_GT(bar.maximum(), 0);
+        for (const int place : {0, bar.maximum()}) {
+            bar.setValue(place);
+            for (const char* name : alwaysInSight) {
+                const auto& control = *window.findChild<QWidget*>(name);
+                EXPECT_EQ(control.visibleRegion(), QRegion(control.rect())) << name;
+            }
+        }
+        EXPECT_EQ(listed(complaintsAbout(window, true)), "") << words;
+        // Something is left of the texts as well.
+        EXPECT_GE(window.findChild<QWidget*>("bodyArea")->height(), window.height() / 4);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, SmallScreenTest, testing::ValuesIn(shippedLanguages()),
+                         [](const auto& each) { return each.param; });
 
 INSTANTIATE_TEST_SUITE_P(Languages, TextFitsTest, testing::ValuesIn(shippedLanguages()),
                          [](const auto& each) { return each.param; });

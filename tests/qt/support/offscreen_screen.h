@@ -21,14 +21,16 @@ class OffscreenScreen {
     bool ready_ = false;
 };
 
-/// The application object on the screen of a small laptop.
+/// The application object, on the screen of a small laptop unless another size is given in points.
 class OffscreenApplication {
   public:
+    explicit OffscreenApplication(int width = 1280, int height = 800) : screen_(width, height, 1) {}
+
     /// False when the screen could not be described to the toolkit.
     [[nodiscard]] bool isReady() const { return screen_.isReady(); }
 
   private:
-    OffscreenScreen screen_{1280, 800, 1};
+    OffscreenScreen screen_;
     std::string name_ = "tests";
     int argumentCount_ = 1;
     std::array<char*, 2> arguments_{name_.data(), nullptr};

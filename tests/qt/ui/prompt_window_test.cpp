@@ -153,6 +153,21 @@ TEST_F(PromptWindowTest, StaysWithinTheUsableAreaAndScrollsWhatIsTooLong) {
     EXPECT_EQ(find<QScrollArea>("footerArea").verticalScrollBar()->maximum(), 0);
 }
 
+TEST_F(PromptWindowTest, KeepsTheCountdownAndTheAttemptsWithTheButtons) {
+    prompt.credentials = true;
+    prompt.message.assign(10000, 'w');
+    show();
+
+    auto& body = find<QScrollArea>("bodyArea");
+    for (const int place : {0, body.verticalScrollBar()->maximum()}) {
+        body.verticalScrollBar()->setValue(place);
+        for (const char* name : {"timerInfoLabel", "postponeAttemptsRemainingLabel"}) {
+            EXPECT_EQ(find(name).visibleRegion(), QRegion(find(name).rect())) << name;
+            EXPECT_FALSE(body.isAncestorOf(&find(name))) << name;
+        }
+    }
+}
+
 TEST_F(PromptWindowTest, ScrollsCaptionsThatAreTooLong) {
     prompt.updateNowTitle.assign(10000, 'u');
     show();
