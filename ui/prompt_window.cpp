@@ -84,19 +84,13 @@ bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {
     } else if (event->type() == QEvent::Quit && watched == qApp) {
         // The application ends by closing its windows, and this one must not stand in its way.
         sessionEnds_ = true;
+    } else if (event->type() == QEvent::FocusIn) {
+        scrollTo(qobject_cast<QWidget*>(watched));
     }
     return QWidget::eventFilter(watched, event);
 }
 
 bool PromptWindow::event(QEvent* event) {
-    if (event->type() == QEvent::WindowActivate &&
-        (focusWidget() == nullptr || focusWidget() == this)) {
-        // Whoever comes into the window can type at once.
-        if (QWidget* field = entryField()) {
-            field->setFocus(Qt::ActiveWindowFocusReason);
-            form_->bodyArea->ensureWidgetVisible(field);
-        }
-    }
     if (event->type() == QEvent::LayoutRequest && !isVisible()) {
         takeSize();
     }
@@ -161,17 +155,34 @@ void PromptWindow::connectActions() {
         Qt::QueuedConnection);
 }
 
-QWidget* PromptWindow::entryField() const {
-    if (form_->credentailsRequiredView->isHidden()) {
-        return nullptr;
+bool PromptWindow::enterFirstField(Qt::FocusReason reason) {
+    const bool inAControl = focusWidget() != nullptr && focusWidget() != this;
+    if (inAControl || form_->credentailsRequiredView->isHidden()) {
+        return false;
     }
     QLineEdit* userName = form_->userNameTextField;
     const bool nameFirst = !userName->isHidden() && userName->text().isEmpty();
-    return nameFirst ? userName : form_->passwordTextFiled;
+    (nameFirst ? userName : form_->passwordTextFiled)->setFocus(reason);
+    return true;
+}
+
+void PromptWindow::scrollTo(QWidget* control) {
+    for (QScrollArea* area : areas()) {
+        if (area->isAncestorOf(control)) {
+            area->ensureWidgetVisible(control);
+        }
+    }
 }
 
 void PromptWindow::mousePressEvent(QMouseEvent* event) {
     pressedAt_ = event->globalPosition();
+    // Whoever comes into the window can type at once. It must have been the user: some window
+    // managers activate each new window, in the midst of what is being typed elsewhere.
+    enterFirstField(Qt::ActiveWindowFocusReason);
+}
+
+bool PromptWindow::focusNextPrevChild(bool next) {
+    return (next && enterFirstField(Qt::TabFocusReason)) || QWidget::focusNextPrevChild(next);
 }
 
 void PromptWindow::mouseMoveEvent(QMouseEvent* event) {

@@ -22,8 +22,8 @@ class PromptSpeech;
 
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
 /// the usable area (then the texts scroll, while countdown, attempts and buttons stay in sight),
-/// and cannot be closed. Every outlet is connected to the form's object of the same name. Main
-/// thread only.
+/// and cannot be closed. No field has the caret before the user has clicked or tabbed into the
+/// window. Every outlet is connected to the form's object of the same name. Main thread only.
 class PromptWindow final : public QWidget {
     Q_OBJECT
 
@@ -56,6 +56,7 @@ class PromptWindow final : public QWidget {
     void changeEvent(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
 
   private:
     void connectActions();
@@ -68,8 +69,11 @@ class PromptWindow final : public QWidget {
     void takeSize();
     void place();
     void applyTheme();
-    /// The field to type in when the user comes into the window; null where none is asked for.
-    [[nodiscard]] QWidget* entryField() const;
+    /// Puts the caret into the field that the user types in first, unless a control has the focus
+    /// already; false where it stays as it is.
+    bool enterFirstField(Qt::FocusReason reason);
+    /// Brings `control` into sight where it is in a part that scrolls.
+    void scrollTo(QWidget* control);
     /// The parts of the card, each of which scrolls what does not fit.
     [[nodiscard]] std::array<QScrollArea*, 3> areas() const;
 

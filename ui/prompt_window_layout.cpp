@@ -52,6 +52,19 @@ void fitArea(QScrollArea& area, const QSize& size, int contentHeight) {
     }
 }
 
+/// Gives a long account name the room that the lines of the link beside it leave. The form is
+/// `width` wide.
+void shareAccountRow(const Ui::PromptForm& form, int width) {
+    for (const QLayout* around : {form.bodyLayout, form.credentailsPanelLayout}) {
+        width -= around->contentsMargins().left() + around->contentsMargins().right();
+    }
+    const int room =
+        width - form.userIcon->sizeHint().width() - 2 * form.userStackLayout->spacing();
+    const int left = room - form.userNameLabel->sizeHint().width();
+    TextButton& link = *form.usernameChangeButton;
+    link.setFixedWidth(link.widthWithin(std::max(room / 2, left)));
+}
+
 }  // namespace
 
 void PromptWindow::followDesktop() {
@@ -108,6 +121,7 @@ void PromptWindow::takeSize() {
     if (buttons.direction() != direction) {
         buttons.setDirection(direction);
     }
+    shareAccountRow(*form_, innerWidth);
     settleLayouts(*this);
     const int bodyContent = form_->bodyLayout->totalHeightForWidth(innerWidth);
     const int footerContent = buttons.totalHeightForWidth(innerWidth);

@@ -174,6 +174,8 @@ class GrowingWindow : public Screens {
     }
     void typeAnotherName() {
         display().screen().activate(window());
+        ASSERT_TRUE(eventually([&] { return display().screen().activeWindow() == window(); }));
+        display().screen().pressKey("Tab");
         ASSERT_TRUE(eventually([&] {
             const auto field = findControl(controls(), "text", "User name");
             return field && field->focused;

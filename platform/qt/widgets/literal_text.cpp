@@ -138,14 +138,18 @@ void LiteralText::rebuild() {
     addParagraph(start, text.size(), formats);
 
     laidOutWidth_ = -1;
-    layOut(unlimitedWidth);
+    naturalWidth_ = usedWidth(unlimitedWidth);
+}
+
+int LiteralText::usedWidth(double width) const {
+    layOut(width);
     qreal widest = 0;
     for (const auto& paragraph : paragraphs_) {
         for (int index = 0; index < paragraph->lineCount(); ++index) {
             widest = std::max(widest, paragraph->lineAt(index).naturalTextWidth());
         }
     }
-    naturalWidth_ = static_cast<int>(std::ceil(widest));
+    return static_cast<int>(std::ceil(widest));
 }
 
 void LiteralText::addParagraph(qsizetype start, qsizetype end,

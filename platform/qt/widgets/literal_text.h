@@ -41,6 +41,8 @@ class LiteralText {
 
     /// Width of the longest paragraph on one line, rounded up.
     [[nodiscard]] int naturalWidth() const { return naturalWidth_; }
+    /// Width of the longest line when the lines are at most `width` wide, rounded up.
+    [[nodiscard]] int usedWidth(double width) const;
     /// Width of the longest part that a line break should not split, rounded up.
     [[nodiscard]] int widestWord() const;
     /// Height of the text when its lines are at most `width` wide, rounded up; one line at least.

@@ -53,6 +53,13 @@ void TextButton::setLeastWidth(int width) {
     updateGeometry();
 }
 
+int TextButton::widthWithin(int width) const {
+    const QMargins room = padding();
+    const int sides = room.left() + room.right();
+    const int most = std::max(width, minimumSizeHint().width());
+    return layout_.usedWidth(most - sides) + sides;
+}
+
 QMargins TextButton::padding() const {
     // A link's text is nearly flush with the controls above and below.
     return isLink() ? QMargins(1 + ringRoom, 4 + ringRoom, 1 + ringRoom, 4 + ringRoom)

@@ -28,6 +28,8 @@ class TextButton final : public QPushButton {
     [[nodiscard]] QRect textRoom() const { return rect().marginsRemoved(padding()); }
     /// Keeps the button at least this wide, in points, as long as its row has the room.
     void setLeastWidth(int width);
+    /// The width that the button uses of `width`, where its title may have to wrap.
+    [[nodiscard]] int widthWithin(int width) const;
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;

@@ -21,6 +21,10 @@ void holdDown(QWidget& button) {
     QApplication::sendEvent(&button, &press);
 }
 
+void goToPassword(PromptWindow& window) {
+    passwordField(window).setFocus();
+}
+
 void askForPassword(SamplePrompt& prompt) {
     prompt.credentials = true;
 }
@@ -54,7 +58,7 @@ const std::vector<SampleState>& sampleStates() {
                  window.findChild<QWidget*>("userNameTextField")->setFocus();
              },
          .proceeds = true},
-        {.name = "notice", .prepare = refuseOtherUser},
+        {.name = "notice", .prepare = refuseOtherUser, .act = goToPassword},
         {.name = "last_minute",
          .prepare =
              [](SamplePrompt& prompt) {
@@ -101,10 +105,11 @@ const std::vector<SampleState>& specialStates() {
          .act =
              [](PromptWindow& window) {
                  passwordField(window).type(u"a password");
+                 passwordField(window).setFocus();
                  passwordField(window).selectAll();
                  passwordField(window).setRefusal(1);
              }},
-        {.name = "large_text", .prepare = refuseOtherUser, .textScale = 2},
+        {.name = "large_text", .prepare = refuseOtherUser, .act = goToPassword, .textScale = 2},
         {.name = "long_captions",
          .prepare =
              [](SamplePrompt& prompt) {

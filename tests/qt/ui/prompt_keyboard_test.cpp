@@ -10,17 +10,22 @@ namespace {
 
 class PromptKeyboardTest : public PromptWindowTest {
   protected:
-    /// Comes into the window as a click or a window switch does.
-    void enter() {
+    /// What a window manager does, asked by the user or not.
+    void activate() {
         window.activateWindow();
         ASSERT_TRUE(waitUntil([&] { return window.isActiveWindow(); }));
+    }
+    /// Comes into the window by a click beside its controls.
+    void enter() {
+        activate();
+        QTest::mouseClick(&window, Qt::LeftButton, {}, QPoint(200, 6));
     }
     void leaveAndComeBack() {
         QWidget other;
         other.show();
         other.activateWindow();
         ASSERT_TRUE(waitUntil([&] { return other.isActiveWindow(); }));
-        enter();
+        activate();
     }
 };
 
@@ -60,6 +65,18 @@ TEST_F(PromptKeyboardTest, FocusesNoButtonWhenItOpens) {
         QTest::keyClick(&window, key);
     }
     EXPECT_EQ(presses, 0);
+}
+
+TEST_F(PromptKeyboardTest, HasNoCaretAndAnswersNoKeyWhenOnlyAWindowManagerActivatesIt) {
+    prompt.credentials = true;
+    show();
+    activate();
+
+    EXPECT_EQ(window.focusWidget(), &window);
+    QTest::keyClicks(window.focusWidget(), "typed elsewhere");
+    EXPECT_EQ(find<CustomSecureTextField>("passwordTextFiled").length(), 0);
+    QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(window.focusWidget(), &find("passwordTextFiled"));
 }
 
 TEST_F(PromptKeyboardTest, PutsTheCaretIntoThePasswordForWhoComesIn) {

@@ -168,6 +168,63 @@ TEST_F(PromptWindowTest, KeepsTheCountdownAndTheAttemptsWithTheButtons) {
     }
 }
 
+TEST_F(PromptWindowTest, OpensAtItsTopWhoeverGivesItTheFocus) {
+    prompt.credentials = true;
+    prompt.message.assign(10000, 'w');
+    show();
+    window.activateWindow();
+    ASSERT_TRUE(waitUntil([&] { return window.isActiveWindow(); }));
+
+    EXPECT_EQ(find<QScrollArea>("bodyArea").verticalScrollBar()->value(), 0);
+    EXPECT_EQ(find("productNameLabel").visibleRegion(), QRegion(find("productNameLabel").rect()));
+}
+
+TEST_F(PromptWindowTest, ScrollsToTheFieldThatTheUserComesTo) {
+    prompt.credentials = true;
+    prompt.message.assign(10000, 'w');
+    show();
+    window.activateWindow();
+    ASSERT_TRUE(waitUntil([&] { return window.isActiveWindow(); }));
+    const auto inSight = [&](const char* name) {
+        return find(name).visibleRegion() == QRegion(find(name).rect());
+    };
+    ASSERT_FALSE(inSight("usernameChangeButton"));
+
+    find("updateNowButton").setFocus();
+    QTest::keyClick(&find("updateNowButton"), Qt::Key_Tab);
+    EXPECT_EQ(window.focusWidget(), &find("bodyArea"));
+    QTest::keyClick(&find("bodyArea"), Qt::Key_Tab);
+    EXPECT_EQ(window.focusWidget(), &find("usernameChangeButton"));
+    EXPECT_TRUE(inSight("usernameChangeButton"));
+}
+
+TEST_F(PromptWindowTest, LongAccountNameHasTheRoomThatTheLinkLeaves) {
+    prompt.credentials = true;
+    prompt.userName = "frederica.alexandrina.lindqvist-von-habersburg@corp.example.org";
+    for (const char* title : {"Change", "Use another account", "Authorise with another account"}) {
+        prompt.changeTitle = title;
+        show();
+        const auto& name = find<TextLabel>("userNameLabel");
+        const auto& link = find<TextButton>("usernameChangeButton");
+        // A point less and the link would take another line.
+        EXPECT_GT(link.heightForWidth(link.width() - 1), link.height()) << title;
+        EXPECT_EQ(link.heightForWidth(link.width()), link.height()) << title;
+        const int room = find("userStackView").width() - find("userIcon").width() - 2 * 12;
+        EXPECT_EQ(name.width() + link.width(), room) << title;
+        EXPECT_GE(name.width(), room / 2) << title;
+    }
+}
+
+TEST_F(PromptWindowTest, LinkHasTheRoomThatAShortAccountNameLeaves) {
+    prompt.credentials = true;
+    prompt.userName = "Ann";
+    prompt.changeTitle = "Authorise with another account";
+    show();
+
+    const auto& link = find<TextButton>("usernameChangeButton");
+    EXPECT_EQ(link.height(), link.heightForWidth(10000));
+}
+
 TEST_F(PromptWindowTest, ScrollsCaptionsThatAreTooLong) {
     prompt.updateNowTitle.assign(10000, 'u');
     show();
