@@ -154,8 +154,14 @@ int LiteralText::usedWidth(double width) const {
 
 void LiteralText::addParagraph(qsizetype start, qsizetype end,
                                const QList<QTextLayout::FormatRange>& formats) {
-    const QString text = shown_.text.sliced(start, end - start);
-    const bool rightToLeft = text.isRightToLeft();
+    QString text = shown_.text.sliced(start, end - start);
+    bool rightToLeft = text.isRightToLeft();
+    if (hangingUnits_ > 0) {
+        // What hangs keeps its own direction, and the bullet stands where the layout's lines begin.
+        constexpr QChar firstStrongIsolate(0x2068);
+        text.insert(start == 0 ? hangingUnits_ : 0, firstStrongIsolate);
+        rightToLeft = direction_ == Qt::RightToLeft;
+    }
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     option.setTextDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
@@ -171,25 +177,16 @@ void LiteralText::addParagraph(qsizetype start, qsizetype end,
     paragraphs_.push_back(std::move(layout));
 }
 
-qreal LiteralText::hangingIndent(const QTextLayout& paragraph) const {
-    const bool rightToLeft = paragraph.textOption().textDirection() == Qt::RightToLeft;
-    const bool atLeadingEdge =
-        paragraph.textOption().alignment() == (rightToLeft ? Qt::AlignRight : Qt::AlignLeft);
-    return hangingUnits_ > 0 && atLeadingEdge
-               ? QFontMetricsF(font_).horizontalAdvance(shown_.text.left(hangingUnits_))
-               : 0;
-}
-
 qreal LiteralText::layOut(qreal width) const {
     if (width == laidOutWidth_) {
         return laidOutHeight_;
     }
     // A script whose letters another font has to lend keeps the rhythm of the text's own font.
     const QFontMetricsF own(font_);
+    const qreal indent = own.horizontalAdvance(shown_.text.left(hangingUnits_));
     qreal y = 0;
     bool first = true;
     for (const auto& layout : paragraphs_) {
-        const qreal indent = hangingIndent(*layout);
         const bool fromLeft = layout->textOption().textDirection() == Qt::LeftToRight;
         layout->beginLayout();
         for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {

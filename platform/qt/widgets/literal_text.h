@@ -31,7 +31,8 @@ struct ShownText {
 class LiteralText {
   public:
     /// Every line but the first begins where the text goes on after its first `hangingUnits` units,
-    /// such as a bullet.
+    /// such as a bullet, which stand at the leading edge of the surrounding layout. Such a text has
+    /// no formats.
     void setText(const ShownText& shown, qsizetype hangingUnits = 0);
     /// Every line is at the leading edge of the surrounding layout, which has this direction.
     void setFont(const QFont& font, Qt::LayoutDirection direction = Qt::LeftToRight);
@@ -55,8 +56,6 @@ class LiteralText {
                       const QList<QTextLayout::FormatRange>& formats);
     /// Lays all paragraphs out and gives back their height together.
     qreal layOut(qreal width) const;
-    /// The space that later lines keep free at their leading edge.
-    [[nodiscard]] qreal hangingIndent(const QTextLayout& paragraph) const;
 
     ShownText shown_;
     QFont font_;
