@@ -3,7 +3,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QSocketNotifier>
 #include <QThreadPool>
 #include <QTimer>
@@ -14,6 +14,9 @@
 
 namespace velunor {
 namespace {
+
+/// How soon a timer that does not repeat looks again whether a menu is still open.
+constexpr std::chrono::milliseconds menuPoll{100};
 
 class QtTimer final : public QTimer, public Timer {
   public:
@@ -39,6 +42,12 @@ void QtRunLoop::scheduleTimer(std::chrono::milliseconds interval, TimerKind kind
     timer->setTimerType(Qt::PreciseTimer);
     timer->setSingleShot(kind == TimerKind::once);
     QObject::connect(timer, &QTimer::timeout, timer, [timer, block = std::move(block)] {
+        if (QApplication::activePopupWidget() != nullptr) {
+            if (timer->isSingleShot()) {
+                timer->start(menuPoll);
+            }
+            return;
+        }
         block(*timer);
         if (!timer->isActive()) {
             timer->deleteLater();

@@ -6,8 +6,9 @@
 
 namespace velunor {
 
-/// The application's event loop. Timers are precise and count by ticks; those that are still active
-/// end with this object. Made and destroyed on the main thread.
+/// The application's event loop. Timers are precise and count by ticks. While a menu is open they
+/// pause: a repeating one goes on with its next tick, one that was due runs as soon as the menu is
+/// closed. Those that are still active end with this object. Made and destroyed on the main thread.
 class QtRunLoop final : public RunLoop {
   public:
     void scheduleTimer(std::chrono::milliseconds interval, TimerKind kind,

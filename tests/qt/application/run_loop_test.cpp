@@ -1,9 +1,13 @@
 #include "platform/qt/application/run_loop.h"
 
+#include <QApplication>
+#include <QContextMenuEvent>
 #include <QThread>
+#include <QTimer>
 #include <atomic>
 #include <csignal>
 
+#include "platform/qt/widgets/text_fields.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {
@@ -48,6 +52,35 @@ TEST(RunLoopTest, InvalidatesATimerThatHasRunOnce) {
     });
 
     ASSERT_TRUE(waitUntil([&] { return once == 1; }));
+}
+
+TEST(RunLoopTest, PausesTimersWhileAMenuIsOpenAndGoesOnAfterwards) {
+    QWidget window;
+    CustomTextField field(&window);
+    window.show();
+    QtRunLoop runLoop;
+    int ticks = 0;
+    int once = 0;
+    runLoop.scheduleTimer(milliseconds(1), TimerKind::repeating, [&](Timer&) { ++ticks; });
+    ASSERT_TRUE(waitUntil([&] { return ticks > 0; }));
+    runLoop.scheduleTimer(milliseconds(1), TimerKind::once, [&](Timer&) { ++once; });
+
+    QContextMenuEvent click(QContextMenuEvent::Mouse, QPoint(2, 2),
+                            field.mapToGlobal(QPoint(2, 2)));
+    QCoreApplication::sendEvent(&field, &click);
+    ASSERT_NE(QApplication::activePopupWidget(), nullptr);
+    const int before = ticks;
+    // A timer of the toolkit's own shows that there was time for more.
+    int turns = 0;
+    QTimer turn;
+    QObject::connect(&turn, &QTimer::timeout, [&] { ++turns; });
+    turn.start(milliseconds(1));
+    ASSERT_TRUE(waitUntil([&] { return turns == 20; }));
+    EXPECT_EQ(ticks, before);
+    EXPECT_EQ(once, 0);
+
+    QApplication::activePopupWidget()->close();
+    EXPECT_TRUE(waitUntil([&] { return ticks > before && once == 1; }));
 }
 
 TEST(RunLoopTest, HandsWorkFromTheBackgroundToTheMainThread) {
