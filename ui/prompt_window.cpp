@@ -1,5 +1,6 @@
 #include "ui/prompt_window.h"
 
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QIcon>
@@ -28,6 +29,26 @@ namespace {
 
 /// Until what was pressed during a check has arrived.
 constexpr std::chrono::milliseconds settlingTime{100};
+
+/// While it lives the window looks as if it were checking, and has been painted so.
+class CheckingLook {
+  public:
+    explicit CheckingLook(TextButton& button) : button_(button) {
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        button_.setBusy(true);
+        button_.repaint();
+        // What the platform sends to the display only when the main loop waits goes there now.
+        emit QAbstractEventDispatcher::instance()->aboutToBlock();
+    }
+    Q_DISABLE_COPY_MOVE(CheckingLook)
+    ~CheckingLook() {
+        button_.setBusy(false);
+        QGuiApplication::restoreOverrideCursor();
+    }
+
+  private:
+    TextButton& button_;
+};
 
 QString scrollBarStyle(const Theme& theme) {
     return QStringLiteral(
@@ -122,6 +143,7 @@ void PromptWindow::connectActions() {
         // A check holds the window up. Whoever went on pressing meant the same attempt, and each
         // further one counts towards the lock of the account.
         if (!settling_.isActive()) {
+            const CheckingLook look(*form_->updateNowButton);
             updateNow_();
             settling_.start(settlingTime);
         }

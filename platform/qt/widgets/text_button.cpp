@@ -20,6 +20,9 @@ constexpr int ringRoom = 3;
 constexpr double radius = 8;
 constexpr double ringWidth = 2;
 constexpr double disabledOpacity = 0.5;
+/// Radius of the dots of a busy button and the distance between them, beside the height of a line.
+constexpr double dotRadius = 0.13;
+constexpr double dotDistance = 0.55;
 
 }  // namespace
 
@@ -45,6 +48,11 @@ void TextButton::setLiteralText(const QString& text) {
     layout_.setText({text, {}});
     setAccessibleName(text);
     updateGeometry();
+    update();
+}
+
+void TextButton::setBusy(bool busy) {
+    busy_ = busy;
     update();
 }
 
@@ -92,7 +100,9 @@ void TextButton::drawPlate(QPainter& painter) const {
     const Theme& theme = currentTheme();
     const bool primary = role_ == QLatin1String("primary");
     QColor fill = primary ? theme.accent : theme.button;
-    if (isDown()) {
+    if (busy_) {
+        fill = theme.secondaryText;
+    } else if (isDown()) {
         fill = primary ? theme.accentPressed : theme.buttonPressed;
     } else if (underMouse() && isEnabled()) {
         fill = primary ? theme.accentHover : theme.buttonHover;
@@ -101,6 +111,16 @@ void TextButton::drawPlate(QPainter& painter) const {
     const double inset = primary ? 0 : 0.5;
     drawRounded(painter, plate.adjusted(inset, inset, -inset, -inset), radius, fill,
                 primary ? QPen(Qt::NoPen) : QPen(theme.buttonBorder, 1));
+}
+
+void TextButton::drawDots(QPainter& painter) const {
+    const double size = dotRadius * fontMetrics().height();
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(currentTheme().card);
+    for (const int place : {-1, 0, 1}) {
+        const QPointF shift(place * dotDistance * fontMetrics().height(), 0);
+        painter.drawEllipse(QRectF(rect()).center() + shift, size, size);
+    }
 }
 
 void TextButton::paintEvent(QPaintEvent*) {
@@ -117,6 +137,10 @@ void TextButton::paintEvent(QPaintEvent*) {
     } else {
         drawPlate(painter);
         ink = role_ == QLatin1String("primary") ? theme.onAccent : theme.text;
+    }
+    if (busy_) {
+        drawDots(painter);
+        return;
     }
     const QRect room = textRoom();
     const int height = layout_.heightForWidth(room.width());

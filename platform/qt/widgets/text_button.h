@@ -26,6 +26,8 @@ class TextButton final : public QPushButton {
     [[nodiscard]] const QFont& textFont() const { return layout_.font(); }
     /// The part of the button that its title may take.
     [[nodiscard]] QRect textRoom() const { return rect().marginsRemoved(padding()); }
+    /// Shows three dots on a grey plate instead of the title, while what the button began goes on.
+    void setBusy(bool busy);
     /// Keeps the button at least this wide, in points, as long as its row has the room.
     void setLeastWidth(int width);
     /// The width that the button uses of `width`, where its title may have to wrap.
@@ -45,12 +47,14 @@ class TextButton final : public QPushButton {
     [[nodiscard]] QMargins padding() const;
     [[nodiscard]] bool isLink() const { return role_ == QLatin1String("link"); }
     void drawPlate(QPainter& painter) const;
+    void drawDots(QPainter& painter) const;
     void updateFont();
 
     QString role_;
     QString text_;
     LiteralText layout_;
     int leastWidth_ = 0;
+    bool busy_ = false;
 };
 
 }  // namespace velunor

@@ -77,24 +77,6 @@ TEST_F(UpdateNow, RightPasswordAfterAWrongOneIsDelivered) {
     EXPECT_TRUE(deliveredCredentials("ada", password)) << delivered();
 }
 
-TEST_F(UpdateNow, ClicksDuringACheckAreNoFurtherAttempts) {
-    answerTokensWith("sleep 2; echo ENABLED");
-    startService();
-    startPrompt();
-    typePassword("wrong" + password);
-    const auto window = waitForWindow();
-    const auto button = waitForControl("push button", "Go ahead");
-    ASSERT_TRUE(window && button);
-    for (int click = 0; click < 3; ++click) {
-        display().screen().click(*window, button->extents);
-    }
-    ASSERT_TRUE(waitForLog("Failed to validate credentials ada\n")) << systemLog();
-    // The window answers again only when it has dealt with the other clicks.
-    clickToTheEnd("Later");
-    const std::string log = systemLog();
-    EXPECT_EQ(log.find("Update Now Clicked"), log.rfind("Update Now Clicked")) << log;
-}
-
 TEST_F(UpdateNow, EmptyPasswordIsRefused) {
     startService();
     startPrompt();

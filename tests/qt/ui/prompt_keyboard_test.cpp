@@ -8,6 +8,24 @@
 namespace velunor {
 namespace {
 
+/// Counts how often a widget is painted while the pointer is a busy one.
+class BusyPaints final : public QObject {
+  public:
+    explicit BusyPaints(QWidget& widget) { widget.installEventFilter(this); }
+    [[nodiscard]] int count() const { return count_; }
+    bool eventFilter(QObject*, QEvent* event) override {
+        const QCursor* pointer = QGuiApplication::overrideCursor();
+        if (event->type() == QEvent::Paint && pointer != nullptr &&
+            pointer->shape() == Qt::WaitCursor) {
+            ++count_;
+        }
+        return false;
+    }
+
+  private:
+    int count_ = 0;
+};
+
 class PromptKeyboardTest : public PromptWindowTest {
   protected:
     /// What a window manager does, asked by the user or not.
@@ -220,6 +238,27 @@ TEST_F(PromptKeyboardTest, PressingDuringACheckAndRightAfterItIsNoFurtherOne) {
         button.click();
         return updates == 2;
     }));
+}
+
+TEST_F(PromptKeyboardTest, LooksBusyDuringACheckAndAsBeforeAfterIt) {
+    prompt.credentials = true;
+    show();
+    auto& button = find<TextButton>("updateNowButton");
+    const QImage before = button.grab().toImage();
+    const BusyPaints paints(button);
+    QImage during;
+    int paintedBefore = 0;
+    window.onUpdateNow([&] {
+        paintedBefore = paints.count();
+        during = button.grab().toImage();
+    });
+
+    button.click();
+
+    EXPECT_GT(paintedBefore, 0);
+    EXPECT_NE(during, before);
+    EXPECT_EQ(button.grab().toImage(), before);
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
 TEST_F(PromptKeyboardTest, PassesOverReturnWhileUpdateNowIsHidden) {

@@ -86,6 +86,9 @@ class Screen {
     /// How many pixels inside the window have exactly this colour (0xRRGGBB).
     [[nodiscard]] std::size_t pixelsOfColour(WindowId window, unsigned long colour) const;
 
+    /// The picture of the pointer as it is now, a number for each of its pixels.
+    [[nodiscard]] std::vector<unsigned long> pointerPicture() const;
+
     /// Shows a panel of this thickness along the edge of a monitor, or of the whole screen, that
     /// reserves its place; on return the window manager knows it.
     WindowId addPanel(Edge edge, int thickness, const std::optional<PixelRect>& monitor = {});

@@ -1,6 +1,7 @@
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
+#include <X11/extensions/Xfixes.h>
 #include <X11/keysym.h>
 
 #include <array>
@@ -74,6 +75,17 @@ void Screen::click(WindowId window, const PixelRect& place) {
     XTestFakeButtonEvent(connection_->display, 1, 1, CurrentTime);
     XTestFakeButtonEvent(connection_->display, 1, 0, CurrentTime);
     XSync(connection_->display, 0);
+}
+
+std::vector<unsigned long> Screen::pointerPicture() const {
+    XFixesCursorImage* picture = XFixesGetCursorImage(connection_->display);
+    if (picture == nullptr) {
+        return {};
+    }
+    const std::size_t count = std::size_t{picture->width} * picture->height;
+    std::vector<unsigned long> pixels(picture->pixels, picture->pixels + count);
+    XFree(picture);
+    return pixels;
 }
 
 void Screen::type(std::string_view text) {
