@@ -23,10 +23,11 @@ class QtImage final : public Image {
 /// The picture behind an image of this reader; a null picture for any other. Any thread.
 [[nodiscard]] QImage bitmapOf(const ImagePointer& image);
 
-/// Reads PNG, JPEG, GIF (its first picture), BMP and WebP, told apart by their content. Vector
-/// formats, files that are not regular ones, files over `largestReadableFile` and sides over
-/// `largestImageSide` are refused before anything is decoded: left to itself the toolkit would try
-/// every decoder on files that anybody may have written. Any thread.
+/// Reads PNG, JPEG, GIF (its first picture) and BMP, and WebP where the toolkit's plug-in for it is
+/// installed, told apart by their content. Vector formats, files that are not regular ones, files
+/// over `largestReadableFile` and sides over `largestImageSide` are refused before anything is
+/// decoded: left to itself the toolkit would try every decoder on files that anybody may have
+/// written. Any thread.
 class QtImageReader final : public ImageReader {
   public:
     QtImageReader();

@@ -172,7 +172,13 @@ void QtApplication::requestCriticalAttention() {
 }
 
 void QtApplication::setApplicationIconImage(const ImagePointer& image) {
-    const QImage picture = bitmapOf(image);
+    // A display refuses an icon that is longer than a request to it may be.
+    constexpr int largestSide = 256;
+    QImage picture = bitmapOf(image);
+    if (std::max(picture.width(), picture.height()) > largestSide) {
+        picture =
+            picture.scaled(largestSide, largestSide, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    }
     if (!picture.isNull()) {
         QApplication::setWindowIcon(QIcon(QPixmap::fromImage(picture)));
     }

@@ -44,11 +44,13 @@ QSize PictureView::sizeHint() const {
     constexpr double sideInLines = 0.9;
     const int grown = noticeTint_ ? qRound(sideInLines * fontMetrics().height()) : 0;
     const int side = std::max(side_, grown);
-    return {side, side};
+    const double proportion = image_.isNull() ? 1 : double(image_.width()) / image_.height();
+    return {std::clamp(qRound(side * proportion), side, std::max(side, widest_)), side};
 }
 
 void PictureView::setImage(const QImage& image) {
     image_ = image;
+    updateGeometry();
     update();
 }
 

@@ -25,6 +25,8 @@ class PictureView final : public QWidget {
     Q_PROPERTY(QString source MEMBER source_)
     /// Length of the square's sides in points.
     Q_PROPERTY(int side MEMBER side_)
+    /// Width in points that an image may have that is wider than high; without it the square's.
+    Q_PROPERTY(int widest MEMBER widest_)
     /// Draw the picture in the colour of notices, and larger beside large text.
     Q_PROPERTY(bool noticeTint MEMBER noticeTint_)
 
@@ -43,6 +45,7 @@ class PictureView final : public QWidget {
     QString source_;
     QImage image_;
     int side_ = 16;
+    int widest_ = 0;
     bool noticeTint_ = false;
 };
 

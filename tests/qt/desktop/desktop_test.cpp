@@ -108,5 +108,17 @@ TEST(ApplicationTest, TakesTheImageAsItsIcon) {
     EXPECT_FALSE(QApplication::windowIcon().isNull());
 }
 
+TEST(ApplicationTest, TakesTheLargestImageAtASizeThatADisplayTakes) {
+    QWidget widget;
+    QtWindow window(widget);
+    QtApplication application(widget, window);
+    QImage logo(largestImageSide, largestImageSide / 4, QImage::Format_RGB32);
+    logo.fill(Qt::green);
+
+    application.setApplicationIconImage(std::make_shared<QtImage>(logo));
+
+    EXPECT_EQ(QApplication::windowIcon().availableSizes(), QList<QSize>{QSize(256, 64)});
+}
+
 }  // namespace
 }  // namespace velunor

@@ -153,7 +153,7 @@ void SamplePrompt::fill(PromptWindow& window) const {
     outlets.postponeButton->setHidden(!postponeOffered);
 
     if (rebranded) {
-        QImage logo(256, 160, QImage::Format_ARGB32);
+        QImage logo(560, 96, QImage::Format_ARGB32);
         logo.fill(QColor(0xD2, 0x4A, 0x1F));
         outlets.appIcon->setImage(std::make_shared<QtImage>(logo));
     }

@@ -4,6 +4,7 @@
 #include <QWindow>
 #include <set>
 
+#include "platform/qt/application/image_reader.h"
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/display.h"
 #include "tests/qt/ui/prompt_window_fixture.h"
@@ -66,6 +67,25 @@ TEST_F(PromptWindowTest, KnowsTheButtonsWidthBeforeItIsShown) {
     window.present();
 
     EXPECT_EQ(find("updateNowButton").width(), width + 10);
+}
+
+TEST_F(PromptWindowTest, GivesALogoTheWidthOfItsPictureUpToALimit) {
+    const PromptView view = window.view();
+    const auto shownSize = [&](int width, int height) {
+        view.outlets.appIcon->setImage(
+            std::make_shared<QtImage>(QImage(width, height, QImage::Format_RGB32)));
+        view.outlets.userIcon->setImage(
+            std::make_shared<QtImage>(QImage(width, height, QImage::Format_RGB32)));
+        show();
+        EXPECT_EQ(find("userIcon").size(), QSize(40, 40));
+        return find("appIcon").size();
+    };
+    prompt.credentials = true;
+    EXPECT_EQ(shownSize(64, 64), QSize(24, 24));
+    EXPECT_EQ(shownSize(400, 100), QSize(96, 24));
+    EXPECT_EQ(shownSize(2000, 100), QSize(140, 24));
+    EXPECT_EQ(shownSize(100, 400), QSize(24, 24));
+    EXPECT_GT(find("productNameLabel").width(), 200);
 }
 
 TEST_F(PromptWindowTest, HasALayerForTheShake) {
