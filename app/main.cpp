@@ -8,6 +8,7 @@
 
 #include "agent/globals.h"
 #include "agent/linux/settings.h"
+#include "agent/linux/texts.h"
 #include "app/start_up.h"
 #include "platform/linux/directory/directory_service.h"
 #include "platform/linux/log/system_log.h"
@@ -17,6 +18,7 @@
 #include "platform/qt/application/image_reader.h"
 #include "platform/qt/application/run_loop.h"
 #include "platform/qt/application/text_segmenter.h"
+#include "platform/qt/application/toolkit_texts.h"
 #include "platform/qt/desktop/display.h"
 #include "ui/prompt_window.h"
 #include "window/view_controller.h"
@@ -52,12 +54,16 @@ void leaveWithoutDisplay(int status, void* machine) {
     const QApplication qtApplication(toolkitArgumentCount, argv);
     QApplication::setDesktopFileName(QStringLiteral("velunor-os-update"));
 
+    [[maybe_unused]] const auto toolkitTexts =
+        velunor::useToolkitTexts(velunor::sessionLanguages());
     velunor::QtRunLoop runLoop;
     const velunor::QtScreens screens;
     const velunor::QtImageReader images;
     const velunor::QtTextSegmenter segmenter;
     velunor::LinuxDirectoryService directory(velunor::loadedSettings().directory);
     velunor::PromptWindow promptWindow;
+    promptWindow.localize(
+        [&](std::string_view key) { return globals.i18nDefault.getValueForKeyString(key); });
     velunor::QtWindow window(promptWindow);
     velunor::QtApplication application(promptWindow, window);
 

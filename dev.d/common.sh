@@ -25,7 +25,7 @@ readonly PACKAGES_DISPLAY=(
 readonly PACKAGES_SHOTS=(fonts-noto-cjk)
 readonly PACKAGES_TEST=(
     clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
-    systemd util-linux passwd x11-xserver-utils "${PACKAGES_SHOTS[@]}")
+    systemd util-linux passwd qt6-translations-l10n x11-xserver-utils "${PACKAGES_SHOTS[@]}")
 # Compositors and Wayland, for end-to-end tests.
 readonly PACKAGES_DESKTOPS=(picom weston xwayland qt6-wayland)
 readonly PACKAGES_FULL=(clang libclang-rt-dev valgrind)

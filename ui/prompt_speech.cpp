@@ -42,7 +42,7 @@ PromptSpeech::PromptSpeech(const Ui::PromptForm& form, QWidget* window)
                 }
             });
     connect(form_.passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted,
-            this, [this] { announcer_->announce("The password was not accepted."); });
+            this, [this] { announcer_->announce(refusalText_); });
 }
 
 PromptSpeech::~PromptSpeech() {

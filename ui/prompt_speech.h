@@ -27,6 +27,9 @@ class PromptSpeech final : public QObject, private QAccessible::ActivationObserv
     /// The window has come up: says what it is about, as soon as somebody can hear it.
     void opened();
 
+    /// What is said when a password was refused.
+    void setRefusalText(const QString& text) { refusalText_ = text; }
+
     /// Watches the notice.
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -37,6 +40,7 @@ class PromptSpeech final : public QObject, private QAccessible::ActivationObserv
     const Ui::PromptForm& form_;
     Announcer* announcer_;
     QTimer opening_;
+    QString refusalText_ = "The password was not accepted.";
     bool opened_ = false;
 };
 

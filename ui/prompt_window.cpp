@@ -87,6 +87,29 @@ PromptWindow::PromptWindow()
 
 PromptWindow::~PromptWindow() = default;
 
+void PromptWindow::localize(const TextSource& texts) {
+    const auto take = [&texts](std::string_view key, const auto& give) {
+        if (const auto text = texts(key); text && !text->empty()) {
+            give(QString::fromStdString(*text));
+        }
+    };
+    const auto name = [&take](std::string_view key, QLineEdit& field) {
+        take(key, [&field](const QString& text) {
+            field.setAccessibleName(text);
+            field.setPlaceholderText(text);
+        });
+    };
+    CustomSecureTextField& password = *form_->passwordTextFiled;
+    name("tarn.agent.msghand.prompt.user_name", *form_->userNameTextField);
+    name("tarn.agent.msghand.prompt.password", password);
+    take("tarn.agent.msghand.prompt.show_password",
+         [&](const QString& text) { password.revealButton().setAccessibleName(text); });
+    take("tarn.agent.msghand.prompt.caps_lock_on",
+         [&](const QString& text) { password.setCapsLockText(text); });
+    take("tarn.agent.msghand.prompt.password_refused",
+         [&](const QString& text) { speech_->setRefusalText(text); });
+}
+
 void PromptWindow::present() {
     // Layouts can only be forced as long as the window is hidden.
     takeSize();

@@ -5,6 +5,9 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/qt/desktop/x11_desktop.h"
@@ -20,6 +23,9 @@ namespace velunor {
 
 class PromptSpeech;
 
+/// The text of a key in the user's language; none where there is no such text.
+using TextSource = std::function<std::optional<std::string>(std::string_view key)>;
+
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
 /// the usable area (then the texts scroll, while countdown, attempts and buttons stay in sight),
 /// and cannot be closed. No field has the caret before the user has clicked or tabbed into the
@@ -34,6 +40,11 @@ class PromptWindow final : public QWidget {
 
     /// The form's controls for the logic, without a window. Valid as long as this object.
     [[nodiscard]] PromptView view() const { return view_; }
+
+    /// Takes the texts of its own that `texts` has: the fields' names, which stand in them while
+    /// they are empty, and what only a screen reader says. Those that it lacks stay English, and a
+    /// field whose name is missing shows none.
+    void localize(const TextSource& texts);
 
     /// What is pressed while `action` runs does not call it again.
     void onUpdateNow(std::function<void()> action) { updateNow_ = std::move(action); }

@@ -39,11 +39,6 @@ std::string errorText(int number) {
     return std::generic_category().message(number);
 }
 
-std::string_view environmentText(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::string_view() : value;
-}
-
 std::string pathOfLanguage(const std::string& language) {
     return state().variables.tarnagentBasePath + "/i18n/application_" + language + ".properties";
 }
@@ -151,10 +146,7 @@ int I18NUtility::loadI18NPropertyFile() {
         library_log::writeError(english.error().description);
         return failed;
     }
-    const auto languages =
-        preferredLanguages(environmentText("LANGUAGE"), environmentText("LC_ALL"),
-                           environmentText("LC_MESSAGES"), environmentText("LANG"));
-    texts_ = loadPreferred(languages);
+    texts_ = loadPreferred(sessionLanguages());
     // What the language lacks stays English.
     texts_.merge(*english);
     return 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -11,6 +12,11 @@ namespace velunor {
 namespace {
 
 constexpr std::string_view blanks = " \t\f";
+
+std::string_view environmentText(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string_view() : value;
+}
 
 std::string_view withoutLeadingBlanks(std::string_view text) {
     const auto first = text.find_first_not_of(blanks);
@@ -216,6 +222,11 @@ std::vector<std::string> preferredLanguages(std::string_view language, std::stri
         addOnce(languages, name);
     }
     return languages;
+}
+
+std::vector<std::string> sessionLanguages() {
+    return preferredLanguages(environmentText("LANGUAGE"), environmentText("LC_ALL"),
+                              environmentText("LC_MESSAGES"), environmentText("LANG"));
 }
 
 }  // namespace velunor

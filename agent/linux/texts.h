@@ -29,4 +29,7 @@ using Properties = std::map<std::string, std::string, std::less<>>;
                                                           std::string_view lcMessages,
                                                           std::string_view lang);
 
+/// Those of this process's session. Any thread, as long as none changes the environment.
+[[nodiscard]] std::vector<std::string> sessionLanguages();
+
 }  // namespace velunor

@@ -42,7 +42,7 @@ class AccessibleSecureField final : public QAccessibleWidget,
         }
         QString text = QAccessibleWidget::text(kind);
         if (kind == QAccessible::Description && field().hintsAtCapsLock()) {
-            const QString hint = "Caps Lock is on";
+            const QString& hint = field().capsLockText();
             return text.isEmpty() ? hint : hint + '\n' + text;
         }
         return text;

@@ -71,6 +71,9 @@ class CustomSecureTextField final : public RoundedField {
     [[nodiscard]] bool isRevealed() const { return reveal_->isHeld(); }
     /// Whether the field hints at Caps Lock: it has the focus while Caps Lock is on.
     [[nodiscard]] bool hintsAtCapsLock() const { return capsLockHint_; }
+    /// What the hint says to those who do not see it.
+    [[nodiscard]] const QString& capsLockText() const { return capsLockText_; }
+    void setCapsLockText(const QString& text) { capsLockText_ = text; }
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -92,6 +95,7 @@ class CustomSecureTextField final : public RoundedField {
 
     SecretText secret_;
     RevealButton* reveal_;
+    QString capsLockText_ = "Caps Lock is on";
     bool capsLockHint_ = false;
 };
 

@@ -125,6 +125,7 @@ void RoundedField::applyTheme() {
         return;
     }
     colours.setColor(QPalette::Text, theme.text);
+    colours.setColor(QPalette::PlaceholderText, theme.secondaryText);
     colours.setColor(QPalette::Base, Qt::transparent);
     colours.setColor(QPalette::Highlight, theme.accent);
     colours.setColor(QPalette::HighlightedText, theme.onAccent);

@@ -34,7 +34,12 @@ const std::set<std::string> keys{title,
                                  prefix + "update_now",
                                  prefix + "remaining_attempts",
                                  prefix + "automatic_install_text",
-                                 prefix + "automatic_postpone_text"};
+                                 prefix + "automatic_postpone_text",
+                                 prefix + "prompt.user_name",
+                                 prefix + "prompt.password",
+                                 prefix + "prompt.show_password",
+                                 prefix + "prompt.caps_lock_on",
+                                 prefix + "prompt.password_refused"};
 
 std::vector<std::string> keysOf(const Properties& texts) {
     std::vector<std::string> found;
@@ -120,7 +125,7 @@ TEST_F(ShippedTexts, AreInManyLanguagesAndScripts) {
     }
 }
 
-TEST_F(ShippedTexts, HaveTheTenKeysAndNoOther) {
+TEST_F(ShippedTexts, HaveEveryKeyAndNoOther) {
     for (const auto& [language, texts] : languages()) {
         EXPECT_THAT(keysOf(texts), UnorderedElementsAreArray(keys)) << language;
     }
@@ -155,6 +160,9 @@ TEST_F(ShippedTexts, HoldNoControlCharacter) {
 TEST_F(ShippedTexts, AreTranslated) {
     for (const auto& [language, texts] : languages()) {
         if (language != "en") {
+            for (const char* spoken : {"prompt.show_password", "prompt.password_refused"}) {
+                EXPECT_NE(texts.at(prefix + spoken), english().at(prefix + spoken)) << language;
+            }
             EXPECT_NE(texts.at(title), english().at(title)) << language;
             EXPECT_NE(texts.at(message), english().at(message)) << language;
         }

@@ -122,6 +122,20 @@ Complaints complaintsAbout(const PromptWindow& window, bool mayScroll) {
                       complaints);
         }
     }
+    for (const auto* field : window.findChildren<QLineEdit*>()) {
+        if (!field->isVisible()) {
+            continue;
+        }
+        // The editor keeps two points free at either end of its text.
+        const int room =
+            field->width() - field->textMargins().left() - field->textMargins().right() - 4;
+        if (field->fontMetrics().horizontalAdvance(field->placeholderText()) > room) {
+            complaints.push_back(field->objectName().toStdString() + ": its name is cut");
+        }
+        if (field->placeholderText().isEmpty()) {
+            complaints.push_back(field->objectName().toStdString() + ": shows no name");
+        }
+    }
     const auto& body = *window.findChild<QScrollArea*>("bodyArea");
     const auto& timer = *window.findChild<QScrollArea*>("timerArea");
     const auto& footer = *window.findChild<QScrollArea*>("footerArea");

@@ -1,7 +1,13 @@
+#include <algorithm>
+
+#include "tests/qt/program/accessibility_events.h"
 #include "tests/support/prompt/prompt_test.h"
 
 namespace velunor::testing {
 namespace {
+
+// Number of the kind in the registry's protocol.
+constexpr std::uint32_t popupMenuRole = 41;
 
 /// The whole program with a real window manager, pressed by real keys.
 class KeyboardOnTheDesktop : public PromptTest {
@@ -92,6 +98,44 @@ TEST_F(KeyboardOnTheDesktop, HintsAtCapsLockWhileItIsOn) {
     EXPECT_TRUE(eventually([&] { return description() == hint; }));
     display().screen().pressKey("Caps_Lock");
     EXPECT_TRUE(eventually([&] { return description() == text; }));
+}
+
+TEST_F(KeyboardOnTheDesktop, FindsNamesAndMenuInTheLanguageOfTheSession) {
+    const std::string prefix = "tarn.agent.msghand.prompt.";
+    Texts texts = testTexts();
+    texts[prefix + "user_name"] = "Wer";
+    texts[prefix + "password"] = "Womit";
+    texts[prefix + "caps_lock_on"] = "Lauter Grosse";
+    writeTexts(texts);
+    environment()["LC_ALL"] = "de_DE.UTF-8";
+    // A menu is no window for screen readers: they hear which entry is chosen.
+    AccessibilityEvents events(bus().accessibilityAddress());
+    start({"OSUpdateWithCred", "Debian 12.9", "false", "15", "false", "2"});
+    ASSERT_TRUE(waitForWindow()) << systemLog();
+    ASSERT_TRUE(waitForControl("text", "Womit")) << systemLog();
+
+    ASSERT_TRUE(clickControl("text", "Womit"));
+    display().screen().pressKey("Caps_Lock");
+    EXPECT_TRUE(eventually([&] {
+        const auto field = findControl(controls(), "text", "Womit");
+        return field && field->description.starts_with("Lauter Grosse\n");
+    }));
+    display().screen().pressKey("Caps_Lock");
+    ASSERT_TRUE(clickControl("text", "Wer"));
+    ASSERT_TRUE(hasFocus("Wer"));
+    // With nothing in the field no entry could be chosen.
+    display().screen().pressKey("a");
+    ASSERT_TRUE(events.waitUntil([&] { return events.count("TextChanged", "insert") == 1; }));
+    display().screen().pressKey("Menu");
+    ASSERT_TRUE(events.waitUntil([&] {
+        return std::ranges::any_of(events.all(), [&](const AccessibilityEvent& event) {
+            return event.detail == "showing" && events.roleOf(event) == popupMenuRole;
+        });
+    }));
+    display().screen().pressKey("Up");
+    EXPECT_TRUE(events.waitUntil([&] {
+        return events.last("StateChanged", "focused", "Alles ausw\u00E4hlen\tStrg+A").has_value();
+    }));
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ void showConstraint(PromptView& view, const std::string& identifier, bool wins) 
 }  // namespace
 
 bool SamplePrompt::useShippedTexts(const std::string& language, bool proceeds) {
-    const Properties texts = shippedTexts(language);
+    texts = shippedTexts(language);
     bool complete = true;
     const auto take = [&](const char* name) -> std::string {
         const auto found = texts.find(std::string("tarn.agent.msghand.") + name);
@@ -121,6 +121,10 @@ void SamplePrompt::makeLiteral() {
 void SamplePrompt::fill(PromptWindow& window) const {
     PromptView view = window.view();
     Outlets& outlets = view.outlets;
+    window.localize([this](std::string_view key) -> std::optional<std::string> {
+        const auto found = texts.find(key);
+        return found == texts.end() ? std::nullopt : std::optional(found->second);
+    });
     outlets.productNameLabel->setStringValue(productName);
     outlets.titleLabel->setStringValue(title);
     outlets.messageLabel->setStringValue(message);

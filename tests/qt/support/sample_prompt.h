@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,8 @@ struct SamplePrompt {
     bool otherUser = false;
     bool postponeOffered = true;
     bool rebranded = false;
+    /// The shipped texts, by key; none where they are not used.
+    std::map<std::string, std::string, std::less<>> texts;
 
     /// Takes the texts that are shipped in `language`, with the countdown to an installation when
     /// the update `proceeds` by itself. False when they cannot be read or one is missing.

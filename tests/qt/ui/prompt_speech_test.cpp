@@ -114,6 +114,30 @@ TEST_F(PromptSpeechTest, HasItsTitleForTheDesktop) {
     EXPECT_EQ(accessible->text(QAccessible::Name), "Update [*] & <b>restart</b>");
 }
 
+TEST_F(PromptSpeechTest, TakesItsOwnTextsFromTheLanguageFiles) {
+    const auto given = [](std::string_view key) -> std::optional<std::string> {
+        return key.ends_with("user_name") ? std::nullopt
+                                          : std::optional("<" + std::string(key) + ">");
+    };
+    window.localize(given);
+    prompt.credentials = true;
+    show();
+    const std::string prefix = "<tarn.agent.msghand.prompt.";
+    auto& password = find<CustomSecureTextField>("passwordTextFiled");
+
+    EXPECT_EQ(accessible("passwordTextFiled").text(QAccessible::Name).toStdString(),
+              prefix + "password>");
+    EXPECT_EQ(password.placeholderText().toStdString(), prefix + "password>");
+    EXPECT_EQ(password.revealButton().accessibleName().toStdString(), prefix + "show_password>");
+    EXPECT_EQ(password.capsLockText().toStdString(), prefix + "caps_lock_on>");
+    window.view().outlets.passwordTextFiled->layer()->addAnimation(
+        {"transform", {-10, 10}, true, 2, std::chrono::milliseconds(70)});
+    EXPECT_EQ(spoken(), prefix + "password_refused>");
+    // A text that is missing: the English name, and nothing in the field.
+    EXPECT_EQ(accessible("userNameTextField").text(QAccessible::Name), "User name");
+    EXPECT_EQ(find<QLineEdit>("userNameTextField").placeholderText(), "");
+}
+
 TEST_F(PromptSpeechTest, NamesItsFieldsForAScreenReader) {
     for (const char* name : {"userNameTextField", "passwordTextFiled"}) {
         QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&find(name));
