@@ -86,6 +86,15 @@ void collect(const std::string& bytes, const std::string& place, const std::vect
     }
 }
 
+/// Whether the process has ended, and perhaps waits for its parent to notice: it has no memory.
+bool hasEnded(const std::string& directory) {
+    std::string line;
+    std::getline(std::ifstream(directory + "/stat"), line);
+    const std::size_t end = line.rfind(')');
+    return end == std::string::npos || line.substr(end).starts_with(") Z") ||
+           line.substr(end).starts_with(") X");
+}
+
 }  // namespace
 
 std::vector<Trace> tracesInMemory(pid_t process, const std::string& text) {
@@ -96,6 +105,9 @@ std::vector<Trace> tracesInMemory(pid_t process, const std::string& text) {
     std::ifstream maps(directory + "/maps");
     const int memory = ::open((directory + "/mem").c_str(), O_RDONLY | O_CLOEXEC);
     if (!maps || memory < 0) {
+        if (hasEnded(directory)) {
+            return {};
+        }
         throw std::runtime_error("the memory of " + program + " cannot be read");
     }
     std::vector<Trace> traces;

@@ -18,6 +18,7 @@
 #include "tests/linux/credential_checker/service_support.h"
 #include "tests/support/forked_copy.h"
 #include "tests/support/temporary_directory.h"
+#include "tests/support/wait.h"
 #include "tools/osupdate_checkpass/checker.h"
 
 namespace velunor::testing {
@@ -142,6 +143,37 @@ TEST(CheckerServiceLimits, ServiceThatNobodyAsksEndsAfterItsLastCheck) {
                                    return answer + ", " + std::to_string(service.waitForEnd());
                                }),
               "accepted, 0");
+}
+
+TEST(CheckerServiceLimits, ProcessThatHasAnsweredIsGoneSoon) {
+    EXPECT_EQ(onServiceMachine(stackOf("accept"),
+                               [] {
+                                   const CheckerServiceRunner service;
+                                   const std::string answer =
+                                       checked(CheckerServiceRunner::settings());
+                                   const bool gone = eventually(
+                                       [&] { return service.processes().empty(); }, seconds{10});
+                                   return answer + (gone ? ", gone" : ", still there");
+                               }),
+              "accepted, gone");
+}
+
+TEST(CheckerServiceLimits, ProcessThatAnswersHasTheProgramsName) {
+    EXPECT_EQ(onServiceMachine(stackOf("hang"),
+                               [] {
+                                   const CheckerServiceRunner service;
+                                   const FileDescriptor asking = CheckerServiceRunner::connection();
+                                   std::string seen;
+                                   static_cast<void>(eventually(
+                                       [&] {
+                                           const auto processes = service.processes();
+                                           seen = processes.empty() ? "" : processes.front();
+                                           return seen.starts_with("osupdate");
+                                       },
+                                       seconds{10}));
+                                   return seen.substr(0, seen.find(' '));
+                               }),
+              "osupdate-checkp");
 }
 
 TEST(CheckerServiceLimits, SocketStaysHoweverOftenSomebodyConnects) {

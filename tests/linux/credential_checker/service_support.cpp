@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -62,6 +63,28 @@ void CheckerServiceRunner::whileStopped(const std::function<void()>& body) const
     waitpid(process_, nullptr, WUNTRACED);
     body();
     kill(process_, SIGCONT);
+}
+
+std::vector<std::string> CheckerServiceRunner::processes() const {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        // "number (name) state parent ..."; one that ends meanwhile has no such line any more.
+        std::string line;
+        std::getline(std::ifstream(entry.path() / "stat"), line);
+        const std::size_t begin = line.find('(');
+        const std::size_t end = line.rfind(')');
+        if (begin == std::string::npos || end == std::string::npos) {
+            continue;
+        }
+        std::istringstream rest(line.substr(end + 1));
+        char state = 0;
+        pid_t parent = 0;
+        rest >> state >> parent;
+        if (parent == process_) {
+            found.push_back(line.substr(begin + 1, end - begin - 1) + " " + state);
+        }
+    }
+    return found;
 }
 
 int CheckerServiceRunner::waitForEnd() {

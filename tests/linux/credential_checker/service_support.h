@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "platform/linux/directory/directory_settings.h"
 #include "platform/posix/file_descriptor.h"
@@ -30,6 +31,8 @@ class CheckerServiceRunner {
 
     /// Runs `body` while the service's receiving process stands still.
     void whileStopped(const std::function<void()>& body) const;
+    /// The processes that it has started and that are still there, as "name state" each.
+    [[nodiscard]] std::vector<std::string> processes() const;
     /// Its exit status once it ends by itself; -1 where it is killed.
     int waitForEnd();
 

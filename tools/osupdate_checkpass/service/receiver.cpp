@@ -16,6 +16,8 @@ namespace {
 
 constexpr std::ptrdiff_t placesOfACaller = 16;
 constexpr std::size_t places = 512;
+/// How soon the end of a process that answers is noticed.
+constexpr std::chrono::milliseconds betweenLooks{100};
 
 /// The user of each process that answers.
 using UnderWay = std::map<pid_t, uid_t>;
@@ -52,11 +54,13 @@ bool hasPlace(const UnderWay& underWay, uid_t caller) {
 void receiveConnections(const FileDescriptor& listener, std::chrono::milliseconds idle) {
     UnderWay underWay;
     while (true) {
+        const bool atRest = underWay.empty();
+        const auto wait = atRest ? idle : std::min(idle, betweenLooks);
         const int error =
-            pollUntil(listener.get(), POLLIN, std::chrono::steady_clock::now() + idle);
+            pollUntil(listener.get(), POLLIN, std::chrono::steady_clock::now() + wait);
         reap(underWay);
         if (error != 0) {
-            if (underWay.empty()) {
+            if (atRest) {
                 return;
             }
             continue;
