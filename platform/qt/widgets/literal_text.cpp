@@ -3,7 +3,6 @@
 #include <QFontInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
-#include <QRegularExpression>
 #include <QTextBoundaryFinder>
 #include <QTextOption>
 #include <algorithm>
@@ -32,46 +31,96 @@ QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRan
     return within;
 }
 
-/// Widths of the ten digits in the place of the figure in `range`: beside letters of some scripts a
-/// font takes other shapes than for a digit that stands alone.
-std::array<qreal, 10> digitWidths(const QString& text, const QTextLayout::FormatRange& range,
-                                  const QFont& base) {
-    std::array<qreal, 10> widths{};
-    QTextLayout::FormatRange single{range.start, 1, range.format};
-    single.format.setFontKerning(false);
-    QString sample = text;
-    for (std::size_t digit = 0; digit < widths.size(); ++digit) {
-        sample[range.start] = QChar(u'0' + static_cast<char16_t>(digit));
-        QTextLayout layout(sample, base);
-        layout.setFormats({single});
-        layout.beginLayout();
-        QTextLine line = layout.createLine();
-        line.setLineWidth(unlimitedWidth);
-        layout.endLayout();
-        widths.at(digit) = std::abs(line.cursorToX(range.start + 1) - line.cursorToX(range.start));
-    }
-    return widths;
-}
-
-/// The format for each digit of the number in `range`, spaced so that all digits of the font are
-/// equally wide: a figure that counts must not make the text beside it tremble.
-void appendFigures(const QString& text, const QTextLayout::FormatRange& range, const QFont& base,
-                   QList<QTextLayout::FormatRange>& formats) {
-    const std::array<qreal, 10> widths = digitWidths(text, range, base);
-    const qreal widest = *std::max_element(widths.begin(), widths.end());
-    for (int index = range.start; index < range.start + range.length; ++index) {
-        QTextLayout::FormatRange single{index, 1, range.format};
-        single.format.setFontKerning(false);
-        single.format.setFontLetterSpacingType(QFont::AbsoluteSpacing);
-        const auto digit = static_cast<std::size_t>(text.at(index).digitValue());
-        single.format.setFontLetterSpacing(widest - widths.at(digit));
-        formats.append(single);
-    }
-}
-
 bool isNumber(QStringView text) {
     return !text.isEmpty() && std::all_of(text.begin(), text.end(),
                                           [](QChar unit) { return unit >= u'0' && unit <= u'9'; });
+}
+
+bool isLineBreak(QChar unit) {
+    return unit == u'\n' || unit == u'\r' || unit == QChar::LineSeparator ||
+           unit == QChar::ParagraphSeparator;
+}
+
+/// Whether the line break at `index` has two units.
+bool isPair(QStringView text, qsizetype index) {
+    return text.sliced(index).startsWith(QStringView(u"\r\n"));
+}
+
+/// As much of `shown` as is laid out; an ellipsis tells that there is more.
+ShownText bounded(ShownText shown) {
+    const QStringView text = shown.text;
+    const qsizetype most = std::min(text.size(), LiteralText::mostUnits);
+    qsizetype end = 0;
+    for (int paragraphs = 0; end < most; ++end) {
+        if (isLineBreak(text.at(end)) && !isPair(text, end) &&
+            ++paragraphs == LiteralText::mostParagraphs) {
+            break;
+        }
+    }
+    if (end == text.size()) {
+        return shown;
+    }
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.first(end + 1));
+    finder.setPosition(end);
+    end = finder.isAtBoundary() ? end : finder.toPreviousBoundary();
+    shown.formats = formatsWithin(shown.formats, 0, end);
+    shown.text.truncate(end);
+    shown.text += QChar(0x2026);
+    return shown;
+}
+
+/// Figures of `shown`: the styled parts of it that are numbers.
+QList<QTextLayout::FormatRange> figuresOf(const ShownText& shown) {
+    QList<QTextLayout::FormatRange> figures;
+    for (const QTextLayout::FormatRange& range : shown.formats) {
+        const QStringView part = QStringView(shown.text).sliced(range.start, range.length);
+        if (isNumber(part)) {
+            figures.append(range);
+        }
+    }
+    return figures;
+}
+
+/// The format of a single digit at `index`, which its neighbours do not move.
+QTextLayout::FormatRange digitFormat(qsizetype index, const QTextCharFormat& figure) {
+    QTextLayout::FormatRange single{static_cast<int>(index), 1, figure};
+    single.format.setFontKerning(false);
+    return single;
+}
+
+/// Widths of the ten digits in the place of each of `figures`: beside letters of some scripts a
+/// font takes other shapes than for a digit that stands alone.
+std::vector<std::array<qreal, 10>> digitWidths(QString text,
+                                               const QList<QTextLayout::FormatRange>& figures,
+                                               const QFont& font) {
+    static const QString digits = QStringLiteral("0123456789");
+    QList<QTextLayout::FormatRange> formats;
+    qsizetype shift = 0;
+    std::vector<qsizetype> starts;
+    for (const QTextLayout::FormatRange& figure : figures) {
+        const qsizetype start = figure.start + shift;
+        text.replace(start, figure.length, digits);
+        shift += digits.size() - figure.length;
+        starts.push_back(start);
+        for (qsizetype digit = 0; digit < digits.size(); ++digit) {
+            formats.append(digitFormat(start + digit, figure.format));
+        }
+    }
+    QTextLayout layout(text, font);
+    layout.setFormats(formats);
+    layout.beginLayout();
+    QTextLine line = layout.createLine();
+    line.setLineWidth(unlimitedWidth);
+    layout.endLayout();
+    std::vector<std::array<qreal, 10>> widths(starts.size());
+    for (std::size_t figure = 0; figure < starts.size(); ++figure) {
+        int place = static_cast<int>(starts[figure]);
+        for (qreal& width : widths[figure]) {
+            width = std::abs(line.cursorToX(place + 1) - line.cursorToX(place));
+            ++place;
+        }
+    }
+    return widths;
 }
 
 /// A styled run's size beside the desktop's own font: the sizes are meant for a desktop whose text
@@ -106,54 +155,78 @@ ShownText shownText(const AttributedString& styled) {
     return shown;
 }
 
-void LiteralText::setText(const ShownText& shown, qsizetype hangingUnits) {
-    shown_ = shown;
+void LiteralText::setText(ShownText shown, qsizetype hangingUnits) {
+    shown_ = bounded(std::move(shown));
     hangingUnits_ = hangingUnits;
-    rebuild();
+    forget();
 }
 
 void LiteralText::setFont(const QFont& font, Qt::LayoutDirection direction) {
     font_ = font;
     direction_ = direction;
-    rebuild();
+    figuresText_.clear();
+    forget();
 }
 
-void LiteralText::rebuild() {
-    static const QRegularExpression lineBreak(R"(\r\n|[\n\r\x{2028}\x{2029}])");
-    const QString& text = shown_.text;
+void LiteralText::forget() {
+    paragraphs_.clear();
+    measures_.clear();
+    widestWord_.reset();
+    brokenWidth_ = -1;
+}
+
+QList<QTextLayout::FormatRange> LiteralText::steadyFormats() const {
+    const QList<QTextLayout::FormatRange> figures = figuresOf(shown_);
+    if (figures.isEmpty()) {
+        return shown_.formats;
+    }
+    QString masked = shown_.text;
+    for (const QTextLayout::FormatRange& figure : figures) {
+        masked.replace(figure.start, figure.length, QString(figure.length, u'0'));
+    }
+    if (masked != figuresText_) {
+        digitWidths_ = digitWidths(shown_.text, figures, font_);
+        figuresText_ = masked;
+    }
     QList<QTextLayout::FormatRange> formats;
+    std::size_t figure = 0;
     for (const QTextLayout::FormatRange& range : shown_.formats) {
-        if (isNumber(QStringView(text).sliced(range.start, range.length))) {
-            appendFigures(text, range, font_, formats);
-        } else {
+        if (!isNumber(QStringView(shown_.text).sliced(range.start, range.length))) {
             formats.append(range);
+            continue;
+        }
+        const std::array<qreal, 10>& widths = digitWidths_[figure++];
+        const qreal widest = *std::max_element(widths.begin(), widths.end());
+        for (int index = range.start; index < range.start + range.length; ++index) {
+            QTextLayout::FormatRange single = digitFormat(index, range.format);
+            single.format.setFontLetterSpacingType(QFont::AbsoluteSpacing);
+            const auto digit = static_cast<std::size_t>(shown_.text.at(index).digitValue());
+            single.format.setFontLetterSpacing(widest - widths.at(digit));
+            formats.append(single);
         }
     }
-    paragraphs_.clear();
+    return formats;
+}
+
+void LiteralText::shape() const {
+    if (!paragraphs_.empty()) {
+        return;
+    }
+    const QList<QTextLayout::FormatRange> formats = steadyFormats();
+    const QString& text = shown_.text;
     qsizetype start = 0;
-    for (const QRegularExpressionMatch& match : lineBreak.globalMatch(text)) {
-        addParagraph(start, match.capturedStart(), formats);
-        start = match.capturedEnd();
+    for (qsizetype index = 0; index < text.size(); ++index) {
+        if (isLineBreak(text.at(index))) {
+            addParagraph(start, index, formats);
+            index += isPair(text, index) ? 1 : 0;
+            start = index + 1;
+        }
     }
     addParagraph(start, text.size(), formats);
-
-    laidOutWidth_ = -1;
-    naturalWidth_ = usedWidth(unlimitedWidth);
-}
-
-int LiteralText::usedWidth(double width) const {
-    layOut(width);
-    qreal widest = 0;
-    for (const auto& paragraph : paragraphs_) {
-        for (int index = 0; index < paragraph->lineCount(); ++index) {
-            widest = std::max(widest, paragraph->lineAt(index).naturalTextWidth());
-        }
-    }
-    return static_cast<int>(std::ceil(widest));
 }
 
 void LiteralText::addParagraph(qsizetype start, qsizetype end,
-                               const QList<QTextLayout::FormatRange>& formats) {
+                               const QList<QTextLayout::FormatRange>& formats) const {
     QString text = shown_.text.sliced(start, end - start);
     bool rightToLeft = text.isRightToLeft();
     if (hangingUnits_ > 0) {
@@ -174,59 +247,89 @@ void LiteralText::addParagraph(qsizetype start, qsizetype end,
     layout->setTextOption(option);
     layout->setCacheEnabled(true);
     layout->setFormats(formatsWithin(formats, start, end));
+    // Never ended, and begun but once: a beginning throws away the shapes that all widths share.
+    layout->beginLayout();
     paragraphs_.push_back(std::move(layout));
 }
 
-qreal LiteralText::layOut(qreal width) const {
-    if (width == laidOutWidth_) {
-        return laidOutHeight_;
+void LiteralText::breakLines(qreal width) const {
+    shape();
+    if (width == brokenWidth_) {
+        return;
     }
     // A script whose letters another font has to lend keeps the rhythm of the text's own font.
     const QFontMetricsF own(font_);
     const qreal indent = own.horizontalAdvance(shown_.text.left(hangingUnits_));
-    qreal y = 0;
+    Measure measure{width, 0, 0};
     bool first = true;
     for (const auto& layout : paragraphs_) {
         const bool fromLeft = layout->textOption().textDirection() == Qt::LeftToRight;
-        layout->beginLayout();
+        layout->clearLayout();
         for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
             const qreal before = first ? 0 : std::min(indent, width / 2);
             line.setLineWidth(width - before);
-            y += first ? 0 : std::round(line.height() * extraLeading);
+            measure.height += first ? 0 : std::round(line.height() * extraLeading);
             const qreal above = std::max(0.0, own.ascent() - line.ascent());
             const qreal below = std::max(0.0, own.descent() - line.descent());
-            line.setPosition(QPointF(fromLeft ? before : 0, y + above));
-            y += above + line.height() + below;
+            line.setPosition(QPointF(fromLeft ? before : 0, measure.height + above));
+            measure.height += above + line.height() + below;
+            measure.longestLine = std::max(measure.longestLine, line.naturalTextWidth());
             first = false;
         }
-        layout->endLayout();
     }
-    laidOutWidth_ = width;
-    laidOutHeight_ = std::max(y, own.height());
-    return laidOutHeight_;
+    brokenWidth_ = width;
+    measure.height = std::max(measure.height, own.height());
+    if (knownMeasure(width) == nullptr) {
+        measures_.push_back(measure);
+    }
+}
+
+const LiteralText::Measure* LiteralText::knownMeasure(qreal width) const {
+    const auto known = std::ranges::find(measures_, width, &Measure::width);
+    return known == measures_.end() ? nullptr : &*known;
+}
+
+LiteralText::Measure LiteralText::measureAt(qreal width) const {
+    if (const Measure* known = knownMeasure(width)) {
+        return *known;
+    }
+    breakLines(width);
+    return measures_.back();
+}
+
+int LiteralText::naturalWidth() const {
+    return usedWidth(unlimitedWidth);
+}
+
+int LiteralText::usedWidth(double width) const {
+    return static_cast<int>(std::ceil(measureAt(width).longestLine));
 }
 
 int LiteralText::widestWord() const {
-    const QFontMetricsF metrics(font_);
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Line, shown_.text);
-    qreal widest = 0;
-    for (qsizetype start = 0, end = finder.toNextBoundary(); end >= 0;
-         start = end, end = finder.toNextBoundary()) {
-        const QString word = shown_.text.mid(start, end - start).trimmed();
-        widest = std::max(widest, metrics.horizontalAdvance(word));
+    if (!widestWord_) {
+        const QFontMetricsF metrics(font_);
+        QTextBoundaryFinder finder(QTextBoundaryFinder::Line, shown_.text);
+        qreal widest = 0;
+        for (qsizetype start = 0, end = finder.toNextBoundary(); end >= 0;
+             start = end, end = finder.toNextBoundary()) {
+            const QString word = shown_.text.mid(start, end - start).trimmed();
+            widest = std::max(widest, metrics.horizontalAdvance(word));
+        }
+        widestWord_ = static_cast<int>(std::ceil(widest));
     }
-    return static_cast<int>(std::ceil(widest));
+    return *widestWord_;
 }
 
 int LiteralText::heightForWidth(int width) const {
-    return static_cast<int>(std::ceil(layOut(std::max(width, 1))));
+    return static_cast<int>(std::ceil(measureAt(std::max(width, 1)).height));
 }
 
 void LiteralText::draw(QPainter& painter, const QRect& area, const QColor& color) const {
-    layOut(std::max(area.width(), 1));
+    breakLines(std::max(area.width(), 1));
     painter.setPen(color);
+    const QRectF seen = painter.hasClipping() ? painter.clipBoundingRect() : QRectF();
     for (const auto& layout : paragraphs_) {
-        layout->draw(&painter, area.topLeft());
+        layout->draw(&painter, area.topLeft(), {}, seen);
     }
 }
 

@@ -103,8 +103,18 @@ void TextLabel::setText(const ShownText& shown, Announcement announcement) {
         (role_ == QLatin1String("update") || role_ == QLatin1String("userName"))) {
         allowBreaksWithinNames(laidOut.text);
     }
-    layout_.setText(laidOut, bulleted ? 3 : 0);
-    updateGeometry();
+    const auto size = [this] { return std::pair(sizeHint(), heightForWidth(width())); };
+    if (isVisible()) {
+        // A running countdown must not lay the window out anew each second.
+        const auto before = size();
+        layout_.setText(laidOut, bulleted ? 3 : 0);
+        if (size() != before) {
+            updateGeometry();
+        }
+    } else {
+        layout_.setText(laidOut, bulleted ? 3 : 0);
+        updateGeometry();
+    }
     update();
     if (!changed) {
         return;
