@@ -68,7 +68,6 @@ PromptWindow::PromptWindow()
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground, hasCompositor());
     initializeResources();
-    QGuiApplication::setWindowIcon(QIcon(vectorPicture(":/icons/velunor-os-update.svg", 256)));
     form_->setupUi(this);
     for (QScrollArea* area : areas()) {
         area->viewport()->setAutoFillBackground(false);
@@ -117,8 +116,17 @@ void PromptWindow::present() {
     // then and the first show.
     place();
     show();
-    // Only once the window is up: connecting to a bus takes its time.
-    settingsTimer_.start(0);
+}
+
+void PromptWindow::afterFirstPicture() {
+    if (QGuiApplication::windowIcon().isNull()) {
+        constexpr int iconSide = 256;
+        QGuiApplication::setWindowIcon(
+            QIcon(vectorPicture(":/icons/velunor-os-update.svg", iconSide)));
+    }
+    if (hasSessionBus()) {
+        settings_ = followDesktopSettings(QDBusConnection::sessionBus());
+    }
 }
 
 bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {
@@ -241,10 +249,30 @@ void PromptWindow::mouseMoveEvent(QMouseEvent* event) {
     }
 }
 
-void PromptWindow::paintEvent(QPaintEvent*) {
-    const Theme& theme = currentTheme();
+void PromptWindow::paintEvent(QPaintEvent* event) {
+    if (!pictured_) {
+        pictured_ = true;
+        // Drawing the icon and connecting to a bus take their time.
+        QTimer::singleShot(0, this, &PromptWindow::afterFirstPicture);
+    }
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
+    const QRect withinCorners =
+        rect().marginsRemoved({cardRadius, cardRadius, cardRadius, cardRadius});
+    if (withinCorners.contains(event->rect())) {
+        painter.fillRect(event->rect(), currentTheme().card);
+    } else {
+        drawCard(painter);
+    }
+    if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
+        painter.setPen(QPen(currentTheme().cardBorder, 1));
+        const double y = form_->timerArea->y() - 0.5;
+        painter.drawLine(QPointF(0.5, y), QPointF(width() - 0.5, y));
+    }
+}
+
+void PromptWindow::drawCard(QPainter& painter) {
+    const Theme& theme = currentTheme();
     const QRectF edge = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
     painter.setPen(QPen(theme.cardBorder, 1));
     if (mask().isEmpty()) {
@@ -258,11 +286,6 @@ void PromptWindow::paintEvent(QPaintEvent*) {
         painter.setBrush(theme.card);
         painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), cardRadius - 1,
                                 cardRadius - 1);
-        painter.setPen(QPen(theme.cardBorder, 1));
-    }
-    if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
-        const double y = form_->timerArea->y() - 0.5;
-        painter.drawLine(QPointF(edge.left(), y), QPointF(edge.right(), y));
     }
 }
 

@@ -78,7 +78,10 @@ class PromptWindow final : public QWidget {
     /// Takes the size that the texts need, at most what the usable area allows, and that place.
     void relayout();
     void takeSize();
+    /// Does what the user need not wait for: the window's icon and the desktop's own settings.
+    void afterFirstPicture();
     void place();
+    void drawCard(QPainter& painter);
     void applyTheme();
     /// Puts the caret into the field that the user types in first, unless a control has the focus
     /// already; false where it stays as it is.
@@ -102,13 +105,13 @@ class PromptWindow final : public QWidget {
     std::function<void()> appear_ = [] {};
     X11DesktopChanges desktopChanges_{[this] { scheduleRelayout(); }};
     QTimer relayoutTimer_;
-    QTimer settingsTimer_;
     /// Runs for a moment after each check.
     QTimer settling_;
     QPointF pressedAt_;
     /// The user has dragged the window; it stays where they put it.
     bool movedByUser_ = false;
     bool sessionEnds_ = false;
+    bool pictured_ = false;
 };
 
 }  // namespace velunor

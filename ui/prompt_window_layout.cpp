@@ -77,12 +77,6 @@ void PromptWindow::followDesktop() {
     }
     connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &PromptWindow::scheduleRelayout);
-    settingsTimer_.setSingleShot(true);
-    connect(&settingsTimer_, &QTimer::timeout, this, [this] {
-        if (settings_ == nullptr && hasSessionBus()) {
-            settings_ = followDesktopSettings(QDBusConnection::sessionBus());
-        }
-    });
     relayoutTimer_.setSingleShot(true);
     connect(&relayoutTimer_, &QTimer::timeout, this, &PromptWindow::relayout);
     qApp->installEventFilter(this);
@@ -121,7 +115,9 @@ void PromptWindow::takeSize() {
     if (buttons.direction() != direction) {
         buttons.setDirection(direction);
     }
-    shareAccountRow(*form_, innerWidth);
+    if (form_->userStackView->isVisibleTo(this)) {
+        shareAccountRow(*form_, innerWidth);
+    }
     settleLayouts(*this);
     const int bodyContent = form_->bodyLayout->totalHeightForWidth(innerWidth);
     const int footerContent = buttons.totalHeightForWidth(innerWidth);

@@ -302,7 +302,7 @@ int LiteralText::naturalWidth() const {
 }
 
 int LiteralText::usedWidth(double width) const {
-    return static_cast<int>(std::ceil(measureAt(width).longestLine));
+    return shown_.text.isEmpty() ? 0 : static_cast<int>(std::ceil(measureAt(width).longestLine));
 }
 
 int LiteralText::widestWord() const {

@@ -91,8 +91,10 @@ QSize TextButton::minimumSizeHint() const {
 
 int TextButton::heightForWidth(int width) const {
     const QMargins room = padding();
-    const int height =
-        layout_.heightForWidth(width - room.left() - room.right()) + room.top() + room.bottom();
+    // Without a title there is no reason to load its font.
+    const int title = text_.isEmpty() ? fontMetrics().height()
+                                      : layout_.heightForWidth(width - room.left() - room.right());
+    const int height = title + room.top() + room.bottom();
     return isLink() ? height : std::max(height, leastButtonHeight + 2 * ringRoom);
 }
 
