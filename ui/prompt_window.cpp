@@ -73,7 +73,6 @@ PromptWindow::PromptWindow()
         area->viewport()->setAutoFillBackground(false);
         area->widget()->setAutoFillBackground(false);
     }
-    applyTheme();
     controls_ = connectOutlets(*this, view_);
     speech_ = new PromptSpeech(*form_, this);
     connectActions();
@@ -162,7 +161,8 @@ void PromptWindow::closeEvent(QCloseEvent* event) {
 void PromptWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange) {
-        applyTheme();
+        styleScrollBars();
+        update();
     } else if (event->type() == QEvent::FontChange) {
         scheduleRelayout();
     }
@@ -293,14 +293,15 @@ std::array<QScrollArea*, 3> PromptWindow::areas() const {
     return {form_->bodyArea, form_->timerArea, form_->footerArea};
 }
 
-void PromptWindow::applyTheme() {
+void PromptWindow::styleScrollBars() {
     const QString style = scrollBarStyle(currentTheme());
     for (QScrollArea* area : areas()) {
-        if (area->verticalScrollBar()->styleSheet() != style) {
-            area->verticalScrollBar()->setStyleSheet(style);
+        QScrollBar& bar = *area->verticalScrollBar();
+        // The toolkit's style sheets take their time, and most windows have no scroll bar.
+        if (area->verticalScrollBarPolicy() == Qt::ScrollBarAlwaysOn && bar.styleSheet() != style) {
+            bar.setStyleSheet(style);
         }
     }
-    update();
 }
 
 }  // namespace velunor

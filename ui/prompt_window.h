@@ -82,7 +82,7 @@ class PromptWindow final : public QWidget {
     void afterFirstPicture();
     void place();
     void drawCard(QPainter& painter);
-    void applyTheme();
+    void styleScrollBars();
     /// Puts the caret into the field that the user types in first, unless a control has the focus
     /// already; false where it stays as it is.
     bool enterFirstField(Qt::FocusReason reason);

@@ -134,6 +134,7 @@ void PromptWindow::takeSize() {
     fitArea(*form_->bodyArea, {innerWidth, body}, bodyContent);
     fitArea(*form_->timerArea, {innerWidth, timer}, timerContent);
     fitArea(*form_->footerArea, {innerWidth, footer}, footerContent);
+    styleScrollBars();
     setFixedSize(width, body + timer + footer + 2);
     if (!testAttribute(Qt::WA_TranslucentBackground)) {
         setMask(roundedRegion(size(), cardRadius));

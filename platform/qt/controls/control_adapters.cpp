@@ -20,7 +20,10 @@ void settleLayouts(QWidget& window) {
         }
     }
     for (QLayout* layout : layouts) {
-        layout->activate();
+        // What is not shown would load fonts and measure texts for nothing.
+        if (layout->parentWidget()->isVisibleTo(&window)) {
+            layout->activate();
+        }
     }
 }
 

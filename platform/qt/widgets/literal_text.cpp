@@ -46,29 +46,6 @@ bool isPair(QStringView text, qsizetype index) {
     return text.sliced(index).startsWith(QStringView(u"\r\n"));
 }
 
-/// As much of `shown` as is laid out; an ellipsis tells that there is more.
-ShownText bounded(ShownText shown) {
-    const QStringView text = shown.text;
-    const qsizetype most = std::min(text.size(), LiteralText::mostUnits);
-    qsizetype end = 0;
-    for (int paragraphs = 0; end < most; ++end) {
-        if (isLineBreak(text.at(end)) && !isPair(text, end) &&
-            ++paragraphs == LiteralText::mostParagraphs) {
-            break;
-        }
-    }
-    if (end == text.size()) {
-        return shown;
-    }
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.first(end + 1));
-    finder.setPosition(end);
-    end = finder.isAtBoundary() ? end : finder.toPreviousBoundary();
-    shown.formats = formatsWithin(shown.formats, 0, end);
-    shown.text.truncate(end);
-    shown.text += QChar(0x2026);
-    return shown;
-}
-
 /// Figures of `shown`: the styled parts of it that are numbers.
 QList<QTextLayout::FormatRange> figuresOf(const ShownText& shown) {
     QList<QTextLayout::FormatRange> figures;
@@ -155,8 +132,29 @@ ShownText shownText(const AttributedString& styled) {
     return shown;
 }
 
+ShownText boundedText(ShownText shown) {
+    const QStringView text = shown.text;
+    const qsizetype most = std::min(text.size(), mostUnits);
+    qsizetype end = 0;
+    for (int paragraphs = 0; end < most; ++end) {
+        if (isLineBreak(text.at(end)) && !isPair(text, end) && ++paragraphs == mostParagraphs) {
+            break;
+        }
+    }
+    if (end == text.size()) {
+        return shown;
+    }
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.first(end + 1));
+    finder.setPosition(end);
+    end = finder.isAtBoundary() ? end : finder.toPreviousBoundary();
+    shown.formats = formatsWithin(shown.formats, 0, end);
+    shown.text.truncate(end);
+    shown.text += QChar(0x2026);
+    return shown;
+}
+
 void LiteralText::setText(ShownText shown, qsizetype hangingUnits) {
-    shown_ = bounded(std::move(shown));
+    shown_ = std::move(shown);
     hangingUnits_ = hangingUnits;
     forget();
 }

@@ -45,7 +45,7 @@ void TextButton::setButtonRole(const QString& role) {
 
 void TextButton::setLiteralText(const QString& text) {
     text_ = text;
-    layout_.setText({text, {}});
+    layout_.setText(boundedText({text, {}}));
     setAccessibleName(text);
     updateGeometry();
     update();

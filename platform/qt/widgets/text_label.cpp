@@ -92,7 +92,7 @@ void TextLabel::setTextRole(const QString& role) {
 void TextLabel::setText(const ShownText& shown, Announcement announcement) {
     const bool changed = shown.text != text_;
     text_ = shown.text;
-    ShownText laidOut = shown;
+    ShownText laidOut = boundedText(shown);
     const bool bulleted =
         role_ == QLatin1String("update") && text_.startsWith(QStringLiteral("\u2022  "));
     if (bulleted) {
