@@ -70,7 +70,9 @@ QTextLayout::FormatRange digitFormat(qsizetype index, const QTextCharFormat& fig
 std::vector<std::array<qreal, 10>> digitWidths(QString text,
                                                const QList<QTextLayout::FormatRange>& figures,
                                                const QFont& font) {
-    static const QString digits = QStringLiteral("0123456789");
+    // The first and the last are not measured: where they meet a text that runs the other way, a
+    // cursor's place is far from their edges.
+    static const QString digits = QStringLiteral("001234567890");
     QList<QTextLayout::FormatRange> formats;
     qsizetype shift = 0;
     std::vector<qsizetype> starts;
@@ -91,10 +93,12 @@ std::vector<std::array<qreal, 10>> digitWidths(QString text,
     layout.endLayout();
     std::vector<std::array<qreal, 10>> widths(starts.size());
     for (std::size_t figure = 0; figure < starts.size(); ++figure) {
-        int place = static_cast<int>(starts[figure]);
+        int place = static_cast<int>(starts[figure]) + 1;
+        qreal begin = line.cursorToX(place);
         for (qreal& width : widths[figure]) {
-            width = std::abs(line.cursorToX(place + 1) - line.cursorToX(place));
-            ++place;
+            const qreal end = line.cursorToX(++place);
+            width = end - begin;
+            begin = end;
         }
     }
     return widths;

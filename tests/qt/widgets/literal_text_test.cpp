@@ -2,7 +2,9 @@
 
 #include <QFontDatabase>
 #include <QFontInfo>
+#include <QFontMetricsF>
 #include <QGuiApplication>
+#include <array>
 
 #include "tests/qt/support/widget_test.h"
 
@@ -134,29 +136,129 @@ TEST(LiteralTextTest, PutsARightToLeftTextAtTheRight) {
     EXPECT_FALSE(isBlank(lineWidth / 2, lineWidth));
 }
 
+/// A countdown of `texts`: before the minutes, between them and the seconds, and after these.
+ShownText countdown(const std::array<std::string, 3>& texts, const std::string& minutes,
+                    const std::string& seconds) {
+    return shownText({{texts[0], std::nullopt, 0},
+                      {minutes, bold(), minutes.size()},
+                      {texts[1], std::nullopt, 0},
+                      {seconds, bold(), seconds.size()},
+                      {texts[2], std::nullopt, 0}});
+}
+
+int countdownWidth(const QFont& font, const std::array<std::string, 3>& texts,
+                   const std::string& minutes, const std::string& seconds) {
+    LiteralText text;
+    text.setFont(font);
+    text.setText(countdown(texts, minutes, seconds));
+    return text.naturalWidth();
+}
+
 TEST(LiteralTextTest, KeepsItsWidthWhileACountdownRuns) {
-    const auto width = [](const QFont& font, const std::string& minutes,
-                          const std::string& seconds) {
-        const TextAttributes bold{FontWeight::bold, 17, TextColor::standard};
-        LiteralText text;
-        text.setFont(font);
-        text.setText(shownText({{"In ", std::nullopt, 0},
-                                {minutes, bold, minutes.size()},
-                                {":", std::nullopt, 0},
-                                {seconds, bold, seconds.size()},
-                                {" left", std::nullopt, 0}}));
-        return text.naturalWidth();
-    };
-    // Not every font has digits of one width.
+    // Not every font has digits of one width, and some scripts run the other way.
+    const std::array<std::array<std::string, 3>, 2> languages{
+        {{"In ", ":", " left"}, {"\u0628\u0639\u062F ", " \u062F \u0648", " \u062B."}}};
     for (const QString& family : QFontDatabase::families()) {
         const QFont font(family, 11);
-        const int first = width(font, "1", "59");
-        for (const auto& [minutes, seconds] :
-             {std::pair{"1", "48"}, std::pair{"0", "11"}, std::pair{"7", "10"}}) {
-            EXPECT_EQ(width(font, minutes, seconds), first)
-                << family.toStdString() << ": " << minutes << ":" << seconds;
+        for (const auto& texts : languages) {
+            const int first = countdownWidth(font, texts, "1", "59");
+            for (const auto& [minutes, seconds] :
+                 {std::pair{"1", "48"}, std::pair{"0", "11"}, std::pair{"7", "10"}}) {
+                EXPECT_EQ(countdownWidth(font, texts, minutes, seconds), first)
+                    << family.toStdString() << ": " << minutes << ":" << seconds;
+            }
         }
     }
+}
+
+TEST(LiteralTextTest, GivesTheFiguresOfACountdownTheRoomOfTheirDigits) {
+    const QFont font;
+    for (const auto& texts : std::array<std::array<std::string, 3>, 2>{
+             {{"In ", ":", " left"}, {"\u0628\u0639\u062F ", " \u062F \u0648", " \u062B."}}}) {
+        const int digits = countdownWidth(font, texts, "14", "59");
+        const int letters = countdownWidth(font, texts, "", "");
+
+        // Four bold digits, each narrower than the bold letter m.
+        QFont large = font;
+        large.setBold(true);
+        large.setPointSizeF(QFontInfo(font).pointSizeF() * 17 / 13);
+        EXPECT_GT(digits, letters);
+        EXPECT_LT(digits, letters + 4 * QFontMetricsF(large).horizontalAdvance('m'));
+    }
+}
+
+TEST(LiteralTextTest, GoesOnWithTheSameCountdownAsAFreshOne) {
+    const std::array<std::string, 3> texts{"In ", " min ", " s"};
+    LiteralText running;
+    running.setFont(QFont());
+    for (const auto& [minutes, seconds] :
+         {std::pair{"10", "00"}, std::pair{"9", "59"}, std::pair{"9", "58"}, std::pair{"9", "9"}}) {
+        running.setText(countdown(texts, minutes, seconds));
+        EXPECT_EQ(running.naturalWidth(), countdownWidth(QFont(), texts, minutes, seconds))
+            << minutes << ":" << seconds;
+    }
+}
+
+TEST(LiteralTextTest, MeasuresAWidthTheSameAfterAnother) {
+    LiteralText literal;
+    literal.setFont(QFont());
+    literal.setText({QString("word ").repeated(40), {}});
+    const int narrow = literal.heightForWidth(100);
+    const int wide = literal.heightForWidth(lineWidth);
+
+    EXPECT_GT(narrow, wide);
+    EXPECT_EQ(literal.heightForWidth(100), narrow);
+    EXPECT_EQ(literal.usedWidth(lineWidth), literal.usedWidth(lineWidth));
+    EXPECT_LE(literal.usedWidth(lineWidth), lineWidth);
+    EXPECT_GT(literal.naturalWidth(), lineWidth);
+}
+
+TEST(LiteralTextTest, DrawsTheSameAfterItWasMeasuredForAnotherWidth) {
+    const auto picture = [](bool measuredBetween) {
+        LiteralText literal;
+        literal.setFont(QFont());
+        literal.setText({QString("word ").repeated(20), {}});
+        QImage image(lineWidth, literal.heightForWidth(lineWidth), QImage::Format_RGB32);
+        image.fill(Qt::white);
+        if (measuredBetween) {
+            static_cast<void>(literal.heightForWidth(50));
+        }
+        QPainter painter(&image);
+        literal.draw(painter, image.rect(), Qt::black);
+        return image;
+    };
+    EXPECT_EQ(picture(true), picture(false));
+}
+
+TEST(BoundedTextTest, LeavesATextOfTheLimitAlone) {
+    const QString most(mostUnits, 'w');
+    EXPECT_EQ(boundedText({most, {}}).text, most);
+    const QString lines = QString("\r\n").repeated(mostParagraphs - 1) + "last";
+    EXPECT_EQ(boundedText({lines, {}}).text, lines);
+}
+
+TEST(BoundedTextTest, EndsALongerTextWithAnEllipsis) {
+    const QString text(mostUnits + 1, 'w');
+    EXPECT_EQ(boundedText({text, {}}).text, QString(mostUnits, 'w') + "\u2026");
+}
+
+TEST(BoundedTextTest, EndsAfterTheMostParagraphs) {
+    const QString line("a\n");
+    EXPECT_EQ(boundedText({line.repeated(1000), {}}).text,
+              line.repeated(mostParagraphs - 1) + "a\u2026");
+}
+
+TEST(BoundedTextTest, KeepsSurrogatesAndCombinedCharactersTogether) {
+    const QString before(mostUnits - 1, 'w');
+    EXPECT_EQ(boundedText({before + "\U0001F600", {}}).text, before + "\u2026");
+    EXPECT_EQ(boundedText({before + "e\u0301", {}}).text, before + "\u2026");
+}
+
+TEST(BoundedTextTest, CutsTheFormatsWithTheText) {
+    QTextLayout::FormatRange format{static_cast<int>(mostUnits) - 2, 10, {}};
+    const ShownText bounded = boundedText({QString(mostUnits + 10, 'w'), {format, format}});
+    ASSERT_EQ(bounded.formats.size(), 2);
+    EXPECT_EQ(bounded.formats.at(0).length, 2);
 }
 
 }  // namespace
