@@ -2,6 +2,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "platform/qt/controls/control_adapters.h"
 #include "tests/qt/support/widget_test.h"
@@ -54,6 +55,64 @@ TEST(LabelTest, IsStaticTextToAScreenReader) {
     ASSERT_NE(accessible, nullptr);
     EXPECT_EQ(accessible->role(), QAccessible::StaticText);
     EXPECT_EQ(accessible->text(QAccessible::Name), "<b>A</b> & B");
+}
+
+/// Counts what reaches a widget's event filters.
+class LayoutRequests final : public QObject {
+  public:
+    bool eventFilter(QObject*, QEvent* event) override {
+        count_ += event->type() == QEvent::LayoutRequest ? 1 : 0;
+        return false;
+    }
+    /// Those since the last call, once all events of now are done with.
+    int take() {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        return std::exchange(count_, 0);
+    }
+
+  private:
+    int count_ = 0;
+};
+
+TEST(LabelTest, AsksForANewLayoutOnlyWhenItsTextNeedsAnotherSize) {
+    QWidget window;
+    QVBoxLayout layout(&window);
+    auto* widget = new TextLabel;
+    layout.addWidget(widget);
+    QtLabel label(*widget);
+    const auto countDown = [&](const std::string& seconds) {
+        label.setAttributedStringValue(
+            {{"The update begins in ", std::nullopt, 0},
+             {seconds, TextAttributes{FontWeight::bold, 17, {}}, seconds.size()}},
+            Announcement::silent);
+    };
+    countDown("12");
+    window.show();
+    LayoutRequests requests;
+    window.installEventFilter(&requests);
+    requests.take();
+
+    countDown("11");
+    EXPECT_EQ(requests.take(), 0);
+    EXPECT_EQ(label.stringValue(), "The update begins in 11");
+    countDown("9");
+    EXPECT_GT(requests.take(), 0);
+    label.setStringValue("two\nlines");
+    EXPECT_GT(requests.take(), 0);
+}
+
+TEST(LabelTest, TellsAScreenReaderAllOfATextThatIsNotShownWhole) {
+    TextLabel widget;
+    const std::string text(100'000, 'w');
+    QtLabel(widget).setStringValue(text);
+
+    const QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&widget);
+    ASSERT_NE(accessible, nullptr);
+    EXPECT_EQ(accessible->text(QAccessible::Name).toStdString(), text);
+    widget.resize(300, 10);
+    // A window that is taller than the display's own limit is not shown at all.
+    EXPECT_LT(widget.heightForWidth(300), 32767);
 }
 
 TEST(LabelTest, BreaksALongNameAtItsJoints) {
