@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "platform/qt/application/run_loop.h"
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/appearance.h"
 #include "platform/qt/desktop/x11_desktop.h"
@@ -119,13 +120,14 @@ void PromptWindow::present() {
 
 void PromptWindow::afterFirstPicture() {
     if (QGuiApplication::windowIcon().isNull()) {
-        constexpr int iconSide = 256;
+        constexpr int iconSide = 128;
         QGuiApplication::setWindowIcon(
             QIcon(vectorPicture(":/icons/velunor-os-update.svg", iconSide)));
     }
     if (hasSessionBus()) {
         settings_ = followDesktopSettings(QDBusConnection::sessionBus());
     }
+    releaseFreeMemory();
 }
 
 bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {

@@ -1,5 +1,6 @@
 #include "platform/qt/application/run_loop.h"
 
+#include <malloc.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -89,6 +90,10 @@ void onTerminationSignal(std::function<void()> terminate) {
     }
     // Who started the program may have blocked them.
     pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);
+}
+
+void releaseFreeMemory() {
+    malloc_trim(0);
 }
 
 }  // namespace velunor

@@ -26,4 +26,8 @@ class QtRunLoop final : public RunLoop {
 /// application object.
 void onTerminationSignal(std::function<void()> terminate);
 
+/// Gives what the process has freed back to the system, which the allocator would keep for later:
+/// a start needs more than a countdown. Any thread.
+void releaseFreeMemory();
+
 }  // namespace velunor

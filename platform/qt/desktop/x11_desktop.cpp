@@ -7,6 +7,7 @@
 #include <QWidget>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,10 +29,17 @@ xcb_connection_t* connection() {
     return x11 == nullptr ? nullptr : x11->connection();
 }
 
+/// The number of a name on the X server, asked for once.
 xcb_atom_t atom(xcb_connection_t* x, const std::string& name) {
-    const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-        x, xcb_intern_atom(x, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+    static std::map<std::string, xcb_atom_t> known;
+    const auto [entry, isNew] = known.try_emplace(name, xcb_atom_t{XCB_ATOM_NONE});
+    if (isNew) {
+        const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+            x, xcb_intern_atom(x, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
+            nullptr));
+        entry->second = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+    }
+    return entry->second;
 }
 
 /// The 32-bit values of a window's property; empty when it is absent or of another format.
