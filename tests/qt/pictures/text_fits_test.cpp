@@ -113,13 +113,14 @@ Complaints complaintsAbout(const PromptWindow& window, bool mayScroll) {
     Complaints complaints;
     for (const auto* label : window.findChildren<TextLabel*>()) {
         if (label->isVisible()) {
-            checkText(*label, label->text(), label->textFont(), label->size(), complaints);
+            const QString shown = boundedText({label->text(), {}}).text;
+            checkText(*label, shown, label->textFont(), label->size(), complaints);
         }
     }
     for (const auto* button : window.findChildren<TextButton*>()) {
         if (button->isVisible()) {
-            checkText(*button, button->literalText(), button->textFont(), button->textRoom().size(),
-                      complaints);
+            const QString shown = boundedText({button->literalText(), {}}).text;
+            checkText(*button, shown, button->textFont(), button->textRoom().size(), complaints);
         }
     }
     for (const auto* field : window.findChildren<QLineEdit*>()) {
