@@ -255,7 +255,7 @@ void PromptWindow::paintEvent(QPaintEvent* event) {
     if (!pictured_) {
         pictured_ = true;
         // Drawing the icon and connecting to a bus take their time.
-        QTimer::singleShot(0, this, &PromptWindow::afterFirstPicture);
+        afterPictureTimer_.start(0);
     }
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);

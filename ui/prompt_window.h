@@ -105,6 +105,7 @@ class PromptWindow final : public QWidget {
     std::function<void()> appear_ = [] {};
     X11DesktopChanges desktopChanges_{[this] { scheduleRelayout(); }};
     QTimer relayoutTimer_;
+    QTimer afterPictureTimer_;
     /// Runs for a moment after each check.
     QTimer settling_;
     QPointF pressedAt_;

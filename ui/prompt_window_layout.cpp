@@ -77,6 +77,8 @@ void PromptWindow::followDesktop() {
     }
     connect(qGuiApp, &QGuiApplication::screenAdded, this, follow);
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &PromptWindow::scheduleRelayout);
+    afterPictureTimer_.setSingleShot(true);
+    connect(&afterPictureTimer_, &QTimer::timeout, this, &PromptWindow::afterFirstPicture);
     relayoutTimer_.setSingleShot(true);
     connect(&relayoutTimer_, &QTimer::timeout, this, &PromptWindow::relayout);
     qApp->installEventFilter(this);

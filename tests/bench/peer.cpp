@@ -22,11 +22,21 @@ void afterFirstPicture() {
 namespace {
 
 class BareWindow final : public QWidget {
+  public:
+    BareWindow() {
+        timer_.setSingleShot(true);
+        QObject::connect(&timer_, &QTimer::timeout, afterFirstPicture);
+    }
+
+  protected:
     void paintEvent(QPaintEvent*) override {
         if (!pictured) {
-            QTimer::singleShot(0, afterFirstPicture);
+            timer_.start(0);
         }
     }
+
+  private:
+    QTimer timer_;
 };
 
 }  // namespace
