@@ -3,15 +3,12 @@
 #include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QIcon>
 #include <QMouseEvent>
 #include <QScrollArea>
-#include <QScrollBar>
 #include <QWindow>
 #include <algorithm>
 #include <chrono>
 
-#include "platform/qt/application/run_loop.h"
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/appearance.h"
 #include "platform/qt/desktop/x11_desktop.h"
@@ -50,15 +47,6 @@ class CheckingLook {
   private:
     TextButton& button_;
 };
-
-QString scrollBarStyle(const Theme& theme) {
-    return QStringLiteral(
-               "QScrollBar { background: transparent; width: 10px; margin: 4px 2px; }"
-               "QScrollBar::handle { background: %1; border-radius: 3px; min-height: 32px; }"
-               "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
-               "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }")
-        .arg(theme.fieldBorder.name());
-}
 
 }  // namespace
 
@@ -116,18 +104,6 @@ void PromptWindow::present() {
     // then and the first show.
     place();
     show();
-}
-
-void PromptWindow::afterFirstPicture() {
-    if (QGuiApplication::windowIcon().isNull()) {
-        constexpr int iconSide = 128;
-        QGuiApplication::setWindowIcon(
-            QIcon(vectorPicture(":/icons/velunor-os-update.svg", iconSide)));
-    }
-    if (hasSessionBus()) {
-        settings_ = followDesktopSettings(QDBusConnection::sessionBus());
-    }
-    releaseFreeMemory();
 }
 
 bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {
@@ -251,59 +227,8 @@ void PromptWindow::mouseMoveEvent(QMouseEvent* event) {
     }
 }
 
-void PromptWindow::paintEvent(QPaintEvent* event) {
-    if (!pictured_) {
-        pictured_ = true;
-        // Drawing the icon and connecting to a bus take their time.
-        afterPictureTimer_.start(0);
-    }
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QRect withinCorners =
-        rect().marginsRemoved({cardRadius, cardRadius, cardRadius, cardRadius});
-    if (withinCorners.contains(event->rect())) {
-        painter.fillRect(event->rect(), currentTheme().card);
-    } else {
-        drawCard(painter);
-    }
-    if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
-        painter.setPen(QPen(currentTheme().cardBorder, 1));
-        const double y = form_->timerArea->y() - 0.5;
-        painter.drawLine(QPointF(0.5, y), QPointF(width() - 0.5, y));
-    }
-}
-
-void PromptWindow::drawCard(QPainter& painter) {
-    const Theme& theme = currentTheme();
-    const QRectF edge = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.setPen(QPen(theme.cardBorder, 1));
-    if (mask().isEmpty()) {
-        painter.setBrush(theme.card);
-        painter.drawRoundedRect(edge, cardRadius, cardRadius);
-    } else {
-        // Along the cut corners every pixel of the edge is the border's: nothing shows through, and
-        // no half-blended pixel tells of what is not there.
-        painter.fillRect(rect(), theme.cardBorder);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(theme.card);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), cardRadius - 1,
-                                cardRadius - 1);
-    }
-}
-
 std::array<QScrollArea*, 3> PromptWindow::areas() const {
     return {form_->bodyArea, form_->timerArea, form_->footerArea};
-}
-
-void PromptWindow::styleScrollBars() {
-    const QString style = scrollBarStyle(currentTheme());
-    for (QScrollArea* area : areas()) {
-        QScrollBar& bar = *area->verticalScrollBar();
-        // The toolkit's style sheets take their time, and most windows have no scroll bar.
-        if (area->verticalScrollBarPolicy() == Qt::ScrollBarAlwaysOn && bar.styleSheet() != style) {
-            bar.setStyleSheet(style);
-        }
-    }
 }
 
 }  // namespace velunor

@@ -1,8 +1,6 @@
 #include "platform/qt/widgets/literal_text.h"
 
-#include <QFontInfo>
 #include <QFontMetricsF>
-#include <QGuiApplication>
 #include <QTextBoundaryFinder>
 #include <QTextOption>
 #include <algorithm>
@@ -17,33 +15,9 @@ constexpr qreal unlimitedWidth = 1 << 24;
 /// Extra room between lines, as a part of a line's height.
 constexpr qreal extraLeading = 0.12;
 
-QList<QTextLayout::FormatRange> formatsWithin(const QList<QTextLayout::FormatRange>& formats,
-                                              qsizetype start, qsizetype end) {
-    QList<QTextLayout::FormatRange> within;
-    for (const QTextLayout::FormatRange& range : formats) {
-        const qsizetype first = std::max<qsizetype>(range.start, start);
-        const qsizetype last = std::min<qsizetype>(range.start + range.length, end);
-        if (first < last) {
-            within.append(
-                {static_cast<int>(first - start), static_cast<int>(last - first), range.format});
-        }
-    }
-    return within;
-}
-
 bool isNumber(QStringView text) {
     return !text.isEmpty() && std::all_of(text.begin(), text.end(),
                                           [](QChar unit) { return unit >= u'0' && unit <= u'9'; });
-}
-
-bool isLineBreak(QChar unit) {
-    return unit == u'\n' || unit == u'\r' || unit == QChar::LineSeparator ||
-           unit == QChar::ParagraphSeparator;
-}
-
-/// Whether the line break at `index` has two units.
-bool isPair(QStringView text, qsizetype index) {
-    return text.sliced(index).startsWith(QStringView(u"\r\n"));
 }
 
 /// Figures of `shown`: the styled parts of it that are numbers.
@@ -104,58 +78,7 @@ std::vector<std::array<qreal, 10>> digitWidths(QString text,
     return widths;
 }
 
-/// A styled run's size beside the desktop's own font: the sizes are meant for a desktop whose text
-/// has 13 points, and grow with the text of one that has more.
-double sizeBesideDesktopFont(double pointSize) {
-    constexpr double usualPointSize = 13;
-    return QFontInfo(QGuiApplication::font()).pointSizeF() * pointSize / usualPointSize;
-}
-
 }  // namespace
-
-ShownText shownText(const AttributedString& styled) {
-    ShownText shown;
-    for (const TextRun& run : styled) {
-        const QString text = QString::fromStdString(run.text);
-        auto styledUnits = static_cast<qsizetype>(
-            std::min(run.styledLength, static_cast<std::size_t>(text.size())));
-        if (styledUnits < text.size() && text.at(styledUnits).isLowSurrogate()) {
-            ++styledUnits;
-        }
-        if (run.attributes && styledUnits > 0) {
-            // The standard text colour is the label's own, so the format says nothing about it.
-            QTextCharFormat format;
-            format.setFontWeight(run.attributes->weight == FontWeight::bold ? QFont::Bold
-                                                                            : QFont::Normal);
-            format.setFontPointSize(sizeBesideDesktopFont(run.attributes->pointSize));
-            shown.formats.append(
-                {static_cast<int>(shown.text.size()), static_cast<int>(styledUnits), format});
-        }
-        shown.text += text;
-    }
-    return shown;
-}
-
-ShownText boundedText(ShownText shown) {
-    const QStringView text = shown.text;
-    const qsizetype most = std::min(text.size(), mostUnits);
-    qsizetype end = 0;
-    for (int paragraphs = 0; end < most; ++end) {
-        if (isLineBreak(text.at(end)) && !isPair(text, end) && ++paragraphs == mostParagraphs) {
-            break;
-        }
-    }
-    if (end == text.size()) {
-        return shown;
-    }
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.first(end + 1));
-    finder.setPosition(end);
-    end = finder.isAtBoundary() ? end : finder.toPreviousBoundary();
-    shown.formats = formatsWithin(shown.formats, 0, end);
-    shown.text.truncate(end);
-    shown.text += QChar(0x2026);
-    return shown;
-}
 
 void LiteralText::setText(ShownText shown, qsizetype hangingUnits) {
     shown_ = std::move(shown);
@@ -186,7 +109,7 @@ QList<QTextLayout::FormatRange> LiteralText::steadyFormats() const {
     for (const QTextLayout::FormatRange& figure : figures) {
         masked.replace(figure.start, figure.length, QString(figure.length, u'0'));
     }
-    if (masked != figuresText_) {
+    if (masked != figuresText_ || figures.size() != static_cast<qsizetype>(digitWidths_.size())) {
         digitWidths_ = digitWidths(shown_.text, figures, font_);
         figuresText_ = masked;
     }
@@ -217,12 +140,13 @@ void LiteralText::shape() const {
     const QList<QTextLayout::FormatRange> formats = steadyFormats();
     const QString& text = shown_.text;
     qsizetype start = 0;
-    for (qsizetype index = 0; index < text.size(); ++index) {
-        if (isLineBreak(text.at(index))) {
+    for (qsizetype index = 0; index < text.size();) {
+        const qsizetype length = lineBreakAt(text, index);
+        if (length > 0) {
             addParagraph(start, index, formats);
-            index += isPair(text, index) ? 1 : 0;
-            start = index + 1;
+            start = index + length;
         }
+        index += std::max<qsizetype>(length, 1);
     }
     addParagraph(start, text.size(), formats);
 }

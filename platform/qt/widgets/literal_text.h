@@ -11,27 +11,9 @@
 #include <optional>
 #include <vector>
 
-#include "platform/graphics.h"
+#include "platform/qt/widgets/shown_text.h"
 
 namespace velunor {
-
-/// A text and the parts of it that have a format of their own, in UTF-16 units.
-struct ShownText {
-    QString text;
-    QList<QTextLayout::FormatRange> formats;
-};
-
-/// The text of all runs with the looks of their styled parts. A styled part that would end inside
-/// a surrogate pair is widened to the whole code point.
-[[nodiscard]] ShownText shownText(const AttributedString& styled);
-
-/// What of a text is laid out, in UTF-16 units and paragraphs: some pages of so small a window.
-inline constexpr qsizetype mostUnits = 2000;
-inline constexpr int mostParagraphs = 100;
-
-/// As much of `shown` as is laid out, so that no text can hold the window up; an ellipsis at its
-/// end tells that there is more. Whole code points and combined characters stay together.
-[[nodiscard]] ShownText boundedText(ShownText shown);
 
 /// Lays out and draws a text exactly as it stands: no markup, no mnemonics. Lines break at the
 /// text's own line breaks and where the width asks for it, inside a word if need be. Each paragraph
