@@ -1,5 +1,6 @@
 #include "tests/linux/credential_checker/service_support.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -45,6 +46,8 @@ CheckerServiceRunner::CheckerServiceRunner(const std::string& program) {
         setpgid(0, 0);
         constexpr int firstPassedDescriptor = 3;
         dup2(listener.descriptor(), firstPassedDescriptor);
+        // Where it has that number already nothing was duplicated, and it would be closed.
+        fcntl(firstPassedDescriptor, F_SETFD, 0);
         execl(program.c_str(), program.c_str(), "serve", nullptr);
         _exit(EXIT_FAILURE);
     }
