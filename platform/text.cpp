@@ -28,6 +28,15 @@ constexpr bool isControl(char32_t code) {
            (code >= 0x2066U && code <= 0x2069U);
 }
 
+/// Where the run of printable ASCII characters that no style escapes ends that begins at `index`.
+std::size_t endOfPlainLetters(std::string_view text, std::size_t index) {
+    while (index < text.size() && text[index] >= ' ' && text[index] <= '~' && text[index] != '"' &&
+           text[index] != '\\') {
+        ++index;
+    }
+    return index;
+}
+
 std::string hexadecimal(char32_t code, int fewestDigits) {
     std::array<char, 16> digits{};
     static_cast<void>(std::snprintf(digits.data(), digits.size(), "%0*X", fewestDigits,
@@ -109,20 +118,23 @@ std::string inOneLine(std::string_view text, EscapeStyle style) {
 
 void putInOneLine(std::string_view text, EscapeStyle style,
                   const std::function<void(std::string_view piece)>& put) {
-    while (!text.empty()) {
-        const auto first = firstCodePoint(text);
-        const std::size_t length = first ? first->length : 1;
+    // What stands as it is goes out in one piece: texts are long, and most of them plain.
+    std::size_t plain = 0;
+    while ((plain = endOfPlainLetters(text, plain)) < text.size()) {
+        const auto first = firstCodePoint(text.substr(plain));
         const bool isMark = first && (first->value == U'"' || first->value == U'\\');
-        if (!first) {
-            put("\uFFFD");
-        } else if (isControl(first->value)) {
-            put(escapeOf(first->value, style));
-        } else {
-            put(isMark && style == EscapeStyle::listElement ? "\\" : "");
-            put(text.substr(0, length));
+        const bool isEscaped = isMark && style == EscapeStyle::listElement;
+        if (first && !isControl(first->value) && !isEscaped) {
+            plain += first->length;
+            continue;
         }
-        text.remove_prefix(length);
+        put(text.substr(0, plain));
+        put(!first ? "\uFFFD" : isEscaped ? "\\" : escapeOf(first->value, style));
+        const std::size_t replaced = isEscaped ? 0 : first ? first->length : 1;
+        text.remove_prefix(plain + replaced);
+        plain = isEscaped ? first->length : 0;
     }
+    put(text);
 }
 
 std::string listDescription(std::span<const std::string> elements) {

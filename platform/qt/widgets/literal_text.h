@@ -17,17 +17,12 @@ namespace velunor {
 
 /// Lays out and draws a text exactly as it stands: no markup, no mnemonics. Lines break at the
 /// text's own line breaks and where the width asks for it, inside a word if need be. Each paragraph
-/// runs in the direction of its first strong character. What a reader would have to scroll through
-/// for pages, more than `mostUnits` UTF-16 units or `mostParagraphs` paragraphs, gives way to an
-/// ellipsis, so that no text can hold the window up. The toolkit's own label takes a text for
+/// runs in the direction of its first strong character. The toolkit's own label takes a text for
 /// markup when it looks like it, cuts a word that is too long, and lets the text beside a running
 /// figure tremble. A text is shaped once, when it is first measured or drawn, for all widths. Main
 /// thread only.
 class LiteralText {
   public:
-    static constexpr qsizetype mostUnits = 4000;
-    static constexpr int mostParagraphs = 200;
-
     /// Every line but the first begins where the text goes on after its first `hangingUnits` units,
     /// such as a bullet, which stand at the leading edge of the surrounding layout. Such a text has
     /// no formats.
