@@ -30,7 +30,9 @@ readonly PACKAGES_TEST=(
 readonly PACKAGES_DESKTOPS=(picom weston xwayland qt6-wayland)
 readonly PACKAGES_FULL=(clang libclang-rt-dev valgrind)
 readonly PACKAGES_LINT=(clang clang-format clang-tidy shellcheck)
-readonly PACKAGES_BENCH=(zenity)
+readonly PACKAGES_BENCH=(
+    adwaita-icon-theme gnuplot-nox kdialog libbenchmark-dev libfltk1.3-dev librsvg2-common
+    libxdamage-dev python3 strace valgrind yad zenity)
 readonly PACKAGES_PACKAGE=(dpkg-dev file gzip lintian)
 }
 

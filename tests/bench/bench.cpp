@@ -1,186 +1,262 @@
-// Measures the prompt beside other programs that show one small window: the time from the start
-// until the window is on the screen, the peak of memory by then, and the time from a click on its
-// button to the end of the process. Medians over all runs; the programs take turns, so that the
-// state of the machine is the same for each.
+// Measures the prompt beside other programs that show one small window. They take turns, so that
+// the state of the machine is the same for each. Prints a line for each value: what was measured,
+// of which program, the value; dev.d/bench_report.py makes tables and plots of them.
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <exception>
-#include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "tests/support/desktop/accessible.h"
-#include "tests/support/prompt/agent_service.h"
-#include "tests/support/temporary_directory.h"
+#include "tests/bench/counting.h"
+#include "tests/bench/desk.h"
 
 namespace {
 
 using namespace velunor::testing;
-using Clock = std::chrono::steady_clock;
+using Clock = WindowWatch::Clock;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
 
-struct Program {
-    std::string name;
-    std::vector<std::string> command;
-    /// Title of the button that ends it; empty where the click is not measured.
-    std::string button;
-    std::vector<double> startMilliseconds;
-    std::vector<double> peakKibibytes;
-    std::vector<double> endMilliseconds;
-};
+/// How long a program is left alone before what it takes at rest is measured.
+constexpr seconds settling{3};
 
-double millisecondsSince(Clock::time_point begin) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+template <class Subject>
+void print(const std::string& measure, const Subject& subject, double value) {
+    std::cout << measure << '\t' << subject << '\t' << value << std::endl;
 }
 
-double median(std::vector<double> values) {
-    if (values.empty()) {
-        return 0;
-    }
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+double millisecondsBetween(Clock::time_point begin, Clock::time_point end) {
+    return std::chrono::duration<double, std::milli>(end - begin).count();
 }
 
-// The most memory that the process has held so far.
-double peakKibibytes(pid_t process) {
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmHWM:")) {
-            return std::stod(line.substr(line.find(':') + 1));
-        }
-    }
-    throw std::runtime_error("the peak of memory is not known");
+double secondsNow() {
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
 }
 
-// Asks more often than a test does: what is measured is some tens of milliseconds.
-void waitUntil(const std::function<bool()>& condition, const std::string& what) {
+/// Asks more often than a test does: what is measured is a few milliseconds.
+Clock::time_point whenTrue(const std::function<bool()>& condition, seconds limit = patience) {
     const auto begin = Clock::now();
     while (!condition()) {
-        if (Clock::now() - begin > patience) {
-            throw std::runtime_error("waited in vain until " + what);
+        if (Clock::now() - begin > limit) {
+            throw std::runtime_error("waited in vain");
         }
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+    return Clock::now();
+}
+
+void measureStart(Desk& desk, const Program& program) {
+    desk.watch().forget();
+    const auto begin = Clock::now();
+    const auto process = desk.start(program.command);
+    const WindowWatch::Appearance shown = desk.watch().next();
+    const double processor = costBetween({}, costsOf(process->id())).processorMilliseconds;
+    print("exec to mapped, ms", program.name, millisecondsBetween(begin, shown.mapped));
+    print("exec to painted, ms", program.name, millisecondsBetween(begin, shown.painted));
+    print("processor until painted, ms", program.name, processor);
+    // What is done behind the first picture belongs to what stays.
+    std::this_thread::sleep_for(milliseconds(600));
+    const Memory memory = memoryOf(process->id());
+    print("proportional memory, kB", program.name, memory.proportional);
+    print("own memory, kB", program.name, memory.own);
+    process->sendSignal(SIGKILL);
+}
+
+void measureEnd(Desk& desk, const Program& program) {
+    desk.watch().forget();
+    const auto process = desk.start(program.command);
+    const WindowId window = desk.watch().next().window;
+    std::this_thread::sleep_for(milliseconds(600));
+    const std::size_t before = desk.service().requests().size();
+    desk.pointAtButton(program, window);
+    const auto begin = Clock::now();
+    desk.click();
+    if (program.command.front() == promptCommand().front()) {
+        const auto delivered = whenTrue([&] { return desk.service().requests().size() > before; });
+        print("click to delivered, ms", program.name, millisecondsBetween(begin, delivered));
+    }
+    const auto ended = whenTrue([&] { return !process->isRunning(); });
+    print("click to end, ms", program.name, millisecondsBetween(begin, ended));
+}
+
+/// All of them side by side: they do next to nothing.
+void measureStanding(Desk& desk, const std::vector<Program>& programs, seconds time) {
+    std::vector<std::unique_ptr<ChildProcess>> processes;
+    processes.reserve(programs.size());
+    for (const Program& program : programs) {
+        desk.watch().forget();
+        processes.push_back(desk.start(program.command));
+        static_cast<void>(desk.watch().next());
+    }
+    std::this_thread::sleep_for(settling);
+    std::vector<ThreadCosts> before;
+    before.reserve(programs.size());
+    for (const auto& process : processes) {
+        before.push_back(costsOf(process->id()));
+    }
+    std::this_thread::sleep_for(time);
+    const auto length = static_cast<double>(time.count());
+    for (std::size_t index = 0; index < programs.size(); ++index) {
+        const Cost cost = costBetween(before[index], costsOf(processes[index]->id()));
+        const std::string& name = programs[index].name;
+        print("context switches a second", name, cost.contextSwitches / length);
+        print("processor, ms a second", name, cost.processorMilliseconds / length);
     }
 }
 
-class Bench {
-  public:
-    Bench() : display_(directory_.path()), bus_(directory_.path()), service_(startService()) {
-        environment_ = {{"PATH", "/usr/local/bin:/usr/bin:/bin"},
-                        {"HOME", directory_.path().string()},
-                        {"XDG_RUNTIME_DIR", directory_.path().string()},
-                        {"LC_ALL", "C.UTF-8"},
-                        {"DISPLAY", display_.name()},
-                        {"DBUS_SESSION_BUS_ADDRESS", bus_.address()},
-                        {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"},
-                        {"GSETTINGS_BACKEND", "memory"},
-                        {"NO_AT_BRIDGE", "1"}};
-        const char* settings = std::getenv("VELUNOR_AGENT_SETTINGS");
-        environment_["VELUNOR_AGENT_SETTINGS"] = settings == nullptr ? "" : settings;
-        std::filesystem::permissions(directory_.path(), std::filesystem::perms::owner_all);
-    }
-
-    void measureStart(Program& program) {
-        const auto begin = Clock::now();
-        const ChildProcess process(command(program));
-        waitUntil([this] { return !display_.screen().shownWindows().empty(); },
-                  program.name + " showed");
-        program.startMilliseconds.push_back(millisecondsSince(begin));
-        program.peakKibibytes.push_back(peakKibibytes(process.id()));
-        process.sendSignal(SIGKILL);
-        waitUntil([this] { return display_.screen().shownWindows().empty(); },
-                  program.name + " was gone");
-    }
-
-    void measureEnd(Program& program) {
-        Command started = command(program);
-        started.environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
-        ChildProcess process(started);
-        const AccessibilityReader reader(bus_.accessibilityAddress());
-        std::optional<Accessible> button;
-        waitUntil(
-            [&] {
-                const std::optional<Accessible> before = button;
-                button =
-                    findControl(reader.controlsOf(process.id()), "push button", program.button);
-                return before && button && before->extents == button->extents;
-            },
-            program.name + " had its button");
-        const std::vector<WindowId> windows = display_.screen().shownWindows();
-        if (windows.empty()) {
-            throw std::runtime_error(program.name + " has no window");
-        }
-        display_.screen().click(windows.back(), button->extents);
-        const auto begin = Clock::now();
-        waitUntil([&] { return !process.isRunning(); }, program.name + " ended");
-        program.endMilliseconds.push_back(millisecondsSince(begin));
-    }
-
-  private:
-    std::unique_ptr<TestAgentService> startService() {
-        return std::make_unique<TestAgentService>(bus_.address(), Treatment::answer);
-    }
-
-    [[nodiscard]] Command command(const Program& program) const {
-        return {.arguments = program.command,
-                .environment = environment_,
-                .output = {},
-                .errors = directory_.path() / "errors"};
-    }
-
-    TemporaryDirectory directory_;
-    Display display_;
-    Bus bus_;
-    std::unique_ptr<TestAgentService> service_;
-    Environment environment_;
-};
-
-void print(const std::vector<Program>& programs) {
-    const Program& own = programs.front();
-    std::printf("%-28s %12s %7s %12s %7s %12s\n", "", "start, ms", "ratio", "peak, KiB", "ratio",
-                "click to end");
+void countCalls(Desk& desk, const std::vector<Program>& programs, seconds time) {
+    struct Traced {
+        std::filesystem::path path;
+        double painted = 0;
+        std::unique_ptr<ChildProcess> process;
+    };
+    std::vector<Traced> traced;
     for (const Program& program : programs) {
-        const double start = median(program.startMilliseconds);
-        const double peak = median(program.peakKibibytes);
-        std::printf("%-28s %12.1f %7.2f %12.0f %7.2f", program.name.c_str(), start,
-                    median(own.startMilliseconds) / start, peak, median(own.peakKibibytes) / peak);
-        if (!program.endMilliseconds.empty()) {
-            std::printf(" %9.1f ms", median(program.endMilliseconds));
-        }
-        std::printf("\n");
+        const auto path = desk.directory() / ("calls." + std::to_string(traced.size()));
+        desk.watch().forget();
+        auto process = desk.start(tracingCalls(program.command, path));
+        static_cast<void>(desk.watch().next());
+        traced.push_back({path, secondsNow(), std::move(process)});
     }
-    std::printf("Medians of %zu runs; a ratio is the prompt's value by that of the line.\n",
-                own.startMilliseconds.size());
+    std::this_thread::sleep_for(settling);
+    const double begin = secondsNow();
+    std::this_thread::sleep_for(time);
+    const double end = secondsNow();
+    for (std::size_t index = 0; index < programs.size(); ++index) {
+        traced[index].process.reset();
+        const Calls start = callsBetween(traced[index].path, 0, traced[index].painted);
+        const Calls standing = callsBetween(traced[index].path, begin, end);
+        const std::string& name = programs[index].name;
+        print("files opened until painted", name, start.filesOpened);
+        print("files asked for in vain until painted", name, start.filesMissing);
+        print("system calls a second", name, standing.all / (end - begin));
+    }
+}
+
+/// Counts the instructions of the start, and of `ticks` ticks.
+struct Instructions {
+    double start = 0;
+    double tick = 0;
+};
+Instructions countInstructions(const Desk& desk, const std::vector<std::string>& command,
+                               const std::string& pictured, std::size_t ticks) {
+    const std::filesystem::path directory = desk.directory() / "counts";
+    std::filesystem::remove_all(directory);
+    std::filesystem::create_directory(directory);
+    const auto path = directory / "count";
+    const auto process = desk.start(countingInstructions(command, path, {pictured, promptTick}));
+    Instructions counted;
+    static_cast<void>(whenTrue(
+        [&] {
+            std::this_thread::sleep_for(milliseconds(100));
+            if (!process->isRunning()) {
+                throw std::runtime_error(command.front() + " ended early");
+            }
+            counted.start = instructionsUntil(path, pictured).value_or(0);
+            std::vector<double> all = instructionsOfTicks(path, pictured, promptTick);
+            if (counted.start == 0 || all.size() < ticks) {
+                return false;
+            }
+            std::ranges::sort(all);
+            counted.tick = all.empty() ? 0 : all[all.size() / 2];
+            return true;
+        },
+        std::chrono::minutes(5)));
+    return counted;
+}
+
+constexpr std::size_t enoughTicks = 7;
+
+void countInstructions(const Desk& desk, const Program& program, const std::string& pictured,
+                       std::size_t ticks) {
+    const Instructions counted = countInstructions(desk, program.command, pictured, ticks);
+    print("instructions until the first picture, million", program.name, counted.start / 1e6);
+    if (ticks > 0) {
+        print("instructions a tick, million", program.name, counted.tick / 1e6);
+    }
+}
+
+/// How the start and the tick grow with the length of a text.
+void countTextSizes(const Desk& desk) {
+    constexpr std::size_t longest = 10'000'000;
+    for (std::size_t size = 10; size <= longest; size *= 10) {
+        std::string lines;
+        while (lines.size() < size) {
+            lines += "a short line\n";
+        }
+        lines.resize(size);
+        for (const auto& [measure, text] :
+             {std::pair{"message without a space", std::string(size, 'w')},
+              std::pair{"message of short lines", lines}}) {
+            desk.customizeMessage(text);
+            const Instructions counted =
+                countInstructions(desk, promptCommand(), promptPictured, enoughTicks);
+            print(std::string(measure) + ": start, million", size, counted.start / 1e6);
+            print(std::string(measure) + ": tick, million", size, counted.tick / 1e6);
+        }
+    }
+    desk.forgetMessage();
+    // No system passes on a longer argument than 128 KiB.
+    for (const std::size_t size : {10U, 100U, 1'000U, 10'000U, 100'000U}) {
+        const Instructions counted = countInstructions(desk, promptCommand(std::string(size, 'w')),
+                                                       promptPictured, enoughTicks);
+        print("update name: start, million", size, counted.start / 1e6);
+        print("update name: tick, million", size, counted.tick / 1e6);
+    }
 }
 
 void run(int runs, const std::string& build) {
+    std::vector<std::string> withCredentials = promptCommand();
+    withCredentials[1] = "OSUpdateWithCred";
+    const std::string fltk = build + "/bench_fltk";
     std::vector<Program> programs{
-        {"VelunorOSUpdate",
-         {build + "/VelunorOSUpdate", "OSUpdate", "Debian 12.9", "false", "15", "false", "2"},
-         "Update Now",
-         {},
-         {},
-         {}},
-        {"least window of the toolkit", {build + "/bench_peer"}, "Update Now", {}, {}, {}},
-        {"zenity", {"zenity", "--info", "--text", "An update is ready"}, "", {}, {}, {}},
-        {"xmessage", {"xmessage", "An update is ready"}, "", {}, {}, {}}};
-    Bench bench;
-    for (int round = 0; round < runs; ++round) {
-        for (Program& program : programs) {
-            bench.measureStart(program);
-            if (!program.button.empty()) {
-                bench.measureEnd(program);
-            }
+        {.name = "prompt", .command = promptCommand(), .button = "Update Now"},
+        {.name = "prompt with credentials", .command = withCredentials, .button = "Postpone"},
+        {.name = "bare window of the toolkit",
+         .command = {build + "/bench_peer"},
+         .button = "Update Now"},
+        {.name = "bare window of FLTK",
+         .command = {fltk},
+         .button = {},
+         .buttonPlace = {140, 50, 90, 30}},
+        {.name = "yad",
+         .command = {"yad", "--text=An update is ready", "--timeout=900",
+                     "--timeout-indicator=bottom", "--image=software-update-available",
+                     "--button=Postpone:1", "--button=Update Now:0"},
+         .button = "Update Now"},
+        {.name = "kdialog",
+         .command = {"kdialog", "--msgbox", "An update is ready"},
+         .button = {},
+         .buttonPlace = {95, 49, 80, 26}},
+        {.name = "zenity",
+         .command = {"zenity", "--info", "--text", "An update is ready"},
+         .button = "OK"}};
+    Desk desk;
+    for (Program& program : programs) {
+        if (!program.button.empty()) {
+            desk.findButton(program);
         }
     }
-    print(programs);
+    for (int round = 0; round < runs; ++round) {
+        for (const Program& program : programs) {
+            measureStart(desk, program);
+            measureEnd(desk, program);
+        }
+    }
+    measureStanding(desk, programs, seconds(60));
+    countCalls(desk, programs, seconds(20));
+    countInstructions(desk, programs[0], promptPictured, enoughTicks);
+    countInstructions(desk, programs[1], promptPictured, enoughTicks);
+    countInstructions(desk, programs[2], bareWindowPictured, 0);
+    countTextSizes(desk);
 }
 
 }  // namespace

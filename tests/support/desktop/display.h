@@ -102,6 +102,10 @@ class Screen {
     /// Asks the window manager to close the window, as a pager does.
     void requestClose(WindowId window);
 
+    /// Moves the pointer to the middle of a place that is given inside of the window.
+    void pointAt(WindowId window, const PixelRect& place);
+    /// Clicks where the pointer is.
+    void click();
     /// Clicks the middle of a place that is given inside of the window.
     void click(WindowId window, const PixelRect& place);
     /// Presses and releases the key that xmodmap calls `key` ("Escape"), Alt held or not.

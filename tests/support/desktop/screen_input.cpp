@@ -61,7 +61,7 @@ KeyStroke strokeFor(::Display* display, KeySym symbol) {
 
 }  // namespace
 
-void Screen::click(WindowId window, const PixelRect& place) {
+void Screen::pointAt(WindowId window, const PixelRect& place) {
     // The window manager may still be moving the window: what counts is where it is in the end.
     PixelRect before;
     static_cast<void>(eventually([&] {
@@ -72,9 +72,17 @@ void Screen::click(WindowId window, const PixelRect& place) {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         return contentOf(window) == before;
     }));
+}
+
+void Screen::click() {
     XTestFakeButtonEvent(connection_->display, 1, 1, CurrentTime);
     XTestFakeButtonEvent(connection_->display, 1, 0, CurrentTime);
     XSync(connection_->display, 0);
+}
+
+void Screen::click(WindowId window, const PixelRect& place) {
+    pointAt(window, place);
+    click();
 }
 
 std::vector<unsigned long> Screen::pointerPicture() const {
