@@ -68,7 +68,7 @@ void PromptWindow::afterFirstPicture() {
     if (QGuiApplication::windowIcon().isNull()) {
         constexpr int iconSide = 128;
         QGuiApplication::setWindowIcon(
-            QIcon(vectorPicture(":/icons/velunor-os-update.svg", iconSide)));
+            QIcon(vectorPicture(":/icons/velunor-os-update.picture", iconSide)));
     }
     if (hasSessionBus()) {
         settings_ = followDesktopSettings(QDBusConnection::sessionBus());

@@ -105,7 +105,7 @@ void RevealButton::paintEvent(QPaintEvent*) {
         painter.setOpacity(disabledOpacity);
     }
     drawVectorPicture(painter, rect().adjusted(inset, inset, -inset, -inset),
-                      ":/icons/eye-glyph.svg", held_ ? theme.link : theme.secondaryText);
+                      ":/icons/eye-glyph.picture", held_ ? theme.link : theme.secondaryText);
 }
 
 }  // namespace velunor

@@ -197,7 +197,7 @@ void CustomSecureTextField::paintEvent(QPaintEvent* event) {
         QPainter painter(this);
         const QRect place =
             trailingSquare(revealRoom + reveal_->width() + capsLockRoom, glyphSize());
-        drawVectorPicture(painter, place, ":/icons/caps-lock-glyph.svg", currentTheme().link);
+        drawVectorPicture(painter, place, ":/icons/caps-lock-glyph.picture", currentTheme().link);
     }
 }
 

@@ -1,6 +1,6 @@
 #include "platform/qt/widgets/picture_view.h"
 
-#include <QSvgRenderer>
+#include <QPicture>
 #include <algorithm>
 
 #include "platform/qt/desktop/appearance.h"
@@ -9,8 +9,8 @@ namespace velunor {
 
 void drawVectorPicture(QPainter& painter, const QRect& area, const QString& resource,
                        const QColor& tint) {
-    QSvgRenderer renderer(resource);
-    if (!renderer.isValid()) {
+    QPicture drawing;
+    if (!drawing.load(resource)) {
         return;
     }
     const double scale = painter.device()->devicePixelRatioF();
@@ -18,11 +18,13 @@ void drawVectorPicture(QPainter& painter, const QRect& area, const QString& reso
     picture.setDevicePixelRatio(scale);
     picture.fill(Qt::transparent);
     QPainter canvas(&picture);
-    const QRectF whole(QPointF(0, 0), QSizeF(area.size()));
-    renderer.render(&canvas, whole);
+    canvas.save();
+    canvas.scale(area.width() / recordedPictureSide, area.height() / recordedPictureSide);
+    canvas.drawPicture(0, 0, drawing);
+    canvas.restore();
     if (tint.isValid()) {
         canvas.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        canvas.fillRect(whole, tint);
+        canvas.fillRect(QRect(QPoint(0, 0), area.size()), tint);
     }
     canvas.end();
     painter.drawImage(area.topLeft(), picture);

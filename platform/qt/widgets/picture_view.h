@@ -9,6 +9,9 @@
 
 namespace velunor {
 
+/// Sides of the square that the program's own vector pictures are recorded in, see record_icons.
+inline constexpr double recordedPictureSide = 64;
+
 /// Draws one of the program's own vector pictures into `area`, sharp at the device's resolution;
 /// all in the colour `tint` where that is valid. Nothing when there is none. Main thread only.
 void drawVectorPicture(QPainter& painter, const QRect& area, const QString& resource,
