@@ -108,14 +108,17 @@ void TextLabel::setText(const ShownText& shown, Announcement announcement) {
         // A running countdown must not lay the window out anew each second.
         const auto before = size();
         layout_.setText(laidOut, bulleted ? 3 : 0);
-        if (size() != before) {
+        if (size() == before) {
+            // Nor go through the queue of events to be painted.
+            repaint();
+        } else {
             updateGeometry();
+            update();
         }
     } else {
         layout_.setText(laidOut, bulleted ? 3 : 0);
         updateGeometry();
     }
-    update();
     if (!changed) {
         return;
     }

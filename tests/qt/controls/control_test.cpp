@@ -57,13 +57,15 @@ TEST(LabelTest, IsStaticTextToAScreenReader) {
     EXPECT_EQ(accessible->text(QAccessible::Name), "<b>A</b> & B");
 }
 
-/// Counts what reaches a widget's event filters.
-class LayoutRequests final : public QObject {
+/// Counts the events of one type that reach a widget.
+class Events final : public QObject {
   public:
+    Events(QWidget& widget, QEvent::Type type) : type_(type) { widget.installEventFilter(this); }
     bool eventFilter(QObject*, QEvent* event) override {
-        count_ += event->type() == QEvent::LayoutRequest ? 1 : 0;
+        count_ += event->type() == type_ ? 1 : 0;
         return false;
     }
+    [[nodiscard]] int soFar() const { return count_; }
     /// Those since the last call, once all events of now are done with.
     int take() {
         QCoreApplication::sendPostedEvents();
@@ -72,8 +74,29 @@ class LayoutRequests final : public QObject {
     }
 
   private:
+    QEvent::Type type_;
     int count_ = 0;
 };
+
+void countDown(QtLabel& label, const std::string& seconds) {
+    label.setAttributedStringValue(
+        {{"The update begins in ", std::nullopt, 0},
+         {seconds, TextAttributes{FontWeight::bold, 17, {}}, seconds.size()}},
+        Announcement::silent);
+}
+
+TEST(LabelTest, IsPaintedAtOnceWhereItsTextKeepsItsSize) {
+    TextLabel widget;
+    QtLabel label(widget);
+    countDown(label, "12");
+    widget.show();
+    Events paints(widget, QEvent::Paint);
+    ASSERT_GT(paints.take(), 0);
+
+    countDown(label, "11");
+    EXPECT_EQ(paints.soFar(), 1);
+    EXPECT_EQ(paints.take(), 1);
+}
 
 TEST(LabelTest, AsksForANewLayoutOnlyWhenItsTextNeedsAnotherSize) {
     QWidget window;
@@ -81,22 +104,15 @@ TEST(LabelTest, AsksForANewLayoutOnlyWhenItsTextNeedsAnotherSize) {
     auto* widget = new TextLabel;
     layout.addWidget(widget);
     QtLabel label(*widget);
-    const auto countDown = [&](const std::string& seconds) {
-        label.setAttributedStringValue(
-            {{"The update begins in ", std::nullopt, 0},
-             {seconds, TextAttributes{FontWeight::bold, 17, {}}, seconds.size()}},
-            Announcement::silent);
-    };
-    countDown("12");
+    countDown(label, "12");
     window.show();
-    LayoutRequests requests;
-    window.installEventFilter(&requests);
+    Events requests(window, QEvent::LayoutRequest);
     requests.take();
 
-    countDown("11");
+    countDown(label, "11");
     EXPECT_EQ(requests.take(), 0);
     EXPECT_EQ(label.stringValue(), "The update begins in 11");
-    countDown("9");
+    countDown(label, "9");
     EXPECT_GT(requests.take(), 0);
     label.setStringValue("two\nlines");
     EXPECT_GT(requests.take(), 0);
