@@ -138,7 +138,7 @@ void PromptWindow::takeSize() {
     fitArea(*form_->footerArea, {innerWidth, footer}, footerContent);
     styleScrollBars();
     setFixedSize(width, body + timer + footer + 2);
-    if (!testAttribute(Qt::WA_TranslucentBackground)) {
+    if (!testAttribute(Qt::WA_TranslucentBackground) && mask().boundingRect() != rect()) {
         setMask(roundedRegion(size(), cardRadius));
     }
     settleLayouts(*this);

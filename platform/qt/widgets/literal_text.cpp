@@ -219,6 +219,9 @@ LiteralText::Measure LiteralText::measureAt(qreal width) const {
     if (const Measure* known = knownMeasure(width)) {
         return *known;
     }
+    if (shown_.text.isEmpty()) {
+        return {width, QFontMetricsF(font_).height(), 0};
+    }
     breakLines(width);
     return measures_.back();
 }
