@@ -15,6 +15,7 @@
 #include "platform/linux/session/session.h"
 #include "platform/posix/process.h"
 #include "platform/property_list/property_list_reader.h"
+#include "platform/qt/accessibility/accessibility.h"
 #include "platform/qt/application/image_reader.h"
 #include "platform/qt/application/run_loop.h"
 #include "platform/qt/application/text_segmenter.h"
@@ -49,6 +50,7 @@ void leaveWithoutDisplay(int status, void* machine) {
 [[noreturn]] void runApplication(int argc, char** argv, Machine& machine,
                                  const velunor::Globals& globals) {
     const std::vector<std::string> arguments(argv, argv + argc);
+    velunor::prepareAccessibility();
     // The toolkit would take an update's name such as "-platform" for an option of its own.
     int toolkitArgumentCount = std::min(argc, 1);
     const QApplication qtApplication(toolkitArgumentCount, argv);

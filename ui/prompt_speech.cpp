@@ -14,27 +14,21 @@ namespace {
 /// A program that has just started is not heard: the toolkit learns on the way who listens, and
 /// does not tell when it has.
 constexpr std::chrono::milliseconds timeToBeHeard{1000};
+/// Leaving the field with the name and pressing the button after it are one attempt.
+constexpr std::chrono::milliseconds timeInTheEar{2000};
 
 }  // namespace
 
 PromptSpeech::PromptSpeech(const Ui::PromptForm& form, QWidget* window)
-    : QObject(window), form_(form), announcer_(new Announcer(window)) {
-    // A dialogue's texts are read out when somebody comes into it.
+    : QObject(window), form_(form), announcer_(new Announcer(this)) {
+    // A dialogue's texts are read out when somebody comes into it: no text is also the description
+    // of the window or of a field, which would be read out besides.
     installAccessible<PromptWindow, AccessibleOfRole<QAccessible::Dialog>>();
     opening_.setSingleShot(true);
     opening_.setInterval(timeToBeHeard);
     connect(&opening_, &QTimer::timeout, this, &PromptSpeech::sayWhatItIsAbout);
     QAccessible::installActivationObserver(this);
     form_.unsupportedInfoStackView->installEventFilter(this);
-    form_.credentailsInfoTextLabel->setLabelledWidgets(
-        {form_.userNameTextField, form_.passwordTextFiled});
-    connect(form_.credentailsInfoTextLabel, &TextLabel::textChanged, this,
-            [this](const QString& text) {
-                form_.userNameTextField->setAccessibleDescription(text);
-                form_.passwordTextFiled->setAccessibleDescription(text);
-            });
-    connect(form_.messageLabel, &TextLabel::textChanged, window,
-            &QWidget::setAccessibleDescription);
     connect(form_.timerInfoLabel, &TextLabel::textChanged, this,
             [this](const QString& text, Announcement announcement) {
                 if (opened_ && announcement == Announcement::spoken) {
@@ -42,7 +36,7 @@ PromptSpeech::PromptSpeech(const Ui::PromptForm& form, QWidget* window)
                 }
             });
     connect(form_.passwordTextFiled->findChild<WidgetLayer*>(), &WidgetLayer::animationStarted,
-            this, [this] { announcer_->announce(refusalText_); });
+            this, [this] { announcer_->announce(refusalText_, true); });
 }
 
 PromptSpeech::~PromptSpeech() {
@@ -72,9 +66,19 @@ void PromptSpeech::sayWhatItIsAbout() {
     announcer_->announce(texts.join('\n'));
 }
 
+void PromptSpeech::sayNotice() {
+    const TextLabel& notice = *form_.unsupportedUserCredentailInfoTextLabel;
+    if (opened_ && notice.isVisible() && noticeHeard_.hasExpired()) {
+        announcer_->announce(notice.text(), true);
+        noticeHeard_.setRemainingTime(timeInTheEar);
+    }
+}
+
 bool PromptSpeech::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Show && opened_) {
-        announcer_->announce(form_.unsupportedUserCredentailInfoTextLabel->text());
+    if (event->type() == QEvent::Show) {
+        sayNotice();
+    } else if (event->type() == QEvent::Hide) {
+        noticeHeard_ = QDeadlineTimer();
     }
     return QObject::eventFilter(watched, event);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAccessible>
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QTimer>
 
@@ -13,8 +14,8 @@ namespace velunor {
 class Announcer;
 
 /// What a prompt tells assistive technologies by itself: its texts when it opens, the countdown now
-/// and then, the notice and a refused password at once; and which text describes which control.
-/// Main thread only; belongs to the form's window.
+/// and then, the notice and a refused password at once. Main thread only; belongs to the form's
+/// window.
 class PromptSpeech final : public QObject, private QAccessible::ActivationObserver {
     Q_OBJECT
 
@@ -26,6 +27,9 @@ class PromptSpeech final : public QObject, private QAccessible::ActivationObserv
 
     /// The window has come up: says what it is about, as soon as somebody can hear it.
     void opened();
+
+    /// Says the notice where it shows, unless it was said just now.
+    void sayNotice();
 
     /// What is said when a password was refused.
     void setRefusalText(const QString& text) { refusalText_ = text; }
@@ -40,6 +44,8 @@ class PromptSpeech final : public QObject, private QAccessible::ActivationObserv
     const Ui::PromptForm& form_;
     Announcer* announcer_;
     QTimer opening_;
+    /// Until then the notice is still in the ear.
+    QDeadlineTimer noticeHeard_;
     QString refusalText_ = "The password was not accepted.";
     bool opened_ = false;
 };

@@ -155,6 +155,7 @@ void PromptWindow::connectActions() {
             const CheckingLook look(*form_->updateNowButton);
             updateNow_();
             settling_.start(settlingTime);
+            speech_->sayNotice();
         }
     });
     connect(form_->postponeButton, &QAbstractButton::clicked, this, [this] { postpone_(); });
@@ -213,7 +214,13 @@ void PromptWindow::mousePressEvent(QMouseEvent* event) {
 }
 
 bool PromptWindow::focusNextPrevChild(bool next) {
-    return (next && enterFirstField(Qt::TabFocusReason)) || QWidget::focusNextPrevChild(next);
+    const bool moved =
+        (next && enterFirstField(Qt::TabFocusReason)) || QWidget::focusNextPrevChild(next);
+    if (auto* field = qobject_cast<RoundedField*>(focusWidget()); moved && field != nullptr) {
+        // What is typed now takes the place of what is there.
+        field->selectAll();
+    }
+    return moved;
 }
 
 void PromptWindow::mouseMoveEvent(QMouseEvent* event) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <chrono>
 
@@ -10,10 +11,11 @@ namespace {
 constexpr std::chrono::seconds tickInterval{1};
 constexpr std::int64_t secondsPerMinute = 60;
 
-/// A listener hears each whole minute, and of the last one its middle and its end.
+/// When a listener hears what time is left: they may be at work elsewhere.
+constexpr std::array<std::int64_t, 6> spokenSeconds{600, 300, 120, 60, 30, 10};
+
 Announcement announcementAt(std::int64_t secondsLeft) {
-    const bool isSpoken =
-        secondsLeft % secondsPerMinute == 0 || secondsLeft == 30 || secondsLeft == 10;
+    const bool isSpoken = std::ranges::find(spokenSeconds, secondsLeft) != spokenSeconds.end();
     return isSpoken ? Announcement::spoken : Announcement::silent;
 }
 

@@ -2,18 +2,23 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QString>
 #include <QWidget>
 
 namespace velunor {
 
-/// Makes assistive technologies meet each `Widget` as an `Accessible`, which is made of a pointer
-/// to it. Called in the widget's constructor; only the first call has an effect. Main thread only.
-template <class Widget, class Accessible>
+/// Lets the toolkit meet assistive technologies also where the environment names their bus. Called
+/// before the application object is made, while the process has one thread.
+void prepareAccessibility();
+
+/// Makes assistive technologies meet each `Object` as an `Accessible`, which is made of a pointer
+/// to it. Called in the object's constructor; only the first call has an effect. Main thread only.
+template <class Object, class Accessible>
 void installAccessible() {
     [[maybe_unused]] static const bool installed = [] {
         QAccessible::installFactory([](const QString&, QObject* object) -> QAccessibleInterface* {
-            auto* widget = qobject_cast<Widget*>(object);
-            return widget == nullptr ? nullptr : new Accessible(widget);
+            auto* own = qobject_cast<Object*>(object);
+            return own == nullptr ? nullptr : new Accessible(own);
         });
         return true;
     }();
@@ -26,16 +31,18 @@ class AccessibleOfRole final : public QAccessibleWidget {
     explicit AccessibleOfRole(QWidget* widget) : QAccessibleWidget(widget, ownRole) {}
 };
 
-/// Speaks to assistive technologies without moving the focus: an invisible part of a window that
-/// they meet as a notification. Main thread only.
-class Announcer final : public QWidget {
+/// Speaks to assistive technologies without moving the focus. Main thread only.
+class Announcer final : public QObject {
     Q_OBJECT
 
   public:
-    explicit Announcer(QWidget* window);
+    using QObject::QObject;
 
-    /// Says `text` once, and has it as its name from then on; nothing when it is empty.
-    void announce(const QString& text);
+    /// Says `text` once; nothing when it is empty. `isUrgent` is for what the user waits for: it
+    /// goes before what is still to be said, where the toolkit can tell that.
+    void announce(const QString& text, bool isUrgent = false);
+    /// What was said last; empty while nothing was.
+    [[nodiscard]] QString lastText() const;
 };
 
 }  // namespace velunor

@@ -4,7 +4,6 @@
 
 #include "platform/qt/accessibility/accessibility.h"
 #include "platform/qt/password_field/secure_text_field.h"
-#include "platform/qt/widgets/text_label.h"
 
 namespace velunor {
 namespace {
@@ -46,19 +45,6 @@ class AccessibleSecureField final : public QAccessibleWidget,
             return text.isEmpty() ? hint : hint + '\n' + text;
         }
         return text;
-    }
-    [[nodiscard]] QVector<QPair<QAccessibleInterface*, QAccessible::Relation>> relations(
-        QAccessible::Relation match) const override {
-        auto related = QAccessibleWidget::relations(match);
-        if (match.testFlag(QAccessible::Label)) {
-            for (TextLabel* label : field().window()->findChildren<TextLabel*>()) {
-                if (label->labelledWidgets().contains(&field())) {
-                    related.append({QAccessible::queryAccessibleInterface(label),
-                                    QAccessible::Relation(QAccessible::Label)});
-                }
-            }
-        }
-        return related;
     }
     void setText(QAccessible::Text kind, const QString& text) override {
         if (kind == QAccessible::Value) {

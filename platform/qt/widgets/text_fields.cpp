@@ -25,6 +25,10 @@ bool isPassing(const QFocusEvent& event) {
     return event.reason() == Qt::ActiveWindowFocusReason || event.reason() == Qt::PopupFocusReason;
 }
 
+bool isByKey(const QFocusEvent& event) {
+    return event.reason() == Qt::TabFocusReason || event.reason() == Qt::BacktabFocusReason;
+}
+
 QColor mixed(const QColor& one, const QColor& other, double share) {
     const auto part = [share](int from, int to) { return qRound(from + (to - from) * share); };
     return {part(one.red(), other.red()), part(one.green(), other.green()),
@@ -107,6 +111,13 @@ void RoundedField::paintEvent(QPaintEvent* event) {
         drawPlate(painter);
     }
     QLineEdit::paintEvent(event);
+}
+
+void RoundedField::focusInEvent(QFocusEvent* event) {
+    // Where the focus comes by a key, the editor would select its text before the toolkit tells of
+    // the focus, and a screen reader would read that text out twice. The window selects it later.
+    QFocusEvent withoutKey(QEvent::FocusIn, Qt::OtherFocusReason);
+    QLineEdit::focusInEvent(isByKey(*event) ? &withoutKey : event);
 }
 
 void RoundedField::changeEvent(QEvent* event) {

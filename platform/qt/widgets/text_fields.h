@@ -30,6 +30,7 @@ class RoundedField : public QLineEdit {
   protected:
     explicit RoundedField(QWidget* parent);
     void paintEvent(QPaintEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
     void changeEvent(QEvent* event) override;
 
     /// Keeps the text out of so many points at its trailing edge.

@@ -60,18 +60,6 @@ class AccessibleTextLabel final : public QAccessibleWidget {
         return kind == QAccessible::Name ? static_cast<TextLabel*>(widget())->text()
                                          : QAccessibleWidget::text(kind);
     }
-
-    [[nodiscard]] QVector<QPair<QAccessibleInterface*, QAccessible::Relation>> relations(
-        QAccessible::Relation match) const override {
-        auto related = QAccessibleWidget::relations(match);
-        if (match.testFlag(QAccessible::Labelled)) {
-            for (QWidget* control : static_cast<TextLabel*>(widget())->labelledWidgets()) {
-                related.append({QAccessible::queryAccessibleInterface(control),
-                                QAccessible::Relation(QAccessible::Labelled)});
-            }
-        }
-        return related;
-    }
 };
 
 }  // namespace

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QList>
 #include <QString>
 #include <QWidget>
 
@@ -28,9 +27,6 @@ class TextLabel final : public QWidget {
     [[nodiscard]] QString text() const { return text_; }
     /// The font that the role makes of the widget's own.
     [[nodiscard]] const QFont& textFont() const { return layout_.font(); }
-    /// The controls that this text is the label of.
-    [[nodiscard]] const QList<QWidget*>& labelledWidgets() const { return labelledWidgets_; }
-    void setLabelledWidgets(const QList<QWidget*>& widgets) { labelledWidgets_ = widgets; }
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -49,7 +45,6 @@ class TextLabel final : public QWidget {
     QString role_;
     QString text_;
     LiteralText layout_;
-    QList<QWidget*> labelledWidgets_;
 };
 
 }  // namespace velunor

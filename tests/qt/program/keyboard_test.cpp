@@ -78,14 +78,13 @@ TEST_F(KeyboardOnTheDesktop, HintsAtCapsLockWhileItIsOn) {
         const auto field = findControl(controls(), "text", "Password");
         return field ? field->description : "no field";
     };
-    const std::string text = "Who authorises this?";
-    const std::string hint = "Caps Lock is on\n" + text;
-    EXPECT_EQ(description(), text);
+    const std::string hint = "Caps Lock is on";
+    EXPECT_EQ(description(), "");
 
     display().screen().pressKey("Caps_Lock");
     EXPECT_TRUE(eventually([&] { return description() == hint; }));
     display().screen().pressKey("Caps_Lock");
-    EXPECT_TRUE(eventually([&] { return description() == text; }));
+    EXPECT_TRUE(eventually([&] { return description().empty(); }));
     // It may change while the focus is elsewhere.
     display().screen().pressKey("Tab");
     ASSERT_TRUE(hasFocus("Later"));
@@ -93,11 +92,11 @@ TEST_F(KeyboardOnTheDesktop, HintsAtCapsLockWhileItIsOn) {
     display().screen().pressKey("Tab");
     display().screen().pressKey("Tab");
     ASSERT_TRUE(hasFocus("User name"));
-    EXPECT_EQ(description(), text);
+    EXPECT_EQ(description(), "");
     display().screen().pressKey("Tab");
     EXPECT_TRUE(eventually([&] { return description() == hint; }));
     display().screen().pressKey("Caps_Lock");
-    EXPECT_TRUE(eventually([&] { return description() == text; }));
+    EXPECT_TRUE(eventually([&] { return description().empty(); }));
 }
 
 TEST_F(KeyboardOnTheDesktop, FindsNamesAndMenuInTheLanguageOfTheSession) {
@@ -118,7 +117,7 @@ TEST_F(KeyboardOnTheDesktop, FindsNamesAndMenuInTheLanguageOfTheSession) {
     display().screen().pressKey("Caps_Lock");
     EXPECT_TRUE(eventually([&] {
         const auto field = findControl(controls(), "text", "Womit");
-        return field && field->description.starts_with("Lauter Grosse\n");
+        return field && field->description == "Lauter Grosse";
     }));
     display().screen().pressKey("Caps_Lock");
     ASSERT_TRUE(clickControl("text", "Wer"));

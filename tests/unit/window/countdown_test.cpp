@@ -40,12 +40,12 @@ TEST_F(CountdownTest, FiguresAreStyledRuns) {
                             TextRun{".", std::nullopt, 0}));
 }
 
-TEST_F(CountdownTest, ListenersHearWholeMinutesAndTwiceInTheLast) {
-    open("OSUpdate", "false", "3");
-    runOut(180s);
+TEST_F(CountdownTest, ListenersHearTheTimeLeftSixTimes) {
+    open("OSUpdate", "false", "15");
+    runOut(15min);
     EXPECT_THAT(controls.timerInfoLabel.spoken,
-                ElementsAre("Postpone in 3:0.", "Postpone in 2:0.", "Postpone in 1:0.",
-                            "Postpone in 0:30.", "Postpone in 0:10."));
+                ElementsAre("Postpone in 10:0.", "Postpone in 5:0.", "Postpone in 2:0.",
+                            "Postpone in 1:0.", "Postpone in 0:30.", "Postpone in 0:10."));
 }
 
 TEST_F(CountdownTest, StartIsLoggedWithThePlainText) {
