@@ -66,11 +66,17 @@ Expected<Command> parsePrompt(Arguments arguments) {
         if (*option == "--help") {
             return HelpCommand{};
         }
+        if (*option == "--active") {
+            command.user = ActiveUser();
+            continue;
+        }
         const auto value = take(arguments);
         if (!value) {
             return Error{*option + " needs a value"};
         }
-        if (*option == "--timeout") {
+        if (*option == "--user") {
+            command.user = *value;
+        } else if (*option == "--timeout") {
             command.timeout = parseSeconds(*value);
             if (!command.timeout) {
                 return Error{"--timeout takes a whole number of seconds up to a week"};

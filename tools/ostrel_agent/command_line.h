@@ -18,6 +18,10 @@ enum class AgentExit : int {
     noService = 3,
     noAnswer = 4,
     timeout = 5,
+    nobodyThere = 6,
+    unknownUser = 7,
+    noDesktop = 8,
+    sessionEnded = 9,
     postpone = 10,
 };
 
@@ -33,8 +37,13 @@ struct ServeCommand {
     std::string reply = "OK";
 };
 
+/// The user at the first seat of the machine, whoever that is.
+struct ActiveUser {};
+
 /// Show one prompt and report its answer.
 struct PromptCommand {
+    /// Who is asked: the user who sits there, the one of this name, or else the caller.
+    std::variant<std::monostate, ActiveUser, std::string> user{};
     std::string program;
     /// Longest time to wait for the answer; none waits as long as the prompt does.
     std::optional<std::chrono::seconds> timeout;

@@ -1,5 +1,4 @@
 #include <sys/prctl.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -15,19 +14,19 @@ namespace {
 
 constexpr const char* usage =
     "Usage: ostrel-agent serve [--once] [--reply TEXT]\n"
-    "       ostrel-agent prompt [--timeout SECONDS] [--program PATH] -- KIND NAME PROCEED MINUTES\n"
-    "                    POSTPONE-DISABLED POSTPONE-COUNT\n"
+    "       ostrel-agent prompt [--timeout SECONDS] [--program PATH] [--user NAME | --active]\n"
+    "                    -- KIND NAME PROCEED MINUTES POSTPONE-DISABLED POSTPONE-COUNT\n"
     "       ostrel-agent --help | --version\n"
     "\n"
     "serve   owns the agent service's name on the bus of the settings, prints each request (user\n"
     "        id of the sender, key, JSON) and replies to it.\n"
-    "prompt  serves, shows one prompt (VelunorOSUpdate beside this program, or PATH) and prints "
-    "its\n"
-    "        answer's JSON. Exits with 0 for proceed, 10 for postpone, 1 when the settings' path "
-    "is "
-    "not\n"
-    "        absolute, 2 for a wrong command line, 3 when settings, bus or name cannot be had,\n"
-    "        4 when the prompt did not start or ended without an answer, 5 after the time-out.\n";
+    "prompt  serves, shows one prompt (VelunorOSUpdate beside this program, or PATH) and prints\n"
+    "        its answer's JSON. Root can ask the user NAME, or whoever sits at the machine, in\n"
+    "        their graphical session. Exits with 0 for proceed, 10 for postpone, 1 when the\n"
+    "        settings' path is not absolute, 2 for a wrong command line, 3 when settings, bus or\n"
+    "        name cannot be had, 4 when the prompt did not start or ended without an answer,\n"
+    "        5 after the time-out, 6 when nobody is there to ask, 7 for an unknown user, 8 when\n"
+    "        the session is not graphical, 9 when it ended before the answer.\n";
 
 using velunor::AgentExit;
 
@@ -51,10 +50,7 @@ AgentExit run(const velunor::Command& command) {
     if (const auto* serve = std::get_if<velunor::ServeCommand>(&command)) {
         return velunor::runService(*serve, velunor::serviceBus(*settings));
     }
-    // Nobody but root may have the service's name on the system bus.
-    const auto usual = geteuid() == 0 ? velunor::ServiceBus::system : velunor::ServiceBus::session;
-    return velunor::runPrompt(std::get<velunor::PromptCommand>(command),
-                              settings->bus.value_or(usual));
+    return velunor::runPrompt(std::get<velunor::PromptCommand>(command), *settings);
 }
 
 }  // namespace

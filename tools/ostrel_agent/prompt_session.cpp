@@ -1,12 +1,16 @@
 #include "tools/ostrel_agent/prompt_session.h"
 
+#include <sys/epoll.h>
 #include <sys/wait.h>
 #include <systemd/sd-event.h>
+#include <systemd/sd-login.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
+#include <initializer_list>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -20,6 +24,7 @@
 #include "prompt/delivery.h"
 #include "prompt/os_update_notification_response.h"
 #include "tools/ostrel_agent/agent_service_server.h"
+#include "tools/ostrel_agent/prompt_user.h"
 
 namespace velunor {
 namespace {
@@ -86,8 +91,9 @@ bool descendsFrom(pid_t process, pid_t ancestor) {
 /// The running prompt and what has become of it.
 class PromptSession {
   public:
-    PromptSession(const PromptCommand& command, ServiceBus bus)
+    PromptSession(const PromptCommand& command, std::optional<PromptUser> user, ServiceBus bus)
         : command_(command),
+          user_(std::move(user)),
           bus_(bus),
           loop_(makeLoop()),
           server_([this](AgentRequest request) { return receive(std::move(request)); }) {}
@@ -118,7 +124,8 @@ class PromptSession {
             return "Unknown key";
         }
         // Anybody on the bus may send one.
-        if (!descendsFrom(request.sender, prompt_)) {
+        if (user_ ? !user_->hasStarted(request.sender, request.user)
+                  : !descendsFrom(request.sender, prompt_)) {
             complain("another program sent an answer");
             return "Not the prompt";
         }
@@ -129,25 +136,31 @@ class PromptSession {
     }
 
     std::string startPrompt() {
-        const std::string program = command_.program.empty()
-                                        ? LinuxProcessInfo().bundlePath() + "/VelunorOSUpdate"
-                                        : command_.program;
-        // It has the kernel end the prompt where this process is killed and nobody would hear it.
-        std::vector<std::string> arguments{"--pdeathsig", "TERM", "--", program};
-        arguments.insert(arguments.end(), command_.arguments.begin(), command_.arguments.end());
-        const std::string starter = "/usr/bin/setpriv";
+        std::vector<std::string> words{command_.program.empty()
+                                           ? LinuxProcessInfo().bundlePath() + "/VelunorOSUpdate"
+                                           : command_.program};
+        words.insert(words.end(), command_.arguments.begin(), command_.arguments.end());
+        if (user_) {
+            words = user_->inSession(words);
+        } else {
+            // It has the kernel end the prompt where this process is killed and nobody would hear
+            // it.
+            const std::initializer_list<std::string> starter{"/usr/bin/setpriv", "--pdeathsig",
+                                                             "TERM", "--"};
+            words.insert(words.begin(), starter);
+        }
         // Standard output belongs to the answer alone.
-        const int error = spawn({.program = starter,
-                                 .arguments = arguments,
+        const int error = spawn({.program = words.front(),
+                                 .arguments = std::span(words).subspan(1),
                                  .streams = {.output = STDERR_FILENO, .error = callersStream}},
                                 prompt_);
-        return error == 0 ? std::string() : starter + ": " + std::generic_category().message(error);
+        return error == 0 ? std::string()
+                          : words.front() + ": " + std::generic_category().message(error);
     }
 
     void watch() {
         sd_event* loop = loop_.get();
-        // Without a callback it ends the loop.
-        sd_event_add_child(loop, nullptr, prompt_, WEXITED, nullptr, nullptr);
+        sd_event_add_child(loop, nullptr, prompt_, WEXITED, promptEnded, this);
         addEndingSignals(loop, interrupted, this);
         if (command_.timeout) {
             sd_event_add_time_relative(
@@ -155,12 +168,25 @@ class PromptSession {
                 static_cast<std::uint64_t>(std::chrono::microseconds(*command_.timeout).count()), 0,
                 timedOut, this);
         }
+        if (user_) {
+            sd_login_monitor* monitor = nullptr;
+            sd_login_monitor_new("session", &monitor);
+            sessions_.reset(monitor);
+            sd_event_add_io(loop, nullptr, sd_login_monitor_get_fd(monitor), EPOLLIN,
+                            sessionsChanged, this);
+        }
     }
 
     void endPrompt() {
         kill(prompt_, SIGTERM);
         sd_event_add_time_relative(loop_.get(), nullptr, CLOCK_MONOTONIC, endingMicroseconds, 0,
                                    promptStays, this);
+    }
+
+    static int promptEnded(sd_event_source*, const siginfo_t* ending, void* userdata) {
+        auto& session = *static_cast<PromptSession*>(userdata);
+        session.status_ = ending->si_code == CLD_EXITED ? ending->si_status : -1;
+        return sd_event_exit(session.loop_.get(), 0);
     }
 
     static int interrupted(sd_event_source*, const signalfd_siginfo*, void* userdata) {
@@ -175,6 +201,16 @@ class PromptSession {
         return 0;
     }
 
+    static int sessionsChanged(sd_event_source*, int, std::uint32_t, void* userdata) {
+        auto& session = *static_cast<PromptSession*>(userdata);
+        sd_login_monitor_flush(session.sessions_.get());
+        // A user service manager may outlive the session, and a prompt that nobody sees with it.
+        if (!session.user_->isThere()) {
+            session.endPrompt();
+        }
+        return 0;
+    }
+
     static int promptStays(sd_event_source*, std::uint64_t, void* userdata) {
         kill(static_cast<PromptSession*>(userdata)->prompt_, SIGKILL);
         return 0;
@@ -182,8 +218,7 @@ class PromptSession {
 
     [[nodiscard]] AgentExit outcome() const {
         if (!answer_) {
-            return timedOut_ ? fail("no answer in time", AgentExit::timeout)
-                             : fail("the prompt ended without an answer", AgentExit::noAnswer);
+            return withoutAnswer();
         }
         const auto response = decodeJson(answer_->reveal());
         if (!response) {
@@ -197,19 +232,49 @@ class PromptSession {
                                                                  : AgentExit::postpone;
     }
 
+    [[nodiscard]] AgentExit withoutAnswer() const {
+        if (timedOut_) {
+            return fail("no answer in time", AgentExit::timeout);
+        }
+        if (user_ && status_ == static_cast<int>(AgentExit::noDesktop)) {
+            return fail("the session has no display", AgentExit::noDesktop);
+        }
+        if (user_ && user_->leaves()) {
+            return fail("the session ended before the answer", AgentExit::sessionEnded);
+        }
+        return fail("the prompt ended without an answer", AgentExit::noAnswer);
+    }
+
     const PromptCommand& command_;
+    /// Who is asked where it is not the caller.
+    std::optional<PromptUser> user_;
+    /// Tells when sessions come and go.
+    Owned<sd_login_monitor, sd_login_monitor_unref> sessions_;
     ServiceBus bus_;
     Loop loop_;
     AgentServiceServer server_;
     pid_t prompt_ = 0;
     bool timedOut_ = false;
+    /// What the prompt ended with; -1 when a signal ended it.
+    int status_ = -1;
     std::optional<Secret> answer_;
 };
 
 }  // namespace
 
-AgentExit runPrompt(const PromptCommand& command, ServiceBus bus) {
-    return PromptSession(command, bus).run();
+AgentExit runPrompt(const PromptCommand& command, const AgentSettings& settings) {
+    auto user = PromptUser::find(command);
+    if (!user) {
+        return fail(user.error().reason, user.error().status);
+    }
+    // Nobody but root may have the service's name on the system bus.
+    const ServiceBus usual = geteuid() == 0 ? ServiceBus::system : ServiceBus::session;
+    const ServiceBus bus = settings.bus.value_or(usual);
+    if (*user && bus != ServiceBus::system) {
+        return fail("the settings name the session's bus, where another user is not heard",
+                    AgentExit::noService);
+    }
+    return PromptSession(command, *std::move(user), bus).run();
 }
 
 AgentExit runService(const ServeCommand& command, ServiceBus bus) {

@@ -121,8 +121,9 @@ TEST_F(AgentMemory, AnswerIsNowhereAfterThePromptHasEnded) {
         .program = FAKE_PROMPT_PROGRAM,
         .timeout = {},
         .arguments = {"answer-of-file", answerWith(needle), "", "", "", ""}};
-    EXPECT_EQ(leftAfter(needle, [&] { return runPrompt(command, ServiceBus::session); }),
-              "0, left 0");
+    AgentSettings settings;
+    settings.bus = ServiceBus::session;
+    EXPECT_EQ(leftAfter(needle, [&] { return runPrompt(command, settings); }), "0, left 0");
 }
 
 TEST_F(AgentMemory, RequestIsNowhereAfterItIsServed) {

@@ -346,6 +346,26 @@ TEST_F(AgentServeRequests, BusThatGoesAwayEndsWithThree) {
     EXPECT_THAT(errors(), EndsWith("the message bus is gone\n"));
 }
 
+TEST_F(AgentPrompt, OtherUserIsAskedByRootAlone) {
+    const Ending ending =
+        start({"prompt", "--user", "no such user", "--", "", "", "", "", "", ""}).wait().value();
+    if (geteuid() == 0) {
+        EXPECT_EQ(ending, exited(AgentExit::unknownUser));
+        EXPECT_EQ(errors(), "ostrel-agent: there is no user no such user\n");
+    } else {
+        EXPECT_EQ(ending, exited(AgentExit::usage));
+        EXPECT_EQ(errors(), "ostrel-agent: only root can ask another user\n");
+    }
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(AgentPrompt, UserWhoIsNotLoggedInIsNobodyToAsk) {
+    const Ending ending =
+        start({"prompt", "--user", "nobody", "--", "", "", "", "", "", ""}).wait().value();
+    EXPECT_EQ(ending, exited(geteuid() == 0 ? AgentExit::nobodyThere : AgentExit::usage));
+    EXPECT_EQ(output(), "");
+}
+
 TEST_F(AgentServe, TakenNameEndsWithThree) {
     startBus();
     const FakeService other(directory(), bus().address(), "answer");
