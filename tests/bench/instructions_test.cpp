@@ -18,7 +18,7 @@ namespace {
 /// Of the start beside that of a bare window of the same toolkit: fonts and libraries that are
 /// installed make both dearer.
 constexpr double mostBesideBareWindow = 1.39;
-constexpr double mostInATick = 0.52e6;
+constexpr double mostInATick = 0.5e6;
 
 class Instructions : public PromptTest {
   protected:
