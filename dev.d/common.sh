@@ -26,8 +26,11 @@ readonly PACKAGES_SHOTS=(fonts-noto-cjk)
 readonly PACKAGES_TEST=(
     clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
     systemd util-linux passwd qt6-translations-l10n x11-xserver-utils "${PACKAGES_SHOTS[@]}")
-# Compositors, Wayland and the screen reader, for end-to-end tests.
-readonly PACKAGES_DESKTOPS=(picom weston xwayland qt6-wayland orca speech-dispatcher)
+# Compositors, Wayland, the screen reader and what people use as a window manager, for end-to-end
+# tests.
+readonly PACKAGES_DESKTOPS=(
+    picom weston xwayland qt6-wayland orca speech-dispatcher
+    awesome fluxbox i3-wm icewm kwin-x11 metacity xfwm4)
 readonly PACKAGES_FULL=(clang libclang-rt-dev valgrind)
 readonly PACKAGES_LINT=(clang clang-format clang-tidy shellcheck)
 readonly PACKAGES_BENCH=(

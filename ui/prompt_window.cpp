@@ -13,6 +13,7 @@
 #include "platform/qt/desktop/appearance.h"
 #include "platform/qt/desktop/x11_desktop.h"
 #include "ui/form.h"
+#include "ui/keyboard_entrance.h"
 #include "ui/prompt_speech.h"
 #include "ui_prompt_window.h"
 
@@ -53,7 +54,8 @@ class CheckingLook {
 PromptWindow::PromptWindow()
     : QWidget(nullptr,
               Qt::Window | Qt::FramelessWindowHint | Qt::WindowTitleHint | Qt::CustomizeWindowHint),
-      form_(std::make_unique<Ui::PromptForm>()) {
+      form_(std::make_unique<Ui::PromptForm>()),
+      entrance_(new KeyboardEntrance(*this)) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground, hasCompositor());
     initializeResources();
@@ -103,6 +105,7 @@ void PromptWindow::present() {
     // The native window is made at its place: some window managers take no notice of a move between
     // then and the first show.
     place();
+    entrance_->close();
     show();
 }
 
@@ -115,6 +118,8 @@ bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {
         sessionEnds_ = true;
     } else if (event->type() == QEvent::FocusIn) {
         scrollTo(qobject_cast<QWidget*>(watched));
+    } else if (event->type() == QEvent::MouseButtonPress && watched->isWidgetType()) {
+        entrance_->openNow();
     }
     return QWidget::eventFilter(watched, event);
 }
@@ -213,7 +218,15 @@ void PromptWindow::mousePressEvent(QMouseEvent* event) {
     enterFirstField(Qt::ActiveWindowFocusReason);
 }
 
+void PromptWindow::keyPressEvent(QKeyEvent* event) {
+    entrance_->typedInVain();
+    QWidget::keyPressEvent(event);
+}
+
 bool PromptWindow::focusNextPrevChild(bool next) {
+    if (hasFocus() && !entrance_->isOpen()) {
+        return true;
+    }
     const bool moved =
         (next && enterFirstField(Qt::TabFocusReason)) || QWidget::focusNextPrevChild(next);
     if (auto* field = qobject_cast<RoundedField*>(focusWidget()); moved && field != nullptr) {

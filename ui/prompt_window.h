@@ -21,6 +21,7 @@ class PromptForm;
 
 namespace velunor {
 
+class KeyboardEntrance;
 class PromptSpeech;
 
 /// The text of a key in the user's language; none where there is no such text.
@@ -28,8 +29,9 @@ using TextSource = std::function<std::optional<std::string>(std::string_view key
 
 /// The prompt's window: a card without decoration that shows the form, grows with its texts up to
 /// the usable area (then the texts scroll, while countdown, attempts and buttons stay in sight),
-/// and cannot be closed. No field has the caret before the user has clicked or tabbed into the
-/// window. Every outlet is connected to the form's object of the same name. Main thread only.
+/// and cannot be closed. No field has the caret and no key does anything before the user has
+/// clicked or tabbed into the window. Every outlet is connected to the form's object of the same
+/// name. Main thread only.
 class PromptWindow final : public QWidget {
     Q_OBJECT
 
@@ -67,6 +69,7 @@ class PromptWindow final : public QWidget {
     void changeEvent(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     bool focusNextPrevChild(bool next) override;
 
   private:
@@ -98,6 +101,7 @@ class PromptWindow final : public QWidget {
     std::vector<std::unique_ptr<View>> controls_;
     PromptView view_;
     PromptSpeech* speech_ = nullptr;
+    KeyboardEntrance* entrance_;
     std::unique_ptr<QObject> settings_;
     std::function<void()> updateNow_ = [] {};
     std::function<void()> postpone_ = [] {};

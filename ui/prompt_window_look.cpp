@@ -7,6 +7,7 @@
 #include "platform/qt/application/run_loop.h"
 #include "platform/qt/desktop/appearance.h"
 #include "platform/qt/widgets/picture_view.h"
+#include "ui/keyboard_entrance.h"
 #include "ui/prompt_window.h"
 #include "ui_prompt_window.h"
 
@@ -65,6 +66,7 @@ void PromptWindow::drawCard(QPainter& painter) {
 }
 
 void PromptWindow::afterFirstPicture() {
+    entrance_->openSoon();
     if (QGuiApplication::windowIcon().isNull()) {
         constexpr int iconSide = 128;
         QGuiApplication::setWindowIcon(

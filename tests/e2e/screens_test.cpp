@@ -173,8 +173,7 @@ class GrowingWindow : public Screens {
         ASSERT_TRUE(waitForControl("text", "User name")) << systemLog();
     }
     void typeAnotherName() {
-        display().screen().activate(window());
-        ASSERT_TRUE(eventually([&] { return display().screen().activeWindow() == window(); }));
+        ASSERT_TRUE(display().screen().comeInto(window()));
         display().screen().pressKey("Tab");
         ASSERT_TRUE(eventually([&] {
             const auto field = findControl(controls(), "text", "User name");

@@ -5,65 +5,19 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
-#include <cstdlib>
-#include <cstring>
-#include <map>
-#include <memory>
 #include <string>
 #include <vector>
+
+#include "platform/qt/desktop/x11_properties.h"
 
 namespace velunor {
 namespace {
 
-constexpr std::uint32_t longestProperty = 4096;
-
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-
-template <class Reply>
-using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
-
-xcb_connection_t* connection() {
-    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 == nullptr ? nullptr : x11->connection();
-}
-
-/// The number of a name on the X server, asked for once.
-xcb_atom_t atom(xcb_connection_t* x, const std::string& name) {
-    static std::map<std::string, xcb_atom_t> known;
-    const auto [entry, isNew] = known.try_emplace(name, xcb_atom_t{XCB_ATOM_NONE});
-    if (isNew) {
-        const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-            x, xcb_intern_atom(x, 0, static_cast<std::uint16_t>(name.size()), name.c_str()),
-            nullptr));
-        entry->second = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-    }
-    return entry->second;
-}
-
-/// The 32-bit values of a window's property; empty when it is absent or of another format.
-std::vector<std::uint32_t> values(xcb_connection_t* x, xcb_window_t window,
-                                  const std::string& property) {
-    const ReplyPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        x, xcb_get_property(x, 0, window, atom(x, property), XCB_ATOM_ANY, 0, longestProperty),
-        nullptr));
-    if (!reply || reply->format != 32) {
-        return {};
-    }
-    std::vector<std::uint32_t> numbers(reply->value_len);
-    if (!numbers.empty()) {
-        std::memcpy(numbers.data(), xcb_get_property_value(reply.get()),
-                    numbers.size() * sizeof(std::uint32_t));
-    }
-    return numbers;
-}
-
 /// The window manager's own work area for `monitor`, where it keeps one for each.
 std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const QRect& monitor) {
-    const auto desktop = values(x, root, "_NET_CURRENT_DESKTOP");
+    const auto desktop = x11Values(x, root, "_NET_CURRENT_DESKTOP");
     const std::string number = std::to_string(desktop.empty() ? 0 : desktop.front());
-    const auto areas = values(x, root, "_GTK_WORKAREAS_D" + number);
+    const auto areas = x11Values(x, root, "_GTK_WORKAREAS_D" + number);
     for (std::size_t index = 0; index + 3 < areas.size(); index += 4) {
         const QRect area(static_cast<int>(areas[index]), static_cast<int>(areas[index + 1]),
                          static_cast<int>(areas[index + 2]), static_cast<int>(areas[index + 3]));
@@ -77,10 +31,10 @@ std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const Q
 QRect withoutStruts(xcb_connection_t* x, const xcb_screen_t& screen, const QRect& monitor) {
     const QSize desktop(screen.width_in_pixels, screen.height_in_pixels);
     QRect area = monitor;
-    for (const xcb_window_t client : values(x, screen.root, "_NET_CLIENT_LIST")) {
-        std::vector<std::uint32_t> strut = values(x, client, "_NET_WM_STRUT_PARTIAL");
+    for (const xcb_window_t client : x11Values(x, screen.root, "_NET_CLIENT_LIST")) {
+        std::vector<std::uint32_t> strut = x11Values(x, client, "_NET_WM_STRUT_PARTIAL");
         if (strut.size() < 12) {
-            strut = values(x, client, "_NET_WM_STRUT");
+            strut = x11Values(x, client, "_NET_WM_STRUT");
             if (strut.size() < 4) {
                 continue;
             }
@@ -124,7 +78,7 @@ QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut
 }
 
 std::optional<QRect> x11UsableArea(const QScreen& screen) {
-    xcb_connection_t* x = connection();
+    xcb_connection_t* x = x11Connection();
     if (x == nullptr || QGuiApplication::screens().size() < 2) {
         return std::nullopt;
     }
@@ -140,13 +94,13 @@ std::optional<QRect> x11UsableArea(const QScreen& screen) {
 }
 
 std::optional<QMargins> x11FrameMargins(const QWidget& window) {
-    xcb_connection_t* x = connection();
+    xcb_connection_t* x = x11Connection();
     if (x == nullptr) {
         return std::nullopt;
     }
     const auto id = static_cast<xcb_window_t>(window.internalWinId());
     const auto extents =
-        id == 0 ? std::vector<std::uint32_t>() : values(x, id, "_NET_FRAME_EXTENTS");
+        id == 0 ? std::vector<std::uint32_t>() : x11Values(x, id, "_NET_FRAME_EXTENTS");
     if (extents.size() < 4) {
         return QMargins();
     }
@@ -156,30 +110,29 @@ std::optional<QMargins> x11FrameMargins(const QWidget& window) {
 }
 
 bool hasCompositor() {
-    xcb_connection_t* x = connection();
+    xcb_connection_t* x = x11Connection();
     if (x == nullptr) {
         return true;
     }
     const ReplyPointer<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
-        x, xcb_get_selection_owner(x, atom(x, "_NET_WM_CM_S0")), nullptr));
+        x, xcb_get_selection_owner(x, x11Atom(x, "_NET_WM_CM_S0")), nullptr));
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
 bool capsLockIsOn() {
-    xcb_connection_t* x = connection();
+    xcb_connection_t* x = x11Connection();
     if (x == nullptr) {
         return false;
     }
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
     const ReplyPointer<xcb_query_pointer_reply_t> reply(
-        xcb_query_pointer_reply(x, xcb_query_pointer(x, root), nullptr));
+        xcb_query_pointer_reply(x, xcb_query_pointer(x, x11Root(x)), nullptr));
     return reply && (reply->mask & XCB_MOD_MASK_LOCK) != 0;
 }
 
 X11DesktopChanges::X11DesktopChanges(std::function<void()> changed) : changed_(std::move(changed)) {
-    if (xcb_connection_t* x = connection()) {
-        workAreaAtom_ = atom(x, "_NET_WORKAREA");
-        frameExtentsAtom_ = atom(x, "_NET_FRAME_EXTENTS");
+    if (xcb_connection_t* x = x11Connection()) {
+        workAreaAtom_ = x11Atom(x, "_NET_WORKAREA");
+        frameExtentsAtom_ = x11Atom(x, "_NET_FRAME_EXTENTS");
         qGuiApp->installNativeEventFilter(this);
     }
 }

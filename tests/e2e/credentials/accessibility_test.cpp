@@ -51,8 +51,7 @@ class Accessibility : public CredentialsTest {
         const std::optional<WindowId> prompt = screen.windowOf(process().id());
         ASSERT_TRUE(prompt);
         ASSERT_NE(screen.activeWindow(), *prompt);
-        screen.activate(*prompt);
-        ASSERT_TRUE(eventually([&] { return screen.activeWindow() == *prompt; }));
+        ASSERT_TRUE(screen.comeInto(*prompt));
         // A window manager may do as much by itself; only a key of the user's leads to a field.
         EXPECT_EQ(focused(), "");
         screen.pressKey("Tab");

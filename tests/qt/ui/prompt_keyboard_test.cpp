@@ -93,8 +93,27 @@ TEST_F(PromptKeyboardTest, HasNoCaretAndAnswersNoKeyWhenOnlyAWindowManagerActiva
     EXPECT_EQ(window.focusWidget(), &window);
     QTest::keyClicks(window.focusWidget(), "typed elsewhere");
     EXPECT_EQ(find<CustomSecureTextField>("passwordTextFiled").length(), 0);
+    // A Tab in the midst of words is one of them.
     QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
-    EXPECT_EQ(window.focusWidget(), &find("passwordTextFiled"));
+    QTest::keyClick(window.focusWidget(), Qt::Key_Backtab);
+    EXPECT_EQ(window.focusWidget(), &window);
+    EXPECT_TRUE(waitUntil([&] {
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        return window.focusWidget() == &find("passwordTextFiled");
+    }));
+}
+
+TEST_F(PromptKeyboardTest, TakesNoTabWhileItIsNew) {
+    prompt.credentials = true;
+    show();
+    activate();
+
+    QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(window.focusWidget(), &window);
+    EXPECT_TRUE(waitUntil([&] {
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        return window.focusWidget() == &find("passwordTextFiled");
+    }));
 }
 
 TEST_F(PromptKeyboardTest, PutsTheCaretIntoThePasswordForWhoComesIn) {

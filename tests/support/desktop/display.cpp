@@ -7,6 +7,8 @@
 #include <array>
 #include <stdexcept>
 
+#include "tests/support/files.h"
+
 namespace velunor::testing {
 namespace {
 
@@ -59,12 +61,19 @@ Display::Display(const std::filesystem::path& directory, const DisplaySetup& set
     if (!setup.withWindowManager) {
         return;
     }
-    manager_ = std::make_unique<ChildProcess>(Command{.arguments = {"openbox", "--sm-disable"},
-                                                      .environment = environment_,
+    const std::filesystem::path log = directory / "window-manager.log";
+    for (const auto& [path, content] : setup.windowManager.files) {
+        std::filesystem::create_directories((directory / path).parent_path());
+        writeFile(directory / path, content);
+    }
+    Environment managing = environment_;
+    managing.insert(setup.environment.begin(), setup.environment.end());
+    manager_ = std::make_unique<ChildProcess>(Command{.arguments = setup.windowManager.command,
+                                                      .environment = managing,
                                                       .output = {},
-                                                      .errors = directory / "openbox.log"});
+                                                      .errors = log});
     if (!screen_->waitForWindowManager()) {
-        throw std::runtime_error("the window manager did not start");
+        throw std::runtime_error("the window manager did not start: " + readFile(log));
     }
 }
 

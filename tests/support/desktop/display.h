@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/child_process.h"
+#include "tests/support/desktop/window_manager.h"
 
 namespace velunor::testing {
 
@@ -39,13 +40,20 @@ struct Monitor {
     bool primary = false;
 };
 
+/// Size of a screen of the usual set-up.
+inline constexpr int usualWidth = 1280;
+inline constexpr int usualHeight = 900;
+
 /// How a virtual screen is made.
 struct DisplaySetup {
-    int width = 1280;
-    int height = 900;
+    int width = usualWidth;
+    int height = usualHeight;
     /// The monitors that make it up; one as large as the screen where none is named.
     std::vector<Monitor> monitors{};
     bool withWindowManager = true;
+    WindowManager windowManager = openbox();
+    /// Variables for the window manager beside the usual ones.
+    Environment environment{};
 };
 
 /// Number of a window on its X server.
@@ -80,6 +88,8 @@ class Screen {
     /// The window manager's usable area of the screen.
     [[nodiscard]] PixelRect workArea() const;
     [[nodiscard]] WindowId activeWindow() const;
+    /// The window that the keys go to.
+    [[nodiscard]] WindowId keyFocus() const;
     [[nodiscard]] bool isAbove(WindowId window) const;
     [[nodiscard]] bool demandsAttention(WindowId window) const;
     [[nodiscard]] bool hasCompositor() const;
@@ -97,8 +107,15 @@ class Screen {
                      const std::optional<PixelRect>& monitor = {});
     /// Shows an ordinary window that covers the given place, and gives its number.
     WindowId addWindow(const PixelRect& place);
+    /// Shows a window that somebody types in: it has the keys on return, and keeps them as text.
+    WindowId addTerminal(const PixelRect& place);
+    /// What was typed into a terminal since it was last asked; Return is a line break.
+    [[nodiscard]] std::string typedInto(WindowId terminal);
     /// Asks the window manager to make the window the active one, as a task switcher does.
     void activate(WindowId window);
+    /// Asks for that until the window has the keys; whether it gets them. One that has just come up
+    /// may not take them yet.
+    [[nodiscard]] bool comeInto(WindowId window);
     /// Asks the window manager to close the window, as a pager does.
     void requestClose(WindowId window);
 
@@ -111,8 +128,8 @@ class Screen {
     /// Presses and releases the key that xmodmap calls `key` ("Escape"), Alt held or not.
     void pressKey(const std::string& key, bool withAlt = false);
     /// Presses and releases the key of each character of a UTF-8 text, Shift held where it needs
-    /// that. Characters that the keyboard has no key for are put on unused keys first; throws when
-    /// there are not enough of those.
+    /// that; Return and Tab stand for a line break and a tabulator. Characters that the keyboard
+    /// has no key for are put on unused keys first; throws when there are not enough of those.
     void type(std::string_view text);
     /// Puts the key down or lets it go.
     void holdKey(const std::string& key, bool down);
@@ -145,8 +162,8 @@ class Display {
     void killServer();
 
     /// Size of a screen of the usual set-up.
-    static constexpr int width = DisplaySetup{}.width;
-    static constexpr int height = DisplaySetup{}.height;
+    static constexpr int width = usualWidth;
+    static constexpr int height = usualHeight;
 
   private:
     void changeSetUp(const std::vector<std::string>& change);

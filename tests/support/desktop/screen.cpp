@@ -132,6 +132,13 @@ WindowId Screen::activeWindow() const {
     return active.empty() ? 0 : active.front();
 }
 
+WindowId Screen::keyFocus() const {
+    WindowId focus = 0;
+    int fallback = 0;
+    XGetInputFocus(connection_->display, &focus, &fallback);
+    return focus;
+}
+
 bool Screen::isAbove(WindowId window) const {
     return connection_->hasState(window, "_NET_WM_STATE_ABOVE");
 }

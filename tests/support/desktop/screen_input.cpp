@@ -1,9 +1,11 @@
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
+#include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 #include <X11/extensions/Xfixes.h>
 #include <X11/keysym.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <stdexcept>
@@ -29,6 +31,12 @@ std::u32string codePoints(std::string_view text) {
 }
 
 KeySym symbolOf(char32_t letter) {
+    if (letter == U'\n') {
+        return XK_Return;
+    }
+    if (letter == U'\t') {
+        return XK_Tab;
+    }
     // The symbols of Latin-1 have its numbers, the others are counted from here.
     constexpr KeySym unicode = 0x1000000;
     return letter <= 0xff ? letter : unicode + letter;
@@ -94,6 +102,35 @@ std::vector<unsigned long> Screen::pointerPicture() const {
     std::vector<unsigned long> pixels(picture->pixels, picture->pixels + count);
     XFree(picture);
     return pixels;
+}
+
+WindowId Screen::addTerminal(const PixelRect& place) {
+    const WindowId terminal = addWindow(place);
+    XSelectInput(connection_->display, terminal, KeyPressMask);
+    if (!comeInto(terminal)) {
+        throw std::runtime_error("nobody can type into a window of the test");
+    }
+    return terminal;
+}
+
+bool Screen::comeInto(WindowId window) {
+    return eventually([&] {
+        activate(window);
+        return keyFocus() == window;
+    });
+}
+
+std::string Screen::typedInto(WindowId terminal) {
+    std::string text;
+    XEvent event{};
+    while (XCheckWindowEvent(connection_->display, terminal, KeyPressMask, &event) != 0) {
+        std::array<char, 8> letters{};
+        const int count = XLookupString(&event.xkey, letters.data(),
+                                        static_cast<int>(letters.size()), nullptr, nullptr);
+        text.append(letters.data(), static_cast<std::size_t>(count));
+    }
+    std::ranges::replace(text, '\r', '\n');
+    return text;
 }
 
 void Screen::type(std::string_view text) {
