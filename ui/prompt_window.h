@@ -84,6 +84,8 @@ class PromptWindow final : public QWidget {
     /// Does what the user need not wait for: the window's icon and the desktop's own settings.
     void afterFirstPicture();
     void place();
+    /// Usable area of the main screen, or of the one where the user has put the window.
+    [[nodiscard]] QRect area() const;
     void drawCard(QPainter& painter);
     void styleScrollBars();
     /// Puts the caret into the field that the user types in first, unless a control has the focus
@@ -113,8 +115,13 @@ class PromptWindow final : public QWidget {
     /// Runs for a moment after each check.
     QTimer settling_;
     QPointF pressedAt_;
+    /// The button that is down has begun a move already, or was not pressed on the card.
+    bool moveBegun_ = true;
     /// The user has dragged the window; it stays where they put it.
     bool movedByUser_ = false;
+    /// The screen where it stood when it was last looked at, and what was usable of that.
+    const QScreen* screenOfArea_ = nullptr;
+    QRect area_;
     bool sessionEnds_ = false;
     bool pictured_ = false;
 };

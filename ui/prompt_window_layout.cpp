@@ -91,10 +91,19 @@ void PromptWindow::scheduleRelayout() {
 }
 
 void PromptWindow::relayout() {
-    const int lowerEdge = geometry().bottom();
+    const QRect before = geometry();
     takeSize();
     if (movedByUser_) {
-        setGeometry(geometry().x(), lowerEdge - height() + 1, width(), height());
+        const bool isElsewhere = screen() != screenOfArea_;
+        const QRect usable = area();
+        // The user may still be dragging it: it is moved only where its screen or its size asks for
+        // that.
+        if (size() == before.size() && (isElsewhere || usable == area_)) {
+            screenOfArea_ = screen();
+            area_ = usable;
+            return;
+        }
+        setGeometry(geometry().x(), before.bottom() - height() + 1, width(), height());
     }
     place();
 }
@@ -104,7 +113,7 @@ void PromptWindow::takeSize() {
     setLayoutDirection(updateNow.literalText().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     setWindowTitle(form_->titleLabel->text().replace("[*]", "[*][*]"));
 
-    const QRect usable = usableArea();
+    const QRect usable = area();
     const int wanted = std::max(leastCardWidth, cardWidthInLines * fontMetrics().height());
     const int width = std::min(wanted, usable.width() - 2 * screenMargin);
     const int innerWidth = width - 2;
@@ -144,10 +153,16 @@ void PromptWindow::takeSize() {
     settleLayouts(*this);
 }
 
+QRect PromptWindow::area() const {
+    return usableArea(movedByUser_ ? screen() : QGuiApplication::primaryScreen());
+}
+
 void PromptWindow::place() {
     if (movedByUser_) {
         // It only comes back into the usable area when it has grown out of it.
-        const QRect usable = usableArea();
+        const QRect usable = area();
+        screenOfArea_ = screen();
+        area_ = usable;
         const QPoint corner(usable.right() + 1 - width(), usable.bottom() + 1 - height());
         setGeometry(std::clamp(geometry().x(), usable.x(), std::max(usable.x(), corner.x())),
                     std::clamp(geometry().y(), usable.y(), std::max(usable.y(), corner.y())),

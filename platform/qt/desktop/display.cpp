@@ -111,8 +111,7 @@ bool prepareDisplay() {
     return false;
 }
 
-QRect usableArea() {
-    const QScreen* screen = QGuiApplication::primaryScreen();
+QRect usableArea(const QScreen* screen) {
     if (screen == nullptr) {
         return {};
     }
@@ -161,10 +160,11 @@ void QtWindow::setLevel(int level) {
 }
 
 std::optional<Rect> QtScreens::mainScreenVisibleFrame() const {
-    if (QGuiApplication::primaryScreen() == nullptr) {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr) {
         return std::nullopt;
     }
-    return upwards(usableArea());
+    return upwards(usableArea(screen));
 }
 
 void QtApplication::requestCriticalAttention() {

@@ -19,9 +19,9 @@ namespace velunor {
 
 // What follows: main thread only, with an application object.
 
-/// Usable area of the main screen in the toolkit's own coordinates (y downwards), panels excluded;
-/// empty without a screen.
-[[nodiscard]] QRect usableArea();
+/// Usable area of `screen` in the toolkit's own coordinates (y downwards), panels excluded; empty
+/// where that is null.
+[[nodiscard]] QRect usableArea(const QScreen* screen);
 
 /// The pixels of a rectangle of this size whose corners are rounded with `radius`: those whose
 /// middle is inside. For windows on a screen that cannot blend them.

@@ -28,10 +28,43 @@ std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const Q
     return std::nullopt;
 }
 
+bool namesWorkArea(xcb_connection_t* x) {
+    return !x11Values(x, x11Root(x), "_NET_WORKAREA").empty();
+}
+
+/// The windows that the root has, and those in their frames.
+std::vector<xcb_window_t> windowsAndFramed(xcb_connection_t* x) {
+    std::vector<xcb_window_t> all{x11Root(x)};
+    std::size_t next = 0;
+    constexpr int depth = 2;
+    for (int level = 0; level < depth; ++level) {
+        std::vector<xcb_query_tree_cookie_t> asked;
+        for (; next < all.size(); ++next) {
+            asked.push_back(xcb_query_tree(x, all[next]));
+        }
+        for (const xcb_query_tree_cookie_t& cookie : asked) {
+            if (const ReplyPointer<xcb_query_tree_reply_t> reply(
+                    xcb_query_tree_reply(x, cookie, nullptr));
+                reply) {
+                const xcb_window_t* children = xcb_query_tree_children(reply.get());
+                all.insert(all.end(), children,
+                           children + xcb_query_tree_children_length(reply.get()));
+            }
+        }
+    }
+    return all;
+}
+
+/// The windows among which the panels are. A window manager that names no work area need not list
+/// its panels either.
+std::vector<xcb_window_t> panelsAndOthers(xcb_connection_t* x) {
+    return namesWorkArea(x) ? x11Values(x, x11Root(x), "_NET_CLIENT_LIST") : windowsAndFramed(x);
+}
+
 QRect withoutStruts(xcb_connection_t* x, const xcb_screen_t& screen, const QRect& monitor) {
     const QSize desktop(screen.width_in_pixels, screen.height_in_pixels);
     QRect area = monitor;
-    for (const xcb_window_t client : x11Values(x, screen.root, "_NET_CLIENT_LIST")) {
+    for (const xcb_window_t client : panelsAndOthers(x)) {
         std::vector<std::uint32_t> strut = x11Values(x, client, "_NET_WM_STRUT_PARTIAL");
         if (strut.size() < 12) {
             strut = x11Values(x, client, "_NET_WM_STRUT");
@@ -79,7 +112,7 @@ QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut
 
 std::optional<QRect> x11UsableArea(const QScreen& screen) {
     xcb_connection_t* x = x11Connection();
-    if (x == nullptr || QGuiApplication::screens().size() < 2) {
+    if (x == nullptr || (QGuiApplication::screens().size() < 2 && namesWorkArea(x))) {
         return std::nullopt;
     }
     const xcb_screen_t* root = xcb_setup_roots_iterator(xcb_get_setup(x)).data;
@@ -133,7 +166,23 @@ X11DesktopChanges::X11DesktopChanges(std::function<void()> changed) : changed_(s
     if (xcb_connection_t* x = x11Connection()) {
         workAreaAtom_ = x11Atom(x, "_NET_WORKAREA");
         frameExtentsAtom_ = x11Atom(x, "_NET_FRAME_EXTENTS");
+        if (!namesWorkArea(x)) {
+            watchWindows();
+        }
         qGuiApp->installNativeEventFilter(this);
+    }
+}
+
+void X11DesktopChanges::watchWindows() {
+    xcb_connection_t* x = x11Connection();
+    const xcb_window_t root = x11Root(x);
+    const ReplyPointer<xcb_get_window_attributes_reply_t> reply(
+        xcb_get_window_attributes_reply(x, xcb_get_window_attributes(x, root), nullptr));
+    if (reply) {
+        // The toolkit goes on receiving what it has asked for.
+        const std::uint32_t mask = reply->your_event_mask | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        xcb_change_window_attributes(x, root, XCB_CW_EVENT_MASK, &mask);
+        watchesWindows_ = true;
     }
 }
 
@@ -143,11 +192,14 @@ bool X11DesktopChanges::nativeEventFilter(const QByteArray& eventType, void* mes
     }
     const auto* event = static_cast<xcb_generic_event_t*>(message);
     constexpr unsigned sentFlag = 0x80;
-    if ((event->response_type & ~sentFlag) == XCB_PROPERTY_NOTIFY) {
+    const unsigned type = event->response_type & ~sentFlag;
+    if (type == XCB_PROPERTY_NOTIFY) {
         const auto* change = reinterpret_cast<const xcb_property_notify_event_t*>(event);
         if (change->atom == workAreaAtom_ || change->atom == frameExtentsAtom_) {
             changed_();
         }
+    } else if (watchesWindows_ && (type == XCB_MAP_NOTIFY || type == XCB_UNMAP_NOTIFY)) {
+        changed_();
     }
     return false;
 }

@@ -16,10 +16,10 @@ namespace velunor {
 // What the toolkit does not tell about an X11 desktop. On other platforms everything here answers
 // "none". Main thread only, with an application object.
 
-/// Usable area of `screen` on an X11 desktop of several monitors, in the toolkit's coordinates. The
-/// toolkit would report the whole monitor there, because the window manager's one work area spans
-/// them all; so this one comes from the work areas or the struts of each monitor. None where the
-/// toolkit's own answer is right.
+/// Usable area of `screen` on an X11 desktop of several monitors, or one whose window manager names
+/// no work area, in the toolkit's coordinates. The toolkit would report the whole monitor there,
+/// because the window manager's one work area spans them all; so this one comes from the work areas
+/// or the struts of each monitor. None where the toolkit's own answer is right.
 [[nodiscard]] std::optional<QRect> x11UsableArea(const QScreen& screen);
 
 /// `monitor` without the room that the strut of one panel takes of it, both in pixels of a desktop
@@ -46,9 +46,13 @@ class X11DesktopChanges final : public QAbstractNativeEventFilter {
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 
   private:
+    /// Learns of each window that comes or goes: panels are among them.
+    void watchWindows();
+
     std::function<void()> changed_;
     quint32 workAreaAtom_ = 0;
     quint32 frameExtentsAtom_ = 0;
+    bool watchesWindows_ = false;
 };
 
 }  // namespace velunor

@@ -125,6 +125,10 @@ class Screen {
     void click();
     /// Clicks the middle of a place that is given inside of the window.
     void click(WindowId window, const PixelRect& place);
+    /// Moves the pointer to this place of the screen.
+    void movePointer(int x, int y);
+    /// Presses the button inside of the window, moves the pointer by so much in steps, and lets go.
+    void drag(WindowId window, const PixelRect& place, int byX, int byY);
     /// Presses and releases the key that xmodmap calls `key` ("Escape"), Alt held or not.
     void pressKey(const std::string& key, bool withAlt = false);
     /// Presses and releases the key of each character of a UTF-8 text, Shift held where it needs

@@ -205,22 +205,30 @@ void Screen::resizePanel(WindowId panel, Edge edge, int thickness,
     XMoveResizeWindow(connection_->display, panel, place.x, place.y,
                       static_cast<unsigned>(place.width), static_cast<unsigned>(place.height));
     connection_->setProperty(panel, "_NET_WM_STRUT_PARTIAL", XA_CARDINAL, strut);
+    // Some window managers know the older property only.
+    strut.resize(4);
+    connection_->setProperty(panel, "_NET_WM_STRUT", XA_CARDINAL, strut);
     XFlush(connection_->display);
 }
 
 WindowId Screen::addPanel(Edge edge, int thickness, const std::optional<PixelRect>& monitor) {
-    const PixelRect before = workArea();
+    const auto area = [this] { return connection_->property(connection_->root, "_NET_WORKAREA"); };
+    const std::vector<unsigned long> before = area();
     const WindowId panel = connection_->makeWindow({0, 0, 1, 1});
     connection_->setProperty(panel, "_NET_WM_WINDOW_TYPE", XA_ATOM,
                              {connection_->atom("_NET_WM_WINDOW_TYPE_DOCK")});
     resizePanel(panel, edge, thickness, monitor);
     connection_->showAndWait(panel);
-    const bool known = eventually([&] {
+    // Of several monitors the window manager's one work area may stay as it is, and some list no
+    // panels. One that names no work area reserves nothing either.
+    const bool reserved = eventually([&] {
+        if (!monitor && !before.empty()) {
+            return area() != before;
+        }
         const std::vector<WindowId> windows = shownWindows();
-        return std::find(windows.begin(), windows.end(), panel) != windows.end();
+        return before.empty() || std::find(windows.begin(), windows.end(), panel) != windows.end();
     });
-    // Of several monitors the window manager's one work area may stay as it is.
-    if (!known || (!monitor && !eventually([&] { return workArea() != before; }))) {
+    if (!reserved) {
         throw std::runtime_error("the panel's place was not reserved");
     }
     return panel;

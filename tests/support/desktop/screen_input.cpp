@@ -93,6 +93,26 @@ void Screen::click(WindowId window, const PixelRect& place) {
     click();
 }
 
+void Screen::movePointer(int x, int y) {
+    XTestFakeMotionEvent(connection_->display, -1, x, y, CurrentTime);
+    XSync(connection_->display, 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+}
+
+void Screen::drag(WindowId window, const PixelRect& place, int byX, int byY) {
+    const PixelRect content = contentOf(window);
+    const int x = content.x + place.x + place.width / 2;
+    const int y = content.y + place.y + place.height / 2;
+    movePointer(x, y);
+    XTestFakeButtonEvent(connection_->display, 1, 1, CurrentTime);
+    constexpr int steps = 20;
+    for (int step = 1; step <= steps; ++step) {
+        movePointer(x + byX * step / steps, y + byY * step / steps);
+    }
+    XTestFakeButtonEvent(connection_->display, 1, 0, CurrentTime);
+    XSync(connection_->display, 0);
+}
+
 std::vector<unsigned long> Screen::pointerPicture() const {
     XFixesCursorImage* picture = XFixesGetCursorImage(connection_->display);
     if (picture == nullptr) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,11 @@ struct WindowManager {
     /// Settings: path below the home directory, and content.
     std::map<std::string, std::string> files{};
 };
+
+/// How GoogleTest names it.
+inline void PrintTo(const WindowManager& manager, std::ostream* out) {
+    *out << manager.name;
+}
 
 /// The one that the tests use where it does not matter which.
 [[nodiscard]] WindowManager openbox();
