@@ -4,7 +4,9 @@
 #include <QStyle>
 #include <algorithm>
 
+#include "platform/qt/accessibility/accessibility.h"
 #include "platform/qt/desktop/appearance.h"
+#include "platform/qt/widgets/accessible_field.h"
 #include "platform/qt/widgets/picture_view.h"
 
 namespace velunor {
@@ -144,6 +146,7 @@ void RoundedField::applyTheme() {
 }
 
 CustomTextField::CustomTextField(QWidget* parent) : RoundedField(parent) {
+    installAccessible<CustomTextField, AccessibleField>();
     connect(this, &QLineEdit::returnPressed, this, &CustomTextField::editingEnded);
     connect(this, &QLineEdit::textEdited, this, [this] { editing_ = true; });
 }
