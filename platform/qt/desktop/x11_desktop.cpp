@@ -13,6 +13,9 @@
 namespace velunor {
 namespace {
 
+/// What `hidesWorkArea` found out.
+std::optional<bool> workAreaIsHidden;
+
 /// The window manager's own work area for `monitor`, where it keeps one for each.
 std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const QRect& monitor) {
     const auto desktop = x11Values(x, root, "_NET_CURRENT_DESKTOP");
@@ -28,8 +31,15 @@ std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const Q
     return std::nullopt;
 }
 
-bool namesWorkArea(xcb_connection_t* x) {
-    return !x11Values(x, x11Root(x), "_NET_WORKAREA").empty();
+/// Whether there is a window manager that keeps the work area to itself. Asked for at each layout,
+/// so it is remembered until the desktop changes.
+bool hidesWorkArea(xcb_connection_t* x) {
+    if (!workAreaIsHidden) {
+        const xcb_window_t root = x11Root(x);
+        workAreaIsHidden = x11Values(x, root, "_NET_WORKAREA").empty() &&
+                           !x11Values(x, root, "_NET_SUPPORTING_WM_CHECK").empty();
+    }
+    return *workAreaIsHidden;
 }
 
 /// The windows that the root has, and those in their frames.
@@ -58,16 +68,19 @@ std::vector<xcb_window_t> windowsAndFramed(xcb_connection_t* x) {
 /// The windows among which the panels are. A window manager that names no work area need not list
 /// its panels either.
 std::vector<xcb_window_t> panelsAndOthers(xcb_connection_t* x) {
-    return namesWorkArea(x) ? x11Values(x, x11Root(x), "_NET_CLIENT_LIST") : windowsAndFramed(x);
+    return hidesWorkArea(x) ? windowsAndFramed(x) : x11Values(x, x11Root(x), "_NET_CLIENT_LIST");
 }
 
 QRect withoutStruts(xcb_connection_t* x, const xcb_screen_t& screen, const QRect& monitor) {
     const QSize desktop(screen.width_in_pixels, screen.height_in_pixels);
     QRect area = monitor;
-    for (const xcb_window_t client : panelsAndOthers(x)) {
-        std::vector<std::uint32_t> strut = x11Values(x, client, "_NET_WM_STRUT_PARTIAL");
+    const std::vector<xcb_window_t> windows = panelsAndOthers(x);
+    const auto partial = x11ValuesOfEach(x, windows, "_NET_WM_STRUT_PARTIAL");
+    const auto whole = x11ValuesOfEach(x, windows, "_NET_WM_STRUT");
+    for (std::size_t index = 0; index < windows.size(); ++index) {
+        std::vector<std::uint32_t> strut = partial[index];
         if (strut.size() < 12) {
-            strut = x11Values(x, client, "_NET_WM_STRUT");
+            strut = whole[index];
             if (strut.size() < 4) {
                 continue;
             }
@@ -112,7 +125,7 @@ QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut
 
 std::optional<QRect> x11UsableArea(const QScreen& screen) {
     xcb_connection_t* x = x11Connection();
-    if (x == nullptr || (QGuiApplication::screens().size() < 2 && namesWorkArea(x))) {
+    if (x == nullptr || (QGuiApplication::screens().size() < 2 && !hidesWorkArea(x))) {
         return std::nullopt;
     }
     const xcb_screen_t* root = xcb_setup_roots_iterator(xcb_get_setup(x)).data;
@@ -165,16 +178,18 @@ bool capsLockIsOn() {
 X11DesktopChanges::X11DesktopChanges(std::function<void()> changed) : changed_(std::move(changed)) {
     if (xcb_connection_t* x = x11Connection()) {
         workAreaAtom_ = x11Atom(x, "_NET_WORKAREA");
+        managerAtom_ = x11Atom(x, "_NET_SUPPORTING_WM_CHECK");
         frameExtentsAtom_ = x11Atom(x, "_NET_FRAME_EXTENTS");
-        if (!namesWorkArea(x)) {
-            watchWindows();
-        }
+        watchWindows();
         qGuiApp->installNativeEventFilter(this);
     }
 }
 
 void X11DesktopChanges::watchWindows() {
     xcb_connection_t* x = x11Connection();
+    if (watchesWindows_ || !hidesWorkArea(x)) {
+        return;
+    }
     const xcb_window_t root = x11Root(x);
     const ReplyPointer<xcb_get_window_attributes_reply_t> reply(
         xcb_get_window_attributes_reply(x, xcb_get_window_attributes(x, root), nullptr));
@@ -195,7 +210,11 @@ bool X11DesktopChanges::nativeEventFilter(const QByteArray& eventType, void* mes
     const unsigned type = event->response_type & ~sentFlag;
     if (type == XCB_PROPERTY_NOTIFY) {
         const auto* change = reinterpret_cast<const xcb_property_notify_event_t*>(event);
-        if (change->atom == workAreaAtom_ || change->atom == frameExtentsAtom_) {
+        if (change->atom == workAreaAtom_ || change->atom == managerAtom_) {
+            workAreaIsHidden.reset();
+            watchWindows();
+            changed_();
+        } else if (change->atom == frameExtentsAtom_) {
             changed_();
         }
     } else if (watchesWindows_ && (type == XCB_MAP_NOTIFY || type == XCB_UNMAP_NOTIFY)) {

@@ -46,11 +46,13 @@ class X11DesktopChanges final : public QAbstractNativeEventFilter {
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 
   private:
-    /// Learns of each window that comes or goes: panels are among them.
+    /// Where the work area is hidden, has the server tell of each window that comes or goes: panels
+    /// are among them.
     void watchWindows();
 
     std::function<void()> changed_;
     quint32 workAreaAtom_ = 0;
+    quint32 managerAtom_ = 0;
     quint32 frameExtentsAtom_ = 0;
     bool watchesWindows_ = false;
 };

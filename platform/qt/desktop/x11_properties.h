@@ -34,6 +34,10 @@ using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
 [[nodiscard]] std::vector<std::uint32_t> x11Values(xcb_connection_t* x, xcb_window_t window,
                                                    const std::string& property);
 
+/// The same of many windows, asked for all at once.
+[[nodiscard]] std::vector<std::vector<std::uint32_t>> x11ValuesOfEach(
+    xcb_connection_t* x, const std::vector<xcb_window_t>& windows, const std::string& property);
+
 /// Replaces a window's property by these 32-bit values.
 void setX11Values(xcb_connection_t* x, xcb_window_t window, const std::string& property,
                   const std::string& type, const std::vector<std::uint32_t>& numbers);
