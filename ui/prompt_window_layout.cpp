@@ -93,6 +93,10 @@ void PromptWindow::scheduleRelayout() {
 void PromptWindow::relayout() {
     const QRect before = geometry();
     takeSize();
+    if (QWidget* focused = focusWidget(); focused != nullptr && focused != this) {
+        // A notice may have pushed it out of what is in sight.
+        scrollTo(focused);
+    }
     if (movedByUser_) {
         const bool isElsewhere = screen() != screenOfArea_;
         const QRect usable = area();

@@ -93,6 +93,27 @@ TEST_F(PromptRoomTest, ScrollsToTheFieldThatTheUserComesTo) {
     EXPECT_TRUE(inSight("usernameChangeButton"));
 }
 
+TEST_F(PromptRoomTest, KeepsTheFieldThatIsTypedInInSightWhenANoticeComes) {
+    prompt.credentials = true;
+    prompt.message.assign(10000, 'w');
+    show();
+    window.activateWindow();
+    ASSERT_TRUE(waitUntil([&] { return window.isActiveWindow(); }));
+    QWidget& password = find("passwordTextFiled");
+    password.setFocus();
+    const auto inSight = [&] { return password.visibleRegion() == QRegion(password.rect()); };
+    ASSERT_TRUE(inSight());
+    const int before = password.mapTo(find<QScrollArea>("bodyArea").widget(), QPoint(0, 0)).y();
+
+    prompt.notice = true;
+    prompt.fill(window);
+
+    ASSERT_TRUE(waitUntil([&] {
+        return password.mapTo(find<QScrollArea>("bodyArea").widget(), QPoint(0, 0)).y() > before;
+    }));
+    EXPECT_TRUE(waitUntil(inSight));
+}
+
 TEST_F(PromptRoomTest, ScrollsCaptionsThatAreTooLong) {
     prompt.updateNowTitle.assign(10000, 'u');
     show();
