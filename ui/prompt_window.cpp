@@ -148,10 +148,21 @@ void PromptWindow::changeEvent(QEvent* event) {
         update();
     } else if (event->type() == QEvent::FontChange) {
         scheduleRelayout();
+    } else if (event->type() == QEvent::WindowStateChange && isMinimized()) {
+        comeBackTimer_.start(0);
     }
 }
 
+void PromptWindow::comeBack() {
+    // A window manager may give it the focus, as it does when it comes up.
+    entrance_->close();
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    entrance_->openSoon();
+}
+
 void PromptWindow::connectActions() {
+    comeBackTimer_.setSingleShot(true);
+    connect(&comeBackTimer_, &QTimer::timeout, this, &PromptWindow::comeBack);
     settling_.setSingleShot(true);
     connect(form_->updateNowButton, &QAbstractButton::clicked, this, [this] {
         // A check holds the window up. Whoever went on pressing meant the same attempt, and each

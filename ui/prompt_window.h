@@ -74,6 +74,8 @@ class PromptWindow final : public QWidget {
 
   private:
     void connectActions();
+    /// Shows the window again after it was minimised from outside; it has no button for that.
+    void comeBack();
     /// Lays the window out anew whenever the screens, their panels or the window's frame change.
     void followDesktop();
     /// Asks for one new layout, once the events of now are done with.
@@ -112,6 +114,7 @@ class PromptWindow final : public QWidget {
     X11DesktopChanges desktopChanges_{[this] { scheduleRelayout(); }};
     QTimer relayoutTimer_;
     QTimer afterPictureTimer_;
+    QTimer comeBackTimer_;
     /// Runs for a moment after each check.
     QTimer settling_;
     QPointF pressedAt_;

@@ -67,6 +67,7 @@ void PromptWindow::drawCard(QPainter& painter) {
 
 void PromptWindow::afterFirstPicture() {
     entrance_->openSoon();
+    showOnEveryWorkspace(*this);
     if (QGuiApplication::windowIcon().isNull()) {
         constexpr int iconSide = 128;
         QGuiApplication::setWindowIcon(

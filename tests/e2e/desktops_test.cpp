@@ -121,6 +121,43 @@ class Card : public OnADesktop {
     std::optional<WindowId> window_;
 };
 
+TEST_P(Card, ComesBackWhenItIsMinimisedFromOutside) {
+    makeScreen();
+    static_cast<void>(display().screen().addTerminal({60, 60, 300, 200}));
+    startCard();
+    const PixelRect before = restingPlace();
+    for (int time = 0; time < 3; ++time) {
+        display().screen().minimize(window());
+        // It may take a moment until it goes, too.
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        ASSERT_TRUE(eventually([&] { return display().screen().isViewable(window()); })) << time;
+    }
+    EXPECT_EQ(restingPlace(), before);
+    // It was minimised by somebody who is at work elsewhere.
+    display().screen().type("hello\n");
+    EXPECT_NE(display().screen().keyFocus(), window());
+    EXPECT_EQ(systemLog().find("Clicked"), std::string::npos) << systemLog();
+    EXPECT_TRUE(process().isRunning());
+}
+
+/// A card on a desktop of several workspaces.
+class CardOnWorkspaces : public Card {};
+
+TEST_P(CardOnWorkspaces, IsOnEachOfThem) {
+    makeScreen();
+    display().screen().makeTwoWorkspaces();
+    const WindowId terminal = display().screen().addTerminal({60, 60, 300, 200});
+    startCard();
+    static_cast<void>(restingPlace());
+    ASSERT_TRUE(display().screen().goToSecondWorkspace());
+    // Some leave the windows of the other workspaces mapped.
+    EXPECT_TRUE(eventually([&] {
+        return display().screen().isViewable(window()) &&
+               (display().screen().isEverywhere(window()) ||
+                !display().screen().isViewable(terminal));
+    }));
+}
+
 /// A card that is dragged.
 class DraggedCard : public Card {};
 
@@ -192,6 +229,10 @@ INSTANTIATE_TEST_SUITE_P(Under, DraggedCard,
 // And xfwm4 takes the first of two monitors that share an output for the only one.
 INSTANTIATE_TEST_SUITE_P(Under, CardBetweenMonitors,
                          ::testing::ValuesIn(windowManagersWithout({"awesome", "xfwm4"})),
+                         [](const auto& manager) { return manager.param.name; });
+// i3 makes a workspace only for its own commands.
+INSTANTIATE_TEST_SUITE_P(Under, CardOnWorkspaces,
+                         ::testing::ValuesIn(windowManagersWithout({"i3"})),
                          [](const auto& manager) { return manager.param.name; });
 INSTANTIATE_TEST_SUITE_P(Under, Card, ::testing::ValuesIn(windowManagers()),
                          [](const auto& manager) { return manager.param.name; });

@@ -155,6 +155,21 @@ std::optional<QMargins> x11FrameMargins(const QWidget& window) {
     return QMargins(points(0), points(2), points(1), points(3));
 }
 
+void showOnEveryWorkspace(const QWidget& window) {
+    xcb_connection_t* x = x11Connection();
+    if (x == nullptr) {
+        return;
+    }
+    constexpr std::uint32_t everyWorkspace = 0xFFFFFFFF;
+    constexpr std::uint32_t add = 1;
+    constexpr std::uint32_t fromAnApplication = 1;
+    const auto id = static_cast<xcb_window_t>(window.internalWinId());
+    // Some window managers go by the one, some by the other.
+    requestOfX11(x, id, "_NET_WM_DESKTOP", {everyWorkspace, fromAnApplication});
+    requestOfX11(x, id, "_NET_WM_STATE",
+                 {add, x11Atom(x, "_NET_WM_STATE_STICKY"), 0, fromAnApplication});
+}
+
 bool hasCompositor() {
     xcb_connection_t* x = x11Connection();
     if (x == nullptr) {

@@ -32,6 +32,10 @@ namespace velunor {
 /// The toolkit's own figures are wrong while a window is being framed. None outside X11.
 [[nodiscard]] std::optional<QMargins> x11FrameMargins(const QWidget& window);
 
+/// Asks the window manager to show `window`, which is on the screen, on every workspace. Nothing
+/// outside X11.
+void showOnEveryWorkspace(const QWidget& window);
+
 /// Whether windows can be translucent: a compositor runs (always so outside X11).
 [[nodiscard]] bool hasCompositor();
 

@@ -56,13 +56,27 @@ void X11Focus::setWanted(bool wanted) {
     xcb_flush(x);
 }
 
+bool X11Focus::isOwn(quint32 window) const {
+    xcb_connection_t* x = x11Connection();
+    auto part = static_cast<xcb_window_t>(window_.winId());
+    while (part != XCB_WINDOW_NONE && part != x11Root(x)) {
+        if (part == window) {
+            return true;
+        }
+        const ReplyPointer<xcb_query_tree_reply_t> reply(
+            xcb_query_tree_reply(x, xcb_query_tree(x, part), nullptr));
+        part = reply ? reply->parent : xcb_window_t{XCB_WINDOW_NONE};
+    }
+    return false;
+}
+
 void X11Focus::watchActiveWindow() {
     xcb_connection_t* x = x11Connection();
     const std::vector<std::uint32_t> active = x11Values(x, x11Root(x), activeWindow);
     if (active.empty() || active.front() == XCB_WINDOW_NONE) {
         return;
     }
-    if (active.front() != window_.winId()) {
+    if (!isOwn(active.front())) {
         former_ = active.front();
     } else if (former_ != XCB_WINDOW_NONE) {
         requestOfX11(x, former_, activeWindow, {forTheUser, XCB_CURRENT_TIME});

@@ -26,6 +26,8 @@ class X11Focus final : public QAbstractNativeEventFilter {
   private:
     /// Tells window managers whether the window wants keys.
     void setWanted(bool wanted);
+    /// Whether it is the window itself or its frame, which some make the active one.
+    [[nodiscard]] bool isOwn(quint32 window) const;
     /// Sees who is the active window, and gives that back where it is this one.
     void watchActiveWindow();
 

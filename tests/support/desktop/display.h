@@ -91,6 +91,8 @@ class Screen {
     /// The window that the keys go to.
     [[nodiscard]] WindowId keyFocus() const;
     [[nodiscard]] bool isAbove(WindowId window) const;
+    /// Whether the window is on every workspace.
+    [[nodiscard]] bool isEverywhere(WindowId window) const;
     [[nodiscard]] bool demandsAttention(WindowId window) const;
     [[nodiscard]] bool hasCompositor() const;
     /// How many pixels inside the window have exactly this colour (0xRRGGBB).
@@ -116,6 +118,14 @@ class Screen {
     /// Asks for that until the window has the keys; whether it gets them. One that has just come up
     /// may not take them yet.
     [[nodiscard]] bool comeInto(WindowId window);
+    /// Minimises the window, as a task list does.
+    void minimize(WindowId window);
+    /// Asks for two workspaces.
+    void makeTwoWorkspaces();
+    /// Goes to the second of two; whether the window manager went there.
+    [[nodiscard]] bool goToSecondWorkspace();
+    /// Whether the window is mapped and not minimised.
+    [[nodiscard]] bool isViewable(WindowId window) const;
     /// Asks the window manager to close the window, as a pager does.
     void requestClose(WindowId window);
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -143,6 +144,13 @@ bool Screen::isAbove(WindowId window) const {
     return connection_->hasState(window, "_NET_WM_STATE_ABOVE");
 }
 
+bool Screen::isEverywhere(WindowId window) const {
+    // The library widens the numbers of a property with their sign.
+    constexpr std::uint32_t everyWorkspace = 0xFFFFFFFF;
+    const std::vector<unsigned long> workspace = connection_->property(window, "_NET_WM_DESKTOP");
+    return workspace.size() == 1 && static_cast<std::uint32_t>(workspace[0]) == everyWorkspace;
+}
+
 bool Screen::demandsAttention(WindowId window) const {
     if (connection_->hasState(window, "_NET_WM_STATE_DEMANDS_ATTENTION")) {
         return true;
@@ -260,6 +268,32 @@ void Screen::request(WindowId window, const char* name, long first, long second)
 
 void Screen::activate(WindowId window) {
     request(window, "_NET_ACTIVE_WINDOW", fromPager, CurrentTime);
+}
+
+void Screen::minimize(WindowId window) {
+    XIconifyWindow(connection_->display, window, 0);
+    XSync(connection_->display, 0);
+}
+
+void Screen::makeTwoWorkspaces() {
+    request(connection_->root, "_NET_NUMBER_OF_DESKTOPS", 2, 0);
+}
+
+bool Screen::goToSecondWorkspace() {
+    const std::vector other{1UL};
+    return eventually([&] {
+        request(connection_->root, "_NET_CURRENT_DESKTOP", 1, CurrentTime);
+        return connection_->property(connection_->root, "_NET_CURRENT_DESKTOP") == other;
+    });
+}
+
+bool Screen::isViewable(WindowId window) const {
+    XWindowAttributes attributes{};
+    const std::vector<unsigned long> state = connection_->property(window, "WM_STATE");
+    // Some leave a minimised window mapped.
+    return !state.empty() && state.front() == NormalState &&
+           XGetWindowAttributes(connection_->display, window, &attributes) != 0 &&
+           attributes.map_state == IsViewable;
 }
 
 void Screen::requestClose(WindowId window) {
