@@ -14,6 +14,8 @@ die() {
 readonly PACKAGES_PROGRAM=(
     build-essential cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-svg-dev libtomlplusplus-dev libexpat1-dev libsystemd-dev libpam0g-dev
+    # PAM's description for pkg-config asks for it on Debian 13.
+    libaudit-dev
     libldap-dev libxcb1-dev)
 # The program and its tests.
 readonly PACKAGES_BUILD=(

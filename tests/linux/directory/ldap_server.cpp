@@ -1,6 +1,7 @@
 #include "tests/linux/directory/ldap_server.h"
 
 #include <arpa/inet.h>
+#include <ldap.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -10,6 +11,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "platform/owned.h"
 #include "platform/posix/file_descriptor.h"
 #include "tests/support/files.h"
 #include "tests/support/wait.h"
@@ -63,6 +65,14 @@ std::string hexadecimal(std::string_view bytes) {
         text += {'\\', digits[value / 16U], digits[value % 16U]};
     }
     return text;
+}
+
+/// Whether the directory's library, and its server with it, speaks TLS by OpenSSL; by GnuTLS else.
+bool isBuiltWithOpenssl() {
+    char* package = nullptr;
+    ldap_get_option(nullptr, LDAP_OPT_X_TLS_PACKAGE, &package);
+    const Owned<char, ldap_memfree> owner(package);
+    return package != nullptr && std::string_view(package) == "OpenSSL";
 }
 
 /// Whether somebody takes connections at a local socket's path.
@@ -150,19 +160,52 @@ void LdapServer::makeCertificates(const LdapServerSettings& settings) const {
                                    file("server.key"), "-out", file("server.csr")});
     run(authority);
     run(request);
-    run({"openssl", "x509", "-req", "-in", file("server.csr"), "-CA", file("ca.pem"), "-CAkey",
-         file("ca.key"), "-CAcreateserial", "-copy_extensions", "copy", "-days",
-         std::to_string(settings.certificateDays), "-out", file("server.pem")});
+    testing::writeFile(file("issued"), "");
+    testing::writeFile(file("ca.cnf"),
+                       "[ca]\ndefault_ca = own\n[own]\ndatabase = " + file("issued") +
+                           "\nnew_certs_dir = " + directory_.path().string() +
+                           "\nrand_serial = yes\ndefault_md = sha256\npolicy = any\n"
+                           "copy_extensions = copy\ndefault_days = 2\n"
+                           "[any]\ncommonName = supplied\n");
+    std::vector<std::string> issue{"openssl",         "ca",    "-batch",           "-config",
+                                   file("ca.cnf"),    "-cert", file("ca.pem"),     "-keyfile",
+                                   file("ca.key"),    "-in",   file("server.csr"), "-out",
+                                   file("server.pem")};
+    if (settings.certificateExpired) {
+        issue.insert(issue.end(), {"-startdate", "20200101000000Z", "-enddate", "20200102000000Z"});
+    }
+    run(issue);
 }
 
 std::string LdapServer::tlsConfiguration(const LdapServerSettings& settings) const {
     std::string text = "TLSCACertificateFile " + file("ca.pem") + "\n";
     text += "TLSCertificateFile " + file("server.pem") + "\n";
     text += "TLSCertificateKeyFile " + file("server.key") + "\n";
-    if (!settings.cipherSuite.empty()) {
-        text += "TLSCipherSuite " + settings.cipherSuite + "\n";
+    const std::string version =
+        settings.tlsVersion.empty() ? "" : "+VERS-TLS" + settings.tlsVersion;
+    if (isBuiltWithOpenssl()) {
+        writeOpensslConfiguration(settings);
+    } else if (settings.ccmOnly) {
+        text += "TLSCipherSuite NORMAL:-VERS-ALL:+VERS-TLS1.3:-CIPHER-ALL:+AES-128-CCM\n";
+    } else if (!version.empty()) {
+        text += "TLSCipherSuite NORMAL:-VERS-ALL:" + version + "\n";
     }
     return text;
+}
+
+/// The server's own settings have no word for the newest version that is spoken.
+void LdapServer::writeOpensslConfiguration(const LdapServerSettings& settings) const {
+    std::string text =
+        "openssl_conf = all\n[all]\nssl_conf = tls\n[tls]\nsystem_default = own\n"
+        "[own]\nCipherString = DEFAULT:@SECLEVEL=0\n";
+    if (!settings.tlsVersion.empty()) {
+        text += "MinProtocol = TLSv1\nMaxProtocol = TLSv" +
+                (settings.tlsVersion == "1.0" ? "1" : settings.tlsVersion) + "\n";
+    }
+    if (settings.ccmOnly) {
+        text += "MinProtocol = TLSv1.3\nCiphersuites = TLS_AES_128_CCM_SHA256\n";
+    }
+    testing::writeFile(file("openssl.cnf"), text);
 }
 
 void LdapServer::writeConfiguration(const LdapServerSettings& settings) const {
@@ -219,6 +262,7 @@ bool LdapServer::start(bool offersTls) {
     // It begins to listen in this order, so that the last one speaks for all.
     const std::string uris = (offersTls ? tlsUri() + " " : "") + plainUri() + " " + controlUri();
     command.arguments = {file("slapd"), "-d", "stats", "-f", file("slapd.conf"), "-h", uris};
+    command.environment = {{"OPENSSL_CONF", file("openssl.cnf")}};
     command.errors = file("log");
     process_ = std::make_unique<testing::ChildProcess>(command);
     return testing::eventually(

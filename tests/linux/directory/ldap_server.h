@@ -16,12 +16,14 @@ namespace velunor::testing {
 struct LdapServerSettings {
     /// What its certificate is good for, as openssl takes subjectAltName.
     std::string certificateNames = "IP:127.0.0.1";
-    /// Days from now on which its certificate ends.
-    int certificateDays = 2;
+    /// Whether its certificate was good for one day long ago.
+    bool certificateExpired = false;
     /// Whether it can speak TLS on the port that begins in clear text; no other port then.
     bool offersTls = true;
-    /// What TLS may use, as the server's library takes it; empty for its own choice.
-    std::string cipherSuite{};
+    /// The one version of TLS that it speaks, such as "1.2"; empty for all that its library has.
+    std::string tlsVersion{};
+    /// Whether it takes none but the ciphers of the CCM mode.
+    bool ccmOnly = false;
     /// Entries that it has from the beginning, as LDIF, with whatever attributes.
     std::string entries{};
     /// Rules of access that come before its own.
@@ -77,6 +79,7 @@ class LdapServer {
     }
     void makeCertificates(const LdapServerSettings& settings) const;
     [[nodiscard]] std::string tlsConfiguration(const LdapServerSettings& settings) const;
+    void writeOpensslConfiguration(const LdapServerSettings& settings) const;
     void writeConfiguration(const LdapServerSettings& settings) const;
     void loadEntries(const LdapServerSettings& settings) const;
     /// False when somebody else has taken the ports that were free a moment ago.

@@ -76,7 +76,7 @@ TEST(LdapNodeStore, SystemsAuthoritiesAreTrusted) {
 
 TEST_F(LdapNodeTls, ExpiredCertificateIsRefused) {
     LdapServerSettings settings;
-    settings.certificateDays = -1;
+    settings.certificateExpired = true;
     const LdapServer server(settings);
     EXPECT_THAT(openingBothWays(server), HasSubstr("TLS cannot be established"));
 }
@@ -98,7 +98,7 @@ TEST_F(LdapNodeTls, OnlyTheWholeHostNameCounts) {
 TEST_F(LdapNodeTls, VersionsBefore12AreRefused) {
     for (const char* version : {"1.0", "1.1"}) {
         LdapServerSettings settings;
-        settings.cipherSuite = std::string("NORMAL:-VERS-ALL:+VERS-TLS") + version;
+        settings.tlsVersion = version;
         const LdapServer server(settings);
         EXPECT_THAT(openingBothWays(server),
                     AnyOf(HasSubstr("TLS cannot be established"), HasSubstr("TLS is too old")));
@@ -107,17 +107,19 @@ TEST_F(LdapNodeTls, VersionsBefore12AreRefused) {
 
 TEST_F(LdapNodeTls, Version12IsTaken) {
     LdapServerSettings settings;
-    settings.cipherSuite = "NORMAL:-VERS-ALL:+VERS-TLS1.2";
+    settings.tlsVersion = "1.2";
     const LdapServer server(settings);
     EXPECT_EQ(openingBothWays(server), opens);
 }
 
 TEST_F(LdapNodeTls, CiphersThatLeavePasswordsBehindAreRefused) {
     LdapServerSettings settings;
-    settings.cipherSuite = "NORMAL:-VERS-ALL:+VERS-TLS1.3:-CIPHER-ALL:+AES-128-CCM";
+    settings.ccmOnly = true;
     const LdapServer server(settings);
+    // OpenSSL does not even offer them.
     EXPECT_THAT(openingBothWays(server),
-                AllOf(HasSubstr("cipher is not supported"), HasSubstr("(AES-128-CCM)")));
+                AnyOf(AllOf(HasSubstr("cipher is not supported"), HasSubstr("(AES-128-CCM)")),
+                      HasSubstr("TLS cannot be established")));
 }
 
 TEST_F(LdapNodeTls, AuthoritiesThatCannotBeReadAreAnError) {
