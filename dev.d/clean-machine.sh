@@ -63,8 +63,11 @@ base_system() {
         "${suites[$1]}" "$base.new" "${mirror% }"
     # How this machine reaches the archive, but nothing that throws away what has been fetched.
     cp -r /etc/apt/apt.conf.d "$base.new/etc/apt/"
-    printf '#clear %s;\n' DPkg::Post-Invoke APT::Update::Post-Invoke \
-        >"$base.new/etc/apt/apt.conf.d/99clean-machine"
+    {
+        printf '#clear %s;\n' DPkg::Post-Invoke APT::Update::Post-Invoke
+        # A package that brings one of these files finds another one there.
+        printf 'Dpkg::Options:: "--force-confold";\n'
+    } >"$base.new/etc/apt/apt.conf.d/99clean-machine"
     mv "$base.new" "$base"
 }
 

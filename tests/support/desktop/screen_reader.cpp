@@ -50,6 +50,7 @@ ScreenReader::ScreenReader(const Environment& session, const std::filesystem::pa
     environment["GSETTINGS_BACKEND"] = "memory";
     environment["XDG_DATA_HOME"] = directory_ / "data";
     environment["SPEECHD_ADDRESS"] = "unix_socket:" + socket.string();
+    readSeries(environment);
     const std::string files = directory_ / "speech";
     speech_ = std::make_unique<ChildProcess>(
         Command{.arguments = {"speech-dispatcher", "--run-single", "--timeout", "0", "--config-dir",
@@ -71,6 +72,21 @@ ScreenReader::ScreenReader(const Environment& session, const std::filesystem::pa
         throw std::runtime_error("the screen reader did not start: " + readFile(log));
     }
     log_.open(log);
+}
+
+void ScreenReader::readSeries(const Environment& environment) {
+    const std::filesystem::path output = directory_ / "version";
+    ChildProcess process({.arguments = {"orca", "--version"},
+                          .environment = environment,
+                          .output = output,
+                          .errors = {}});
+    static_cast<void>(process.wait());
+    const std::string text = readFile(output);
+    std::smatch found;
+    if (!std::regex_search(text, found, std::regex(R"((\d+)\.)"))) {
+        throw std::runtime_error("the screen reader does not tell its version: " + text);
+    }
+    series_ = found[1];
 }
 
 const std::vector<std::string>& ScreenReader::said() {

@@ -22,8 +22,14 @@ class ScreenReader {
     /// left out.
     [[nodiscard]] const std::vector<std::string>& said();
 
+    /// Number of its series, such as "43". Each words things in its own way.
+    [[nodiscard]] const std::string& series() const { return series_; }
+
   private:
+    void readSeries(const Environment& environment);
+
     std::filesystem::path directory_;
+    std::string series_;
     std::ifstream log_;
     /// The part of the log in which what was said has not been looked for.
     std::string unread_;
