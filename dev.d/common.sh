@@ -16,7 +16,9 @@ readonly PACKAGES_PROGRAM=(
     qt6-base-dev qt6-svg-dev libtomlplusplus-dev libexpat1-dev libsystemd-dev libpam0g-dev
     # PAM's description for pkg-config asks for it on Debian 13.
     libaudit-dev
-    libldap-dev libxcb1-dev)
+    libldap-dev libxcb1-dev
+    # Makes the man pages.
+    scdoc)
 # The program and its tests.
 readonly PACKAGES_BUILD=(
     "${PACKAGES_PROGRAM[@]}" libgtest-dev libgmock-dev libx11-dev libxfixes-dev libxtst-dev)
@@ -27,7 +29,8 @@ readonly PACKAGES_DISPLAY=(
 readonly PACKAGES_SHOTS=(fonts-noto-cjk)
 readonly PACKAGES_TEST=(
     clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
-    systemd util-linux passwd qt6-translations-l10n x11-xserver-utils "${PACKAGES_SHOTS[@]}")
+    groff-base mandoc systemd util-linux passwd qt6-translations-l10n x11-xserver-utils
+    "${PACKAGES_SHOTS[@]}")
 # Compositors, Wayland, the screen reader and what people use as a window manager, for end-to-end
 # tests.
 readonly PACKAGES_DESKTOPS=(

@@ -285,7 +285,11 @@ TEST_F(AgentLauncher, HelpNamesTheStatuses) {
          {std::vector<std::string>{"--help"}, {"serve", "--help"}, {"prompt", "--help"}}) {
         std::filesystem::remove(directory() / "out");
         EXPECT_EQ(start(arguments).wait(), exited(AgentExit::proceed));
-        EXPECT_THAT(output(), HasSubstr("10 for postpone"));
+        EXPECT_THAT(output(), HasSubstr("\n   0  The answer was to proceed.\n"));
+        EXPECT_THAT(output(), HasSubstr("\n  10  The answer was to postpone.\n"));
+        for (int status = 1; status < 10; ++status) {
+            EXPECT_THAT(output(), HasSubstr("\n   " + std::to_string(status) + "  "));
+        }
     }
 }
 
