@@ -5,5 +5,5 @@ cd -- "$(dirname -- "$0")/.."
 scripts=(dev .ci/run tools/ostrel_agent/start-in-session packaging/debian/{postinst,postrm,prerm})
 while IFS= read -r script; do
     scripts+=("$script")
-done < <(find dev.d packaging tests -name '*.sh' | sort)
+done < <(find dev.d examples packaging tests -name '*.sh' | sort)
 exec shellcheck -x "${scripts[@]}"
