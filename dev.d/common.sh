@@ -21,7 +21,8 @@ readonly PACKAGES_PROGRAM=(
     scdoc)
 # The program and its tests.
 readonly PACKAGES_BUILD=(
-    "${PACKAGES_PROGRAM[@]}" libgtest-dev libgmock-dev libx11-dev libxfixes-dev libxtst-dev)
+    "${PACKAGES_PROGRAM[@]}" libgtest-dev libgmock-dev librapidcheck-dev
+    libx11-dev libxfixes-dev libxtst-dev)
 readonly PACKAGES_DISPLAY=(
     dbus xvfb openbox x11-utils at-spi2-core imagemagick
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
