@@ -149,7 +149,7 @@ TEST_P(CardOnWorkspaces, IsOnEachOfThem) {
     const WindowId terminal = display().screen().addTerminal({60, 60, 300, 200});
     startCard();
     static_cast<void>(restingPlace());
-    ASSERT_TRUE(display().screen().goToSecondWorkspace());
+    ASSERT_TRUE(display().screen().goToWorkspace(1));
     // Some leave the windows of the other workspaces mapped.
     EXPECT_TRUE(eventually([&] {
         return display().screen().isViewable(window()) &&

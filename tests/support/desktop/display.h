@@ -60,6 +60,7 @@ struct DisplaySetup {
 using WindowId = unsigned long;
 
 struct XConnection;
+struct Picture;
 
 /// A connection to an X server: looks at windows, and acts as pointer and keyboard do.
 class Screen {
@@ -98,6 +99,12 @@ class Screen {
     /// How many pixels inside the window have exactly this colour (0xRRGGBB).
     [[nodiscard]] std::size_t pixelsOfColour(WindowId window, unsigned long colour) const;
 
+    /// What the whole screen shows.
+    [[nodiscard]] Picture picture() const;
+    /// Where the windows are that the screen itself holds, those in frames with their frames; only
+    /// such as can be seen.
+    [[nodiscard]] std::vector<PixelRect> placesOnScreen() const;
+
     /// The picture of the pointer as it is now, a number for each of its pixels.
     [[nodiscard]] std::vector<unsigned long> pointerPicture() const;
 
@@ -122,8 +129,8 @@ class Screen {
     void minimize(WindowId window);
     /// Asks for two workspaces.
     void makeTwoWorkspaces();
-    /// Goes to the second of two; whether the window manager went there.
-    [[nodiscard]] bool goToSecondWorkspace();
+    /// Goes to the workspace of this number, from 0 on; whether the window manager went there.
+    [[nodiscard]] bool goToWorkspace(int number);
     /// Whether the window is mapped and not minimised.
     [[nodiscard]] bool isViewable(WindowId window) const;
     /// Asks the window manager to close the window, as a pager does.
@@ -137,6 +144,9 @@ class Screen {
     void click(WindowId window, const PixelRect& place);
     /// Moves the pointer to this place of the screen.
     void movePointer(int x, int y);
+    /// Presses the button at this place of the screen, moves the pointer by so much in steps, and
+    /// lets go.
+    void drag(int x, int y, int byX, int byY);
     /// Presses the button inside of the window, moves the pointer by so much in steps, and lets go.
     void drag(WindowId window, const PixelRect& place, int byX, int byY);
     /// Presses and releases the key that xmodmap calls `key` ("Escape"), Alt held or not.

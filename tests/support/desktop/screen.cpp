@@ -167,25 +167,6 @@ bool Screen::hasCompositor() const {
     return XGetSelectionOwner(connection_->display, connection_->atom("_NET_WM_CM_S0")) != None;
 }
 
-std::size_t Screen::pixelsOfColour(WindowId window, unsigned long colour) const {
-    const PixelRect content = contentOf(window);
-    XImage* image =
-        XGetImage(connection_->display, window, 0, 0, static_cast<unsigned>(content.width),
-                  static_cast<unsigned>(content.height), AllPlanes, ZPixmap);
-    if (image == nullptr) {
-        return 0;
-    }
-    constexpr unsigned long colourBits = 0xffffff;
-    std::size_t count = 0;
-    for (int y = 0; y < image->height; ++y) {
-        for (int x = 0; x < image->width; ++x) {
-            count += (XGetPixel(image, x, y) & colourBits) == colour ? 1 : 0;
-        }
-    }
-    XDestroyImage(image);
-    return count;
-}
-
 void Screen::resizePanel(WindowId panel, Edge edge, int thickness,
                          const std::optional<PixelRect>& monitor) {
     const PixelRect desktop = contentOf(connection_->root);
@@ -279,10 +260,10 @@ void Screen::makeTwoWorkspaces() {
     request(connection_->root, "_NET_NUMBER_OF_DESKTOPS", 2, 0);
 }
 
-bool Screen::goToSecondWorkspace() {
-    const std::vector other{1UL};
+bool Screen::goToWorkspace(int number) {
+    const std::vector other{static_cast<unsigned long>(number)};
     return eventually([&] {
-        request(connection_->root, "_NET_CURRENT_DESKTOP", 1, CurrentTime);
+        request(connection_->root, "_NET_CURRENT_DESKTOP", number, CurrentTime);
         return connection_->property(connection_->root, "_NET_CURRENT_DESKTOP") == other;
     });
 }

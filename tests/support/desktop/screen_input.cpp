@@ -101,8 +101,10 @@ void Screen::movePointer(int x, int y) {
 
 void Screen::drag(WindowId window, const PixelRect& place, int byX, int byY) {
     const PixelRect content = contentOf(window);
-    const int x = content.x + place.x + place.width / 2;
-    const int y = content.y + place.y + place.height / 2;
+    drag(content.x + place.x + place.width / 2, content.y + place.y + place.height / 2, byX, byY);
+}
+
+void Screen::drag(int x, int y, int byX, int byY) {
     movePointer(x, y);
     XTestFakeButtonEvent(connection_->display, 1, 1, CurrentTime);
     constexpr int steps = 20;
