@@ -19,6 +19,8 @@ import time
 
 # What the checks end with when the machine restarts in the middle of them.
 RESTARTS = 75
+# What systemd-nspawn ends with when the machine restarts and another has to start it again.
+BOOTS_AGAIN = 133
 # How long a machine has to come up, updates on the way included.
 START_SECONDS = 180
 CHECKS = "/srv/system-test/run.py"
@@ -32,17 +34,20 @@ class Machine:
     def __init__(self, root, archives):
         self.root = pathlib.Path(root).resolve()
         self.log = open(f"{self.root}.log", "wb")
-        container = [
+        self.command = [
             "systemd-nspawn", "--quiet", f"--directory={self.root}", "--machine=prompt-system",
             "--register=no", "--keep-unit", "--console=pipe", "--private-network", "--suppress-sync=yes",
             # As on a machine, and not in a container, memory may be locked.
             "--system-call-filter=@memlock",
             f"--bind={archives}:/var/cache/apt/archives", "--boot"]
+        self.container = self._boot()
+
+    def _boot(self):
         # The container's own traces below /run are nobody else's business.
         inside = 'mount -t tmpfs tmpfs /run && exec "$@"'
-        self.container = subprocess.Popen(
+        return subprocess.Popen(
             ["unshare", "--mount", "--propagation", "private", "sh", "-c", inside, "sh",
-             *container],
+             *self.command],
             stdin=subprocess.DEVNULL, stdout=self.log, stderr=self.log, start_new_session=True)
 
     def leader(self):
@@ -62,7 +67,15 @@ class Machine:
         """Runs a command in the machine; its status, other than 0 too where the machine goes."""
         words = ["nsenter", "-t", str(self.leader()), "-m", "-u", "-i", "-n", "-p", "-C", "env",
                  *ENVIRONMENT, *command]
-        return subprocess.run(words, stdin=subprocess.DEVNULL, check=False, **options).returncode
+        entered = subprocess.Popen(words, stdin=subprocess.DEVNULL, **options)
+        while True:
+            _, status = os.waitpid(entered.pid, os.WUNTRACED)
+            if not os.WIFSTOPPED(status):
+                entered.returncode = os.waitstatus_to_exitcode(status)
+                return entered.returncode
+            # A machine that goes down stops everything before it ends it, and nsenter stops with what
+            # it has started; the machine would wait for ever for somebody to take note of its end.
+            os.kill(entered.pid, signal.SIGCONT)
 
     def is_up(self):
         """Whether everything is started; not so while an update is made on the way."""
@@ -75,6 +88,8 @@ class Machine:
         """Waits until the machine is up whose first process is not `but`."""
         end = time.monotonic() + START_SECONDS
         while self.leader() in (0, but) or not self.is_up():
+            if self.container.poll() == BOOTS_AGAIN:
+                self.container = self._boot()
             if self.container.poll() is not None or time.monotonic() > end:
                 sys.exit(f"the machine did not come up; {self.log.name} says what it did")
             time.sleep(0.2)
