@@ -8,7 +8,8 @@ readonly STATUS_NO_CONTAINERS=77
 readonly PACKAGES_MACHINE=(
     systemd systemd-sysv dbus dbus-user-session libpam-systemd polkitd accountsservice
     xvfb xkb-data openbox xdotool x11-utils i3lock fonts-dejavu-core
-    python3 procps apt-utils dpkg-dev slapd ldap-utils openssl packagekit)
+    python3 python3-gi procps apt-utils dpkg-dev slapd ldap-utils openssl
+    packagekit packagekit-tools)
 
 dev_system_test() {
     local release=12 arguments=() argument

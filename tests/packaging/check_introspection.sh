@@ -21,4 +21,4 @@ until grep -q serving "$said"; do
     sleep 0.05
 done
 
-busctl --user introspect --xml-interface $name $object | "$here/check_interface.py" "$2/$name"1.xml
+busctl --user introspect --xml-interface $name $object | "$here/../system/guest/check_interface.py" "$2/$name"1.xml
