@@ -7,6 +7,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -85,6 +86,21 @@ TEST_F(AccessLogTest, FirstRunCreatesTheFileForAllUsers) {
     EXPECT_THAT(log.lines(), ElementsAre("Log file created at " + path, "Permissions set to 0666"));
     EXPECT_EQ(modeOf(path), 0666U);
     EXPECT_EQ(directory.read("rebootaccess.log"), "");
+}
+
+TEST_F(AccessLogTest, StartingEntryMakesTheFileFirst) {
+    accessLog.printStartingEntry({});
+    EXPECT_THAT(log.lines(), ElementsAre("Log file created at " + path, "Permissions set to 0666"));
+    EXPECT_EQ(agent().entries.size(), 1U);
+}
+
+TEST_F(AccessLogTest, LeavesNoDescriptorOpen) {
+    const auto descriptors = [] {
+        return std::ranges::distance(std::filesystem::directory_iterator("/proc/self/fd"));
+    };
+    const auto before = descriptors();
+    OSUpdateUtil::createLogFileIfNeeded(path, log);
+    EXPECT_EQ(descriptors(), before);
 }
 
 TEST_F(AccessLogTest, StrictUmaskDoesNotLowerTheMode) {

@@ -54,6 +54,10 @@ TEST_F(InputTest, EmptyTextsGiveTheDefaults) {
               (OSUpdateInput{UpdateType::withoutCredentials, "", true, 15, true, -1}));
 }
 
+TEST_F(InputTest, RecordThatNobodyHasFilledHoldsTheDefaults) {
+    EXPECT_EQ(OSUpdateInput{}, read({"", "", "", "", "", ""}));
+}
+
 TEST_F(InputTest, OnlyLowerCaseFalseIsFalse) {
     for (const char* text : {"FALSE", "False", "0", "no", " false", "false "}) {
         const OSUpdateInput input = read({"k", "n", text, "1", text, "1"});

@@ -148,6 +148,8 @@ TEST(ResponseDecoding, CaseThatIsNoObjectIsAnOrdinaryError) {
         const auto error = decodingError(text);
         EXPECT_EQ(error.kind, DecodingError::Kind::typeMismatch) << text;
         EXPECT_EQ(error.codingPath, "proceed") << text;
+        EXPECT_EQ(error.debugDescription,
+                  "Expected to decode an object but found something else instead.");
     }
 }
 
@@ -156,17 +158,27 @@ TEST(ResponseDecoding, InnerValueThatIsNoTextIsAnOrdinaryError) {
     EXPECT_EQ(decodingError(R"({"proceed":{"passwd":{}}})").codingPath, "proceed.passwd");
     EXPECT_EQ(decodingError(R"({"postponse":{"userName":false}})").codingPath,
               "postponse.userName");
+    EXPECT_EQ(decodingError(R"({"proceed":{"passwd":{}}})").debugDescription,
+              "Expected to decode a text but found something else instead.");
 }
 
 TEST(ResponseDecoding, TopLevelThatIsNoObjectIsATypeMismatch) {
     for (const auto* text : {"[]", "1", "\"proceed\"", "null", "true"}) {
-        EXPECT_EQ(decodingError(text).kind, DecodingError::Kind::typeMismatch) << text;
+        const auto error = decodingError(text);
+        EXPECT_EQ(error.kind, DecodingError::Kind::typeMismatch) << text;
+        EXPECT_EQ(error.codingPath, "") << text;
+        EXPECT_EQ(error.debugDescription,
+                  "Expected to decode an object but found something else instead.");
     }
 }
 
 TEST(ResponseDecoding, BlanksBetweenTokensAreAllowed) {
     EXPECT_EQ(decodedText(" \n{ \"proceed\" :\t{ \"userName\" : \"a\" } }\r\n"),
               R"({"proceed":{"userName":"a"}})");
+    EXPECT_EQ(decodedText("{ } "), "no answer");
+    EXPECT_EQ(decodedText("{\"other\" : [ 1 , 2 ] , \"proceed\" : { \"userName\" : null , "
+                          "\"passwd\" : \"a b\" } }"),
+              R"({"proceed":{"passwd":"a b"}})");
 }
 
 class MalformedJsonTest : public ::testing::TestWithParam<std::string> {};
@@ -176,15 +188,17 @@ TEST_P(MalformedJsonTest, IsCorruptData) {
     EXPECT_EQ(decodingError(GetParam()).debugDescription, "The given data was not valid JSON.");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Decoding, MalformedJsonTest,
-    ::testing::Values("", " ", "{", "}", "{\"proceed\":{}", "{\"proceed\":{}}x",
-                      "{\"proceed\":{},}", "{proceed:{}}", "{'proceed':{}}", "{\"proceed\" {}}",
-                      "{\"a\":01}", "{\"a\":1.}", "{\"a\":.5}", "{\"a\":1e}", "{\"a\":-}",
-                      "{\"a\":+1}", "{\"a\":tru}", "{\"a\":\"\n\"}", "{\"a\":\"\\x\"}",
-                      "{\"a\":\"\\u12\"}", "{\"a\":\"\\uD800\"}", "{\"a\":\"\\uDC00\"}",
-                      "{\"a\":\"\\uD800\\u0041\"}", "{\"a\":\"", "{\"a\":\"\\", "[1,]", "[1 2]",
-                      "\xEF\xBB\xBF{}", "{\"a\":\"\xFF\"}", "NaN"));
+INSTANTIATE_TEST_SUITE_P(Decoding, MalformedJsonTest,
+                         ::testing::Values("", " ", "{", "}", "{\"proceed\":{}",
+                                           "{\"proceed\":{}}x", "{\"proceed\":{},}", "{proceed:{}}",
+                                           "{'proceed':{}}", "{\"proceed\" {}}", "{\"a\":01}",
+                                           "{\"a\":1.}", "{\"a\":.5}", "{\"a\":1e}", "{\"a\":-}",
+                                           "{\"a\":+1}", "{\"a\":tru}", "{\"a\":\"\n\"}",
+                                           "{\"a\":\"\\x\"}", "{\"a\":\"\\u12\"}",
+                                           "{\"a\":\"\\uD800\"}", "{\"a\":\"\\uDC00\"}",
+                                           "{\"a\":\"\\uD800\\u0041\"}", "{\"a\":\"", "{\"a\":\"\\",
+                                           "[1,]", "[1 2]", "\xEF\xBB\xBF{}", "{\"a\":\"\xFF\"}",
+                                           "NaN", "~{\"proceed\":{}}", "{\"a\":\"\x1F\"}"));
 
 TEST(ResponseDecoding, EndlessNestingIsCorruptDataAndNoCrash) {
     EXPECT_EQ(decodingError(std::string(100000, '[')).kind, DecodingError::Kind::dataCorrupted);
@@ -195,8 +209,29 @@ TEST(ResponseDecoding, EndlessNestingIsCorruptDataAndNoCrash) {
     EXPECT_EQ(decodingError(objects).kind, DecodingError::Kind::dataCorrupted);
 }
 
+/// An answer beside arrays or objects that are nested so deep, the answer's own object included.
+std::string nested(int depth, const std::string& opening, const std::string& closing) {
+    std::string text = "{\"proceed\":{},\"other\":";
+    for (int level = 1; level < depth; ++level) {
+        text += opening;
+    }
+    text += "1";
+    for (int level = 1; level < depth; ++level) {
+        text += closing;
+    }
+    return text + "}";
+}
+
+TEST(ResponseDecoding, NestingIsReadUpToItsLimit) {
+    EXPECT_EQ(decodedText(nested(128, "[", "]")), R"({"proceed":{}})");
+    EXPECT_EQ(decodedText(nested(129, "[", "]")), "no answer");
+    EXPECT_EQ(decodedText(nested(128, "{\"a\":", "}")), R"({"proceed":{}})");
+    EXPECT_EQ(decodedText(nested(129, "{\"a\":", "}")), "no answer");
+}
+
 TEST(ResponseDecoding, NumbersOfEveryFormAreRead) {
-    EXPECT_EQ(decodedText(R"({"n":[0,-0,1.5,-2e10,3E+4,5e-6],"proceed":{}})"), R"({"proceed":{}})");
+    EXPECT_EQ(decodedText(R"({"n":[0,-0,1.5,-2e10,3E+4,5e-6,79],"proceed":{}})"),
+              R"({"proceed":{}})");
 }
 
 TEST(ResponseDecoding, SurrogatePairsJoin) {
