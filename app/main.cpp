@@ -46,6 +46,22 @@ void leaveWithoutDisplay(int status, void* machine) {
     parts.processExit.exit(status);
 }
 
+/// Leaves as the process does, once the desktop shows nothing of the prompt beside its window.
+class PromptExit final : public velunor::ProcessExit {
+  public:
+    PromptExit(velunor::PromptWindow& window, velunor::LinuxProcessExit& process)
+        : window_(window), process_(process) {}
+
+    [[noreturn]] void exit(int status) override {
+        window_.leave();
+        process_.exit(status);
+    }
+
+  private:
+    velunor::PromptWindow& window_;
+    velunor::LinuxProcessExit& process_;
+};
+
 /// Runs the prompt on the desktop until an answer or the session ends the process.
 [[noreturn]] void runApplication(int argc, char** argv, Machine& machine,
                                  const velunor::Globals& globals) {
@@ -66,6 +82,7 @@ void leaveWithoutDisplay(int status, void* machine) {
     velunor::PromptWindow promptWindow;
     promptWindow.localize(
         [&](std::string_view key) { return globals.i18nDefault.getValueForKeyString(key); });
+    PromptExit promptExit(promptWindow, machine.processExit);
     velunor::QtWindow window(promptWindow);
     velunor::QtApplication application(promptWindow, window);
 
@@ -79,7 +96,7 @@ void leaveWithoutDisplay(int status, void* machine) {
         .images = images,
         .segmenter = segmenter,
         .processInfo = machine.processInfo,
-        .processExit = machine.processExit,
+        .processExit = promptExit,
         .clock = machine.clock,
         .childProcess = machine.childProcess,
         .consoleUsers = machine.consoleUsers,
@@ -105,7 +122,7 @@ void leaveWithoutDisplay(int status, void* machine) {
     promptWindow.present();
     on_exit(leaveWithoutDisplay, &machine);
     // Background work may still use what lives here, so nothing of it is taken down.
-    machine.processExit.exit(QApplication::exec());
+    promptExit.exit(QApplication::exec());
 }
 
 }  // namespace

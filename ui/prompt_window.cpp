@@ -13,6 +13,7 @@
 #include "platform/qt/desktop/appearance.h"
 #include "platform/qt/desktop/x11_desktop.h"
 #include "ui/form.h"
+#include "ui/hidden_hint.h"
 #include "ui/keyboard_entrance.h"
 #include "ui/prompt_speech.h"
 #include "ui_prompt_window.h"
@@ -97,6 +98,7 @@ void PromptWindow::localize(const TextSource& texts) {
          [&](const QString& text) { password.setCapsLockText(text); });
     take("tarn.agent.msghand.prompt.password_refused",
          [&](const QString& text) { speech_->setRefusalText(text); });
+    take("tarn.agent.msghand.prompt.hidden", [&](const QString& text) { hiddenText_ = text; });
 }
 
 void PromptWindow::present() {
@@ -107,6 +109,12 @@ void PromptWindow::present() {
     place();
     entrance_->close();
     show();
+}
+
+void PromptWindow::leave() {
+    if (hiddenHint_ != nullptr) {
+        hiddenHint_->withdrawAtEnd();
+    }
 }
 
 bool PromptWindow::eventFilter(QObject* watched, QEvent* event) {

@@ -21,6 +21,7 @@ class PromptForm;
 
 namespace velunor {
 
+class HiddenHint;
 class KeyboardEntrance;
 class PromptSpeech;
 
@@ -58,6 +59,8 @@ class PromptWindow final : public QWidget {
 
     /// Shows the window, placed and without taking the focus.
     void present();
+    /// Takes back what the desktop shows of the prompt beside the window: the process ends.
+    void leave();
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -107,6 +110,8 @@ class PromptWindow final : public QWidget {
     PromptSpeech* speech_ = nullptr;
     KeyboardEntrance* entrance_;
     std::unique_ptr<QObject> settings_;
+    HiddenHint* hiddenHint_ = nullptr;
+    QString hiddenText_ = "The window is hidden. Click here to show it.";
     std::function<void()> updateNow_ = [] {};
     std::function<void()> postpone_ = [] {};
     std::function<void()> changeUserName_ = [] {};

@@ -7,6 +7,7 @@
 #include "platform/qt/application/run_loop.h"
 #include "platform/qt/desktop/appearance.h"
 #include "platform/qt/widgets/picture_view.h"
+#include "ui/hidden_hint.h"
 #include "ui/keyboard_entrance.h"
 #include "ui/prompt_window.h"
 #include "ui_prompt_window.h"
@@ -75,6 +76,7 @@ void PromptWindow::afterFirstPicture() {
     }
     if (hasSessionBus()) {
         settings_ = followDesktopSettings(QDBusConnection::sessionBus());
+        hiddenHint_ = new HiddenHint(*this, *form_, *entrance_, hiddenText_);
     }
     releaseFreeMemory();
 }

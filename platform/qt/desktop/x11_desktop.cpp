@@ -42,33 +42,13 @@ bool hidesWorkArea(xcb_connection_t* x) {
     return *workAreaIsHidden;
 }
 
-/// The windows that the root has, and those in their frames.
-std::vector<xcb_window_t> windowsAndFramed(xcb_connection_t* x) {
-    std::vector<xcb_window_t> all{x11Root(x)};
-    std::size_t next = 0;
-    constexpr int depth = 2;
-    for (int level = 0; level < depth; ++level) {
-        std::vector<xcb_query_tree_cookie_t> asked;
-        for (; next < all.size(); ++next) {
-            asked.push_back(xcb_query_tree(x, all[next]));
-        }
-        for (const xcb_query_tree_cookie_t& cookie : asked) {
-            if (const ReplyPointer<xcb_query_tree_reply_t> reply(
-                    xcb_query_tree_reply(x, cookie, nullptr));
-                reply) {
-                const xcb_window_t* children = xcb_query_tree_children(reply.get());
-                all.insert(all.end(), children,
-                           children + xcb_query_tree_children_length(reply.get()));
-            }
-        }
-    }
-    return all;
-}
-
 /// The windows among which the panels are. A window manager that names no work area need not list
 /// its panels either.
 std::vector<xcb_window_t> panelsAndOthers(xcb_connection_t* x) {
-    return hidesWorkArea(x) ? windowsAndFramed(x) : x11Values(x, x11Root(x), "_NET_CLIENT_LIST");
+    constexpr int withFramed = 2;
+    const xcb_window_t root = x11Root(x);
+    return hidesWorkArea(x) ? x11Descendants(x, root, withFramed)
+                            : x11Values(x, root, "_NET_CLIENT_LIST");
 }
 
 QRect withoutStruts(xcb_connection_t* x, const xcb_screen_t& screen, const QRect& monitor) {
@@ -205,15 +185,8 @@ void X11DesktopChanges::watchWindows() {
     if (watchesWindows_ || !hidesWorkArea(x)) {
         return;
     }
-    const xcb_window_t root = x11Root(x);
-    const ReplyPointer<xcb_get_window_attributes_reply_t> reply(
-        xcb_get_window_attributes_reply(x, xcb_get_window_attributes(x, root), nullptr));
-    if (reply) {
-        // The toolkit goes on receiving what it has asked for.
-        const std::uint32_t mask = reply->your_event_mask | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-        xcb_change_window_attributes(x, root, XCB_CW_EVENT_MASK, &mask);
-        watchesWindows_ = true;
-    }
+    addX11Events(x, x11Root(x), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+    watchesWindows_ = true;
 }
 
 bool X11DesktopChanges::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) {

@@ -90,6 +90,43 @@ std::vector<std::vector<std::uint32_t>> x11ValuesOfEach(xcb_connection_t* x,
     return all;
 }
 
+std::vector<xcb_window_t> x11Descendants(xcb_connection_t* x, xcb_window_t window, int depth) {
+    std::vector<xcb_window_t> all;
+    std::vector<xcb_window_t> level{window};
+    for (; depth > 0 && !level.empty(); --depth) {
+        std::vector<xcb_query_tree_cookie_t> asked;
+        asked.reserve(level.size());
+        for (const xcb_window_t parent : level) {
+            asked.push_back(xcb_query_tree(x, parent));
+        }
+        level.clear();
+        for (const xcb_query_tree_cookie_t& cookie : asked) {
+            if (const ReplyPointer<xcb_query_tree_reply_t> reply(
+                    xcb_query_tree_reply(x, cookie, nullptr));
+                reply) {
+                const xcb_window_t* children = xcb_query_tree_children(reply.get());
+                level.insert(level.end(), children,
+                             children + xcb_query_tree_children_length(reply.get()));
+            }
+        }
+        all.insert(all.end(), level.begin(), level.end());
+    }
+    return all;
+}
+
+void addX11Events(xcb_connection_t* x, xcb_window_t window, std::uint32_t events) {
+    const ReplyPointer<xcb_get_window_attributes_reply_t> reply(
+        xcb_get_window_attributes_reply(x, xcb_get_window_attributes(x, window), nullptr));
+    if (reply) {
+        // The toolkit goes on receiving what it has asked for.
+        const std::uint32_t mask = reply->your_event_mask | events;
+        // Another program's window may be gone by now, which is nothing to tell of.
+        const xcb_void_cookie_t cookie =
+            xcb_change_window_attributes_checked(x, window, XCB_CW_EVENT_MASK, &mask);
+        xcb_discard_reply(x, cookie.sequence);
+    }
+}
+
 void setX11Values(xcb_connection_t* x, xcb_window_t window, const std::string& property,
                   const std::string& type, const std::vector<std::uint32_t>& numbers) {
     xcb_change_property(x, XCB_PROP_MODE_REPLACE, window, x11Atom(x, property), x11Atom(x, type),

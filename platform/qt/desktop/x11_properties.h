@@ -38,6 +38,13 @@ using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
 [[nodiscard]] std::vector<std::vector<std::uint32_t>> x11ValuesOfEach(
     xcb_connection_t* x, const std::vector<xcb_window_t>& windows, const std::string& property);
 
+/// The windows inside of `window` to this depth, each level from the bottom of the pile to its top.
+[[nodiscard]] std::vector<xcb_window_t> x11Descendants(xcb_connection_t* x, xcb_window_t window,
+                                                       int depth);
+
+/// Has the server tell of these events of a window besides those that it tells of already.
+void addX11Events(xcb_connection_t* x, xcb_window_t window, std::uint32_t events);
+
 /// Replaces a window's property by these 32-bit values.
 void setX11Values(xcb_connection_t* x, xcb_window_t window, const std::string& property,
                   const std::string& type, const std::vector<std::uint32_t>& numbers);

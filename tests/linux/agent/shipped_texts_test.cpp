@@ -39,7 +39,8 @@ const std::set<std::string> keys{title,
                                  prefix + "prompt.password",
                                  prefix + "prompt.show_password",
                                  prefix + "prompt.caps_lock_on",
-                                 prefix + "prompt.password_refused"};
+                                 prefix + "prompt.password_refused",
+                                 prefix + "prompt.hidden"};
 
 std::vector<std::string> keysOf(const Properties& texts) {
     std::vector<std::string> found;

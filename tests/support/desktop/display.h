@@ -116,6 +116,13 @@ class Screen {
                      const std::optional<PixelRect>& monitor = {});
     /// Shows an ordinary window that covers the given place, and gives its number.
     WindowId addWindow(const PixelRect& place);
+    /// Shows a window above all others that is none of the window manager's.
+    WindowId addCover(const PixelRect& place);
+    /// Shows a window that fills the screen, as a film does.
+    WindowId addFullScreenWindow();
+    /// Asks the window manager to let a window fill the screen, or to stop that.
+    void fillScreen(WindowId window, bool fill);
+    void removeWindow(WindowId window);
     /// Shows a window that somebody types in: it has the keys on return, and keeps them as text.
     WindowId addTerminal(const PixelRect& place);
     /// What was typed into a terminal since it was last asked; Return is a line break.

@@ -234,6 +234,34 @@ WindowId Screen::addWindow(const PixelRect& place) {
     return window;
 }
 
+WindowId Screen::addCover(const PixelRect& place) {
+    const WindowId window = connection_->makeWindow(place);
+    XSetWindowAttributes attributes{};
+    attributes.override_redirect = 1;
+    XChangeWindowAttributes(connection_->display, window, CWOverrideRedirect, &attributes);
+    XMapRaised(connection_->display, window);
+    connection_->showAndWait(window);
+    return window;
+}
+
+WindowId Screen::addFullScreenWindow() {
+    const WindowId window = connection_->makeWindow({0, 0, usualWidth, usualHeight});
+    connection_->setProperty(window, "_NET_WM_STATE", XA_ATOM,
+                             {connection_->atom("_NET_WM_STATE_FULLSCREEN")});
+    connection_->showAndWait(window);
+    return window;
+}
+
+void Screen::fillScreen(WindowId window, bool fill) {
+    request(window, "_NET_WM_STATE", fill ? 1 : 0,
+            static_cast<long>(connection_->atom("_NET_WM_STATE_FULLSCREEN")));
+}
+
+void Screen::removeWindow(WindowId window) {
+    XDestroyWindow(connection_->display, window);
+    XSync(connection_->display, 0);
+}
+
 void Screen::request(WindowId window, const char* name, long first, long second) {
     XEvent event{};
     event.xclient.type = ClientMessage;
