@@ -32,7 +32,7 @@ expect_gone
 # Purged at once, with what an administrator's add-wants and mask have left.
 dpkg --force-depends -i /srv/package.deb
 install -d /etc/systemd/system/multi-user.target.wants
-ln -s /lib/systemd/system/velunor-osupdate-checkpass.socket \
+ln -s /usr/lib/systemd/system/velunor-osupdate-checkpass.socket \
     /etc/systemd/system/multi-user.target.wants/velunor-osupdate-checkpass.socket
 ln -s /dev/null /etc/systemd/system/velunor-osupdate-checkpass.service
 dpkg --force-depends -P velunor-os-update
