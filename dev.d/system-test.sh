@@ -16,7 +16,7 @@ dev_system_test() {
     for argument in "$@"; do
         case $argument in
             12 | 13) release=$argument ;;
-            --keep | [0-9a-z]*) arguments+=("$argument") ;;
+            --without-lines | --keep | [0-9a-z]*) arguments+=("$argument") ;;
             *) die "system-test: unknown argument $argument" ;;
         esac
     done

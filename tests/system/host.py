@@ -4,8 +4,10 @@
 usage: host.py MACHINE ARCHIVES [--keep] [--without-lines] [FILE...]
 
 MACHINE is a root file system with the checks in /srv/system-test, ARCHIVES what is shown at
-/var/cache/apt/archives. FILE names checks as their file begins; all are run without it. The machine
-is removed where everything passed and --keep is not there. Ends with 0 then, else with 1.
+/var/cache/apt/archives. FILE names checks as their file begins; all are run without it. With
+--without-lines each line of the installed units and rules is taken out instead, and FILE is a part of
+the name of one. The machine is removed where everything passed and --keep is not there. Ends with 0
+then, else with 1.
 """
 
 import os
@@ -24,6 +26,7 @@ BOOTS_AGAIN = 133
 # How long a machine has to come up, updates on the way included.
 START_SECONDS = 180
 CHECKS = "/srv/system-test/run.py"
+WITHOUT_LINES = "/srv/system-test/lines.py"
 ENVIRONMENT = ["-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root", "TERM=dumb",
                "LC_ALL=C.UTF-8", "DEBIAN_FRONTEND=noninteractive", "PYTHONDONTWRITEBYTECODE=1"]
 
@@ -36,9 +39,11 @@ class Machine:
         self.log = open(f"{self.root}.log", "wb")
         self.command = [
             "systemd-nspawn", "--quiet", f"--directory={self.root}", "--machine=prompt-system",
-            "--register=no", "--keep-unit", "--console=pipe", "--private-network", "--suppress-sync=yes",
-            # As on a machine, and not in a container, memory may be locked.
-            "--system-call-filter=@memlock",
+            "--register=no", "--keep-unit", "--console=pipe", "--private-network",
+            # What is written need not survive a loss of power.
+            "--suppress-sync=yes",
+            # As on a machine, and not in a container, memory may be locked and the clock be asked.
+            "--system-call-filter=@memlock @clock",
             f"--bind={archives}:/var/cache/apt/archives", "--boot"]
         self.container = self._boot()
 
@@ -107,12 +112,12 @@ class Machine:
         self.log.close()
 
 
-def follow(machine, arguments):
+def follow(machine, program, arguments):
     """Runs the checks over all restarts; whether everything passed."""
     machine.wait_until_up()
     while True:
         leader = machine.leader()
-        status = machine.run("python3", CHECKS, *arguments)
+        status = machine.run("python3", program, *arguments)
         restarts = status == RESTARTS or pathlib.Path(
             machine.root, "var/lib/system-test/restarts").exists()
         if not restarts:
@@ -122,15 +127,16 @@ def follow(machine, arguments):
 
 def main():
     machine_root, archives, *arguments = sys.argv[1:]
-    keep = "--keep" in arguments
+    options = {word for word in arguments if word.startswith("--")}
+    program = WITHOUT_LINES if "--without-lines" in options else CHECKS
     machine = Machine(machine_root, archives)
     passed = False
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
     try:
-        passed = follow(machine, [word for word in arguments if word != "--keep"])
+        passed = follow(machine, program, [word for word in arguments if word not in options])
     finally:
         machine.end()
-    if passed and not keep:
+    if passed and "--keep" not in options:
         shutil.rmtree(machine.root)
         os.unlink(machine.log.name)
     else:

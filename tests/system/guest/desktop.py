@@ -3,6 +3,7 @@
 import os
 import pathlib
 import struct
+import subprocess
 
 from checks import eventually, expect
 from machine import as_user, run, user_id
@@ -55,6 +56,14 @@ class Session:
     def x(self, *command, **options):
         """Runs a command on the session's display."""
         return run(*command, environment={"DISPLAY": self.display}, **options)
+
+    def start(self, *command):
+        """Starts a program of the user on the display; its process."""
+        uid = user_id(self.user)
+        return subprocess.Popen(
+            ["setpriv", "--reuid", self.user, "--regid", str(uid), "--init-groups", "--reset-env",
+             "env", f"DISPLAY={self.display}", f"XDG_RUNTIME_DIR=/run/user/{uid}", *command],
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def activate(self):
         """Brings it into the foreground of its seat."""

@@ -19,6 +19,10 @@ RESTART_MARK = STATE / "restarts"
 TREE = pathlib.Path("/srv/system-test")
 PACKAGE = "velunor-os-update"
 PACKAGE_FILE = TREE / "package.deb"
+SOCKET_FILE = "/usr/lib/systemd/system/velunor-osupdate-checkpass.socket"
+SERVICE_FILE = "/usr/lib/systemd/system/velunor-osupdate-checkpass.service"
+POLICY_FILE = "/usr/share/dbus-1/system.d/com.velunor.OstrelAgent.conf"
+TMPFILES_FILE = "/usr/lib/tmpfiles.d/velunor-os-update.conf"
 SOCKET_UNIT = "velunor-osupdate-checkpass.socket"
 SERVICE_UNIT = "velunor-osupdate-checkpass.service"
 

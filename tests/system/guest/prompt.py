@@ -12,8 +12,10 @@ from machine import run
 ARGUMENTS = ("OSUpdate", "Debian 12.9", "false", "15", "false", "2")
 WITH_CREDENTIALS = ("OSUpdateWithCred",) + ARGUMENTS[1:]
 
-# Middle of each control, from the window's right and lower edge.
-_PLACES = {"Update Now": (63, 44), "Postpone": (211, 44), "Password": (220, 177)}
+# Middle of each control: from the window's left edge, and from its upper one, or its lower one where
+# that is negative.
+_PLACES = {"Update Now": (328, -45), "Postpone": (198, -45), "Password": (190, -172),
+           "Use another account": (313, 253), "Picture": (61, 254)}
 
 
 class Asking:
@@ -89,10 +91,13 @@ class Window:
 
     def click(self, control):
         """Moves the pointer to the control and clicks."""
-        left, top, width, height = self.geometry()
-        from_right, from_below = _PLACES[control]
-        self.session.x("xdotool", "mousemove", str(left + width - from_right),
-                       str(top + height - from_below), "click", "1")
+        self.session.x("xdotool", "mousemove", *map(str, self.place(control)), "click", "1")
+
+    def place(self, control):
+        """Where the middle of the control is on the screen."""
+        left, top, _, height = self.geometry()
+        x, y = _PLACES[control]
+        return left + x, top + (y if y >= 0 else height + y)
 
     def type(self, text):
         """Types into whatever has the focus; the text is in no argument."""

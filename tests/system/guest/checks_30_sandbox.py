@@ -1,0 +1,109 @@
+"""The sandbox of the checker's service: what does not work inside, and what has to."""
+
+import os
+import pathlib
+
+import sandbox
+from checker import end_service, restart_socket
+from checks import check, expect, expect_equal
+from machine import SERVICE_FILE, run, write
+
+GIBIBYTE = str(1 << 30)
+CHOWN_OVERRIDE_AUDIT = f"{1 << 0 | 1 << 1 | 1 << 29:016x}"
+
+_results = {}
+
+
+def forget():
+    """The next check tries everything anew."""
+    _results.clear()
+
+
+def found(name):
+    """A result of the probe, which runs once for all."""
+    if not _results:
+        _results.update(sandbox.probe())
+    return _results[name]
+
+
+def inside(title, **expected):
+    """A check that these are the probe's results."""
+    @check(title, [SERVICE_FILE])
+    def compare():
+        expect_equal({name: found(name) for name in expected}, expected, "in the sandbox")
+    return compare
+
+
+inside("no program gives it more rights", no_new_privileges="1")
+inside("it has three capabilities", capabilities=CHOWN_OVERRIDE_AUDIT)
+inside("the system is read-only", make_usr="EROFS", make_etc="EROFS", make_state="EROFS",
+       make_run="EROFS")
+inside("its locks and the counts of wrong passwords can be written", make_runtime="ok",
+       make_faillock="ok")
+inside("there are no homes", homes=[])
+inside("nobody else's temporary files, devices and kernel modules are there", marks=[])
+inside("control groups are read-only", make_group="EROFS")
+inside("no setting of the kernel can be changed", tunables="EROFS")
+inside("the kernel's log is covered", kernel_log=True)
+inside("no other user may look into a namespace of its own", new_users="EPERM")
+inside("no real-time scheduling", scheduler="EPERM")
+inside("no set-user-ID files", set_user_id="EPERM")
+inside("the personality is fixed", personality="EPERM")
+inside("no writable code", writable_code="EPERM")
+inside("no calls of another architecture", foreign_call="signal 31")
+inside("calls outside a service's needs fail", trace="EPERM")
+inside("the clock is closed", clock="EPERM")
+inside("sockets of the machine and of networks, no raw ones",
+       families={"unix": "ok", "inet": "ok", "inet6": "ok", "netlink": "ok",
+                 "packet": "EAFNOSUPPORT"})
+
+
+@check("processes of others are hidden", [SERVICE_FILE])
+def hidden_processes():
+    options = found("process_options")
+    expect("hidepid=invisible" in options or "hidepid=2" in options, options)
+
+
+@check("it has a host name of its own", [SERVICE_FILE])
+def own_host_name():
+    expect(found("host_names") != os.readlink("/proc/self/ns/uts"), "it is the machine's")
+
+
+@check("all its memory is kept out of swap", [SERVICE_FILE])
+def locked_memory():
+    expect_equal(sandbox.systemd_says("LimitMEMLOCK"), "infinity", "the limit")
+    if sandbox.limits_can_be_raised():
+        expect(found("locked_kilobytes") > 4096, f"{found('locked_kilobytes')} kB are locked")
+
+
+@check("it leaves no core dump", [SERVICE_FILE])
+def no_core():
+    expect_equal(sandbox.main_limit("Max core file size"), ("0", "0"), "the limit")
+
+
+@check("what it makes is its own", [SERVICE_FILE])
+def file_mode():
+    expect_equal(sandbox.main_status("Umask"), "0077", "the mask")
+    lock = pathlib.Path("/run/velunor/osupdate-checkpass.lock")
+    expect_equal(lock.stat().st_mode & 0o777, 0o600, str(lock))
+
+
+@check("its memory and the number of its processes are limited", [SERVICE_FILE])
+def limits():
+    expect_equal(sandbox.group_limit("memory.max", "MemoryMax"), GIBIBYTE, "memory")
+    expect_equal(sandbox.group_limit("memory.swap.max", "MemorySwapMax"), "0", "swap")
+    expect_equal(sandbox.group_limit("pids.max", "TasksMax"), "1100", "processes")
+
+
+@check("a filter that an administrator widens leaves the clock closed", [SERVICE_FILE])
+def wider_filter():
+    drop_in = pathlib.Path("/run/systemd/system/velunor-osupdate-checkpass.service.d/wider.conf")
+    write(drop_in, "[Service]\nSystemCallFilter=@clock\n")
+    try:
+        run("systemctl", "daemon-reload")
+        end_service()
+        expect_equal(sandbox.probe()["clock"], "EPERM", "the clock")
+    finally:
+        drop_in.unlink()
+        run("systemctl", "daemon-reload")
+        restart_socket()
