@@ -81,7 +81,7 @@ package_for() {
 # package; what that depends on is fetched. It is made anew when either changes.
 machine_base() {
     local release=$1 base=$2/base-$1 wanted
-    wanted="${PACKAGES_MACHINE[*]}; $(dpkg-deb --field "$3" Depends)"
+    wanted="${PACKAGES_MACHINE[*]}; $(dpkg-deb --field "$3" Depends Recommends)"
     [ "$(cat "$base/srv/made-for" 2>/dev/null)" != "$wanted" ] || return 0
     say "making the machine's system, Debian $release"
     rm -rf --one-file-system "$base" "$base.new"
@@ -93,7 +93,7 @@ machine_base() {
         apt-get update
         echo 'slapd slapd/no_configuration boolean true' | debconf-set-selections
         apt-get install -y --no-install-recommends ${PACKAGES_MACHINE[*]}
-        apt-get install -y --no-install-recommends --download-only /srv/package.deb
+        apt-get install -y --download-only /srv/package.deb
         rm /srv/package.deb"
     printf '%s\n' "$wanted" >"$base.new/srv/made-for"
     mv "$base.new" "$base"

@@ -103,6 +103,9 @@ class OfflineUpdate(unittest.TestCase):
         self.assertEqual((status, said), (0, "the update is installed now: the machine restarts\n"))
         self.assertEqual(self.calls[-2:], [TRIGGER, "systemctl reboot"])
         self.assertEqual(self.calls.count(DOWNLOAD), 1)
+        # PackageKit would take back what is prepared sooner after its lists.
+        renewed = "pkcon --plain --noninteractive refresh"
+        self.assertEqual(self.calls[:3], [renewed, "sleep 5", DOWNLOAD])
         self.assertFalse(self.state.exists())
 
     def test_what_has_changed_while_the_question_stood_is_downloaded_again(self):
