@@ -105,5 +105,6 @@ def wider_filter():
         expect_equal(sandbox.probe()["clock"], "EPERM", "the clock")
     finally:
         drop_in.unlink()
+        drop_in.parent.rmdir()
         run("systemctl", "daemon-reload")
         restart_socket()
