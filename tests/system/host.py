@@ -45,14 +45,21 @@ class Machine:
             # As on a machine, and not in a container, memory may be locked and the clock be asked.
             "--system-call-filter=@memlock @clock",
             f"--bind={archives}:/var/cache/apt/archives", "--boot"]
+        tree = "/sys/fs/cgroup/unified"
+        self.group = pathlib.Path(tree if os.path.isdir(tree) else "/sys/fs/cgroup",
+                                  f"prompt-system-{os.getpid()}")
         self.container = self._boot()
 
     def _boot(self):
-        # The container's own traces below /run are nobody else's business.
-        inside = 'mount -t tmpfs tmpfs /run && exec "$@"'
+        # The container's own traces below /run are nobody else's business, and its units no part of
+        # another machine's.
+        inside = (f'mkdir -p {self.group} && echo $$ >{self.group}/cgroup.procs && '
+                  'mount -t tmpfs tmpfs /run && exec "$@"')
         return subprocess.Popen(
             ["unshare", "--mount", "--propagation", "private", "sh", "-c", inside, "sh",
              *self.command],
+            # Whatever this machine has: the other hierarchy tells nobody inside that a unit is empty.
+            env={**os.environ, "SYSTEMD_NSPAWN_UNIFIED_HIERARCHY": "1"},
             stdin=subprocess.DEVNULL, stdout=self.log, stderr=self.log, start_new_session=True)
 
     def leader(self):
@@ -110,6 +117,8 @@ class Machine:
             os.killpg(self.container.pid, signal.SIGKILL)
             self.container.wait()
         self.log.close()
+        for group, _, _ in os.walk(self.group, topdown=False):
+            os.rmdir(group)
 
 
 def follow(machine, program, arguments):

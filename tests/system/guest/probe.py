@@ -56,11 +56,8 @@ def make(path):
 
 
 def make_group():
-    """Makes a control group below that of the service and removes it."""
-    groups = pathlib.Path("/proc/self/cgroup").read_text(encoding="ascii")
-    hybrid = re.search(r"^\d+:name=systemd:(.*)$", groups, re.M)
-    own = hybrid or re.search(r"^0::(.*)$", groups, re.M)
-    path = ("/sys/fs/cgroup/systemd" if hybrid else "/sys/fs/cgroup") + own[1] + "/probe"
+    """Makes a control group and removes it."""
+    path = "/sys/fs/cgroup/probe"
     os.mkdir(path)
     os.rmdir(path)
 

@@ -13,7 +13,6 @@ import importlib
 import json
 import pathlib
 import sys
-import time
 import traceback
 
 import checks
@@ -54,13 +53,13 @@ class Results:
         return path.read_text() if path.exists() else None
 
 
-def run_one(item):
-    """Whether the check passed; why not goes to standard error."""
+def succeeds(function):
+    """Whether a check, or what comes before or after some, passes; why not goes to standard error."""
     try:
-        item.function()
+        function()
         return True
     except checks.Failure as failure:
-        print(f"   {item.function.__module__}: {failure}", file=sys.stderr, flush=True)
+        print(f"   {function.__module__}: {failure}", file=sys.stderr, flush=True)
     except Exception:  # pylint: disable=broad-except
         traceback.print_exc()
     return False
@@ -75,19 +74,16 @@ def main():
         module = importlib.import_module(name)
         prepare = getattr(module, "prepare", None)
         pending = [item for item in checks.of_module(name) if item.key not in results.done]
-        if pending and prepare:
-            prepare()
+        prepared = not pending or prepare is None or succeeds(prepare)
         for item in pending:
             results.running(item.key)
-            begin = time.monotonic()
-            passed = run_one(item)
+            passed = prepared and succeeds(item.function)
             if RESTART_MARK.exists():
                 return RESTARTS
             results.note(item.key, passed)
-            item.seconds = time.monotonic() - begin
         tidy = getattr(module, "tidy", None)
-        if pending and tidy:
-            tidy()
+        if pending and prepared and tidy and not succeeds(tidy):
+            results.note(f"{name}: {name} leaves the machine as it was", False)
     passed = sum(results.done.values())
     print(f"== {passed} of {len(results.done)} checks passed on Debian {release()}", flush=True)
     return 0 if passed == len(results.done) else 1
