@@ -6,7 +6,7 @@ import shutil
 from checks import check, expect, expect_equal, expect_match
 from desktop import Session
 from documents import Running, command_blocks, run_block
-from machine import leave_by_restart, messages, now, run
+from machine import leave_by_restart, messages, now, release, run
 
 EXAMPLE = pathlib.Path("/usr/share/doc/velunor-os-update/examples/offline-update")
 SOURCE = pathlib.Path("/srv/source")
@@ -29,6 +29,9 @@ def publish(version):
     shutil.rmtree(made)
     listed = run("sh", "-c", f"cd {SOURCE} && apt-ftparchive packages .").output
     (SOURCE / "Packages").write_text(listed)
+    if release() != "12":
+        # PackageKit renews no lists there without a network, as on this machine.
+        run("apt-get", "update")
 
 
 def installed_version():
