@@ -30,10 +30,13 @@ struct AdapterOf<ImageView> : std::type_identity<QtImageView> {};
 void PanelView::paintEvent(QPaintEvent*) {
     const Theme& theme = currentTheme();
     const bool notice = role_ == QLatin1String("notice");
+    const bool outlined = notice || theme.highContrast;
+    const double inset = theme.line / 2;
     QPainter painter(this);
-    drawRounded(painter, QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), panelRadius,
+    drawRounded(painter, QRectF(rect()).adjusted(inset, inset, -inset, -inset), panelRadius,
                 notice ? theme.notice : theme.panel,
-                notice ? QPen(theme.noticeBorder, 1) : QPen(Qt::NoPen));
+                outlined ? QPen(notice ? theme.noticeBorder : theme.fieldBorder, theme.line)
+                         : QPen(Qt::NoPen));
 }
 
 ConstraintSpacer::ConstraintSpacer(QWidget* parent) : QWidget(parent) {

@@ -6,6 +6,7 @@
 
 #include "platform/qt/application/run_loop.h"
 #include "platform/qt/desktop/appearance.h"
+#include "platform/qt/desktop/desktop_settings.h"
 #include "platform/qt/widgets/picture_view.h"
 #include "ui/hidden_hint.h"
 #include "ui/keyboard_entrance.h"
@@ -42,16 +43,17 @@ void PromptWindow::paintEvent(QPaintEvent* event) {
         drawCard(painter);
     }
     if (form_->bodyArea->verticalScrollBar()->maximum() > 0) {
-        painter.setPen(QPen(currentTheme().cardBorder, 1));
-        const double y = form_->timerArea->y() - 0.5;
+        painter.setPen(QPen(currentTheme().cardBorder, currentTheme().line));
+        const double y = form_->timerArea->y() - currentTheme().line / 2;
         painter.drawLine(QPointF(0.5, y), QPointF(width() - 0.5, y));
     }
 }
 
 void PromptWindow::drawCard(QPainter& painter) {
     const Theme& theme = currentTheme();
-    const QRectF edge = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.setPen(QPen(theme.cardBorder, 1));
+    const double inset = theme.line / 2;
+    const QRectF edge = QRectF(rect()).adjusted(inset, inset, -inset, -inset);
+    painter.setPen(QPen(theme.cardBorder, theme.line));
     if (mask().isEmpty()) {
         painter.setBrush(theme.card);
         painter.drawRoundedRect(edge, cardRadius, cardRadius);
@@ -61,8 +63,9 @@ void PromptWindow::drawCard(QPainter& painter) {
         painter.fillRect(rect(), theme.cardBorder);
         painter.setPen(Qt::NoPen);
         painter.setBrush(theme.card);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), cardRadius - 1,
-                                cardRadius - 1);
+        painter.drawRoundedRect(
+            QRectF(rect()).adjusted(theme.line, theme.line, -theme.line, -theme.line),
+            cardRadius - theme.line, cardRadius - theme.line);
     }
 }
 

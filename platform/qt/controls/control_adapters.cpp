@@ -8,6 +8,7 @@
 
 #include "platform/qt/application/image_reader.h"
 #include "platform/qt/desktop/appearance.h"
+#include "platform/qt/desktop/desktop_settings.h"
 
 namespace velunor {
 

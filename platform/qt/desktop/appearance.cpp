@@ -1,11 +1,8 @@
 #include "platform/qt/desktop/appearance.h"
 
 #include <QApplication>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QFileInfo>
-#include <QStyle>
+#include <QEvent>
+#include <QWidget>
 
 namespace velunor {
 namespace {
@@ -36,109 +33,72 @@ Theme makeTheme(bool dark) {
             .refused = pick(0xC42B1CU, 0xFF9A8FU)};
 }
 
-constexpr const char* service = "org.freedesktop.portal.Desktop";
-constexpr const char* object = "/org/freedesktop/portal/desktop";
-constexpr const char* interface = "org.freedesktop.portal.Settings";
-
-constexpr const char* appearance = "org.freedesktop.appearance";
-constexpr const char* colorScheme = "color-scheme";
-constexpr const char* gnomeInterface = "org.gnome.desktop.interface";
-constexpr const char* animations = "enable-animations";
-
-// Values of the portal's colour scheme; 0 is no preference.
-constexpr unsigned preferDark = 1;
-constexpr unsigned preferLight = 2;
-
-bool motionIsReduced = false;
-
-/// The value within as many variants as there are around it.
-QVariant unwrapped(QVariant value) {
-    while (value.metaType() == QMetaType::fromType<QDBusVariant>()) {
-        value = qvariant_cast<QDBusVariant>(value).variant();
-    }
-    return value;
+/// Black on white, or white on black; the colours that tell what can be pressed are far from both.
+Theme makeStrongTheme(bool dark) {
+    const auto pick = [dark](QRgb inLight, QRgb inDark) { return QColor(dark ? inDark : inLight); };
+    const QColor ground = pick(0xFFFFFFU, 0x000000U);
+    const QColor ink = pick(0x000000U, 0xFFFFFFU);
+    const QColor hovered = pick(0xE6E6E6U, 0x2A2A2AU);
+    const QColor accent = pick(0x0B3D91U, 0x9CC8FFU);
+    return {.dark = dark,
+            .highContrast = true,
+            .line = 2,
+            .ring = 3,
+            .card = ground,
+            .cardBorder = ink,
+            .panel = ground,
+            .text = ink,
+            .secondaryText = ink,
+            .link = accent,
+            .linkHover = hovered,
+            .accent = accent,
+            .accentHover = pick(0x072C6BU, 0xBBDAFFU),
+            .accentPressed = pick(0x051F4DU, 0x84B9FAU),
+            .onAccent = ground,
+            .button = ground,
+            .buttonHover = hovered,
+            .buttonPressed = pick(0xD0D0D0U, 0x404040U),
+            .buttonBorder = ink,
+            .field = ground,
+            .fieldBorder = ink,
+            .notice = ground,
+            .noticeBorder = ink,
+            .noticeText = ink,
+            .refused = pick(0x8B0000U, 0xFFB3ABU)};
 }
 
-QPalette paletteOf(bool dark) {
-    const QColor window = dark ? QColor(0x24, 0x28, 0x30) : QColor(0xF2, 0xF3, 0xF5);
-    const QColor text = dark ? QColor(0xF0, 0xF3, 0xF8) : QColor(0x18, 0x20, 0x2F);
-    QPalette palette(window);
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-        palette.setColor(role, text);
-    }
-    return palette;
-}
-
-void applyColorScheme(unsigned scheme) {
-    // First what the toolkit finds by itself, which may be right already.
-    QApplication::setPalette(QPalette());
-    const bool dark = scheme == preferDark;
-    const bool hasPreference = dark || scheme == preferLight;
-    if (hasPreference && currentTheme().dark != dark) {
-        QApplication::setPalette(paletteOf(dark));
-    }
-}
-
-class DesktopSettings final : public QObject {
-    Q_OBJECT
-
-  public:
-    explicit DesktopSettings(QDBusConnection bus);
-    ~DesktopSettings() override { motionIsReduced = false; }
-    Q_DISABLE_COPY_MOVE(DesktopSettings)
-
-  private:
-    Q_SLOT void take(const QString& group, const QString& key, const QDBusVariant& value);
-    void ask(const QString& group, const QString& key);
-
-    QDBusConnection bus_;
-};
-
-DesktopSettings::DesktopSettings(QDBusConnection bus) : bus_(std::move(bus)) {
-    // Otherwise the slot's parameters are not known yet, and the connection is refused.
-    qRegisterMetaType<QDBusVariant>();
-    // From any sender: the toolkit finds out only later who the portal is, and would drop what it
-    // tells until then.
-    bus_.connect(QString(), object, interface, "SettingChanged", this,
-                 SLOT(take(QString, QString, QDBusVariant)));
-    ask(appearance, colorScheme);
-    ask(gnomeInterface, animations);
-}
-
-void DesktopSettings::ask(const QString& group, const QString& key) {
-    QDBusMessage question = QDBusMessage::createMethodCall(service, object, interface, "Read");
-    question << group << key;
-    auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, group, key, answer] {
-        const QDBusPendingReply<QDBusVariant> reply = *answer;
-        if (reply.isValid()) {
-            take(group, key, reply.value());
-        }
-        answer->deleteLater();
-    });
-}
-
-void DesktopSettings::take(const QString& group, const QString& key, const QDBusVariant& value) {
-    const QVariant inner = unwrapped(QVariant::fromValue(value));
-    if (group == QLatin1String(appearance) && key == QLatin1String(colorScheme)) {
-        applyColorScheme(inner.toUInt());
-    } else if (group == QLatin1String(gnomeInterface) && key == QLatin1String(animations)) {
-        motionIsReduced = inner.metaType() == QMetaType::fromType<bool>() && !inner.toBool();
-    }
-}
+bool contrastIsHigh = false;
 
 }  // namespace
 
 const Theme& themeFor(const QPalette& palette) {
     static const Theme lightTheme = makeTheme(false);
     static const Theme darkTheme = makeTheme(true);
+    static const Theme strongLightTheme = makeStrongTheme(false);
+    static const Theme strongDarkTheme = makeStrongTheme(true);
     const bool dark = palette.color(QPalette::WindowText).lightness() >
                       palette.color(QPalette::Window).lightness();
+    if (contrastIsHigh) {
+        return dark ? strongDarkTheme : strongLightTheme;
+    }
     return dark ? darkTheme : lightTheme;
 }
 
 const Theme& currentTheme() {
     return themeFor(QGuiApplication::palette());
+}
+
+void setHighContrast(bool high) {
+    if (high == contrastIsHigh) {
+        return;
+    }
+    contrastIsHigh = high;
+    for (QWidget* widget : QApplication::allWidgets()) {
+        // As when the palette changes, on which all of this depends besides.
+        QEvent change(QEvent::PaletteChange);
+        QCoreApplication::sendEvent(widget, &change);
+        widget->update();
+    }
 }
 
 void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QBrush& fill,
@@ -149,20 +109,4 @@ void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QBr
     painter.drawRoundedRect(rect, radius, radius);
 }
 
-bool isMotionReduced(const QWidget& widget) {
-    return motionIsReduced ||
-           widget.style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, &widget) <= 0;
-}
-
-bool hasSessionBus() {
-    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") ||
-           QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + "/bus");
-}
-
-std::unique_ptr<QObject> followDesktopSettings(const QDBusConnection& sessionBus) {
-    return std::make_unique<DesktopSettings>(sessionBus);
-}
-
 }  // namespace velunor
-
-#include "appearance.moc"

@@ -13,9 +13,8 @@ constexpr int leastSide = 28;
 /// Length of a side beside the height of a line: it grows with large text.
 constexpr double sideInLines = 1.3;
 /// Room around the glyph.
-constexpr int inset = 5;
+constexpr int glyphInset = 5;
 constexpr double radius = 6;
-constexpr double ringWidth = 2;
 constexpr double disabledOpacity = 0.45;
 
 }  // namespace
@@ -94,17 +93,22 @@ void RevealButton::keyReleaseEvent(QKeyEvent* event) {
 void RevealButton::paintEvent(QPaintEvent*) {
     const Theme& theme = currentTheme();
     QPainter painter(this);
-    const QRectF plate = QRectF(rect()).adjusted(1, 1, -1, -1);
+    const double inset = theme.ring / 2;
+    const QRectF plate = QRectF(rect()).adjusted(inset, inset, -inset, -inset);
     if (held_ || (underMouse() && isEnabled())) {
         drawRounded(painter, plate, radius, held_ ? theme.buttonPressed : theme.buttonHover);
     }
     if (hasFocus()) {
-        drawRounded(painter, plate, radius, Qt::NoBrush, QPen(theme.link, ringWidth));
+        drawRounded(painter, plate, radius, Qt::NoBrush, QPen(theme.link, theme.ring));
+    }
+    if (!isEnabled() && theme.highContrast) {
+        // There is nothing to show, and no grey to say so.
+        return;
     }
     if (!isEnabled()) {
         painter.setOpacity(disabledOpacity);
     }
-    drawVectorPicture(painter, rect().adjusted(inset, inset, -inset, -inset),
+    drawVectorPicture(painter, rect().adjusted(glyphInset, glyphInset, -glyphInset, -glyphInset),
                       ":/icons/eye-glyph.picture", held_ ? theme.link : theme.secondaryText);
 }
 

@@ -18,7 +18,6 @@ constexpr int leastButtonHeight = 40;
 /// Room for the focus ring around the plate.
 constexpr int ringRoom = 3;
 constexpr double radius = 8;
-constexpr double ringWidth = 2;
 constexpr double disabledOpacity = 0.5;
 /// Radius of the dots of a busy button and the distance between them, beside the height of a line.
 constexpr double dotRadius = 0.13;
@@ -110,9 +109,9 @@ void TextButton::drawPlate(QPainter& painter) const {
         fill = primary ? theme.accentHover : theme.buttonHover;
     }
     const QRectF plate = QRectF(rect()).marginsRemoved({ringRoom, ringRoom, ringRoom, ringRoom});
-    const double inset = primary ? 0 : 0.5;
+    const double inset = primary ? 0 : theme.line / 2;
     drawRounded(painter, plate.adjusted(inset, inset, -inset, -inset), radius, fill,
-                primary ? QPen(Qt::NoPen) : QPen(theme.buttonBorder, 1));
+                primary ? QPen(Qt::NoPen) : QPen(theme.buttonBorder, theme.line));
 }
 
 void TextButton::drawDots(QPainter& painter) const {
@@ -128,7 +127,7 @@ void TextButton::drawDots(QPainter& painter) const {
 void TextButton::paintEvent(QPaintEvent*) {
     const Theme& theme = currentTheme();
     QPainter painter(this);
-    if (!isEnabled()) {
+    if (!isEnabled() && !theme.highContrast) {
         painter.setOpacity(disabledOpacity);
     }
     QColor ink = theme.link;
@@ -149,9 +148,9 @@ void TextButton::paintEvent(QPaintEvent*) {
     const int top = room.top() + std::max(0, (room.height() - height) / 2);
     layout_.draw(painter, QRect(room.left(), top, room.width(), height), ink);
     if (hasFocus()) {
-        const double inset = ringWidth / 2;
+        const double inset = theme.ring / 2;
         drawRounded(painter, QRectF(rect()).adjusted(inset, inset, -inset, -inset),
-                    radius + ringRoom, Qt::NoBrush, QPen(theme.link, ringWidth));
+                    radius + ringRoom, Qt::NoBrush, QPen(theme.link, theme.ring));
     }
 }
 

@@ -13,7 +13,6 @@ namespace velunor {
 namespace {
 
 constexpr double cornerRadius = 8;
-constexpr double ringWidth = 2;
 constexpr int leastFieldHeight = 40;
 constexpr int verticalRoom = 10;
 constexpr int edgeRoom = 10;
@@ -96,7 +95,7 @@ void RoundedField::drawPlate(QPainter& painter) const {
     painter.setPen(Qt::NoPen);
     painter.setBrush(mixed(hasFocus() ? theme.link : theme.fieldBorder, theme.refused, refusal_));
     drawFocusRingMask(painter);
-    const double line = hasFocus() || refusal_ > 0 ? ringWidth : 1;
+    const double line = hasFocus() || refusal_ > 0 ? theme.ring : theme.line;
     drawRounded(painter, QRectF(rect()).adjusted(line, line, -line, -line), cornerRadius - line,
                 theme.field);
     if (!glyph_.isEmpty()) {
@@ -134,7 +133,8 @@ void RoundedField::changeEvent(QEvent* event) {
 void RoundedField::applyTheme() {
     const Theme& theme = currentTheme();
     QPalette colours = palette();
-    if (colours.color(QPalette::Text) == theme.text) {
+    if (colours.color(QPalette::Text) == theme.text &&
+        colours.color(QPalette::Highlight) == theme.accent) {
         return;
     }
     colours.setColor(QPalette::Text, theme.text);

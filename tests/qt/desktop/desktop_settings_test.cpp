@@ -1,14 +1,18 @@
+#include "platform/qt/desktop/desktop_settings.h"
+
 #include <QApplication>
 #include <QDBusConnectionInterface>
 
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/appearance.h"
-#include "tests/qt/desktop/fake_portal.h"
 #include "tests/qt/support/widget_test.h"
+#include "tests/support/desktop/fake_portal.h"
 #include "tests/support/temporary_directory.h"
 
 namespace velunor {
 namespace {
+
+using testing::FakePortal;
 
 class DesktopSettingsTest : public ::testing::Test {
   protected:
@@ -33,27 +37,27 @@ class DesktopSettingsTest : public ::testing::Test {
 
   private:
     testing::TemporaryDirectory directory_;
-    testing::Bus bus_{directory_.path()};
+    testing::PrivateBus bus_{directory_.path()};
     QDBusConnection connection_;
     std::unique_ptr<QObject> settings_;
     QWidget widget_;
 };
 
 TEST_F(DesktopSettingsTest, TakesOverWhatTheDesktopPrefers) {
-    const FakePortal portal(address(), 1, false);
+    const FakePortal portal(address(), {.colorScheme = 1, .animations = false});
     follow();
 
     EXPECT_TRUE(becomes(true, true));
 }
 
 TEST_F(DesktopSettingsTest, FollowsEachChange) {
-    FakePortal portal(address(), 2, true);
+    FakePortal portal(address(), {.colorScheme = 2});
     follow();
     EXPECT_TRUE(becomes(false, false));
 
-    portal.change(1, false);
+    portal.change({.colorScheme = 1, .animations = false});
     EXPECT_TRUE(becomes(true, true));
-    portal.change(0, true);
+    portal.change({});
     EXPECT_TRUE(becomes(false, false));
 }
 
@@ -62,13 +66,45 @@ TEST_F(DesktopSettingsTest, StaysAsItIsWithoutAPortal) {
     EXPECT_TRUE(becomes(false, false));
 
     // One that comes later is heard when it tells of a change.
-    FakePortal portal(address(), 0, true);
-    portal.change(1, true);
+    FakePortal portal(address());
+    portal.change({.colorScheme = 1});
     EXPECT_TRUE(becomes(true, false));
 }
 
+TEST_F(DesktopSettingsTest, TakesHighContrastFromEitherSetting) {
+    FakePortal portal(address(), {.contrast = 1});
+    follow();
+    const auto becomesStrong = [](bool strong) {
+        return waitUntil([strong] { return currentTheme().highContrast == strong; });
+    };
+    EXPECT_TRUE(becomesStrong(true));
+
+    portal.change({.contrast = 0});
+    EXPECT_TRUE(becomesStrong(false));
+    portal.change({.contrast = 0, .highContrast = true});
+    EXPECT_TRUE(becomesStrong(true));
+    portal.change({.colorScheme = 1, .contrast = 1});
+    EXPECT_TRUE(waitUntil([] { return currentTheme().highContrast && currentTheme().dark; }));
+}
+
+TEST_F(DesktopSettingsTest, TakesTheSizeOfTexts) {
+    const double usual = QApplication::font().pointSizeF();
+    FakePortal portal(address(), {.textScale = 1.5});
+    follow();
+    const auto becomes = [usual](double scale) {
+        return waitUntil([&] { return QApplication::font().pointSizeF() == usual * scale; });
+    };
+    EXPECT_TRUE(becomes(1.5));
+
+    portal.change({.textScale = 1.25});
+    EXPECT_TRUE(becomes(1.25));
+    // No desktop means that.
+    portal.change({.textScale = 40});
+    EXPECT_TRUE(becomes(1));
+}
+
 TEST_F(DesktopSettingsTest, PulsesInsteadOfShaking) {
-    const FakePortal portal(address(), 0, false);
+    const FakePortal portal(address(), {.animations = false});
     follow();
     ASSERT_TRUE(becomes(false, true));
     QWidget parent;

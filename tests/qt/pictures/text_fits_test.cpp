@@ -197,12 +197,14 @@ TEST_P(TextFitsTest, InEveryState) {
     }
 }
 
-TEST_P(TextFitsTest, InEveryStateAtTwiceTheTextSize) {
-    setDesktopTextScale(2);
-    for (const SampleState& state : sampleStates()) {
-        PromptWindow window;
-        ASSERT_TRUE(showState(window, state, GetParam()));
-        EXPECT_EQ(listed(complaintsAbout(window, true)), "") << state.name;
+TEST_P(TextFitsTest, InEveryStateAtEachTextSizeOfADesktop) {
+    for (const double scale : {1.25, 1.5, 2.0}) {
+        setDesktopTextScale(scale);
+        for (const SampleState& state : sampleStates()) {
+            PromptWindow window;
+            ASSERT_TRUE(showState(window, state, GetParam()));
+            EXPECT_EQ(listed(complaintsAbout(window, true)), "") << state.name << " " << scale;
+        }
     }
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/qt/desktop/appearance.h"
 #include "tests/qt/pictures/approved_pictures.h"
 #include "tests/qt/support/offscreen_screen.h"
 #include "tests/qt/support/sample_states.h"
@@ -20,6 +21,7 @@ using namespace velunor;
 
 bool savePicture(const SampleState& state, const std::string& language, const QString& path) {
     setDesktopTextScale(state.textScale);
+    setHighContrast(state.highContrast);
     PromptWindow window;
     if (showState(window, state, language) && window.grab().save(path)) {
         return true;

@@ -110,6 +110,15 @@ const std::vector<SampleState>& specialStates() {
                  passwordField(window).setRefusal(1);
              }},
         {.name = "large_text", .prepare = refuseOtherUser, .act = goToPassword, .textScale = 2},
+        {.name = "high_contrast",
+         .prepare = refuseOtherUser,
+         .act = goToPassword,
+         .highContrast = true},
+        {.name = "high_contrast_button",
+         .prepare = askForPassword,
+         .act =
+             [](PromptWindow& window) { window.findChild<QWidget*>("postponeButton")->setFocus(); },
+         .highContrast = true},
         {.name = "long_captions",
          .prepare =
              [](SamplePrompt& prompt) {

@@ -20,6 +20,8 @@ struct SampleState {
     bool proceeds = false;
     /// Size of the desktop's font beside its usual one.
     double textScale = 1;
+    /// Whether the desktop asks for high contrast.
+    bool highContrast = false;
 };
 
 /// The states that each language and look is tried with.

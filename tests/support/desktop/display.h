@@ -116,6 +116,8 @@ class Screen {
                      const std::optional<PixelRect>& monitor = {});
     /// Shows an ordinary window that covers the given place, and gives its number.
     WindowId addWindow(const PixelRect& place);
+    /// Says what the desktop's user has chosen for texts, for programs that start afterwards.
+    void setDotsPerInch(int dots);
     /// Shows a window above all others that is none of the window manager's.
     WindowId addCover(const PixelRect& place);
     /// Shows a window that fills the screen, as a film does.

@@ -234,6 +234,14 @@ WindowId Screen::addWindow(const PixelRect& place) {
     return window;
 }
 
+void Screen::setDotsPerInch(int dots) {
+    const std::string resources = "Xft.dpi:\t" + std::to_string(dots) + "\n";
+    XChangeProperty(connection_->display, connection_->root, XA_RESOURCE_MANAGER, XA_STRING, 8,
+                    PropModeReplace, reinterpret_cast<const unsigned char*>(resources.data()),
+                    static_cast<int>(resources.size()));
+    XSync(connection_->display, 0);
+}
+
 WindowId Screen::addCover(const PixelRect& place) {
     const WindowId window = connection_->makeWindow(place);
     XSetWindowAttributes attributes{};
