@@ -232,6 +232,7 @@ void PromptWindow::scrollTo(QWidget* control) {
 
 void PromptWindow::mousePressEvent(QMouseEvent* event) {
     pressedAt_ = event->globalPosition();
+    placeAtPress_ = geometry();
     moveBegun_ = false;
     // Whoever comes into the window can type at once. It must have been the user: some window
     // managers activate each new window, in the midst of what is being typed elsewhere.
@@ -257,18 +258,29 @@ bool PromptWindow::focusNextPrevChild(bool next) {
 }
 
 void PromptWindow::mouseMoveEvent(QMouseEvent* event) {
+    const QPoint way = (event->globalPosition() - pressedAt_).toPoint();
+    if (movesItself_) {
+        setGeometry(placeAtPress_.translated(way));
+        return;
+    }
     // A mere click must not begin a move: the window manager could take the pointer after the
     // button is up again, and keep it. Nor must one press begin two: the release that ends a move
     // goes to the window manager, and the toolkit takes the button for held.
-    const QPointF way = event->globalPosition() - pressedAt_;
-    if (!moveBegun_ && event->buttons() == Qt::LeftButton &&
-        way.manhattanLength() >= QApplication::startDragDistance() &&
-        windowHandle()->startSystemMove()) {
+    if (moveBegun_ || event->buttons() != Qt::LeftButton ||
+        way.manhattanLength() < QApplication::startDragDistance()) {
+        return;
+    }
+    movesItself_ = !movesWindowsOnRequest();
+    if (movesItself_ || windowHandle()->startSystemMove()) {
         moveBegun_ = true;
         movedByUser_ = true;
         screenOfArea_ = screen();
         area_ = area();
     }
+}
+
+void PromptWindow::mouseReleaseEvent(QMouseEvent*) {
+    movesItself_ = false;
 }
 
 std::array<QScrollArea*, 3> PromptWindow::areas() const {

@@ -72,6 +72,7 @@ class PromptWindow final : public QWidget {
     void changeEvent(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     bool focusNextPrevChild(bool next) override;
 
@@ -125,6 +126,9 @@ class PromptWindow final : public QWidget {
     QPointF pressedAt_;
     /// The button that is down has begun a move already, or was not pressed on the card.
     bool moveBegun_ = true;
+    /// It follows the pointer by itself, where the window manager moves no windows on request.
+    bool movesItself_ = false;
+    QRect placeAtPress_;
     /// The user has dragged the window; it stays where they put it.
     bool movedByUser_ = false;
     /// The screen where it stood when it was last looked at, and what was usable of that.

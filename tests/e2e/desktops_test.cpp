@@ -17,16 +17,6 @@ class OnADesktop : public PromptTest, public ::testing::WithParamInterface<Windo
         setup.environment = environment();
         makeDisplay(setup);
     }
-    [[nodiscard]] bool hasFocus(const std::string& name) {
-        return eventually([&] {
-            for (const Accessible& control : controls()) {
-                if (control.focused && control.name == name) {
-                    return true;
-                }
-            }
-            return false;
-        });
-    }
 };
 
 /// While somebody types into another window the prompt comes up.
@@ -222,13 +212,11 @@ std::vector<WindowManager> windowManagersWithout(const std::vector<std::string>&
     return managers;
 }
 
-// A window cannot ask awesome to be moved.
-INSTANTIATE_TEST_SUITE_P(Under, DraggedCard,
-                         ::testing::ValuesIn(windowManagersWithout({"awesome"})),
+INSTANTIATE_TEST_SUITE_P(Under, DraggedCard, ::testing::ValuesIn(windowManagers()),
                          [](const auto& manager) { return manager.param.name; });
-// And xfwm4 takes the first of two monitors that share an output for the only one.
+// xfwm4 takes the first of two monitors that share an output for the only one.
 INSTANTIATE_TEST_SUITE_P(Under, CardBetweenMonitors,
-                         ::testing::ValuesIn(windowManagersWithout({"awesome", "xfwm4"})),
+                         ::testing::ValuesIn(windowManagersWithout({"xfwm4"})),
                          [](const auto& manager) { return manager.param.name; });
 // i3 makes a workspace only for its own commands.
 INSTANTIATE_TEST_SUITE_P(Under, CardOnWorkspaces,

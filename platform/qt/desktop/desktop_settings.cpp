@@ -119,6 +119,7 @@ void DesktopSettings::ask(const QString& group, const QString& key) {
         }
         answer->deleteLater();
     });
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): this object owns what waits.
 }
 
 void DesktopSettings::take(const QString& group, const QString& key, const QDBusVariant& value) {

@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -148,6 +149,15 @@ void showOnEveryWorkspace(const QWidget& window) {
     requestOfX11(x, id, "_NET_WM_DESKTOP", {everyWorkspace, fromAnApplication});
     requestOfX11(x, id, "_NET_WM_STATE",
                  {add, x11Atom(x, "_NET_WM_STATE_STICKY"), 0, fromAnApplication});
+}
+
+bool movesWindowsOnRequest() {
+    xcb_connection_t* x = x11Connection();
+    if (x == nullptr) {
+        return true;
+    }
+    const std::vector<std::uint32_t> supported = x11Values(x, x11Root(x), "_NET_SUPPORTED");
+    return std::ranges::find(supported, x11Atom(x, "_NET_WM_MOVERESIZE")) != supported.end();
 }
 
 bool hasCompositor() {

@@ -36,6 +36,10 @@ namespace velunor {
 /// outside X11.
 void showOnEveryWorkspace(const QWidget& window);
 
+/// Whether the window manager moves a window with the pointer when that asks for it; always so
+/// outside X11.
+[[nodiscard]] bool movesWindowsOnRequest();
+
 /// Whether windows can be translucent: a compositor runs (always so outside X11).
 [[nodiscard]] bool hasCompositor();
 

@@ -92,20 +92,16 @@ void TextLabel::setText(const ShownText& shown, Announcement announcement) {
         allowBreaksWithinNames(laidOut.text);
     }
     const auto size = [this] { return std::pair(sizeHint(), heightForWidth(width())); };
-    if (isVisible()) {
-        // A running countdown must not lay the window out anew each second.
-        const auto before = size();
-        layout_.setText(laidOut, bulleted ? 3 : 0);
-        if (size() == before) {
-            // Nor go through the queue of events to be painted.
-            repaint();
-        } else {
-            updateGeometry();
-            update();
-        }
+    const bool inSight = isVisible();
+    const auto before = inSight ? size() : std::pair(QSize(), 0);
+    layout_.setText(laidOut, bulleted ? 3 : 0);
+    if (inSight && size() == before) {
+        // A running countdown must not lay the window out anew each second, nor go through the
+        // queue of events to be painted.
+        repaint();
     } else {
-        layout_.setText(laidOut, bulleted ? 3 : 0);
         updateGeometry();
+        update();
     }
     if (!changed) {
         return;

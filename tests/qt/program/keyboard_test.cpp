@@ -19,16 +19,6 @@ class KeyboardOnTheDesktop : public PromptTest {
         ASSERT_TRUE(window_) << systemLog();
         ASSERT_TRUE(waitForControl("text", "Password")) << systemLog();
     }
-    [[nodiscard]] bool hasFocus(const std::string& name) {
-        return eventually([&] {
-            for (const Accessible& control : controls()) {
-                if (control.focused && control.name == name) {
-                    return true;
-                }
-            }
-            return false;
-        });
-    }
     /// Presses beside all controls.
     void clickTheCard() { display().screen().click(*window_, {200, 4, 4, 4}); }
     [[nodiscard]] WindowId window() const { return *window_; }

@@ -1,5 +1,6 @@
 #include "tests/support/prompt/prompt_test.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 
@@ -140,6 +141,14 @@ std::optional<Accessible> PromptTest::waitForControl(const std::string& role,
 
 std::vector<Accessible> PromptTest::controls() {
     return reader().controlsOf(prompt_);
+}
+
+bool PromptTest::hasFocus(const std::string& name) {
+    return eventually([&] {
+        return std::ranges::any_of(controls(), [&](const Accessible& control) {
+            return control.focused && control.name == name;
+        });
+    });
 }
 
 const AccessibilityReader& PromptTest::reader() {

@@ -66,6 +66,8 @@ class PromptTest : public ::testing::Test {
                                                            const std::string& name);
     /// All controls as they are now.
     [[nodiscard]] std::vector<Accessible> controls();
+    /// Whether a control of this name gets the focus, waited for.
+    [[nodiscard]] bool hasFocus(const std::string& name);
     /// For more than `controls` tells.
     [[nodiscard]] const AccessibilityReader& reader();
     /// Clicks the middle of the control of this kind and name by the pointer; whether it was found.
