@@ -69,8 +69,8 @@ answer=
 while read -r -u "$requests" sender what message; do
     [ "$sender $what" = "$user $key" ] || continue
     case $message in
-        '{"proceed":'*) answer=proceed ;;
-        '{"postponse":'*) answer=postpone ;;
+        '{"proceed":'*) answer=${answer:-proceed} ;;
+        '{"postponse":'*) answer=${answer:-postpone} ;;
     esac
 done
 wait
