@@ -7,7 +7,8 @@ import shutil
 
 from checker import ACCEPTED, asked_by, main_process
 from checks import check, expect, expect_equal
-from machine import PACKAGE, PACKAGE_FILE, SERVICE_UNIT, SOCKET_UNIT, STATE, run, write
+from machine import (PACKAGE, PACKAGE_FILE, SERVICE_UNIT, SOCKET_UNIT, STATE, add_account, run,
+                     write)
 
 SETTINGS = pathlib.Path("/etc/velunor/ostrel-agent.toml")
 STACK = pathlib.Path("/etc/pam.d/velunor-osupdate")
@@ -17,6 +18,15 @@ OWN_STACK = "@include common-auth\n@include common-account\nauth optional pam_wa
 # What the checks, apt and the kernel have for themselves.
 NOT_OURS = ("/proc", "/sys", "/dev", "/run/host", "/srv", "/var/cache/apt", "/var/log/journal",
             "/var/log/apt", str(STATE))
+
+
+def prepare():
+    """The package as it came, whatever the checks before have done with it."""
+    add_account("carol", "sudo")
+    run("apt-get", "purge", "-y", PACKAGE)
+    # What an administrator has put there stays.
+    shutil.rmtree("/etc/velunor", ignore_errors=True)
+    install(PACKAGE_FILE)
 
 
 def install(package):
