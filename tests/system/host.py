@@ -10,6 +10,7 @@ the name of one. The machine is removed where everything passed and --keep is no
 then, else with 1.
 """
 
+import contextlib
 import os
 import pathlib
 import re
@@ -108,17 +109,18 @@ class Machine:
 
     def end(self):
         """Takes it down, without care for what runs there."""
-        leader = self.leader()
-        if leader:
-            os.kill(leader, signal.SIGKILL)
-        try:
-            self.container.wait(10)
-        except subprocess.TimeoutExpired:
-            os.killpg(self.container.pid, signal.SIGKILL)
-            self.container.wait()
+        kill = self.group / "cgroup.kill"
+        if kill.exists():
+            kill.write_text("1")
+        self.container.wait()
         self.log.close()
+        # The last of its processes may still be on their way out.
         for group, _, _ in os.walk(self.group, topdown=False):
-            os.rmdir(group)
+            for _ in range(100):
+                with contextlib.suppress(OSError):
+                    os.rmdir(group)
+                    break
+                time.sleep(0.1)
 
 
 def follow(machine, program, arguments):
