@@ -11,6 +11,7 @@
 
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/appearance.h"
+#include "platform/qt/desktop/layer_shell.h"
 #include "platform/qt/desktop/x11_desktop.h"
 #include "ui/form.h"
 #include "ui/hidden_hint.h"
@@ -107,6 +108,8 @@ void PromptWindow::present() {
     // The native window is made at its place: some window managers take no notice of a move between
     // then and the first show.
     place();
+    constexpr int margin = 30;
+    putIntoCorner(*this, margin);
     entrance_->close();
     show();
 }

@@ -18,6 +18,7 @@
 
 #include "platform/posix/local_socket.h"
 #include "platform/qt/application/image_reader.h"
+#include "platform/qt/desktop/layer_shell.h"
 #include "platform/qt/desktop/x11_desktop.h"
 
 namespace velunor {
@@ -101,6 +102,10 @@ bool prepareDisplay() {
     if (!wanted.isEmpty()) {
         const QByteArrayList platforms = wanted.split(';');
         return std::any_of(platforms.begin(), platforms.end(), platformReachable);
+    }
+    if (qEnvironmentVariableIsSet("WAYLAND_DISPLAY") && waylandReachable() && offersLayerShell()) {
+        qputenv(platformVariable, "wayland");
+        return true;
     }
     for (const char* platform : {"xcb", "wayland"}) {
         if (platformReachable(platform)) {
