@@ -1,5 +1,6 @@
 #include "ui/keyboard_entrance.h"
 
+#include <QEvent>
 #include <chrono>
 
 namespace velunor {
@@ -14,6 +15,7 @@ constexpr std::chrono::milliseconds pauseOfTyping{1000};
 }  // namespace
 
 KeyboardEntrance::KeyboardEntrance(QWidget& window) : QObject(&window), window_(window) {
+    window_.installEventFilter(this);
     opening_.setSingleShot(true);
     opening_.setInterval(timeToSettle);
     connect(&opening_, &QTimer::timeout, this, [this] {
@@ -33,6 +35,7 @@ void KeyboardEntrance::openSoon() {
 
 void KeyboardEntrance::openNow() {
     pause_ = QDeadlineTimer();
+    meant_.setRemainingTime(pauseOfTyping);
     if (!open_) {
         opening_.stop();
         open_ = true;
@@ -43,6 +46,15 @@ void KeyboardEntrance::openNow() {
 
 void KeyboardEntrance::typedInVain() {
     pause_.setRemainingTime(pauseOfTyping);
+}
+
+bool KeyboardEntrance::eventFilter(QObject* watched, QEvent* event) {
+    // Where nothing keeps the desktop from giving the window the keyboard, it may do so at any
+    // time: the first key can be a Tab in the midst of a word.
+    if (event->type() == QEvent::WindowActivate && !X11Focus::isPossible() && meant_.hasExpired()) {
+        pause_.setRemainingTime(pauseOfTyping);
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 }  // namespace velunor

@@ -29,11 +29,15 @@ class KeyboardEntrance final : public QObject {
     /// that the window came up.
     [[nodiscard]] bool isOpen() const { return open_ && pause_.hasExpired(); }
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     QWidget& window_;
     X11Focus focus_{window_};
     QTimer opening_;
     QDeadlineTimer pause_;
+    /// Until then an activation is what the user asked for.
+    QDeadlineTimer meant_;
     bool open_ = true;
 };
 

@@ -31,6 +31,9 @@ namespace {
 /// Until what was pressed during a check has arrived.
 constexpr std::chrono::milliseconds settlingTime{100};
 
+/// What a window manager takes at most to show a minimised window again.
+constexpr std::chrono::milliseconds timeToComeBack{300};
+
 /// While it lives the window looks as if it were checking, and has been painted so.
 class CheckingLook {
   public:
@@ -168,6 +171,7 @@ void PromptWindow::comeBack() {
     // A window manager may give it the focus, as it does when it comes up.
     entrance_->close();
     setWindowState(windowState() & ~Qt::WindowMinimized);
+    QTimer::singleShot(timeToComeBack, this, [this] { showMinimizedAgain(*this); });
     entrance_->openSoon();
 }
 

@@ -6,6 +6,8 @@
 #include <QScreen>
 #include <QWidget>
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -158,6 +160,27 @@ bool movesWindowsOnRequest() {
     }
     const std::vector<std::uint32_t> supported = x11Values(x, x11Root(x), "_NET_SUPPORTED");
     return std::ranges::find(supported, x11Atom(x, "_NET_WM_MOVERESIZE")) != supported.end();
+}
+
+void showMinimizedAgain(const QWidget& window) {
+    xcb_connection_t* x = x11Connection();
+    if (x == nullptr) {
+        return;
+    }
+    const auto id = static_cast<xcb_window_t>(window.internalWinId());
+    const std::vector<std::uint32_t> states = x11Values(x, id, "_NET_WM_STATE");
+    if (std::ranges::find(states, x11Atom(x, "_NET_WM_STATE_HIDDEN")) == states.end()) {
+        return;
+    }
+    // What the server itself would send if the window were not mapped. An event has 32 bytes.
+    xcb_map_request_event_t request{};
+    request.response_type = XCB_MAP_REQUEST;
+    request.parent = x11Root(x);
+    request.window = id;
+    std::array<char, 32> event{};
+    std::memcpy(event.data(), &request, sizeof request);
+    xcb_send_event(x, 0, x11Root(x), XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT, event.data());
+    xcb_flush(x);
 }
 
 bool hasCompositor() {

@@ -40,6 +40,10 @@ void showOnEveryWorkspace(const QWidget& window);
 /// outside X11.
 [[nodiscard]] bool movesWindowsOnRequest();
 
+/// Asks the window manager once more to show a window that it keeps minimised although the toolkit
+/// has mapped it: one that leaves minimised windows mapped hears nothing of that.
+void showMinimizedAgain(const QWidget& window);
+
 /// Whether windows can be translucent: a compositor runs (always so outside X11).
 [[nodiscard]] bool hasCompositor();
 

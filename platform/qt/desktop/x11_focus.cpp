@@ -14,6 +14,10 @@ constexpr std::uint32_t forTheUser = 2;
 
 }  // namespace
 
+bool X11Focus::isPossible() {
+    return x11Connection() != nullptr;
+}
+
 void X11Focus::withhold() {
     xcb_connection_t* x = x11Connection();
     if (x == nullptr) {

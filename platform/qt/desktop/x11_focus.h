@@ -15,6 +15,9 @@ class X11Focus final : public QAbstractNativeEventFilter {
     Q_DISABLE_COPY_MOVE(X11Focus)
     ~X11Focus() override = default;
 
+    /// Whether anything here works, which it does on X11 alone.
+    [[nodiscard]] static bool isPossible();
+
     /// Call it before the window is shown: it tells window managers that it takes no keys, and when
     /// one gives it the focus all the same, the window that had it gets it back.
     void withhold();

@@ -116,6 +116,32 @@ TEST_F(PromptKeyboardTest, TakesNoTabWhileItIsNew) {
     }));
 }
 
+TEST_F(PromptKeyboardTest, TakesNoTabRightAfterItWasGivenTheKeyboard) {
+    prompt.credentials = true;
+    show();
+    const auto tabLeadsIn = [&] {
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        return window.focusWidget() == &find("passwordTextFiled");
+    };
+    activate();
+    ASSERT_TRUE(waitUntil(tabLeadsIn));
+    window.setFocus();
+
+    leaveAndComeBack();
+
+    EXPECT_FALSE(tabLeadsIn());
+    EXPECT_TRUE(waitUntil(tabLeadsIn));
+}
+
+TEST_F(PromptKeyboardTest, TakesATabRightAfterAClickThatBroughtTheKeyboard) {
+    show();
+    QTest::mouseClick(&window, Qt::LeftButton, {}, QPoint(200, 6));
+    activate();
+
+    QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+    EXPECT_NE(window.focusWidget(), &window);
+}
+
 TEST_F(PromptKeyboardTest, PutsTheCaretIntoThePasswordForWhoComesIn) {
     prompt.credentials = true;
     show();
