@@ -38,7 +38,8 @@ readonly PACKAGES_DESKTOPS=(
     picom weston xwayland qt6-wayland orca speech-dispatcher
     awesome fluxbox i3-wm icewm kwin-x11 metacity xfwm4)
 # Panels, and desktops that no test of every day is on.
-readonly PACKAGES_MATRIX=(python3 tint2 xfce4-panel xfconf)
+readonly PACKAGES_MATRIX=(
+    dbus-bin gnome-shell kwin-wayland python3 sway swaybg tint2 xfce4-panel xfconf)
 readonly PACKAGES_FULL=(clang libclang-rt-dev valgrind)
 readonly PACKAGES_LINT=(clang clang-format clang-tidy shellcheck)
 readonly PACKAGES_BENCH=(

@@ -34,6 +34,22 @@ ROWS = {
 }
 # Those whose figures tell something where all is in order.
 MEASURED = ("Typing elsewhere", "Place")
+# Lines of a compositor's own settings that put right what it does by itself.
+RULES = """## A rule for Sway
+
+Sway's users, or those who manage their machines, add this to its settings (`/etc/sway/config.d/`);
+`sway-rule` in the table is Sway with it. The position is that of a screen of 1280 by 900 pixels with
+a bar below: the width without 450, the height above the bar without the card's own and 30.
+
+```
+no_focus [app_id="velunor-os-update"]
+for_window [app_id="velunor-os-update"] floating enable, border none, sticky enable, \\
+    move absolute position 830 343
+no_focus [class="VelunorOSUpdate"]
+for_window [class="VelunorOSUpdate"] floating enable, border none, sticky enable, \\
+    move absolute position 830 343
+```
+"""
 NOT_TRIED = Cell("FAIL", "it was not tried", "", "")
 
 HEAD = """# Desktops
@@ -42,7 +58,8 @@ What the prompt does on the desktops that people have. `./dev desktops` starts e
 panel on a virtual display, types and clicks there as a person does, and looks at the screen;
 `./dev desktops NAME` tries one, `./dev desktops --approve` renews this page and its pictures. A cell
 is **ok** where everything is as the prompt promises, and has a number where the desktop does not let
-it: the sentence is below. A limit that is gone is found as well, as something wrong.
+it: the sentence is below. A limit that is gone is found as well, as something wrong. The Wayland
+compositors run in a window of the virtual display, with (`-xwayland`) and without an X server inside.
 """
 
 
@@ -127,7 +144,7 @@ class Page:
 
     def text(self, directory):
         rows = "\n".join(wrapped(f"- **{row}**: {question}") for row, question in ROWS.items())
-        parts = [HEAD, rows + "\n", self.system("X11"), self.system("Wayland"), self.limits(),
+        parts = [HEAD, rows + "\n", self.system("X11"), self.system("Wayland"), self.limits(), RULES,
                  self.versions(), self.pictures(directory)]
         return "\n".join(part for part in parts if part)
 

@@ -28,6 +28,8 @@ class Desktop {
     [[nodiscard]] virtual bool goToWorkspace(int number) = 0;
     /// Minimises the prompt, as a task list does; false where the desktop has no way to do that.
     [[nodiscard]] virtual bool minimize() = 0;
+    /// Puts a prompt that has not come back by itself where it was.
+    virtual void bringBack() {}
     /// Has the desktop close the prompt; false where it has no way to do that.
     [[nodiscard]] virtual bool requestClose() = 0;
     /// Whether the desktop knows that the prompt asks for attention.

@@ -2,12 +2,13 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velunor::testing {
 
 /// Something that the prompt cannot have on a desktop, whatever it does.
 struct Limit {
-    std::string desktop;
+    std::vector<std::string> desktops;
     std::string row;
     /// What is found there, word for word.
     std::string found;

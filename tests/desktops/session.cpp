@@ -46,10 +46,14 @@ OtherWindow::OtherWindow(Session& session, std::string title, std::uint32_t colo
       errors_(session.directory() / (title + ".states")) {
     std::vector<std::string> command{OTHER_WINDOW_PROGRAM, std::move(title), nameOf(colour)};
     command.insert(command.end(), place.begin(), place.end());
-    process_ = std::make_unique<ChildProcess>(Command{.arguments = command,
-                                                      .environment = session.environment(),
-                                                      .output = output_,
-                                                      .errors = errors_});
+    Environment environment = session.environment();
+    if (environment.contains("WAYLAND_DISPLAY")) {
+        environment["QT_QPA_PLATFORM"] = "wayland";
+        // A frame of the card's colour would be taken for the card.
+        environment["QT_WAYLAND_DISABLE_WINDOWDECORATION"] = "1";
+    }
+    process_ = std::make_unique<ChildProcess>(Command{
+        .arguments = command, .environment = environment, .output = output_, .errors = errors_});
     if (!eventually([&] { return seen(session.screen().picture()) >= leastSeen; })) {
         throw std::runtime_error("another program's window did not show: " + readFile(errors_));
     }

@@ -44,6 +44,8 @@ class Trial {
     [[nodiscard]] double seenPart(const PixelRect& place);
     /// Whether nearly all of the card is seen within `limit`.
     [[nodiscard]] bool isSeen(std::chrono::milliseconds limit = shortPatience);
+    /// Clicks on a bare place of the card where another window covers it in part.
+    void bringToFront();
     /// The controls of the prompt that have the focus.
     [[nodiscard]] std::string focusedControls();
     [[nodiscard]] bool clickControl(const std::string& role, const std::string& name);
