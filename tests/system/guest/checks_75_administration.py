@@ -1,11 +1,12 @@
 """Every command of the administrators' page, as it is written and in its order."""
 
 import pathlib
+import secrets
 import shutil
 import socket
 
+import ldap_server
 from checks import check, expect, expect_equal, expect_match
-from corp_directory import CorpDirectory
 from desktop import Session
 from documents import command_blocks, run_block
 from machine import PACKAGE, PACKAGE_FILE, PASSWORDS, TREE, add_account, messages, now, run
@@ -23,9 +24,10 @@ def prepare():
     """A machine without the package, with its file, a user at the screen and a directory server."""
     add_account("alice")
     _machine["alice"] = Session("alice", display=33)
-    _machine["directory"] = CorpDirectory("/var/lib/system-test/corp")
+    ldap_server.prepare({"dave": secrets.token_hex(12)})
+    _machine["directory"] = ldap_server.Server("own").__enter__()
     PLACE.mkdir(exist_ok=True)
-    shutil.copy(_machine["directory"].authority, PLACE / "corp-ca.pem")
+    shutil.copy(ldap_server.PLACE / "own-ca.pem", PLACE / "corp-ca.pem")
     version = run("dpkg-deb", "--field", PACKAGE_FILE, "Version").output.strip()
     shutil.copy(PACKAGE_FILE, PLACE / f"{PACKAGE}_{version}_amd64.deb")
     run("apt-get", "purge", "-y", PACKAGE)
@@ -33,7 +35,7 @@ def prepare():
 
 def tidy():
     _machine["alice"].end()
-    _machine["directory"].end()
+    _machine["directory"].__exit__()
     run("apt-get", "install", "-y", "--no-install-recommends", PACKAGE_FILE)
 
 
@@ -72,7 +74,7 @@ def after_directory(said, _):
     uri, trusted = "ldaps://ldap.example.org", "/etc/velunor/ldap-ca.pem"
     expect_match(r"^ready\nrefused (?!49 )\d", directory_answer("nobody-knows", uri, trusted),
                  "no such account")
-    for wrong in ((uri, "/etc/ssl/certs/ca-certificates.crt"), ("ldaps://localhost", trusted)):
+    for wrong in ((uri, ldap_server.PLACE / "foreign-ca.pem"), ("ldaps://127.0.0.1", trusted)):
         expect_match(r"^refused -11 ", directory_answer("dave", *wrong), f"certificate of {wrong}")
     expect_match(r"^refused -1 ", directory_answer("dave", f"{uri}:9", trusted), "no connection")
     with socket.create_server(("127.0.0.1", 0)) as silent:

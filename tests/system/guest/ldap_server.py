@@ -11,9 +11,10 @@ from checks import eventually
 from machine import run, write
 
 PLACE = pathlib.Path("/run/directory")
-HOST = "ldap.example.test"
-PORT = 6360
-BASE = "ou=people,dc=example,dc=test"
+# As the administrators' page has them.
+HOST = "ldap.example.org"
+PORT = 636
+BASE = "ou=people,dc=example,dc=org"
 
 
 def certificate(name, host):
@@ -37,7 +38,7 @@ def prepare(accounts):
     (PLACE / "data").mkdir()
     certificate("own", HOST)
     certificate("foreign", HOST)
-    certificate("misnamed", "elsewhere.example.test")
+    certificate("misnamed", "elsewhere.example.org")
     # The misnamed one is from the right authority.
     run("openssl", "x509", "-req", "-days", "30", "-in", PLACE / "misnamed.csr", "-CA",
         PLACE / "own-ca.pem", "-CAkey", PLACE / "own-ca.key", "-CAcreateserial", "-extfile",
@@ -46,7 +47,7 @@ def prepare(accounts):
     known = hosts.read_text(encoding="utf-8") if hosts.exists() else ""
     if HOST not in known:
         write(hosts, f"{known}127.0.0.1 {HOST}\n")
-    entries = ["dn: dc=example,dc=test\nobjectClass: domain\ndc: example\n",
+    entries = ["dn: dc=example,dc=org\nobjectClass: domain\ndc: example\n",
                f"dn: {BASE}\nobjectClass: organizationalUnit\nou: people\n"]
     for name, password in accounts.items():
         salt = os.urandom(8)
@@ -72,7 +73,7 @@ access to attrs=userPassword by anonymous auth by * none
 access to * by * read
 database mdb
 maxsize 10485760
-suffix "dc=example,dc=test"
+suffix "dc=example,dc=org"
 directory {PLACE}/data
 """, 0o600)
 
