@@ -108,8 +108,9 @@ TEST_F(RebrandingTest, UnreadableFileIsAnError) {
 
 TEST_F(RebrandingTest, TopLevelArrayIsAnError) {
     rebrand(Expected<PropertyListValue>(PropertyListValue{PropertyListArray{}}));
-    EXPECT_EQ(log.lines().size(), 2U);
-    EXPECT_EQ(log.lines().back(), "No rebrand file found");
+    EXPECT_THAT(log.lines(),
+                ElementsAre("rebrandData error The top level is not a dictionary with text keys",
+                            "No rebrand file found"));
 }
 
 TEST_F(RebrandingTest, NameWithoutAFlagIsIgnored) {

@@ -297,12 +297,21 @@ INSTANTIATE_TEST_SUITE_P(SetUp, UnconnectedOutletDeathTest,
                                            "updateNowButton", "updateGearBackground"),
                          [](const auto& outlet) { return std::string(outlet.param); });
 
-TEST(Outlets, AreTwentyFive) {
+TEST(Outlets, HaveTheNamesThatTheFormGives) {
     Outlets outlets;
-    int count = 0;
-    forEachOutlet(outlets, [&](const char*, auto&) { ++count; });
-    EXPECT_EQ(count, outletCount);
-    EXPECT_EQ(count, 25);
+    std::vector<std::string> names;
+    forEachOutlet(outlets, [&](const char* name, auto&) { names.emplace_back(name); });
+    EXPECT_EQ(names.size(), static_cast<std::size_t>(outletCount));
+    EXPECT_THAT(
+        names, ElementsAre("productNameLabel", "osUpdateInfoView", "titleLabel", "messageLabel",
+                           "updateDescription", "credentailsRequiredView",
+                           "credentailsInfoTextLabel", "userStackView", "userIcon", "userNameLabel",
+                           "usernameChangeButton", "userNameTextField",
+                           "unsupportedUserCredentailsView", "unsupportedInfoStackView",
+                           "passwordTextFiled", "unsupportedUserCredentailInfoTextLabel",
+                           "passwordToUnspportedInfoConstraint", "passwordToUserNameConstraint",
+                           "timerInfoLabel", "postponeAttemptsRemainingLabel", "postponeButton",
+                           "updateNowButton", "updateGearBackground", "updateGearIcon", "appIcon"));
 }
 
 }  // namespace
