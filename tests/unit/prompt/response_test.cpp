@@ -186,6 +186,7 @@ class MalformedJsonTest : public ::testing::TestWithParam<std::string> {};
 TEST_P(MalformedJsonTest, IsCorruptData) {
     EXPECT_EQ(decodingError(GetParam()).kind, DecodingError::Kind::dataCorrupted);
     EXPECT_EQ(decodingError(GetParam()).debugDescription, "The given data was not valid JSON.");
+    EXPECT_EQ(decodingError(GetParam()).codingPath, "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Decoding, MalformedJsonTest,
