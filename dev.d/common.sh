@@ -11,6 +11,14 @@ die() {
 # Debian packages by purpose, for the verbs.
 # shellcheck disable=SC2034
 {
+# Debian 13 is the first with Qt 6's layer-shell library, which finds the corner on Wayland.
+layer_shell=() layer_shell_tests=()
+# shellcheck source=/dev/null
+debian=$(. /etc/os-release && echo "${VERSION_ID:-13}")
+if [ "${debian%%.*}" -ge 13 ]; then
+    layer_shell=(liblayershellqtinterface-dev libwayland-dev)
+    layer_shell_tests=(sway grim)
+fi
 readonly PACKAGES_PROGRAM=(
     build-essential cmake ninja-build ccache pkg-config
     qt6-base-dev qt6-svg-dev libtomlplusplus-dev libexpat1-dev libsystemd-dev libpam0g-dev
@@ -18,7 +26,7 @@ readonly PACKAGES_PROGRAM=(
     libaudit-dev
     libldap-dev libxcb1-dev
     # Makes the man pages.
-    scdoc)
+    scdoc "${layer_shell[@]}")
 # The program and its tests.
 readonly PACKAGES_BUILD=(
     "${PACKAGES_PROGRAM[@]}" libgtest-dev libgmock-dev librapidcheck-dev
@@ -36,7 +44,7 @@ readonly PACKAGES_TEST=(
 # tests.
 readonly PACKAGES_DESKTOPS=(
     picom weston xwayland qt6-wayland orca speech-dispatcher
-    awesome fluxbox i3-wm icewm kwin-x11 metacity xfwm4)
+    awesome fluxbox i3-wm icewm kwin-x11 metacity xfwm4 "${layer_shell_tests[@]}")
 # Panels, and desktops that no test of every day is on.
 readonly PACKAGES_MATRIX=(
     dbus-bin gnome-shell kwin-wayland python3 sway swaybg tint2 xfce4-panel xfconf)

@@ -1,6 +1,6 @@
-// Included before everything else into sources that hold all of their mutants at once. Which of them
-// is in force, and which were met, stands in a file that every process of a test maps: one number,
-// then one byte a mutant.
+// Included before everything else into sources that hold all of their mutants at once. Which of
+// them is in force, and which were met, stands in a file that every process of a test maps: one
+// number, then one byte a mutant.
 #pragma once
 
 #include <fcntl.h>
@@ -51,17 +51,16 @@ constexpr bool on(unsigned number) {
 
 }  // namespace mutants
 
-#define MUTANT_OPERATOR(name, written, changed)                                     \
-    namespace mutants {                                                             \
-    template <class Left, class Right>                                              \
-    constexpr auto name(unsigned number, Left&& left, Right&& right)                \
-        -> std::decay_t<decltype(left written right)> {                             \
-        if (on(number)) {                                                           \
-            return static_cast<std::decay_t<decltype(left written right)>>(         \
-                left changed right);                                                \
-        }                                                                           \
-        return left written right;                                                  \
-    }                                                                               \
+#define MUTANT_OPERATOR(name, written, changed)                                                 \
+    namespace mutants {                                                                         \
+    template <class Left, class Right>                                                          \
+    constexpr auto name(unsigned number, Left&& left, Right&& right)                            \
+        -> std::decay_t<decltype(left written right)> {                                         \
+        if (on(number)) {                                                                       \
+            return static_cast<std::decay_t<decltype(left written right)>>(left changed right); \
+        }                                                                                       \
+        return left written right;                                                              \
+    }                                                                                           \
     }
 MUTANT_OPERATOR(less, <, <=)
 MUTANT_OPERATOR(lessEqual, <=, <)
