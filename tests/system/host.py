@@ -5,9 +5,9 @@ usage: host.py MACHINE ARCHIVES [--keep] [--without-lines] [FILE...]
 
 MACHINE is a root file system with the checks in /srv/system-test, ARCHIVES what is shown at
 /var/cache/apt/archives. FILE names checks as their file begins; all are run without it. With
---without-lines each line of the installed units and rules is taken out instead, and FILE is a part of
-the name of one. The machine is removed where everything passed and --keep is not there. Ends with 0
-then, else with 1.
+--without-lines each line of the installed units and rules is taken out instead, and FILE is a part
+of the name of one. The machine is removed where everything passed and --keep is not there. Ends
+with 0 then, else with 1.
 """
 
 import contextlib
@@ -59,7 +59,8 @@ class Machine:
         return subprocess.Popen(
             ["unshare", "--mount", "--propagation", "private", "sh", "-c", inside, "sh",
              *self.command],
-            # Whatever this machine has: the other hierarchy tells nobody inside that a unit is empty.
+            # Whatever this machine has: the other hierarchy tells nobody inside that a unit is
+            # empty.
             env={**os.environ, "SYSTEMD_NSPAWN_UNIFIED_HIERARCHY": "1"},
             stdin=subprocess.DEVNULL, stdout=self.log, stderr=self.log, start_new_session=True)
 

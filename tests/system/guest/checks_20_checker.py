@@ -6,12 +6,12 @@ import signal
 import os
 import time
 
-from checker import (ACCEPTED, Stack, ask, asked_by, code, connect, end_service, main_process,
+from checker import (ACCEPTED, Stack, asked_by, code, connect, end_service, main_process,
                      running)
 from checks import check, eventually, expect, expect_equal, expect_match
 from desktop import Session
 from machine import (PASSWORDS, SERVICE_FILE, SERVICE_UNIT, SOCKET_FILE, SOCKET_UNIT, add_account,
-                     doing_as, messages, now, run, set_password, write)
+                     doing_as, messages, now, run, write)
 
 # What PAM's numbers mean.
 DENIED, AUTH_ERROR, NEW_PASSWORD = 6, 7, 12

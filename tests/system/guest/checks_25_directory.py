@@ -34,8 +34,9 @@ def prepare():
     PASSWORDS["nina"] = secrets.token_hex(12)
     ldap_server.prepare({"nina": PASSWORDS["nina"]})
     before = SETTINGS.read_text(encoding="utf-8")
-    own = before.replace('\n[directory]\n', '\n').replace('\nsearch_path = ["/Local/Default"]\n', "\n")
-    write(SETTINGS, own + NODE)
+    without_directory = before.replace("\n[directory]\n", "\n").replace(
+        '\nsearch_path = ["/Local/Default"]\n', "\n")
+    write(SETTINGS, without_directory + NODE)
     carol = Session("carol", display=7)
 
 

@@ -31,8 +31,9 @@ def prepare():
 
 def install(package):
     """As an administrator's job does, which keeps what was changed here."""
-    run("apt-get", "install", "-y", "--no-install-recommends", "-o", "Dpkg::Options::=--force-confdef",
-        "-o", "Dpkg::Options::=--force-confold", package, timeout=600)
+    run("apt-get", "install", "-y", "--no-install-recommends",
+        "-o", "Dpkg::Options::=--force-confdef", "-o", "Dpkg::Options::=--force-confold", package,
+        timeout=600)
 
 
 def newer(version):

@@ -6,8 +6,8 @@ usage: lines.py [FILE...]
 For each line of the units, the bus policy and the tmpfiles.d entry: the line is taken out of the
 installed file, the services read it anew, and the checks that look after the file run until one
 fails. Comments, section headers and what only describes (Description, Documentation, the document
-type) are left out of it. A line of the policy without which it would not be XML stands for its whole
-element. FILE names some of the files by a part of their name. Ends with 0 when each line is needed.
+type) are left out of it. A line of the policy without which it would not be XML stands for its
+whole element. FILE names some of the files by a part of their name. Ends with 0 when each line is needed.
 """
 
 import importlib
@@ -111,8 +111,8 @@ def needed(path):
     failure = first_failure(items)
     if failure:
         sys.exit(f"{path} as it is installed fails: {failure}")
-    # The quick ones first, by what they took when nothing was missing, and of these what the service
-    # is for before what it must not do.
+    # The quick ones first, by what they took when nothing was missing, and of these what the
+    # service is for before what it must not do.
     items.sort(key=lambda item: (item.seconds > 1, item.key if item.seconds <= 1 else item.seconds))
     for line, left in shorter(path, text):
         begin = time.monotonic()

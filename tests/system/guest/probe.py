@@ -89,7 +89,8 @@ def mounts():
 
 def families():
     """Which kinds of sockets can be made."""
-    kinds = {"unix": (socket.AF_UNIX, socket.SOCK_STREAM), "inet": (socket.AF_INET, socket.SOCK_STREAM),
+    kinds = {"unix": (socket.AF_UNIX, socket.SOCK_STREAM),
+             "inet": (socket.AF_INET, socket.SOCK_STREAM),
              "inet6": (socket.AF_INET6, socket.SOCK_STREAM),
              "netlink": (socket.AF_NETLINK, socket.SOCK_RAW),
              "packet": (socket.AF_PACKET, socket.SOCK_RAW)}

@@ -1,19 +1,17 @@
 """A prompt that root asks for, and what a person does with it."""
 
-import os
-import re
 import subprocess
 import tempfile
 import time
 
-from checks import Failure, eventually, expect, expect_equal
+from checks import Failure, eventually
 from machine import run
 
 ARGUMENTS = ("OSUpdate", "Debian 12.9", "false", "15", "false", "2")
 WITH_CREDENTIALS = ("OSUpdateWithCred",) + ARGUMENTS[1:]
 
-# Middle of each control: from the window's left edge, and from its upper one, or its lower one where
-# that is negative.
+# Middle of each control: from the window's left edge, and from its upper one, or its lower one
+# where that is negative.
 _PLACES = {"Update Now": (328, -45), "Postpone": (198, -45), "Password": (190, -172),
            "Use another account": (313, 253), "Picture": (61, 254)}
 

@@ -54,7 +54,7 @@ class Results:
 
 
 def succeeds(function):
-    """Whether a check, or what comes before or after some, passes; why not goes to standard error."""
+    """Whether a check passes, or what comes before or after some; says why not on standard error."""
     try:
         function()
         return True
