@@ -14,6 +14,9 @@ constexpr const char* covered = "covered by the window at work";
 constexpr const char* oneWorkspace = "on the one where it came up";
 constexpr const char* staysAway = "it stays away";
 constexpr const char* unsaid = "behind it, and nothing says so";
+constexpr const char* nestedPointer =
+    "Weston in a window of another display does not lead the pointer over windows of its X server, "
+    "another program's neither.";
 
 const std::vector<Limit>& limits() {
     static const std::vector<Limit> all{
@@ -69,10 +72,14 @@ const std::vector<Limit>& limits() {
          "Every workspace",
          "the desktop has one workspace only",
          "Weston has one workspace."},
-        {{"weston"},
+        {{"weston", "weston-xwayland"},
          "Full screen",
          unsaid,
          "Weston does not tell a window that another one covers it."},
+        {{"kwin_wayland-xwayland"},
+         "Full screen",
+         unsaid,
+         "The X server inside KWin hears nothing of the Wayland windows that cover its own."},
         {{"sway", "sway-xwayland", "sway-rule", "sway-rule-xwayland"},
          "Minimised",
          "the desktop has no way to minimise it",
@@ -88,7 +95,9 @@ const std::vector<Limit>& limits() {
         {{"weston", "weston-xwayland"},
          "Closing",
          "the desktop has no way to close it",
-         "Weston has no list of windows, and closes one by its title bar alone."}};
+         "Weston has no list of windows, and closes one by its title bar alone."},
+        {{"weston-xwayland"}, "Drag", "it cannot be moved", nestedPointer},
+        {{"weston-xwayland"}, "Click and type", "a click does not reach the field", nestedPointer}};
     return all;
 }
 
