@@ -212,7 +212,7 @@ TEST(ResponseDecoding, EndlessNestingIsCorruptDataAndNoCrash) {
 
 /// An answer beside arrays or objects that are nested so deep, the answer's own object included.
 std::string nested(int depth, const std::string& opening, const std::string& closing) {
-    std::string text = "{\"proceed\":{},\"other\":";
+    std::string text = R"({"proceed":{},"other":)";
     for (int level = 1; level < depth; ++level) {
         text += opening;
     }
