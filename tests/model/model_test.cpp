@@ -187,7 +187,7 @@ const Texts landmarks{"Local Validation Success",
 // as can be and printed.
 TEST(Model, EachPromptDoesWhatTheDecisionTablesSay) {
     // A zone with an odd difference.
-    setenv("TZ", "XXX-3:30", 1);
+    setenv("TZ", "AAA-3:30", 1);
     std::map<std::string, int> ends;
     std::set<std::string> met;
     EXPECT_TRUE(rc::check([&] {
