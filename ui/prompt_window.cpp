@@ -171,12 +171,14 @@ void PromptWindow::comeBack() {
     // A window manager may give it the focus, as it does when it comes up.
     entrance_->close();
     setWindowState(windowState() & ~Qt::WindowMinimized);
-    QTimer::singleShot(timeToComeBack, this, [this] { showMinimizedAgain(*this); });
+    minimizedTimer_.start(timeToComeBack);
     entrance_->openSoon();
 }
 
 void PromptWindow::connectActions() {
     comeBackTimer_.setSingleShot(true);
+    minimizedTimer_.setSingleShot(true);
+    connect(&minimizedTimer_, &QTimer::timeout, this, [this] { showMinimizedAgain(*this); });
     connect(&comeBackTimer_, &QTimer::timeout, this, &PromptWindow::comeBack);
     settling_.setSingleShot(true);
     connect(form_->updateNowButton, &QAbstractButton::clicked, this, [this] {

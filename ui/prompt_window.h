@@ -120,6 +120,7 @@ class PromptWindow final : public QWidget {
     X11DesktopChanges desktopChanges_{[this] { scheduleRelayout(); }};
     QTimer relayoutTimer_;
     QTimer afterPictureTimer_;
+    QTimer minimizedTimer_;
     QTimer comeBackTimer_;
     /// Runs for a moment after each check.
     QTimer settling_;
