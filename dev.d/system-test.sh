@@ -71,7 +71,7 @@ package_for() {
     mkdir -p "$place/build-$release" "$place/ccache-$release"
     run_in "$builder" "$release" --bind-ro "$ROOT:/srv/prompt" \
         --bind "$place/build-$release:/srv/prompt/build" \
-        --bind "$place/ccache-$release:/root/.ccache" --setenv CCACHE_DIR=/root/.ccache \
+        --bind "$place/ccache-$release:/var/cache/ccache" --setenv CCACHE_DIR=/var/cache/ccache \
         /srv/prompt/dev package >"$place/package-$release.log" 2>&1 ||
         die "the package cannot be made; $place/package-$release.log says why"
     find "$place/build-$release/package" -name '*.deb'
