@@ -54,6 +54,8 @@ readonly PACKAGES_BENCH=(
     adwaita-icon-theme gnuplot-nox kdialog libbenchmark-dev libfltk1.3-dev librsvg2-common
     libxdamage-dev python3 strace valgrind yad zenity)
 readonly PACKAGES_PACKAGE=(dpkg-dev file gzip lintian)
+# What one input may take: seconds and megabytes.
+readonly FUZZ_LIMITS=(-timeout=10 -rss_limit_mb=2048)
 }
 
 # need PACKAGE... : installs those that are missing.

@@ -56,8 +56,8 @@ test_fully() {
         printf 'add_test(package "%s/dev" package)\n' "$ROOT"
         # Each known input once; any finding ends the program.
         for corpus in "$ROOT"/tests/fuzz/corpus/*; do
-            printf 'add_test(fuzz.%s "%s" -runs=0 "%s")\n' "${corpus##*/}" \
-                "$ROOT/build/fuzz/tests/fuzz/fuzz_${corpus##*/}" "$corpus"
+            printf 'add_test(fuzz.%s "%s" %s -runs=0 "%s")\n' "${corpus##*/}" \
+                "$ROOT/build/fuzz/tests/fuzz/fuzz_${corpus##*/}" "${FUZZ_LIMITS[*]}" "$corpus"
         done
         # Both keep every core busy by themselves, and the first look of clang-tidy is a long one.
         printf 'set_tests_properties(package %s PROPERTIES RUN_SERIAL TRUE TIMEOUT 3600)\n' \

@@ -19,7 +19,7 @@ struct AccountFilter {
 };
 
 /// The filter that `pattern` describes, with each "%u" replaced by `name`; none where it compares
-/// no attribute with the name; also when memory is short.
+/// no attribute with the name; also when the name is empty or memory is short.
 [[nodiscard]] std::optional<AccountFilter> accountFilter(std::string_view pattern,
                                                          std::string_view name);
 
