@@ -1,6 +1,7 @@
 #include "agent/ltarnutils.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -37,6 +38,22 @@ LibraryState& state() {
 
 std::string errorText(int number) {
     return std::generic_category().message(number);
+}
+
+/// Has the file system keep room for this many bytes behind the file's end: a write that meets the
+/// end of the room takes what fits, and an entry would be torn. 0, or else errno's number. Where
+/// room cannot be kept the write itself has to tell.
+int keepRoom(int file, off_t end, std::size_t length) {
+    const auto added = static_cast<off_t>(length);
+    rlimit largest{};
+    if (getrlimit(RLIMIT_FSIZE, &largest) == 0 &&
+        static_cast<rlim_t>(end + added) > largest.rlim_cur) {
+        return EFBIG;
+    }
+    if (length == 0 || fallocate(file, FALLOC_FL_KEEP_SIZE, end, added) == 0) {
+        return 0;
+    }
+    return errno == ENOSPC || errno == EDQUOT ? errno : 0;
 }
 
 std::string pathOfLanguage(const std::string& language) {
@@ -123,8 +140,12 @@ void UtilsWrapper::printAccessToFile(const std::string& path, std::string_view l
         library_log::write(path + ": Not a regular file");
         return;
     }
-    // One write for the entry, so that the entries of several users do not mix.
-    if (const int error = writeWhole(file.get(), logContent); error != 0) {
+    int error = keepRoom(file.get(), about.st_size, logContent.size());
+    if (error == 0) {
+        // One write for the entry, so that the entries of several users do not mix.
+        error = writeWhole(file.get(), logContent);
+    }
+    if (error != 0) {
         library_log::write(path + ": " + errorText(error));
     }
 }

@@ -93,8 +93,10 @@ Listener listenerAt(const char* path) {
 
 LinuxSystemLog::LinuxSystemLog() {
     occupyStandardStreams();
-    // A reader of standard error that goes away must not take the prompt with it.
+    // A reader of standard error that goes away must not take the prompt with it, nor a file that
+    // may not grow.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
     openlog(identifier, LOG_PID | LOG_NDELAY, LOG_USER);
 }
 

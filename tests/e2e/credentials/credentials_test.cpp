@@ -193,4 +193,38 @@ std::size_t CredentialsTest::timesLogged(const std::string& text) const {
     return times;
 }
 
+std::vector<Trace> CredentialsTest::tracesOf(pid_t process, const std::string& text) {
+    const testing::AsRoot root;
+    return tracesInMemory(process, text);
+}
+
+void CredentialsTest::expectMemoryHoldsOnlyTheMessage(const std::string& itsPassword) {
+    for (const pid_t other : otherProcesses()) {
+        for (const Trace& trace : tracesOf(other, itsPassword)) {
+            // The bus may have overwritten where its copy begins.
+            EXPECT_TRUE(trace.coding == "bytes" && trace.before.ends_with(R"(passwd":")")) << trace;
+        }
+    }
+}
+
+void CredentialsTest::expectNoFileHolds(const std::string& text) {
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory())) {
+        if (entry.is_regular_file()) {
+            ++files;
+            EXPECT_EQ(readFile(entry.path()).find(text), std::string::npos) << entry.path();
+        }
+    }
+    EXPECT_GT(files, 0U);
+    EXPECT_NE(machine.journal().records().find("SYSLOG_IDENTIFIER=VelunorOSUpdate"),
+              std::string::npos)
+        << "the journal got nothing";
+    EXPECT_EQ(machine.journal().records().find(text), std::string::npos);
+}
+
+void CredentialsTest::expectPasswordNowhere(const std::string& itsPassword) {
+    expectMemoryHoldsOnlyTheMessage(itsPassword);
+    expectNoFileHolds(itsPassword);
+}
+
 }  // namespace velunor::testing

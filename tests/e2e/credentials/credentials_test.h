@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/e2e/credentials/memory.h"
 #include "tests/linux/directory/ldap_server.h"
 #include "tests/support/machine/machine.h"
 #include "tests/support/prompt/prompt_test.h"
@@ -84,6 +85,17 @@ class CredentialsTest : protected Desktop, public PromptTest {
     [[nodiscard]] bool logged(const std::string& text) const;
     /// How often the log holds the text.
     [[nodiscard]] std::size_t timesLogged(const std::string& text) const;
+
+    /// Where the text is in the memory of a process.
+    [[nodiscard]] static std::vector<Trace> tracesOf(pid_t process, const std::string& text);
+    /// No process of the machine but the test has the password in its memory, other than in the
+    /// message to the service.
+    static void expectMemoryHoldsOnlyTheMessage(const std::string& itsPassword);
+    /// No file below the test's directory, logs included, and no record of the journal holds the
+    /// text.
+    void expectNoFileHolds(const std::string& text);
+    /// Both.
+    void expectPasswordNowhere(const std::string& itsPassword);
 
   private:
     void writeSettings();

@@ -97,6 +97,10 @@ bool hasEnded(const std::string& directory) {
 
 }  // namespace
 
+std::ostream& operator<<(std::ostream& stream, const Trace& trace) {
+    return stream << trace.place << ", " << trace.coding << ", after \"" << trace.before << '"';
+}
+
 std::vector<Trace> tracesInMemory(pid_t process, const std::string& text) {
     const std::string directory = "/proc/" + std::to_string(process);
     const std::vector<Needle> needles = needlesFor(text);

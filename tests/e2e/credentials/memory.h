@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct Trace {
     /// The bytes in front of it, with a dot for each that is no plain character.
     std::string before;
 };
+std::ostream& operator<<(std::ostream& stream, const Trace& trace);
 
 /// Looks for the text in the memory of a process, as bytes and as 16-bit and 32-bit characters.
 /// Needs the right to read that memory; throws when it cannot.

@@ -18,6 +18,9 @@ class Bus {
     /// Address of the bus on which programs describe their controls.
     [[nodiscard]] const std::string& accessibilityAddress() const { return accessibilityAddress_; }
 
+    /// Kills the bus, and with it the accessibility services.
+    void kill() { bus_.stop(); }
+
   private:
     PrivateBus bus_;
     std::string accessibilityAddress_;

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tests/e2e/credentials/credentials_test.h"
+#include "tests/e2e/faults/aftermath.h"
+
+namespace velunor::testing {
+
+/// The agent service of a test as a process of its own, which a fault can hit.
+class ServiceProcess {
+  public:
+    /// Owns the service's name when the constructor returns. `mode` as agent_fake_service takes
+    /// it. Throws on failure.
+    ServiceProcess(std::filesystem::path directory, const std::string& address,
+                   const std::string& mode);
+
+    /// The messages that it received so far.
+    [[nodiscard]] std::vector<std::string> messages() const;
+
+    void sendSignal(int signal) const { process_->sendSignal(signal); }
+    /// Ends it without any farewell; it is gone on return.
+    void kill() { process_.reset(); }
+
+  private:
+    std::filesystem::path output_;
+    std::unique_ptr<ChildProcess> process_;
+};
+
+/// A prompt that meets a fault, and what has to be so afterwards whatever the fault was.
+class FaultTest : public CredentialsTest {
+  protected:
+    /// How long a prompt waits for the service's reply.
+    static constexpr std::chrono::seconds replyLimit{10};
+
+    /// Starts the service as a process.
+    ServiceProcess& startServiceProcess(const std::string& mode);
+    [[nodiscard]] ServiceProcess& serviceProcess() { return *serviceProcess_; }
+
+    /// Makes the desktop and notes what is there.
+    void noteBefore();
+    /// Starts a prompt that asks for credentials and types the user's password.
+    void startWithPassword();
+    /// Clicks Update Now and waits until the service has the answer.
+    void answerUntilTheServiceHasIt();
+
+    /// The prompt ends so, with every entry of its log whole and nothing left behind: no process,
+    /// no file, and the password nowhere but in the message to the service.
+    void expectEnd(Ending ending);
+    /// What holds at any time: whole entries, no zombie of the prompt's.
+    void expectSound();
+
+    /// The message that proceeds with the user's password.
+    [[nodiscard]] std::string proceeding() const;
+    [[nodiscard]] AccessLogEntries accessLog() const;
+
+  private:
+    std::unique_ptr<ServiceProcess> serviceProcess_;
+    std::optional<Aftermath> aftermath_;
+};
+
+}  // namespace velunor::testing
