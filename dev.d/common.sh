@@ -39,7 +39,7 @@ readonly PACKAGES_SHOTS=(fonts-noto-cjk)
 readonly PACKAGES_TEST=(
     clang-format shellcheck slapd ldap-utils openssl ca-certificates accountsservice
     groff-base mandoc python3 python3-gi systemd util-linux passwd qt6-translations-l10n
-    x11-xserver-utils "${PACKAGES_SHOTS[@]}")
+    x11-xserver-utils faketime "${PACKAGES_SHOTS[@]}")
 # Compositors, Wayland, the screen reader and what people use as a window manager, for end-to-end
 # tests.
 readonly PACKAGES_DESKTOPS=(

@@ -82,8 +82,10 @@ void onTerminationSignal(std::function<void()> terminate) {
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
         struct sigaction inherited {};
         sigaction(number, nullptr, &inherited);
-        // Whoever has the program ignore the end of a terminal, as nohup(1) does, means it.
-        if (number != SIGHUP || inherited.sa_handler != SIG_IGN) {
+        // Whoever has the program ignore the end of a terminal, as nohup(1) does, means it. Without
+        // a descriptor left the signals end the process by themselves.
+        const bool isIgnored = number == SIGHUP && inherited.sa_handler == SIG_IGN;
+        if (wakeUpDescriptor >= 0 && !isIgnored) {
             sigaction(number, &action, nullptr);
         }
         sigaddset(&handled, number);

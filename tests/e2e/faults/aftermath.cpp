@@ -109,6 +109,17 @@ std::vector<std::string> childrenOf(pid_t process) {
     return children;
 }
 
+std::vector<pid_t> processesNamed(const std::string& name) {
+    std::vector<pid_t> named;
+    for (const pid_t number : otherProcesses()) {
+        const auto process = processOf(number);
+        if (process && process->name == name && process->state != 'Z') {
+            named.push_back(number);
+        }
+    }
+    return named;
+}
+
 AccessLogEntries entriesOf(const std::string& accessLog) {
     const std::string stamp = R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2})";
     const std::regex start("\n" + stamp + "\t\tOSUpdate\t\t[^\t\n]+\t\t" +

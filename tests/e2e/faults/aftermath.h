@@ -33,6 +33,9 @@ class Aftermath {
 /// The processes that this one has started and not yet taken leave of, as "name state" each.
 [[nodiscard]] std::vector<std::string> childrenOf(pid_t process);
 
+/// The processes of the machine that have this name and have not ended.
+[[nodiscard]] std::vector<pid_t> processesNamed(const std::string& name);
+
 /// What an access log holds, piece by piece.
 struct AccessLogEntries {
     std::size_t starts = 0;

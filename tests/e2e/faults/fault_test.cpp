@@ -4,7 +4,6 @@
 
 #include <sstream>
 #include <stdexcept>
-#include <utility>
 
 namespace velunor::testing {
 namespace {
@@ -22,7 +21,7 @@ std::string bytesOf(const std::string& hexadecimal) {
 
 }  // namespace
 
-ServiceProcess::ServiceProcess(std::filesystem::path directory, const std::string& address,
+ServiceProcess::ServiceProcess(const std::filesystem::path& directory, const std::string& address,
                                const std::string& mode)
     : output_(directory / "requests"),
       process_(std::make_unique<ChildProcess>(

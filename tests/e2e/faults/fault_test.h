@@ -14,7 +14,7 @@ class ServiceProcess {
   public:
     /// Owns the service's name when the constructor returns. `mode` as agent_fake_service takes
     /// it. Throws on failure.
-    ServiceProcess(std::filesystem::path directory, const std::string& address,
+    ServiceProcess(const std::filesystem::path& directory, const std::string& address,
                    const std::string& mode);
 
     /// The messages that it received so far.

@@ -20,7 +20,7 @@ class LogFault : public FaultTest {
         const std::string tail = "\t\tWithout Credentials - false - Debian 12.9 - 15 mins";
         const std::size_t least = head.size() + 1 + tail.size();
         while (text.size() + 2 * least < length) {
-            text += head + "u" + tail;
+            text.append(head).append("u").append(tail);
         }
         const std::size_t left = length - text.size();
         return text.append(head) + std::string(left - head.size() - tail.size(), 'u') + tail;

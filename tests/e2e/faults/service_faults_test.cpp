@@ -10,7 +10,6 @@
 namespace velunor::testing {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 class ServiceFault : public FaultTest {

@@ -1,0 +1,187 @@
+// A credential checker that is killed, hangs or lies, and a directory server that drips: no
+// password is taken that was not checked, and the same window takes the right one afterwards.
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <optional>
+
+#include "tests/e2e/faults/fault_test.h"
+#include "tests/linux/directory/ldap_peers.h"
+
+namespace velunor::testing {
+namespace {
+
+using ::testing::IsEmpty;
+
+constexpr const char* checkerSocketPath = "/run/velunor/osupdate-checkpass.socket";
+
+class CheckerFault : public FaultTest {
+  protected:
+    /// Commands of a shell are in the place of the checker from now on.
+    static void useProgram(const std::string& commands) {
+        const AsRoot root;
+        writeFile(credentialCheckerPath, "#!/bin/sh\n" + commands + "\n");
+    }
+
+    /// PAM's only module behaves like this from now on.
+    static void usePamModule(const std::string& behaviour) {
+        const AsRoot root;
+        const std::string line = " required " + reachable(PAM_TEST_MODULE) + " " + behaviour + "\n";
+        writeFile(pamServicePath, "auth" + line + "account" + line);
+    }
+
+    /// Clicks Update Now and waits until the password is refused once more.
+    void expectRefusal(const std::string& name = "ada") {
+        const std::string refusal = "Failed to validate credentials " + name + "\n";
+        const std::size_t before = timesLogged(refusal);
+        ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+        ASSERT_TRUE(eventually([&] { return timesLogged(refusal) == before + 1; })) << systemLog();
+        expectNothingAccepted();
+    }
+
+    void expectNothingAccepted() {
+        EXPECT_FALSE(logged("Validation Success"));
+        EXPECT_FALSE(logged("Password validated Successfully"));
+        EXPECT_THAT(serviceProcess().messages(), IsEmpty());
+        expectSound();
+    }
+
+    /// The same window and the same password, with everything in its place again.
+    void expectAcceptedOnceRepaired() {
+        installCredentialChecker();
+        answerUntilTheServiceHasIt();
+        expectEnd({0, 0});
+        EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
+        EXPECT_EQ(accessLog().proceeds, 1U);
+    }
+
+    /// The processes of the checker, once one of them has a password to check.
+    static std::vector<pid_t> checkersAtWork() {
+        std::vector<pid_t> checkers;
+        // The one that asks PAM is the child of the one that was started.
+        EXPECT_TRUE(eventually([&] {
+            checkers = processesNamed("osupdate-checkp");
+            return checkers.size() > 1;
+        }));
+        return checkers;
+    }
+
+    static void killAll(const std::vector<pid_t>& processes) {
+        const AsRoot root;
+        for (const pid_t process : processes) {
+            ::kill(process, SIGKILL);
+        }
+    }
+};
+
+TEST_F(CheckerFault, ThatLiesIsNeverBelieved) {
+    startServiceProcess("answer");
+    startWithPassword();
+    for (const char* lie :
+         {"cat >/dev/null; printf accep", "cat >/dev/null; printf accepted",
+          "cat >/dev/null; printf 'accepted \\n'",
+          "cat >/dev/null; printf 'accepted\\naccepted\\n'",
+          "cat >/dev/null; printf '\\000accepted\\n'",
+          "cat >/dev/null; printf 'ready\\naccepted\\n'", "cat >/dev/null; printf 'refused'",
+          "cat >/dev/null; printf 'accepted\\n'; exit 1",
+          "cat >/dev/null; printf 'accepted\\n'; kill -KILL $$", "cat /dev/zero", "exit 0"}) {
+        SCOPED_TRACE(lie);
+        useProgram(lie);
+        expectRefusal();
+    }
+    expectAcceptedOnceRepaired();
+}
+
+TEST_F(CheckerFault, OfTheSystemThatLiesIsNotBelieved) {
+    startServiceProcess("answer");
+    const std::string script = "/run/velunor/bin/liar";
+    {
+        const AsRoot root;
+        writeFile(script, "#!/bin/sh\ncat >/dev/null\nprintf accep\n");
+        std::filesystem::permissions(script, std::filesystem::perms(0755));
+    }
+    std::optional<ChildProcess> liar;
+    {
+        const AsRoot root;
+        liar.emplace(Command{.arguments = {"systemd-socket-activate", "--accept", "--inetd",
+                                           std::string("--listen=") + checkerSocketPath, script},
+                             .environment = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}}});
+        ASSERT_TRUE(eventually([] { return std::filesystem::exists(checkerSocketPath); }));
+        std::filesystem::permissions(checkerSocketPath, std::filesystem::perms(0666));
+    }
+    startWithPassword();
+    expectRefusal();
+    {
+        const AsRoot root;
+        liar.reset();
+        std::filesystem::remove(checkerSocketPath);
+    }
+    expectAcceptedOnceRepaired();
+}
+
+TEST_F(CheckerFault, ThatIsKilledInTheCheckRefuses) {
+    startServiceProcess("answer");
+    usePamModule("hang");
+    startWithPassword();
+    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    killAll(checkersAtWork());
+    ASSERT_TRUE(waitForLog("Failed to validate credentials ada\n")) << systemLog();
+    EXPECT_TRUE(logged("Credentails Error Error Domain=Checker Code=61 ")) << systemLog();
+    expectNothingAccepted();
+    expectAcceptedOnceRepaired();
+}
+
+TEST_F(CheckerFault, OfTheSystemThatIsKilledInTheCheckCostsNoRightPassword) {
+    startServiceProcess("answer");
+    usePamModule("hang");
+    startCheckerService();
+    startWithPassword();
+    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    const std::vector<pid_t> checkers = checkersAtWork();
+    installCredentialChecker();
+    killAll(checkers);
+    // The prompt asks again by itself.
+    expectEnd({0, 0});
+    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
+    EXPECT_EQ(timesLogged("Update Now Clicked\n"), 1U);
+}
+
+TEST_F(CheckerFault, DisplayThatIsKilledInTheCheckLeavesNothing) {
+    startServiceProcess("answer");
+    usePamModule("hang");
+    startWithPassword();
+    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    const std::vector<pid_t> checkers = checkersAtWork();
+    display().killServer();
+    killAll(checkers);
+    expectEnd({1, 0});
+    EXPECT_THAT(serviceProcess().messages(), IsEmpty());
+}
+
+TEST_F(CheckerFault, DirectoryThatDripsIsARefusalInTime) {
+    std::optional<LdapServer> server(std::in_place);
+    server->addAccount("eve", password);
+    const Relay relay(server->tlsPort(), [](bool fromClient, const std::string&) {
+        return fromClient ? Relay::Verdict::pass : Relay::Verdict::passSlowly;
+    });
+    search(R"("/LDAPv3/corp")");
+    addNode("corp", "ldaps://127.0.0.1:" + std::to_string(relay.port()), server->authorities());
+    startServiceProcess("answer");
+    noteBefore();
+    startPrompt();
+    typeUserName("eve");
+    typePassword(password);
+    const auto begin = std::chrono::steady_clock::now();
+    expectRefusal("eve");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(12));
+    EXPECT_GT(relay.connections(), 0);
+    // It knows the password of its account.
+    server.reset();
+    ASSERT_TRUE(clickButton("Later"));
+    expectEnd({0, 0});
+    EXPECT_EQ(serviceProcess().messages(), std::vector<std::string>{R"({"postponse":{}})"});
+}
+
+}  // namespace
+}  // namespace velunor::testing

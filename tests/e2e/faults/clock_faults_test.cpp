@@ -1,0 +1,121 @@
+// A wall clock that is set, a time zone that changes and a machine that sleeps while the countdown
+// runs: it counts its own ticks, and nothing else.
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <regex>
+
+#include "tests/e2e/faults/fault_test.h"
+
+namespace velunor::testing {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+// A countdown of five minutes by seconds of which fifty go into one.
+constexpr const char* minutes = "5";
+constexpr milliseconds length{6000};
+
+class ClockFault : public FaultTest {
+  protected:
+    /// Sets the clock that the prompt sees, by an offset such as "+2d".
+    void setClock(const std::string& offset) const {
+        writeFile(directory() / "clock.new", offset + "\n");
+        std::filesystem::rename(directory() / "clock.new", clockFile());
+    }
+    [[nodiscard]] std::filesystem::path clockFile() const { return directory() / "clock"; }
+
+    /// Starts a prompt whose wall clock can be set, and waits until its countdown runs.
+    void startCountdown() {
+        setClock("+0");
+        environment()["LD_PRELOAD"] = "/usr/$LIB/faketime/libfaketimeMT.so.1";
+        environment()["FAKETIME_TIMESTAMP_FILE"] = clockFile();
+        environment()["FAKETIME_NO_CACHE"] = "1";
+        environment()["NO_FAKE_STAT"] = "1";
+        environment()["FAKETIME_DONT_FAKE_MONOTONIC"] = "1";
+        startServiceProcess("answer");
+        noteBefore();
+        startProgram({reachable(QUICK_PROMPT_PROGRAM), "OSUpdate", "Debian 12.9", "true", minutes,
+                      "false", "2"});
+        ASSERT_TRUE(waitForLog("Starting with ")) << systemLog();
+        begin_ = steady_clock::now();
+        ASSERT_TRUE(waitForWindow()) << systemLog();
+        ASSERT_TRUE(eventually([&] { return secondsShown() > 0; }));
+    }
+
+    /// The seconds that are left as the window shows them; -1 where it shows none.
+    int secondsShown() {
+        static const std::regex form(R"(Installs in (\d+) min (\d+) sec\.)");
+        for (const Accessible& control : controls()) {
+            std::smatch parts;
+            if (control.role == "label" && std::regex_match(control.name, parts, form)) {
+                return std::stoi(parts[1]) * 60 + std::stoi(parts[2]);
+            }
+        }
+        return -1;
+    }
+
+    /// The countdown ends by its own length, and `pause` of the time did not count.
+    void expectEndInTime(milliseconds pause = {}) {
+        expectEnd({0, 0});
+        const auto passed = steady_clock::now() - begin_;
+        EXPECT_GE(passed, length + pause - milliseconds(500));
+        EXPECT_EQ(serviceProcess().messages(), std::vector<std::string>{R"({"proceed":{}})"});
+        EXPECT_EQ(accessLog().starts, 1U);
+        EXPECT_EQ(accessLog().proceeds, 1U);
+    }
+
+    /// The day of the first or the last stamp of the access log.
+    [[nodiscard]] std::string firstStamp() const { return readFile(accessLogPath()).substr(1, 19); }
+    [[nodiscard]] std::string lastStamp() const {
+        const std::string log = readFile(accessLogPath());
+        return log.substr(log.size() - 19);
+    }
+
+  private:
+    steady_clock::time_point begin_;
+};
+
+class ClockThatIsSet : public ClockFault, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(ClockThatIsSet, NeitherShortensNorLengthensTheCountdown) {
+    startCountdown();
+    setClock(GetParam());
+    expectEndInTime();
+    // It was set indeed.
+    EXPECT_NE(firstStamp().substr(0, 10), lastStamp().substr(0, 10));
+    EXPECT_EQ(lastStamp() > firstStamp(), *GetParam() == '+');
+}
+
+INSTANTIATE_TEST_SUITE_P(Days, ClockThatIsSet, ::testing::Values("+3d", "-3d"),
+                         [](const auto& test) {
+                             return std::string(*test.param == '+' ? "Forwards" : "Backwards");
+                         });
+
+TEST_F(ClockFault, ZoneThatChangesInTheCountdownLeavesItAlone) {
+    environment().erase("TZ");
+    const auto useZone = [](const std::string& zone) {
+        const AsRoot root;
+        std::filesystem::remove("/etc/localtime");
+        std::filesystem::create_symlink("/usr/share/zoneinfo/" + zone, "/etc/localtime");
+    };
+    useZone("Etc/GMT+12");
+    startCountdown();
+    useZone("Etc/GMT-14");
+    expectEndInTime();
+}
+
+TEST_F(ClockFault, SleepInTheCountdownDoesNotCount) {
+    constexpr milliseconds sleep{3000};
+    startCountdown();
+    process().sendSignal(SIGSTOP);
+    const auto begin = steady_clock::now();
+    ASSERT_TRUE(eventually([&] { return steady_clock::now() - begin >= sleep; }));
+    process().sendSignal(SIGCONT);
+    expectEndInTime(sleep);
+}
+
+}  // namespace
+}  // namespace velunor::testing
