@@ -2,6 +2,7 @@
 // the machine is. Each ceiling is a tenth above what the program took when it was set.
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <iostream>
@@ -19,6 +20,8 @@ namespace {
 /// installed make both dearer.
 constexpr double mostBesideBareWindow = 1.39;
 constexpr double mostInATick = 0.5e6;
+/// Whoever counts takes many times as long.
+constexpr std::chrono::minutes patienceOfCounting{3};
 
 class Instructions : public PromptTest {
   protected:
@@ -42,10 +45,12 @@ class Instructions : public PromptTest {
     /// Waits for the first picture; the instructions that it took, and 0 where none comes.
     double untilFirstPicture(const std::string& pictured) {
         std::optional<double> instructions;
-        static_cast<void>(eventually([&] {
-            instructions = instructionsUntil(counts_, pictured);
-            return instructions || !process().isRunning();
-        }));
+        static_cast<void>(eventually(
+            [&] {
+                instructions = instructionsUntil(counts_, pictured);
+                return instructions || !process().isRunning();
+            },
+            patienceOfCounting));
         return instructions.value_or(0);
     }
 
@@ -87,7 +92,8 @@ TEST_F(Instructions, TickTakesNextToNothing) {
     countPrompt();
     // The first ones still have work of the start among them.
     constexpr std::size_t enough = 9;
-    ASSERT_TRUE(eventually([&] { return ticks().size() >= enough; })) << systemLog();
+    ASSERT_TRUE(eventually([&] { return ticks().size() >= enough; }, patienceOfCounting))
+        << systemLog();
     std::vector<double> all = ticks();
     std::ranges::sort(all);
     const double median = all[all.size() / 2];

@@ -169,9 +169,6 @@ DesktopKind kind(const std::string& panel, std::vector<std::string> packages, co
 std::vector<DesktopKind> x11Desktops() {
     const Arguments ground{"xsetroot", "-solid", "#5a6b7b"};
     const std::vector<Arguments> tint2{ground, {"tint2"}};
-    WindowManager fluxbox = managerOf("fluxbox");
-    // There is no program that could show its wallpaper.
-    fluxbox.files[".fluxbox/overlay"] = "background: none\n";
     WindowManager i3 = managerOf("i3");
     i3.files.begin()->second = barSettings;
     return {
@@ -192,7 +189,7 @@ std::vector<DesktopKind> x11Desktops() {
               .workspaceCommand = {"i3-msg", "workspace"},
               .attentionCommand = {"sh", "-c", "i3-msg -t get_tree | grep -q '\"urgent\":true'"}}),
         kind("wibar", {"awesome"}, {.manager = managerOf("awesome")}),
-        kind("toolbar", {"fluxbox"}, {.manager = fluxbox, .companions = {ground}}),
+        kind("toolbar", {"fluxbox"}, {.manager = managerOf("fluxbox"), .companions = {ground}}),
         kind("taskbar", {"icewm"}, {.manager = managerOf("icewm"), .companions = {ground}}),
         kind("tint2", {"openbox", "tint2"}, {.manager = openbox(), .companions = tint2}),
     };

@@ -31,7 +31,7 @@ namespace {
 
 constexpr const char* busLost = "the message bus is gone";
 /// How long a prompt that was told to end has before it is killed.
-constexpr std::uint64_t endingMicroseconds = 3'000'000;
+constexpr std::uint64_t endingMicroseconds = 10'000'000;
 
 using Loop = Owned<sd_event, sd_event_unref>;
 

@@ -89,6 +89,16 @@ TEST_F(KeyboardOnTheDesktop, HintsAtCapsLockWhileItIsOn) {
     EXPECT_TRUE(eventually([&] { return description().empty(); }));
 }
 
+TEST_F(KeyboardOnTheDesktop, HintsAtCapsLockThatWasOnBefore) {
+    startWithCredentials();
+    display().screen().pressKey("Caps_Lock");
+    ASSERT_TRUE(clickControl("text", "Password"));
+    EXPECT_TRUE(eventually([&] {
+        const auto field = findControl(controls(), "text", "Password");
+        return field && field->description == "Caps Lock is on";
+    }));
+}
+
 TEST_F(KeyboardOnTheDesktop, FindsNamesAndMenuInTheLanguageOfTheSession) {
     const std::string prefix = "tarn.agent.msghand.prompt.";
     Texts texts = testTexts();
@@ -104,6 +114,7 @@ TEST_F(KeyboardOnTheDesktop, FindsNamesAndMenuInTheLanguageOfTheSession) {
     ASSERT_TRUE(waitForControl("text", "Womit")) << systemLog();
 
     ASSERT_TRUE(clickControl("text", "Womit"));
+    ASSERT_TRUE(hasFocus("Womit"));
     display().screen().pressKey("Caps_Lock");
     EXPECT_TRUE(eventually([&] {
         const auto field = findControl(controls(), "text", "Womit");

@@ -9,7 +9,11 @@ WindowManager openbox() {
 std::vector<WindowManager> windowManagers() {
     return {
         {.name = "awesome", .command = {"awesome"}},
-        {.name = "fluxbox", .command = {"fluxbox"}},
+        // Without a program that could show its wallpaper it opens a window that says so, and gives
+        // the focus to any other once that is gone.
+        {.name = "fluxbox",
+         .command = {"fluxbox"},
+         .files = {{".fluxbox/overlay", "background: none\n"}}},
         {.name = "icewm", .command = {"icewm"}},
         // Without settings it asks for some first.
         {.name = "i3",
