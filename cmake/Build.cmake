@@ -23,7 +23,14 @@ target_compile_options(velunor_options INTERFACE
 target_compile_options(velunor_options INTERFACE
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-maybe-uninitialized>)
 target_compile_definitions(velunor_options INTERFACE
-    $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
+    $<$<CONFIG:Release>:_FORTIFY_SOURCE=3>)
+# What overwrites a return address or a function pointer must not get far with it.
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+    target_compile_options(velunor_options INTERFACE $<$<CONFIG:Release>:-fcf-protection>)
+elseif(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+    target_compile_options(velunor_options INTERFACE
+        $<$<CONFIG:Release>:-mbranch-protection=standard>)
+endif()
 target_link_options(velunor_options INTERFACE -Wl,-z,relro,-z,now)
 if(VELUNOR_SANITIZE)
     target_compile_options(velunor_options INTERFACE

@@ -21,6 +21,11 @@ dev_package() {
     dpkg-deb --contents "$package"
     say "lintian"
     lintian --allow-root --fail-on error "$package"
+    say "hardening"
+    dpkg-deb --extract "$package" "$directory/unpacked"
+    find "$directory/unpacked" -type f \( -perm /u+x -o -name '*.so' \) \
+        -exec "$ROOT/tests/system/guest/hardening.py" {} +
+    rm -rf "$directory/unpacked"
     # One more blank would keep a line of the description from being wrapped.
     ! dpkg-deb --field "$package" Description | grep '^  ' || die "the description is laid out wrong"
     [ -z "$try" ] || try_package "$package"

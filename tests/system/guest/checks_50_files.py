@@ -1,11 +1,12 @@
-"""The directories and files that the package's tmpfiles.d entry makes."""
+"""The package's programs, and the directories and files that its tmpfiles.d entry makes."""
 
 import pathlib
 import shutil
 import stat
 
+import hardening
 from checks import check, expect, expect_equal
-from machine import TMPFILES_FILE, as_user, run
+from machine import PACKAGE, TMPFILES_FILE, as_user, run
 
 STATE = pathlib.Path("/var/lib/velunor/ostrel_agent")
 LOGS = pathlib.Path("/var/log/velunor/ostrel_agent")
@@ -60,3 +61,12 @@ def sticky():
     for path in (USER_LOGS / "OSUpdateNotification_alice.log", ACCESS_LOG):
         told = as_user("bob", "rm", "-f", path, check=False)
         expect(told.status != 0 and path.exists(), f"bob has removed {path}")
+
+
+@check("its programs are hardened")
+def hardened():
+    installed = [pathlib.Path(line) for line in run("dpkg", "--listfiles", PACKAGE).output.split("\n")]
+    programs = [path for path in installed if path.is_file() and hardening.is_elf(path)]
+    expect(len(programs) >= 4, f"only these: {programs}")
+    faults = [fault for path in programs for fault in hardening.faults(str(path))]
+    expect(not faults, "; ".join(faults))
