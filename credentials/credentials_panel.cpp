@@ -27,7 +27,7 @@ ImagePointer roundedPicture(const std::string& userName, const CredentialsPanelS
 
 }  // namespace
 
-CredentialsPanel::CredentialsPanel(CredentialsPanelOutlets outlets,
+CredentialsPanel::CredentialsPanel(const CredentialsPanelOutlets& outlets,
                                    std::vector<LayoutConstraint*> constraints,
                                    CredentialsPanelServices services)
     : outlets_(std::make_shared<const CredentialsPanelOutlets>(outlets)),

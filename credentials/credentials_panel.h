@@ -46,8 +46,8 @@ struct CredentialsPanelServices {
 class CredentialsPanel {
   public:
     /// `constraints` are those of the window's root view, in their order.
-    CredentialsPanel(CredentialsPanelOutlets outlets, std::vector<LayoutConstraint*> constraints,
-                     CredentialsPanelServices services);
+    CredentialsPanel(const CredentialsPanelOutlets& outlets,
+                     std::vector<LayoutConstraint*> constraints, CredentialsPanelServices services);
 
     CredentialsPanel(const CredentialsPanel&) = delete;
     CredentialsPanel& operator=(const CredentialsPanel&) = delete;

@@ -49,7 +49,7 @@ readonly PACKAGES_DESKTOPS=(
 readonly PACKAGES_MATRIX=(
     dbus-bin gnome-shell kwin-wayland python3 sway swaybg tint2 xfce4-panel xfconf)
 readonly PACKAGES_FULL=(clang libclang-rt-dev valgrind)
-readonly PACKAGES_LINT=(clang clang-format clang-tidy shellcheck)
+readonly PACKAGES_LINT=(clang clang-format clang-tidy cppcheck shellcheck)
 readonly PACKAGES_BENCH=(
     adwaita-icon-theme gnuplot-nox kdialog libbenchmark-dev libfltk1.3-dev librsvg2-common
     libxdamage-dev python3 strace valgrind yad zenity)

@@ -9,8 +9,10 @@ dev_lint() {
     "$ROOT/dev.d/check-shell.sh"
     say "include rules"
     quietly cmake "-DROOT=$ROOT" -P "$ROOT/cmake/check_includes.cmake"
-    say "clang-tidy"
     generate_sources clang
+    say "cppcheck"
+    "$ROOT/dev.d/check-cppcheck.sh" "$ROOT/build/clang"
+    say "clang-tidy"
     "$ROOT/dev.d/tidy.py" "$ROOT/build/clang" "$@"
     say "nothing to say"
 }

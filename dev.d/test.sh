@@ -51,6 +51,8 @@ test_fully() {
     {
         add_valgrind
         if has_lint_tools; then
+            printf 'add_test(lint.cppcheck "%s/dev.d/check-cppcheck.sh" "%s/build/clang")\n' \
+                "$ROOT" "$ROOT"
             printf 'add_test(lint.tidy "%s/dev.d/tidy.py" "%s/build/clang")\n' "$ROOT" "$ROOT"
         fi
         printf 'add_test(package "%s/dev" package)\n' "$ROOT"

@@ -120,7 +120,8 @@ QList<QTextLayout::FormatRange> LiteralText::steadyFormats() const {
             formats.append(range);
             continue;
         }
-        const std::array<qreal, 10>& widths = digitWidths_[figure++];
+        const std::array<qreal, 10>& widths = digitWidths_.at(figure);
+        ++figure;
         const qreal widest = *std::max_element(widths.begin(), widths.end());
         for (int index = range.start; index < range.start + range.length; ++index) {
             QTextLayout::FormatRange single = digitFormat(index, range.format);
