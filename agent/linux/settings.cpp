@@ -1,12 +1,11 @@
 #include "agent/linux/settings.h"
 
-#include <toml++/toml.h>
-
 #include <cstdlib>
 #include <functional>
 #include <set>
 #include <utility>
 
+#include "agent/linux/toml.h"
 #include "platform/file.h"
 
 namespace velunor {

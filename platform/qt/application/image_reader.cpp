@@ -27,6 +27,10 @@ constexpr std::array<Signature, 6> signatures{{{"\x89PNG\r\n\x1a\n", "png"},
                                                {"BM", "bmp"},
                                                {"RIFF", "webp"}}};
 
+bool isTooLarge(const QSize& size) {
+    return std::max(size.width(), size.height()) > largestImageSide;
+}
+
 QByteArray formatOf(const QByteArray& bytes) {
     for (const Signature& signature : signatures) {
         if (bytes.startsWith(signature.start)) {
@@ -71,11 +75,14 @@ ImagePointer QtImageReader::imageFromData(std::span<const std::byte> data) const
     reader.setAutoDetectImageFormat(false);
     reader.setAutoTransform(true);
     const QSize size = reader.size();
-    if (size.isEmpty() || std::max(size.width(), size.height()) > largestImageSide) {
+    if (size.isEmpty() || isTooLarge(size)) {
         return nullptr;
     }
     QImage picture = reader.read();
-    return picture.isNull() ? nullptr : std::make_shared<QtImage>(std::move(picture));
+    // A GIF has the size of its screen, which its reader does not tell before.
+    return picture.isNull() || isTooLarge(picture.size())
+               ? nullptr
+               : std::make_shared<QtImage>(std::move(picture));
 }
 
 ImagePointer QtImageReader::clippedToRoundedRectangle(const ImagePointer& image, double radiusX,

@@ -25,9 +25,9 @@ class QtImage final : public Image {
 
 /// Reads PNG, JPEG, GIF (its first picture) and BMP, and WebP where the toolkit's plug-in for it is
 /// installed, told apart by their content. Vector formats, files that are not regular ones, files
-/// over `largestReadableFile` and sides over `largestImageSide` are refused before anything is
-/// decoded: left to itself the toolkit would try every decoder on files that anybody may have
-/// written. Any thread.
+/// over `largestReadableFile` and sides over `largestImageSide` are refused, all but the screen of
+/// a GIF before anything is decoded: left to itself the toolkit would try every decoder on files
+/// that anybody may have written. Any thread.
 class QtImageReader final : public ImageReader {
   public:
     QtImageReader();

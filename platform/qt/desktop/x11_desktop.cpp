@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/qt/desktop/x11_geometry.h"
 #include "platform/qt/desktop/x11_properties.h"
 
 namespace velunor {
@@ -23,15 +24,7 @@ std::optional<bool> workAreaIsHidden;
 std::optional<QRect> ownWorkArea(xcb_connection_t* x, xcb_window_t root, const QRect& monitor) {
     const auto desktop = x11Values(x, root, "_NET_CURRENT_DESKTOP");
     const std::string number = std::to_string(desktop.empty() ? 0 : desktop.front());
-    const auto areas = x11Values(x, root, "_GTK_WORKAREAS_D" + number);
-    for (std::size_t index = 0; index + 3 < areas.size(); index += 4) {
-        const QRect area(static_cast<int>(areas[index]), static_cast<int>(areas[index + 1]),
-                         static_cast<int>(areas[index + 2]), static_cast<int>(areas[index + 3]));
-        if (monitor.contains(area)) {
-            return area;
-        }
-    }
-    return std::nullopt;
+    return workAreaWithin(monitor, x11Values(x, root, "_GTK_WORKAREAS_D" + number));
 }
 
 /// Whether there is a window manager that keeps the work area to itself. Asked for at each layout,
@@ -79,33 +72,6 @@ QRect withoutStruts(xcb_connection_t* x, const xcb_screen_t& screen, const QRect
 
 }  // namespace
 
-QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
-                   const QSize& desktop) {
-    const auto width = [&](std::size_t side) { return static_cast<int>(strut[side]); };
-    const auto spans = [&](std::size_t side, std::int64_t from, std::int64_t to) {
-        return strut[side] > 0 && strut[4 + 2 * side] < to && strut[5 + 2 * side] >= from;
-    };
-    QRect left = monitor;
-    const int top = monitor.y();
-    const int bottom = top + monitor.height();
-    const int start = monitor.x();
-    const int end = start + monitor.width();
-    if (spans(0, top, bottom)) {
-        left.setLeft(std::max(start, width(0)));
-    }
-    if (spans(1, top, bottom)) {
-        left.setRight(std::min(end, desktop.width() - width(1)) - 1);
-    }
-    if (spans(2, start, end)) {
-        left.setTop(std::max(top, width(2)));
-    }
-    if (spans(3, start, end)) {
-        left.setBottom(std::min(bottom, desktop.height() - width(3)) - 1);
-    }
-    // A strut across a whole monitor belongs to a panel on the one beyond it.
-    return left.isEmpty() ? monitor : left;
-}
-
 std::optional<QRect> x11UsableArea(const QScreen& screen) {
     xcb_connection_t* x = x11Connection();
     if (x == nullptr || (QGuiApplication::screens().size() < 2 && !hidesWorkArea(x))) {
@@ -130,12 +96,7 @@ std::optional<QMargins> x11FrameMargins(const QWidget& window) {
     const auto id = static_cast<xcb_window_t>(window.internalWinId());
     const auto extents =
         id == 0 ? std::vector<std::uint32_t>() : x11Values(x, id, "_NET_FRAME_EXTENTS");
-    if (extents.size() < 4) {
-        return QMargins();
-    }
-    const double scale = window.devicePixelRatioF();
-    const auto points = [&](std::size_t side) { return qRound(extents[side] / scale); };
-    return QMargins(points(0), points(2), points(1), points(3));
+    return frameMargins(extents, window.devicePixelRatioF());
 }
 
 void showOnEveryWorkspace(const QWidget& window) {

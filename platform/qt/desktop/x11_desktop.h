@@ -3,10 +3,8 @@
 #include <QAbstractNativeEventFilter>
 #include <QMargins>
 #include <QRect>
-#include <cstdint>
 #include <functional>
 #include <optional>
-#include <vector>
 
 class QScreen;
 class QWidget;
@@ -21,12 +19,6 @@ namespace velunor {
 /// because the window manager's one work area spans them all; so this one comes from the work areas
 /// or the struts of each monitor. None where the toolkit's own answer is right.
 [[nodiscard]] std::optional<QRect> x11UsableArea(const QScreen& screen);
-
-/// `monitor` without the room that the strut of one panel takes of it, both in pixels of a desktop
-/// of size `desktop`. `strut` has the twelve numbers of _NET_WM_STRUT_PARTIAL: widths from the
-/// desktop's left, right, top and bottom edge, then the first and last pixel that each spans.
-[[nodiscard]] QRect withoutStrut(const QRect& monitor, const std::vector<std::uint32_t>& strut,
-                                 const QSize& desktop);
 
 /// What the window manager has put around `window`, in points; nothing before the window exists.
 /// The toolkit's own figures are wrong while a window is being framed. None outside X11.

@@ -249,6 +249,15 @@ TEST(AgentSettingsText, TextOtherThanUtf8IsAnError) {
     EXPECT_THAT(errorOf(parseSettings("\na = \"\xFF\"\n", "F")), HasSubstr("F:2:"));
 }
 
+TEST(AgentSettingsText, LettersOutsideOfQuotesAreErrors) {
+    // The library's own classes of letters: each has another way to its answer.
+    for (const char* letter : {"\u00A7", "\u00E4", "\u03E2", "\u1681", "\u2010", "\uFEFE"}) {
+        const auto settings = parseSettings(std::string("[agent]\n") + letter + " = 1\n", "a.toml");
+        ASSERT_FALSE(settings.has_value()) << letter;
+        EXPECT_TRUE(settings.error().description.starts_with("a.toml:2: ")) << letter;
+    }
+}
+
 TEST(AgentSettingsText, EndlessNestingIsAnError) {
     EXPECT_THAT(errorOf(parseSettings("a = " + std::string(100'000, '['), "F")), HasSubstr("F:1:"));
 }

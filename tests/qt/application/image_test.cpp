@@ -81,6 +81,18 @@ TEST(ImageTest, RefusesAPictureThatClaimsToBeHuge) {
     EXPECT_EQ(read(bomb), nullptr);
 }
 
+TEST(ImageTest, RefusesAGifWhoseScreenIsLargerThanItsPicture) {
+    // A picture of 5 × 5 on a screen of 5 × 11952.
+    QByteArray gif = QByteArray::fromHex(
+        "4749463839610500b02ef0000000800000000021f9040000000000"
+        "2c0000000005000500000204848fa958003b");
+
+    EXPECT_EQ(read(gif), nullptr);
+    // As high as its picture it is one.
+    qToLittleEndian<quint16>(5, gif.data() + 8);
+    ASSERT_NE(read(gif), nullptr);
+}
+
 TEST(ImageTest, TakesTheLargestSideAndNotOneMore) {
     EXPECT_NE(read(encoded(sample(largestImageSide, 1), "PNG")), nullptr);
     EXPECT_EQ(read(encoded(sample(largestImageSide + 1, 1), "PNG")), nullptr);

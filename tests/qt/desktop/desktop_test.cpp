@@ -4,7 +4,7 @@
 
 #include "platform/qt/application/image_reader.h"
 #include "platform/qt/desktop/display.h"
-#include "platform/qt/desktop/x11_desktop.h"
+#include "platform/qt/desktop/x11_geometry.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {
@@ -46,6 +46,35 @@ TEST(StrutTest, PassesOverAStrutThatWouldLeaveNothing) {
     const Strut whole{0, 0, 0, 1000, 0, 0, 0, 0, 0, 0, 0, 999};
 
     EXPECT_EQ(withoutStrut(leftMonitor, whole, twoMonitors), leftMonitor);
+}
+
+TEST(StrutTest, PassesOverWidthsThatNoDesktopHas) {
+    const Strut smallest{0, 0x80000000, 0, 0x80000000, 0, 0, 0, 999, 0, 0, 0, 999};
+    const Strut negative{0, 0xFFFFFFFF, 40, 0, 0, 0, 0, 999, 0, 999, 0, 0};
+
+    EXPECT_EQ(withoutStrut(leftMonitor, smallest, twoMonitors), leftMonitor);
+    EXPECT_EQ(withoutStrut(leftMonitor, negative, twoMonitors), leftMonitor);
+}
+
+TEST(WorkAreaTest, IsTheFirstWithinTheMonitor) {
+    EXPECT_EQ(workAreaWithin(rightMonitor, {0, 0, 1000, 960, 1000, 20, 1000, 780, 1000, 0, 9, 9}),
+              QRect(1000, 20, 1000, 780));
+    EXPECT_EQ(workAreaWithin(rightMonitor, {0, 0, 1000, 960, 1000, 20, 1000}), std::nullopt);
+}
+
+TEST(WorkAreaTest, IsNoneThatIsEmptyOrLargerThanAnyDesktop) {
+    EXPECT_EQ(workAreaWithin(leftMonitor, {10, 10, 0, 500}), std::nullopt);
+    EXPECT_EQ(workAreaWithin(leftMonitor, {500, 500, 0xFFFFFF00, 400}), std::nullopt);
+    EXPECT_EQ(workAreaWithin(leftMonitor, {5, 5, 0x80000000, 9}), std::nullopt);
+}
+
+TEST(FrameTest, IsCountedInPoints) {
+    EXPECT_EQ(frameMargins({2, 4, 48, 6}, 2), QMargins(1, 24, 2, 3));
+    EXPECT_EQ(frameMargins({2, 4, 48}, 2), QMargins());
+}
+
+TEST(FrameTest, IsNoneThatNoDesktopHasRoomFor) {
+    EXPECT_EQ(frameMargins({2, 4, 0xFFFFFFFF, 6}, 1), QMargins());
 }
 
 TEST(ScreensTest, GiveTheUsableAreaWithYUpwards) {

@@ -11,49 +11,16 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
-#include <optional>
-#include <regex>
 #include <system_error>
 #include <utility>
 
 #include "platform/owned.h"
+#include "tools/osupdate_checkpass/ldap/ldap_address.h"
 
 namespace velunor {
 namespace {
 
 using std::chrono::steady_clock;
-
-struct LdapAddress {
-    bool beginsWithTls = false;
-    std::string host;
-    int port = 0;
-};
-
-std::optional<LdapAddress> parseLdapAddress(const std::string& uri) {
-    constexpr std::size_t longest = 512;
-    constexpr int defaultPort = 389;
-    constexpr int defaultTlsPort = 636;
-    constexpr int highestPort = 65535;
-    // Narrower than the library's own reader, which takes filters, other kinds of connection and
-    // several servers.
-    static const std::regex form(
-        R"(ldap(s?)://(?:\[([0-9a-f:.]+)\]|([a-z0-9._-]+))(?::(\d{1,5}))?/?)", std::regex::icase);
-    std::smatch parts;
-    if (uri.size() > longest || !std::regex_match(uri, parts, form)) {
-        return std::nullopt;
-    }
-    LdapAddress address;
-    address.beginsWithTls = parts.length(1) != 0;
-    address.host = parts[2].matched ? parts.str(2) : parts.str(3);
-    address.port = address.beginsWithTls ? defaultTlsPort : defaultPort;
-    if (parts[4].matched) {
-        address.port = std::stoi(parts.str(4));
-    }
-    if (address.port < 1 || address.port > highestPort) {
-        return std::nullopt;
-    }
-    return address;
-}
 
 DirectoryError serverUnreachable(std::string_view reason) {
     return ldapError(LDAP_SERVER_DOWN, "The server cannot be reached", reason);
