@@ -44,14 +44,13 @@ void OSUpdateUtil::createLogFileIfNeeded(const std::string& at, SystemLog& log) 
 
 std::string OSUpdateUtil::getLocalDateTimeString(const Clock& clock) {
     const std::time_t moment = std::chrono::system_clock::to_time_t(clock.now());
-    std::tm local{};
+    std::tm parts{};
     // localtime_r() reads the zone at its first use only.
     tzset();
-    if (localtime_r(&moment, &local) == nullptr) {
-        return {};
-    }
+    const std::tm* local = localtime_r(&moment, &parts);
     std::array<char, 64> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
+    const std::size_t length =
+        local == nullptr ? 0 : std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", local);
     return {text.data(), length};
 }
 

@@ -8,9 +8,7 @@ void ViewController::updateNow() {
     if (!promptData_ || promptData_->updateType == UpdateType::withoutCredentials) {
         services_.log.write("Updating Now without Credentials");
         finish({Proceed{}}, "Update Now Clicked");
-        return;
-    }
-    if (auto answer = checkedCredentials()) {
+    } else if (auto answer = checkedCredentials()) {
         finish({std::move(*answer)}, "Update Now Clicked");
     }
 }

@@ -41,9 +41,9 @@ void ViewController::tick(Timer& timer) {
     if (remainingTimeInSecond_ < 1) {
         timer.invalidate();
         timerFired();
-        return;
+    } else {
+        showRemainingTime();
     }
-    showRemainingTime();
 }
 
 void ViewController::timerFired() {

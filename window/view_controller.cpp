@@ -23,13 +23,13 @@ constexpr Color gearDiscDark{7.0 / 255, 18.0 / 255, 41.0 / 255, 1};
 /// The moment in UTC, such as 2024-05-02 12:03:11 +0000.
 std::string universalTimeDescription(const Clock& clock) {
     const std::time_t moment = std::chrono::system_clock::to_time_t(clock.now());
-    std::tm universal{};
-    if (gmtime_r(&moment, &universal) == nullptr) {
-        return {};
-    }
+    std::tm parts{};
+    const std::tm* universal = gmtime_r(&moment, &parts);
     std::array<char, 64> text{};
     const std::size_t length =
-        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S +0000", &universal);
+        universal == nullptr
+            ? 0
+            : std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S +0000", universal);
     return {text.data(), length};
 }
 
