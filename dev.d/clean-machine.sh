@@ -4,13 +4,14 @@
 readonly MACHINES=$ROOT/build/clean-machine
 
 dev_clean_machine() {
-    local user=root release=12 command=('./dev run && ./dev test') argument lock
+    local user=root release=12 command=('./dev run && ./dev test') containers='' argument lock
     while [ $# -gt 0 ]; do
         argument=$1
         shift
         case $argument in
             root | user) user=$argument ;;
             12 | 13) release=$argument ;;
+            --containers) containers=1 ;;
             --)
                 [ $# -gt 0 ] || die "clean-machine: a command is needed after --"
                 command=("${*@Q}")
@@ -80,11 +81,17 @@ add_user() {
 }
 
 # enter_machine MACHINE USER RELEASE COMMAND : runs it in a new checkout below the user's home. As on
-# a machine, and not in a container, memory may be locked.
+# a machine, and not in a container, memory may be locked; and containers be made where the variable
+# "containers" says so.
 enter_machine() {
+    local rights=(--system-call-filter=@memlock)
+    if [ -n "$containers" ]; then
+        rights=(--system-call-filter=@known --capability=all)
+        export SYSTEMD_NSPAWN_API_VFS_WRITABLE=yes SYSTEMD_NSPAWN_UNIFIED_HIERARCHY=1
+    fi
     exec systemd-nspawn --quiet --directory "$1" --machine "prompt-$2-$3" --register=no --keep-unit \
         --resolv-conf=copy-host --console=pipe --user "$2" \
-        --system-call-filter=@memlock \
+        "${rights[@]}" \
         --bind "$MACHINES/archives/$3:/var/cache/apt/archives" \
         --bind-ro "$MACHINES/prompt.bundle:/srv/prompt.bundle" \
         /bin/bash -c "cd && git -c advice.detachedHead=false clone --quiet /srv/prompt.bundle prompt && cd prompt && $4" </dev/null
