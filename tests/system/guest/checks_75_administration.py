@@ -14,6 +14,7 @@ from machine import PACKAGE, PACKAGE_FILE, PASSWORDS, TREE, add_account, message
 PAGE = TREE / "docs/administration.md"
 # Where the commands are given.
 PLACE = pathlib.Path("/srv/administration")
+DROP_INS = pathlib.Path("/etc/systemd/system/velunor-osupdate-checkpass.service.d")
 CHECKER = "/opt/velunor/ostrel_agent/bin/osupdate-checkpass"
 PROMPT = "--identifier=VelunorOSUpdate"
 
@@ -34,6 +35,9 @@ def prepare():
 
 
 def tidy():
+    # An administrator's own; no package takes it away.
+    shutil.rmtree(DROP_INS)
+    run("systemctl", "daemon-reload")
     _machine["alice"].end()
     _machine["directory"].__exit__()
     run("apt-get", "install", "-y", "--no-install-recommends", PACKAGE_FILE)
