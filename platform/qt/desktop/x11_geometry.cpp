@@ -54,10 +54,10 @@ std::optional<QRect> workAreaWithin(const QRect& monitor, const std::vector<std:
 
 QMargins frameMargins(const std::vector<std::uint32_t>& extents, double scale) {
     if (extents.size() < 4 || std::ranges::max(extents) > mostPixels) {
-        return QMargins();
+        return {};
     }
     const auto points = [&](std::size_t side) { return qRound(extents[side] / scale); };
-    return QMargins(points(0), points(2), points(1), points(3));
+    return {points(0), points(2), points(1), points(3)};
 }
 
 }  // namespace velunor
