@@ -55,6 +55,24 @@ void NestedDesktop::measureUsableArea() {
     }
 }
 
+void NestedDesktop::waitForPointer() {
+    constexpr PixelRect everywhere{0, 0, Display::width, Display::height};
+    constexpr PixelRect arrow{300, 300, 24, 24};
+    Screen& screen = session_.screen();
+    const bool follows = eventually([&] {
+        // It hears that the pointer comes in, and where. One that was not up at the first time
+        // does not know where it is.
+        screen.removeWindow(screen.addCover(everywhere));
+        screen.movePointer(arrow.x, arrow.y);
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        return countOfColour(screen.picture(), arrow, ground) <
+               static_cast<std::size_t>(arrow.width * arrow.height);
+    });
+    if (!follows) {
+        throw std::runtime_error("the compositor does not follow the pointer: " + readFile(log()));
+    }
+}
+
 std::string firstLineOf(const std::filesystem::path& path) {
     std::string text;
     const bool written = eventually([&] {

@@ -32,6 +32,8 @@ class NestedDesktop : public Desktop {
     void settleAt(const std::filesystem::path& socket, const std::string& xDisplay);
     /// Notes what of the screen the panel leaves.
     void measureUsableArea();
+    /// Has the compositor follow the pointer, on the bare desktop. Throws where it does not.
+    void waitForPointer();
     /// The prompt's process number.
     [[nodiscard]] std::string prompt() { return std::to_string(session_.process().id()); }
 

@@ -42,6 +42,7 @@ class WestonDesktop final : public NestedDesktop {
         }
         settleAt(runtime / socket, setup.withXServer ? found[1].str() : "");
         measureUsableArea();
+        waitForPointer();
     }
 
     bool goToWorkspace(int /*number*/) override { return false; }
