@@ -57,7 +57,9 @@ void NestedDesktop::measureUsableArea() {
 
 void NestedDesktop::waitForPointer() {
     constexpr PixelRect everywhere{0, 0, Display::width, Display::height};
-    constexpr PixelRect arrow{300, 300, 24, 24};
+    constexpr int side = 24;
+    constexpr PixelRect arrow{300, 300, side, side};
+    constexpr std::size_t bareArrow = std::size_t{side} * side;
     Screen& screen = session_.screen();
     const bool follows = eventually([&] {
         // It hears that the pointer comes in, and where. One that was not up at the first time
@@ -65,8 +67,7 @@ void NestedDesktop::waitForPointer() {
         screen.removeWindow(screen.addCover(everywhere));
         screen.movePointer(arrow.x, arrow.y);
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        return countOfColour(screen.picture(), arrow, ground) <
-               static_cast<std::size_t>(arrow.width * arrow.height);
+        return countOfColour(screen.picture(), arrow, ground) < bareArrow;
     });
     if (!follows) {
         throw std::runtime_error("the compositor does not follow the pointer: " + readFile(log()));
