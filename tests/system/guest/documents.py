@@ -37,14 +37,14 @@ class Running:
         self.output.seek(0)
         return self.output.read()
 
-    def answer_by(self, session, button):
+    def answer_by(self, session, button, **options):
         """Presses the button of its prompt."""
         end = time.monotonic() + 30
         while not find_window(session):
             if self.process.poll() is not None or time.monotonic() > end:
                 raise Failure(f"there was no prompt: {self.said()}")
             time.sleep(0.1)
-        Window(session).click(button)
+        Window(session).click(button, **options)
 
     def wait(self, seconds=60):
         """Its exit status, once it has ended; the prompts that it shows stay unanswered."""

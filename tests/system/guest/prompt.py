@@ -87,9 +87,10 @@ class Window:
         values = dict(line.split("=") for line in told.splitlines())
         return tuple(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
 
-    def click(self, control):
+    def click(self, control, **options):
         """Moves the pointer to the control and clicks."""
-        self.session.x("xdotool", "mousemove", *map(str, self.place(control)), "click", "1")
+        self.session.x("xdotool", "mousemove", *map(str, self.place(control)), "click", "1",
+                       **options)
 
     def place(self, control):
         """Where the middle of the control is on the screen."""
