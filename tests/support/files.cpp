@@ -1,14 +1,17 @@
 #include "tests/support/files.h"
 
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace velunor::testing {
 
 std::string readFile(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    const std::ifstream stream(path, std::ios::binary);
+    // Unlike an iterator it does not throw where a process ends whose file is being read.
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
 }
 
 void writeFile(const std::filesystem::path& path, std::string_view content) {
