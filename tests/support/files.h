@@ -6,7 +6,7 @@
 
 namespace velunor::testing {
 
-/// The whole file, or what of it can be read; empty when there is none.
+/// The whole file; empty when there is none.
 [[nodiscard]] std::string readFile(const std::filesystem::path& path);
 
 /// Writes the file anew, its directory included. Throws when that fails.
