@@ -45,7 +45,7 @@ TEST_F(ServiceFault, StoppedBeforeTheCallGetsTheAnswerOnceWhenItGoesOn) {
     EXPECT_THAT(serviceProcess().messages(), IsEmpty());
     serviceProcess().sendSignal(SIGCONT);
     EXPECT_TRUE(eventually([&] { return !serviceProcess().messages().empty(); }));
-    EXPECT_EQ(serviceProcess().messages() == std::vector<std::string>{proceeding()}, true);
+    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
     expectOneAnswerInTheLog();
 }
 
