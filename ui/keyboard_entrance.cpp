@@ -1,16 +1,32 @@
 #include "ui/keyboard_entrance.h"
 
-#include <QEvent>
-#include <chrono>
+#include <QKeyEvent>
+#include <cstdint>
 
 namespace velunor {
 namespace {
 
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
 /// Nobody sees a new window and comes to it by a task list in less, and no window manager takes so
 /// long to make it the active one.
-constexpr std::chrono::milliseconds timeToSettle{1000};
+constexpr milliseconds timeToSettle{1000};
 /// Whoever pauses so long between two keys is not in the midst of a word.
-constexpr std::chrono::milliseconds pauseOfTyping{1000};
+constexpr milliseconds pauseOfTyping{1000};
+
+/// When the key was pressed, which may be long before its event arrives on a busy machine. Now,
+/// where the desktop does not count the time since the machine's start, as all but a few do.
+steady_clock::time_point pressedAt(const QKeyEvent& key) {
+    constexpr std::uint32_t longestWay = 60'000;
+    const auto now = steady_clock::now();
+    const auto count = std::chrono::duration_cast<milliseconds>(now.time_since_epoch()).count();
+    // Desktops count with 32 bits.
+    const std::uint32_t age =
+        static_cast<std::uint32_t>(count) - static_cast<std::uint32_t>(key.timestamp());
+    const bool isKnown = key.timestamp() != 0 && age <= longestWay;
+    return isKnown ? now - milliseconds(age) : now;
+}
 
 }  // namespace
 
@@ -34,7 +50,7 @@ void KeyboardEntrance::openSoon() {
 }
 
 void KeyboardEntrance::openNow() {
-    pause_ = QDeadlineTimer();
+    quietFrom_ = {};
     meant_.setRemainingTime(pauseOfTyping);
     if (!open_) {
         opening_.stop();
@@ -45,14 +61,16 @@ void KeyboardEntrance::openNow() {
 }
 
 void KeyboardEntrance::typedInVain() {
-    pause_.setRemainingTime(pauseOfTyping);
+    quietFrom_ = keyPressed_ + pauseOfTyping;
 }
 
 bool KeyboardEntrance::eventFilter(QObject* watched, QEvent* event) {
     // Where nothing keeps the desktop from giving the window the keyboard, it may do so at any
     // time: the first key can be a Tab in the midst of a word.
     if (event->type() == QEvent::WindowActivate && !X11Focus::isPossible() && meant_.hasExpired()) {
-        pause_.setRemainingTime(pauseOfTyping);
+        quietFrom_ = steady_clock::now() + pauseOfTyping;
+    } else if (event->type() == QEvent::KeyPress) {
+        keyPressed_ = pressedAt(*static_cast<QKeyEvent*>(event));
     }
     return QObject::eventFilter(watched, event);
 }

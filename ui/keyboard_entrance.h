@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QTimer>
 #include <QWidget>
+#include <chrono>
 
 #include "platform/qt/desktop/x11_focus.h"
 
@@ -25,9 +26,9 @@ class KeyboardEntrance final : public QObject {
     void openNow();
     /// Somebody types, and no control has the focus.
     void typedInVain();
-    /// Whether the Tab key leads into the window. Not while somebody types, who may not have seen
-    /// that the window came up.
-    [[nodiscard]] bool isOpen() const { return open_ && pause_.hasExpired(); }
+    /// Whether the Tab key that was pressed last leads into the window. Not while somebody types,
+    /// who may not have seen that the window came up.
+    [[nodiscard]] bool isOpen() const { return open_ && keyPressed_ >= quietFrom_; }
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -35,7 +36,10 @@ class KeyboardEntrance final : public QObject {
     QWidget& window_;
     X11Focus focus_{window_};
     QTimer opening_;
-    QDeadlineTimer pause_;
+    /// When the last key was pressed that came to the window itself.
+    std::chrono::steady_clock::time_point keyPressed_;
+    /// Whoever pressed a key before that may be in the midst of a word.
+    std::chrono::steady_clock::time_point quietFrom_;
     /// Until then an activation is what the user asked for.
     QDeadlineTimer meant_;
     bool open_ = true;

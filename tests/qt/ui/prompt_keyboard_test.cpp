@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QTest>
+#include <chrono>
 
 #include "platform/qt/password_field/secure_text_field.h"
 #include "platform/qt/widgets/text_button.h"
@@ -131,6 +132,31 @@ TEST_F(PromptKeyboardTest, TakesNoTabRightAfterItWasGivenTheKeyboard) {
 
     EXPECT_FALSE(tabLeadsIn());
     EXPECT_TRUE(waitUntil(tabLeadsIn));
+}
+
+TEST_F(PromptKeyboardTest, TakesNoTabThatWasPressedThenHoweverLateItComes) {
+    prompt.credentials = true;
+    show();
+    const auto now = [] {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now().time_since_epoch());
+    };
+    const auto tabLeadsIn = [&](std::chrono::milliseconds pressedAt) {
+        QKeyEvent tab(QEvent::KeyPress, Qt::Key_Tab, Qt::NoModifier);
+        tab.setTimestamp(static_cast<quint64>(pressedAt.count()));
+        QCoreApplication::sendEvent(window.focusWidget(), &tab);
+        return window.focusWidget() == &find("passwordTextFiled");
+    };
+    activate();
+    ASSERT_TRUE(waitUntil([&] { return tabLeadsIn(now()); }));
+    window.setFocus();
+
+    leaveAndComeBack();
+    const auto given = now();
+    ASSERT_TRUE(waitUntil([&] { return now() > given + std::chrono::milliseconds(1500); }));
+
+    EXPECT_FALSE(tabLeadsIn(given + std::chrono::milliseconds(20)));
+    EXPECT_TRUE(tabLeadsIn(now()));
 }
 
 TEST_F(PromptKeyboardTest, TakesATabRightAfterAClickThatBroughtTheKeyboard) {
