@@ -127,6 +127,13 @@ std::vector<Trace> tracesInMemory(pid_t process, const std::string& text) {
     return traces;
 }
 
+std::vector<Trace> tracesInBytes(const std::string& bytes, const std::string& place,
+                                 const std::string& text) {
+    std::vector<Trace> traces;
+    collect(bytes, place, needlesFor(text), traces);
+    return traces;
+}
+
 std::vector<pid_t> otherProcesses() {
     std::vector<pid_t> processes;
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {

@@ -23,6 +23,10 @@ std::ostream& operator<<(std::ostream& stream, const Trace& trace);
 /// Needs the right to read that memory; throws when it cannot.
 [[nodiscard]] std::vector<Trace> tracesInMemory(pid_t process, const std::string& text);
 
+/// Looks for the text in these bytes, which are called `place`, in the same ways.
+[[nodiscard]] std::vector<Trace> tracesInBytes(const std::string& bytes, const std::string& place,
+                                               const std::string& text);
+
 /// The processes of this machine but for the test's own.
 [[nodiscard]] std::vector<pid_t> otherProcesses();
 

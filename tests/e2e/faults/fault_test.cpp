@@ -53,14 +53,20 @@ ServiceProcess& FaultTest::startServiceProcess(const std::string& mode) {
 
 void FaultTest::noteBefore() {
     display();
-    bus();
+    sessionBus_.emplace(bus().address());
+    accessibilityBus_.emplace(bus().accessibilityAddress());
     aftermath_.emplace(directory());
+}
+
+void FaultTest::enterPassword() {
+    typePassword(password);
+    expectNobodyIsTold();
 }
 
 void FaultTest::startWithPassword() {
     noteBefore();
     startPrompt();
-    typePassword(password);
+    enterPassword();
 }
 
 void FaultTest::answerUntilTheServiceHasIt() {
@@ -73,12 +79,47 @@ void FaultTest::expectEnd(Ending ending) {
     expectSound();
     EXPECT_THAT(aftermath_->processesLeft(), IsEmpty());
     EXPECT_THAT(aftermath_->filesLeft(), IsEmpty());
+    expectBusesCarryTheMessageAlone();
     expectPasswordNowhere(password);
 }
 
 void FaultTest::expectSound() {
     EXPECT_EQ(accessLog().torn, "") << readFile(accessLogPath());
     EXPECT_THAT(childrenOf(process().id()), IsEmpty());
+}
+
+void FaultTest::expectOneAnswer() {
+    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
+    EXPECT_EQ(tracesInBytes(sessionBus_->bytes(), "session bus", password).size(), 1U);
+    EXPECT_EQ(accessLog().starts, 1U);
+    EXPECT_EQ(accessLog().proceeds, 1U);
+}
+
+void FaultTest::expectNobodyIsTold() {
+    std::string bullets;
+    for (std::size_t index = 0; index < password.size(); ++index) {
+        bullets += "\u25CF";
+    }
+    // The keys take their time from the display to the field.
+    EXPECT_TRUE(eventually([&] {
+        const auto field = findControl(controls(), "text", "Password");
+        return field && reader().contentOf(*field) == bullets;
+    }));
+    for (const Accessible& control : controls()) {
+        const std::string told =
+            control.name + "\n" + control.description + "\n" + reader().contentOf(control);
+        EXPECT_EQ(told.find(password), std::string::npos) << control.role;
+    }
+}
+
+void FaultTest::expectBusesCarryTheMessageAlone() {
+    const std::vector<Trace> carried = tracesInBytes(sessionBus_->bytes(), "session bus", password);
+    EXPECT_LE(carried.size(), 1U);
+    for (const Trace& trace : carried) {
+        EXPECT_TRUE(trace.coding == "bytes" && trace.before.ends_with(R"(passwd":")")) << trace;
+    }
+    EXPECT_THAT(tracesInBytes(accessibilityBus_->bytes(), "accessibility bus", password),
+                IsEmpty());
 }
 
 std::string FaultTest::proceeding() const {

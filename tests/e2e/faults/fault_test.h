@@ -6,6 +6,7 @@
 
 #include "tests/e2e/credentials/credentials_test.h"
 #include "tests/e2e/faults/aftermath.h"
+#include "tests/e2e/faults/bus_capture.h"
 
 namespace velunor::testing {
 
@@ -39,26 +40,36 @@ class FaultTest : public CredentialsTest {
     ServiceProcess& startServiceProcess(const std::string& mode);
     [[nodiscard]] ServiceProcess& serviceProcess() { return *serviceProcess_; }
 
-    /// Makes the desktop and notes what is there.
+    /// Makes the desktop, notes what is there and hears its buses from now on.
     void noteBefore();
-    /// Starts a prompt that asks for credentials and types the user's password.
+    /// Types the user's password into the prompt's field, which tells assistive programs how much
+    /// it holds and no more.
+    void enterPassword();
+    /// Starts a prompt that asks for credentials and enters the user's password.
     void startWithPassword();
     /// Clicks Update Now and waits until the service has the answer.
     void answerUntilTheServiceHasIt();
 
     /// The prompt ends so, with every entry of its log whole and nothing left behind: no process,
-    /// no file, and the password nowhere but in the message to the service.
+    /// no file, and the password nowhere but in the one message to the service.
     void expectEnd(Ending ending);
     /// What holds at any time: whole entries, no zombie of the prompt's.
     void expectSound();
+    /// The service has got the user's password, once, and the access log tells so.
+    void expectOneAnswer();
 
     /// The message that proceeds with the user's password.
     [[nodiscard]] std::string proceeding() const;
     [[nodiscard]] AccessLogEntries accessLog() const;
 
   private:
+    void expectNobodyIsTold();
+    void expectBusesCarryTheMessageAlone();
+
     std::unique_ptr<ServiceProcess> serviceProcess_;
     std::optional<Aftermath> aftermath_;
+    std::optional<BusCapture> sessionBus_;
+    std::optional<BusCapture> accessibilityBus_;
 };
 
 }  // namespace velunor::testing

@@ -39,6 +39,15 @@ class LogFault : public FaultTest {
         ASSERT_EQ(::mount("none", mounted_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
     }
 
+    /// Has the log fill a disk of one page but for this many bytes, and gives what it holds.
+    std::string fillPageBut(std::size_t room) {
+        constexpr std::size_t page = 4096;
+        mountLogs("4k");
+        std::string before = earlierEntries(page - room);
+        writeFile(accessLogPath(), before);
+        return before;
+    }
+
     void TearDown() override {
         if (!mounted_.empty()) {
             const AsRoot root;
@@ -47,6 +56,7 @@ class LogFault : public FaultTest {
     }
 
     void expectAnswerAndEnd() {
+        startServiceProcess("answer");
         startWithPassword();
         answerUntilTheServiceHasIt();
         expectEnd({0, 0});
@@ -58,22 +68,14 @@ class LogFault : public FaultTest {
 };
 
 TEST_F(LogFault, FullDiskTearsNoEntry) {
-    constexpr std::size_t page = 4096;
-    mountLogs("4k");
     // There is room for a part of an entry.
-    const std::string before = earlierEntries(page - 40);
-    writeFile(accessLogPath(), before);
-    startServiceProcess("answer");
+    const std::string before = fillPageBut(40);
     expectAnswerAndEnd();
     EXPECT_TRUE(readFile(accessLogPath()) == before);
 }
 
 TEST_F(LogFault, DiskThatTakesTheFirstEntryAloneHasItWhole) {
-    constexpr std::size_t page = 4096;
-    mountLogs("4k");
-    const std::string before = earlierEntries(page - 120);
-    writeFile(accessLogPath(), before);
-    startServiceProcess("answer");
+    const std::string before = fillPageBut(120);
     expectAnswerAndEnd();
     const std::string after = readFile(accessLogPath());
     EXPECT_TRUE(after.starts_with(before));
@@ -86,7 +88,6 @@ TEST_F(LogFault, ReadOnlyLogIsALineOfTheUsersLogAndNoMore) {
     const std::string before = earlierEntries(200);
     writeFile(accessLogPath(), before);
     makeReadOnly();
-    startServiceProcess("answer");
     expectAnswerAndEnd();
     EXPECT_TRUE(readFile(accessLogPath()) == before);
     EXPECT_TRUE(logged(accessLogPath().string() + ": Read-only file system\n")) << systemLog();
@@ -95,7 +96,6 @@ TEST_F(LogFault, ReadOnlyLogIsALineOfTheUsersLogAndNoMore) {
 TEST_F(LogFault, ReadOnlyDirectoryWithoutALogIsALineAndNoMore) {
     mountLogs("64k");
     makeReadOnly();
-    startServiceProcess("answer");
     expectAnswerAndEnd();
     EXPECT_TRUE(logged("Failed to create log file at " + accessLogPath().string() + "\n"));
 }
@@ -111,7 +111,7 @@ TEST_F(LogFault, LimitOfFileSizesTearsNoEntryAndEndsNoPrompt) {
     startProgram({"/usr/bin/prlimit", "--fsize=" + std::to_string(size), reachable(PROMPT_PROGRAM),
                   "OSUpdateWithCred", "Debian 12.9", "false", "15", "false", "2"});
     ASSERT_TRUE(waitForWindow()) << systemLog();
-    typePassword(password);
+    enterPassword();
     answerUntilTheServiceHasIt();
     expectEnd({0, 0});
     EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});

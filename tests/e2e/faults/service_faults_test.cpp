@@ -22,7 +22,16 @@ class ServiceFault : public FaultTest {
         return std::chrono::steady_clock::now() - click;
     }
 
-    void expectOneAnswerInTheLog() {
+    /// Answers, and a service that treats messages so has the answer.
+    void answerWhileTheService(const std::string& mode) {
+        startServiceProcess(mode);
+        startWithPassword();
+        answerUntilTheServiceHasIt();
+    }
+
+    /// The answer was given and is lost.
+    void expectLoss() {
+        EXPECT_THAT(serviceProcess().messages(), IsEmpty());
         EXPECT_EQ(accessLog().starts, 1U);
         EXPECT_EQ(accessLog().proceeds, 1U);
     }
@@ -33,8 +42,7 @@ TEST_F(ServiceFault, KilledBeforeTheCallLosesTheAnswerAfterTheWait) {
     startWithPassword();
     serviceProcess().kill();
     EXPECT_GE(answer(), replyLimit);
-    EXPECT_THAT(serviceProcess().messages(), IsEmpty());
-    expectOneAnswerInTheLog();
+    expectLoss();
 }
 
 TEST_F(ServiceFault, StoppedBeforeTheCallGetsTheAnswerOnceWhenItGoesOn) {
@@ -45,33 +53,28 @@ TEST_F(ServiceFault, StoppedBeforeTheCallGetsTheAnswerOnceWhenItGoesOn) {
     EXPECT_THAT(serviceProcess().messages(), IsEmpty());
     serviceProcess().sendSignal(SIGCONT);
     EXPECT_TRUE(eventually([&] { return !serviceProcess().messages().empty(); }));
-    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
-    expectOneAnswerInTheLog();
+    expectOneAnswer();
 }
 
 class ServiceFaultInTheCall : public ServiceFault, public ::testing::WithParamInterface<int> {};
 
 TEST_P(ServiceFaultInTheCall, HasTheAnswerOnceAndIsWaitedForNoLonger) {
-    startServiceProcess("mute");
-    startWithPassword();
-    answerUntilTheServiceHasIt();
+    answerWhileTheService("mute");
     serviceProcess().sendSignal(GetParam());
     expectEnd({0, 0});
     serviceProcess().sendSignal(SIGCONT);
-    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
     EXPECT_FALSE(logged("Reply Received"));
-    expectOneAnswerInTheLog();
+    expectOneAnswer();
 }
 
 TEST_P(ServiceFaultInTheCall, AfterItsReplyChangesNothing) {
-    startServiceProcess("answer");
-    startWithPassword();
-    answerUntilTheServiceHasIt();
+    answerWhileTheService("answer");
     ASSERT_TRUE(waitForLog("Reply Received status noted")) << systemLog();
     serviceProcess().sendSignal(GetParam());
+    const auto reply = std::chrono::steady_clock::now();
     expectEnd({0, 0});
-    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
-    expectOneAnswerInTheLog();
+    EXPECT_LT(std::chrono::steady_clock::now() - reply, replyLimit);
+    expectOneAnswer();
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, ServiceFaultInTheCall, ::testing::Values(SIGKILL, SIGSTOP),
@@ -89,34 +92,27 @@ TEST_F(ServiceFault, BusThatIsKilledBeforeTheCallLosesTheAnswerAfterTheWait) {
     const auto click = std::chrono::steady_clock::now();
     expectEnd({0, 0});
     EXPECT_GE(std::chrono::steady_clock::now() - click, replyLimit);
-    EXPECT_THAT(serviceProcess().messages(), IsEmpty());
-    expectOneAnswerInTheLog();
+    expectLoss();
 }
 
 TEST_F(ServiceFault, BusThatIsKilledInTheCallHasCarriedTheAnswerOnce) {
-    startServiceProcess("mute");
-    startWithPassword();
-    answerUntilTheServiceHasIt();
+    answerWhileTheService("mute");
     bus().kill();
     expectEnd({0, 0});
-    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
     EXPECT_FALSE(logged("Reply Received"));
-    expectOneAnswerInTheLog();
+    expectOneAnswer();
 }
 
 TEST_F(ServiceFault, DisplayThatIsKilledInTheCallDoesNotTakeTheAnswerBack) {
-    startServiceProcess("late");
-    startWithPassword();
-    answerUntilTheServiceHasIt();
+    answerWhileTheService("late");
     display().killServer();
     const auto ending = process().wait();
     ASSERT_TRUE(ending) << systemLog();
     // Where the toolkit notices first, it is the loss of the display that is told.
-    expectEnd(*ending);
-    EXPECT_THAT(ending->signal, 0);
+    const bool isLoss = logged("The display was lost\n");
+    expectEnd({isLoss ? 1 : 0, 0});
     EXPECT_TRUE(logged("Reply Received late reply")) << systemLog();
-    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
-    expectOneAnswerInTheLog();
+    expectOneAnswer();
 }
 
 TEST_F(ServiceFault, DisplayThatIsKilledWithAPasswordTypedIsStatusOneAndNoAnswer) {

@@ -10,6 +10,7 @@ namespace {
 constexpr const char* accessibleInterface = "org.a11y.atspi.Accessible";
 constexpr const char* actionInterface = "org.a11y.atspi.Action";
 constexpr const char* componentInterface = "org.a11y.atspi.Component";
+constexpr const char* textInterface = "org.a11y.atspi.Text";
 constexpr const char* editableTextInterface = "org.a11y.atspi.EditableText";
 
 // Numbers of the states in the registry's protocol.
@@ -151,6 +152,16 @@ std::vector<std::string> AccessibilityReader::labelsOf(const Accessible& control
         sd_bus_message_exit_container(reply.get());
     }
     return labels;
+}
+
+std::string AccessibilityReader::contentOf(const Accessible& control) const {
+    sd_bus_message* message = nullptr;
+    sd_bus_call_method(bus_.get(), control.reference.owner.c_str(), control.reference.path.c_str(),
+                       textInterface, "GetText", nullptr, &message, "ii", 0, -1);
+    const BusMessage reply(message);
+    const char* content = nullptr;
+    const bool isTold = reply != nullptr && sd_bus_message_read(reply.get(), "s", &content) > 0;
+    return isTold ? content : std::string();
 }
 
 std::vector<std::string> AccessibilityReader::actionsOf(const Accessible& control) const {

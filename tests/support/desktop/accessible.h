@@ -46,6 +46,9 @@ class AccessibilityReader {
     [[nodiscard]] std::vector<Accessible> controlsOf(std::optional<pid_t> process) const;
     /// Names of the controls that the program calls the labels of this one.
     [[nodiscard]] std::vector<std::string> labelsOf(const Accessible& control) const;
+    /// The text that the control holds, as somebody who cannot see it is told; empty where it has
+    /// none.
+    [[nodiscard]] std::string contentOf(const Accessible& control) const;
     /// What can be done with the control, such as "Press".
     [[nodiscard]] std::vector<std::string> actionsOf(const Accessible& control) const;
     /// Does one of these actions, with neither pointer nor keyboard; whether the program took it.
