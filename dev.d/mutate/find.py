@@ -28,6 +28,7 @@ class Mutant:
     begin: int
     end: int
     line: int
+    last: int               # its last line
     function: str
     what: str
     changed: str            # what stands there when the source holds this mutant alone
@@ -46,8 +47,10 @@ def switched(text, mutants, begin=0, end=None):
     end = len(text) if end is None else end
     whole = [m for m in mutants if (m.begin, m.end) == (begin, end)]
     if whole:
-        # One that keeps what it changes in one piece goes around the others.
-        outer = next((m for m in whole if (begin, end) in m.switched), whole[0])
+        # A statement goes around its expressions, and one that keeps what it changes in one piece
+        # around the others.
+        outer = min(whole, key=lambda m: (not m.what.startswith("left out"),
+                                          (begin, end) not in m.switched))
         rest = [m for m in mutants if m is not outer]
         return "".join(piece.replace("\0", str(outer.number)) if isinstance(piece, str) else
                        switched(text, [m for m in rest if piece[0] <= m.begin and m.end <= piece[1]],
@@ -110,9 +113,9 @@ class Finder:
         begin, end = span or self.span(cursor)
         if not self.is_ours(begin, end):
             return
-        self.mutants.append(Mutant(begin, end, self.text.count(b"\n", 0, begin) + 1,
-                                   self.function(parents), what, changed, switched,
-                                   constant=constant))
+        first, last = (self.text.count(b"\n", 0, at) + 1 for at in (begin, end))
+        self.mutants.append(Mutant(begin, end, first, last, self.function(parents), what, changed,
+                                   switched, constant=constant))
 
     def is_ours(self, begin, end):
         # What a macro has made stands nowhere in the source.
@@ -275,8 +278,10 @@ class Finder:
                     self.written(b1, e1) == self.written(b2, e2):
                 continue
             one, two = self.written(b1, e1), self.written(b2, e2)
-            self.add(cursor, parents, constant, f"{one}, {two} swapped",
-                     self.written(begin, b1) + two + self.written(e1, b2) + one +
-                     self.written(e2, end),
-                     ("(mutants::on(\0) ? ", self.written(begin, b1) + two + self.written(e1, b2) +
-                      one + self.written(e2, end), " : ", (begin, end), ")"))
+            other = self.written(begin, b1) + two + self.written(e1, b2) + one + \
+                self.written(e2, end)
+            if "//" not in other:
+                # So that each line that follows keeps its number.
+                other = " ".join(other.split("\n"))
+            self.add(cursor, parents, constant, " ".join(f"{one}, {two} swapped".split()), other,
+                     ("(mutants::on(\0) ? ", other, " : ", (begin, end), ")"))

@@ -1,14 +1,20 @@
 #!/usr/bin/python3
 """Small faults put into the sources of a folder, and which of them its own tests notice.
 
-usage: mutate.py ROOT FOLDER
+usage: mutate.py [--living] ROOT FOLDER
 
 All faults of a folder are compiled at once, each behind a switch. A first run tells which test meets
 which fault, and then each fault is switched on for the tests that meet it. What the compiler has to
-know is changed in the source and compiled, one after the other.
+know is changed in the source and compiled, one after the other. A folder's name stands for the
+folders in it, too, unless it ends in "/.".
+
+--living: of a folder whose sources are those of the last run, only the faults that lived then; for
+whoever has added tests since.
 """
 import concurrent.futures
+import dataclasses
 import filecmp
+import hashlib
 import json
 import os
 import pathlib
@@ -17,27 +23,12 @@ import shlex
 import shutil
 import subprocess
 import sys
-import threading
-import time
 
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE))
 from find import Finder, switched  # noqa: E402
-
-# Folder: preset, test programs, and the least part of its mutants that they must notice.
-SUITES = {
-    "app": ("core", ["app_test"], 97),
-    "prompt": ("core", ["prompt_test"], 97),
-    "window": ("core", ["window_test", "model_test"], 97),
-    "credentials": ("core", ["credentials_tests", "model_test"], 97),
-    "agent": ("release", ["agent_library_tests", "agent_append_tests", "agent_privilege_tests"], 97),
-    "platform/property_list": ("release", ["platform_property_list_tests"], 90),
-    "platform/posix": ("release", ["process_tests", "credential_checker_tests"], 90),
-    "platform": ("core", ["platform_test"], 90),
-    "tools/ostrel_agent": ("release", ["agent_launcher_tests"], 90),
-    "tools/osupdate_checkpass": ("release", ["credential_checker_tests", "ldap_node_tests"], 90),
-}
-WORKERS = os.cpu_count() or 1
+from suites import SUITES, below, sources_of  # noqa: E402
+from tests import CORES, Boards, Tests  # noqa: E402
 
 
 def run(command, **options):
@@ -48,10 +39,10 @@ def run(command, **options):
 class Tree:
     """A copy of the sources with a build of its own."""
 
-    def __init__(self, root, place, preset, flags, targets):
+    def __init__(self, root, place, suite, flags):
         self.place = place
-        self.build = place / "build" / preset
-        self.targets = targets
+        self.build = place / "build" / suite.preset
+        self.targets = suite.targets
         place.mkdir(parents=True, exist_ok=True)
         files = subprocess.run(["git", "ls-files", "-z"], cwd=root, stdout=subprocess.PIPE,
                                check=True, text=True).stdout
@@ -59,14 +50,14 @@ class Tree:
             # An unchanged file keeps its time, and with it what was made of it.
             if not (place / name).exists() or not filecmp.cmp(root / name, place / name, False):
                 (place / name).parent.mkdir(parents=True, exist_ok=True)
-                shutil.copy2(root / name, place / name)
-        made = run(["cmake", "--preset", preset, "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON",
-                    "-DCMAKE_CXX_FLAGS=" + flags], cwd=place)
+                shutil.copy(root / name, place / name)
+        made = run(["cmake", "--preset", suite.preset, "-DCMAKE_BUILD_TYPE=Debug",
+                    "-DCMAKE_CXX_FLAGS_DEBUG=", "-DCMAKE_CXX_FLAGS=-w -g0 -O0 " + flags], cwd=place)
         if made.returncode != 0:
             raise SystemExit(made.stdout)
 
     def compile(self):
-        return run(["cmake", "--build", str(self.build), "-j", str(WORKERS), "--target",
+        return run(["cmake", "--build", str(self.build), "-j", str(CORES), "--target",
                     *self.targets, "--", "-k0"], cwd=self.place)
 
     def programs(self):
@@ -74,89 +65,18 @@ class Tree:
                 for path in self.build.rglob(target) if os.access(path, os.X_OK) and path.is_file()]
 
 
-class Tests:
-    """The tests of a folder, and what each of them meets."""
-
-    def __init__(self, programs, board_size, directory):
-        self.programs = programs
-        self.size = board_size
-        self.directory = directory
-        self.local = threading.local()
-        self.tests = []      # program, name, seconds
-        self.meets = []
-
-    def board(self):
-        if not hasattr(self.local, "board"):
-            self.local.board = self.directory / f"board-{threading.get_ident()}"
-        return self.local.board
-
-    def run_one(self, program, names, mutant, limit):
-        board = self.board()
-        board.write_bytes(mutant.to_bytes(4, sys.byteorder) + bytes(self.size))
-        environment = dict(os.environ, MUTANTS_BOARD=str(board),
-                           RC_PARAMS="seed=20241 max_success=400 max_size=40")
-        process = subprocess.Popen([program, "--gtest_filter=" + ":".join(names), "--gtest_fail_fast",
-                                    "--gtest_brief=1"], env=environment, start_new_session=True,
-                                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL)
-        try:
-            return process.wait(limit)
-        except subprocess.TimeoutExpired:
-            return "late"
-        finally:
-            try:
-                os.killpg(process.pid, 9)
-            except ProcessLookupError:
-                pass
-            process.wait()
-
-    def look(self):
-        """Runs each test by itself without any mutant."""
-        def one(program, name):
-            began = time.monotonic()
-            status = self.run_one(program, [name], 0, 120)
-            met = self.board().read_bytes()[4:]
-            return status, (program, name, time.monotonic() - began), \
-                {number for number, byte in enumerate(met) if byte}
-        names = []
-        for program in self.programs:
-            suite = ""
-            for line in run([program, "--gtest_list_tests"]).stdout.splitlines():
-                line = line.split("#")[0].rstrip()
-                if line.endswith(".") and not line.startswith(" "):
-                    suite = line
-                elif line.startswith("  "):
-                    names.append((program, suite + line.strip()))
-        with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
-            for status, test, met in pool.map(lambda pair: one(*pair), names):
-                if status != 0:
-                    print(f"left out, it fails without any mutant: {test[1]} ({status})")
-                    continue
-                self.tests.append(test)
-                self.meets.append(met)
-
-    def notice(self, number, everything=False):
-        """The program that notices a mutant, or None; "nobody" where no test meets it."""
-        chosen = {}
-        for test, met in zip(self.tests, self.meets):
-            if everything or number in met:
-                chosen.setdefault(test[0], []).append(test)
-        if not chosen:
-            return "nobody"
-        for program, tests in chosen.items():
-            limit = 10 + 10 * sum(test[2] for test in tests)
-            if self.run_one(program, [test[1] for test in tests], number, limit) != 0:
-                return program.name
-        return None
-
-
 def arguments_of(build, path):
+    """How the compiler is told to read a source; a header as the sources beside it."""
     commands = json.loads((build / "compile_commands.json").read_text())
+    if path.suffix == ".h":
+        commands.sort(key=lambda command: pathlib.Path(command["file"]).parent != path.parent)
     for command in commands:
         if command["file"] == str(path) or path.suffix == ".h":
             words = shlex.split(command["command"])
-            kept = [w for w in words if w.startswith(("-I", "-D", "-std", "-isystem"))]
-            return (["-x", "c++"] if path.suffix == ".h" else []) + kept
+            kept = [w for before, w in zip(["", *words], words) if before == "-isystem" or
+                    w.startswith(("-I", "-D", "-std", "-isystem", "-fPIC"))]
+            # A header of a library may lean on what stands before it.
+            return (["-x", "c++", "-include", "cstdint"] if path.suffix == ".h" else []) + kept
     return None
 
 
@@ -164,34 +84,31 @@ def put_in(tree, sources):
     """Puts all mutants into the sources; those that do not compile so are told as constant."""
     for _ in range(12):
         for path, (text, mutants) in sources.items():
-            path.write_text(switched(text, [m for m in mutants if not m.constant]))
+            both = switched(text, [m for m in mutants if not m.constant])
+            if path.read_text() != both:
+                path.write_text(both)
         made = tree.compile()
         if made.returncode == 0:
             return
         bad = {(found[0], int(found[1])) for found in
                re.findall(r"([^\s:]+\.(?:cpp|h)):(\d+)(?::\d+)?:", made.stdout)}
         bad = {(os.path.realpath(tree.build / path), line) for path, line in bad}
-        moved = 0
-        for path, (text, mutants) in sources.items():
-            for mutant in mutants:
-                if not mutant.constant and (str(path), mutant.line) in bad:
-                    mutant.constant = True
-                    moved += 1
+        known = [(path, m) for path, (_, mutants) in sources.items() for m in mutants
+                 if not m.constant]
+        moved = [m for path, m in known if (str(path), m.line) in bad] or \
+                [m for path, m in known
+                 if any(str(path) == name and m.line <= line <= m.last for name, line in bad)]
+        for mutant in moved:
+            mutant.constant = True
         if not moved:
             raise SystemExit(f"{bad}\n{made.stdout[-4000:]}")
     raise SystemExit("the switched sources do not compile")
 
 
-def mutate(root, folder):
-    preset, targets, least = SUITES[folder]
-    directory = root / "build" / "mutate" / folder.replace("/", "-")
-    directory.mkdir(parents=True, exist_ok=True)
-    flags = f"-w -g0 -O0 -include {HERE}/switch.h -DMUTANTS_BOARD='\"{directory}/board\"'"
-    tree = Tree(root, directory / "switched", preset, flags, targets)
-    plain = Tree(root, directory / "plain", preset, "-w -g0 -O0", targets)
+def mutants_of(tree, folder):
     sources, number = {}, 0
-    for path in sorted((tree.place / folder).glob("*.cpp")) + sorted((tree.place / folder).glob("*.h")):
-        # The headers of the whole program's interfaces hold declarations.
+    for path in sources_of(tree.place, folder):
+        # What the preset does not build has no tests here.
         arguments = arguments_of(tree.build, path)
         if arguments is None:
             continue
@@ -200,49 +117,78 @@ def mutate(root, folder):
             number += 1
             mutant.number = number
         sources[path] = (finder.text, finder.mutants)
+    return sources, number
+
+
+def with_constant(mutants, constant):
+    """The mutants that can be switched, around one that is in force."""
+    others = [m for m in mutants
+              if not m.constant and (m.begin, m.end) != (constant.begin, constant.end)]
+    fixed = dataclasses.replace(constant, switched=(constant.changed,))
+    return sorted([*others, fixed], key=lambda mutant: (mutant.begin, -mutant.end))
+
+
+def mutate(root, folder, living):
+    suite = SUITES[folder]
+    directory = root / "build" / "mutate" / suite.preset
+    directory.mkdir(parents=True, exist_ok=True)
+    board = directory / "board"
+    tree = Tree(root, directory / "tree", suite,
+                f"-include {HERE}/switch.h -DMUTANTS_BOARD='\"{board}\"'")
+    sources, number = mutants_of(tree, folder)
     print(f"== {folder}: {number} mutants", flush=True)
+    digest = hashlib.sha256(b"\0".join(text for text, _ in sources.values())).hexdigest()
+    record = directory / (folder.replace("/", "-") + ".json")
+    noticed, senseless = set(), set()
+    if living and record.exists() and json.loads(record.read_text())["sources"] == digest:
+        last = json.loads(record.read_text())
+        noticed, senseless = set(last["noticed"]), set(last["senseless"])
     put_in(tree, sources)
-    tests = Tests(tree.programs(), number + 1, directory)
+    tests = Tests(tree.programs(), Boards(board, number + 1))
     tests.look()
     print(f"== {len(tests.tests)} tests", flush=True)
 
-    relative = {path: str(path.relative_to(tree.place)) for path in sources}
-    alive, noticed, senseless = [], 0, 0
-    waiting = [(path, m) for path, (_, mutants) in sources.items() for m in mutants if not m.constant]
-    with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
-        for (path, mutant), by in zip(waiting, pool.map(lambda pair: tests.notice(pair[1].number),
-                                                        waiting)):
-            if by in (None, "nobody"):
-                alive.append((path, mutant, "no test meets it" if by else "lives"))
-            else:
-                noticed += 1
-    made = plain.compile()
-    if made.returncode != 0:
-        raise SystemExit(made.stdout[-4000:])
-    slow = Tests(plain.programs(), number + 1, directory)
-    slow.tests = [(plain.build / t[0].relative_to(tree.build), *t[1:]) for t in tests.tests]
-    slow.meets = [set()] * len(slow.tests)
+    waiting = [m for _, mutants in sources.values() for m in mutants
+               if not m.constant and m.number not in noticed]
+    with concurrent.futures.ThreadPoolExecutor(tests.boards.count) as pool:
+        results = pool.map(lambda m: tests.notice(m.number, tests.meeting({m.number})), waiting)
+        noticed |= {m.number for m, found in zip(waiting, results) if found}
     for path, (text, mutants) in sources.items():
-        own = plain.place / relative[path]
-        for mutant in [m for m in mutants if m.constant]:
-            own.write_bytes(text[:mutant.begin] + mutant.changed.encode() + text[mutant.end:])
-            if plain.compile().returncode != 0:
-                senseless += 1
-            elif slow.notice(mutant.number, everything=True) is None:
-                alive.append((path, mutant, "lives"))
-            else:
-                noticed += 1
-        own.write_bytes(text)
-    for path, mutant, how in sorted(alive, key=lambda entry: (entry[0], entry[1].line)):
-        print(f"{how}: {mutant.name(relative[path])}")
-    counted = noticed + len(alive)
-    score = 100 * noticed / counted if counted else 100
-    print(f"== {folder}: {noticed} of {counted} mutants noticed, {score:.1f} % "
-          f"(wanted {least}); {senseless} do not compile", flush=True)
-    return score >= least
+        near = tests.meeting({m.number for m in mutants})
+        others = [test for test in tests.tests if test not in near]
+        for mutant in mutants:
+            if not mutant.constant or mutant.number in noticed | senseless:
+                continue
+            path.write_text(switched(text, with_constant(mutants, mutant)))
+            if tree.compile().returncode != 0:
+                senseless.add(mutant.number)
+            elif tests.notice(0, near) or tests.notice(0, others):
+                noticed.add(mutant.number)
+        path.write_text(switched(text, [m for m in mutants if not m.constant]))
+    met = set().union(*tests.meets)
+    for path, (_, mutants) in sources.items():
+        for m in mutants:
+            if m.number not in noticed | senseless:
+                how = "lives" if m.constant or m.number in met else "no test meets it"
+                print(f"{how}: {m.name(path.relative_to(tree.place))}")
+    record.write_text(json.dumps({"sources": digest, "noticed": sorted(noticed),
+                                  "senseless": sorted(senseless)}))
+    counted = number - len(senseless)
+    score = 100 * len(noticed) / counted if counted else 100
+    print(f"== {folder}: {len(noticed)} of {counted} mutants noticed, {score:.1f} % "
+          f"(wanted {suite.least}); {len(senseless)} do not compile", flush=True)
+    return score >= suite.least
+
+
+def main(words):
+    living = words[:1] == ["--living"]
+    words = words[1:] if living else words
+    if len(words) != 2 or not below(words[1]):
+        raise SystemExit(f"usage: mutate.py [--living] ROOT FOLDER, of {', '.join(SUITES)}")
+    results = [mutate(pathlib.Path(words[0]).resolve(), folder, living)
+               for folder in below(words[1])]
+    return 0 if all(results) else 1
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 3 or sys.argv[2] not in SUITES:
-        raise SystemExit(f"usage: mutate.py ROOT FOLDER, of {', '.join(SUITES)}")
-    sys.exit(0 if mutate(pathlib.Path(sys.argv[1]).resolve(), sys.argv[2]) else 1)
+    sys.exit(main(sys.argv[1:]))

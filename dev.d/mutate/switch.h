@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <type_traits>
 
 namespace mutants {
@@ -22,8 +21,7 @@ struct Board {
 
 inline Board* board() {
     static Board* const mapped = [] {
-        const char* name = std::getenv("MUTANTS_BOARD");
-        const int file = ::open(name == nullptr ? MUTANTS_BOARD : name, O_RDWR | O_CLOEXEC);
+        const int file = ::open(MUTANTS_BOARD, O_RDWR | O_CLOEXEC);
         void* const memory =
             file < 0 ? MAP_FAILED
                      : ::mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
@@ -34,6 +32,9 @@ inline Board* board() {
     }();
     return mapped;
 }
+
+/// Mapped before the program changes what it may do.
+[[gnu::used]] inline Board* const early = board();
 
 inline bool isInForce(unsigned number) {
     Board* const known = board();
