@@ -25,14 +25,13 @@ bool fileExists(const std::string& path) {
 Expected<std::vector<std::byte>> readWholeFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
-    if (error && status.type() != std::filesystem::file_type::not_found) {
+    if (error) {
         return Error{error.message()};
     }
     // Opening a pipe would wait for its writer, so anything but a plain file is refused unopened.
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    if (!std::filesystem::is_regular_file(status)) {
         return Error{"Not a regular file"};
     }
-    errno = 0;
     const Owned<std::FILE, std::fclose> file(std::fopen(path.c_str(), "rbe"));
     if (!file) {
         return errorOf(errno);

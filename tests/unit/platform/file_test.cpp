@@ -42,6 +42,19 @@ TEST(FileTest, PipeIsAnErrorAndNoHang) {
     EXPECT_EQ(contentOf(directory.file("pipe")), "error: Not a regular file");
 }
 
+TEST(FileTest, LoopOfLinksIsAnError) {
+    const TemporaryDirectory directory;
+    std::filesystem::create_symlink("loop", directory.file("loop"));
+    EXPECT_EQ(contentOf(directory.file("loop")), "error: Too many levels of symbolic links");
+    EXPECT_EQ(contentOf(directory.file("loop/file")), "error: Too many levels of symbolic links");
+}
+
+TEST(FileTest, PathThroughAFileIsAnError) {
+    const TemporaryDirectory directory;
+    directory.write("file", "");
+    EXPECT_EQ(contentOf(directory.file("file/file")), "error: Not a directory");
+}
+
 TEST(FileTest, LinkIsFollowed) {
     const TemporaryDirectory directory;
     directory.write("file", "content");
@@ -56,11 +69,12 @@ TEST(FileTest, LinkThatLeadsNowhereDoesNotExist) {
 }
 
 TEST(FileTest, FileOverTheLimitIsAnError) {
+    constexpr std::size_t sixteenMebibytes = 16'777'216;
     const TemporaryDirectory directory;
     directory.write("file", "");
-    ASSERT_EQ(truncate(directory.file("file").c_str(), largestReadableFile), 0);
-    EXPECT_EQ(contentOf(directory.file("file")).size(), largestReadableFile);
-    ASSERT_EQ(truncate(directory.file("file").c_str(), largestReadableFile + 1), 0);
+    ASSERT_EQ(truncate(directory.file("file").c_str(), sixteenMebibytes), 0);
+    EXPECT_EQ(contentOf(directory.file("file")).size(), sixteenMebibytes);
+    ASSERT_EQ(truncate(directory.file("file").c_str(), sixteenMebibytes + 1), 0);
     EXPECT_EQ(contentOf(directory.file("file")), "error: File too large");
 }
 

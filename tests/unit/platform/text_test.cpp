@@ -20,10 +20,28 @@ TEST(Utf8Test, AcceptsEveryLength) {
 }
 
 TEST(Utf8Test, RefusesWhatIsMalformed) {
-    for (const char* text :
-         {"\x80", "\xBF", "\xC0\x80", "\xC1\xBF", "\xC3", "\xC3(", "\xE0\x9F\xBF", "\xE2\x82",
-          "\xED\xA0\x80", "\xED\xBF\xBF", "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80",
-          "\xF5\x80\x80\x80", "\xFE", "\xFF", "ok\xFF", "\xC3\xA9\xA9"}) {
+    for (const char* text : {"\x80",
+                             "\xBF",
+                             "\xBF\xBF",
+                             "\xC0\x80",
+                             "\xC1\xBF",
+                             "\xC3",
+                             "\xC3(",
+                             "\xE0\x9F\xBF",
+                             "\xE2\x82",
+                             "\xED\xA0\x80",
+                             "\xED\xAF\xBF",
+                             "\xED\xB0\x80",
+                             "\xED\xBF\xBF",
+                             "\xF0\x8F\xBF\xBF",
+                             "\xF0\x9F\x98",
+                             "\xF4\x90\x80\x80",
+                             "\xF5\x80\x80\x80",
+                             "\xF8\xBF\xBF\xBF",
+                             "\xFE",
+                             "\xFF",
+                             "ok\xFF",
+                             "\xC3\xA9\xA9"}) {
         EXPECT_FALSE(isValidUtf8(text)) << text;
     }
 }
@@ -74,6 +92,8 @@ INSTANTIATE_TEST_SUITE_P(
         // NOLINTNEXTLINE(misc-misleading-bidirectional): the marks are what is tested.
         EscapeCase{"InvisibleMarkOfDirection", "a\u200Eb\u200Fc\u061Cd",
                    "a\\u{200E}b\\u{200F}c\\u{61C}d"},
+        EscapeCase{"NeighboursOfTheMarksAreText", "\u2027\u202F\u2065\u206A",
+                   "\u2027\u202F\u2065\u206A"},
         EscapeCase{"JoinersAreText", "\u200C\u200D", "\u200C\u200D"},
         EscapeCase{"LoneByteOfAC1Control", "\x9b", "\uFFFD"},
         EscapeCase{"CutSequence", "a\xE2\x80", "a\uFFFD\uFFFD"},
@@ -121,6 +141,11 @@ TEST(Utf16Test, IsReadInBothOrders) {
     EXPECT_EQ(utf8FromUtf16("\0a\xD8\x3C\xDF\x89"sv, std::endian::big), "a\U0001F389");
     EXPECT_EQ(utf8FromUtf16("a\0\x3C\xD8\x89\xDF"sv, std::endian::little), "a\U0001F389");
     EXPECT_EQ(utf8FromUtf16("", std::endian::big), "");
+    EXPECT_EQ(utf8FromUtf16("\0a"sv, std::endian::big), "a");
+    EXPECT_FALSE(utf8FromUtf16("\0a\0"sv, std::endian::big));
+    // The first pair and the last one.
+    EXPECT_EQ(utf8FromUtf16("\xD8\0\xDC\0"sv, std::endian::big), "\U00010000");
+    EXPECT_EQ(utf8FromUtf16("\xDB\xFF\xDF\xFF"sv, std::endian::big), "\U0010FFFF");
     for (const std::string_view half : {"\0"sv, "\xD8\0"sv, "\xDC\0"sv, "\xD8\0\0a"sv}) {
         EXPECT_FALSE(utf8FromUtf16(half, std::endian::big));
     }
@@ -136,7 +161,8 @@ TEST(EscapedCodePointTest, TakesOneUnitOrAPair) {
 }
 
 TEST(EscapedCodePointTest, RefusesHalvesAndShortOnes) {
-    for (std::string_view text : {"12", "xyzw", "DE00", "D83D", "D83D\\u0041", "D83D\\n"}) {
+    for (std::string_view text : {"12", "xyzw", "DE00", "D83D", "D83D\\u0041", "D83D\\n",
+                                  "D83D\\nDE00", "D83D\\~DE00", "D83DxuDE00"}) {
         EXPECT_FALSE(takeEscapedCodePoint(text).has_value());
     }
 }
