@@ -27,7 +27,8 @@ TEST(DirectoryAttributeTest, IsAStandardOneOfTheDirectory) {
 }
 
 TEST(AttributedStringTest, PlainTextIsThatOfAllRuns) {
-    const AttributedString styled{{"Restart in ", std::nullopt, 0}, {"5", std::nullopt, 1}, {""}};
+    const AttributedString styled{
+        {"Restart in ", std::nullopt, 0}, {"5", std::nullopt, 1}, {"", std::nullopt, 0}};
     EXPECT_EQ(plainText(styled), "Restart in 5");
     EXPECT_EQ(plainText({}), "");
 }
@@ -35,7 +36,7 @@ TEST(AttributedStringTest, PlainTextIsThatOfAllRuns) {
 TEST(GraphicsTest, NothingIsSaidOfStartsAtTheOriginEmptyAndOpaque) {
     EXPECT_EQ(Rect(), (Rect{.origin = {.x = 0, .y = 0}, .size = {.width = 0, .height = 0}}));
     EXPECT_EQ(Color(), (Color{.red = 0, .green = 0, .blue = 0, .alpha = 1}));
-    EXPECT_EQ(TextRun{"text"}.styledLength, 0U);
+    EXPECT_EQ(TextRun().styledLength, 0U);
     EXPECT_EQ(TextAttributes().pointSize, 0);
 }
 
