@@ -201,8 +201,11 @@ std::vector<Trace> CredentialsTest::tracesOf(pid_t process, const std::string& t
 void CredentialsTest::expectMemoryHoldsOnlyTheMessage(const std::string& itsPassword) {
     for (const pid_t other : otherProcesses()) {
         for (const Trace& trace : tracesOf(other, itsPassword)) {
-            // The bus may have overwritten where its copy begins.
-            EXPECT_TRUE(trace.coding == "bytes" && trace.before.ends_with(R"(passwd":")")) << trace;
+            // A program of the bus may have overwritten what stands before it in a copy let go.
+            const bool isOfTheBus = trace.place.starts_with("dbus-");
+            EXPECT_TRUE(trace.coding == "bytes" &&
+                        (isOfTheBus || trace.before.ends_with(R"(passwd":")")))
+                << trace;
         }
     }
 }

@@ -89,7 +89,7 @@ class CredentialsTest : protected Desktop, public PromptTest {
     /// Where the text is in the memory of a process.
     [[nodiscard]] static std::vector<Trace> tracesOf(pid_t process, const std::string& text);
     /// No process of the machine but the test has the password in its memory, other than in the
-    /// message to the service.
+    /// message to the service; those of the bus, which carry that, other than as bytes.
     static void expectMemoryHoldsOnlyTheMessage(const std::string& itsPassword);
     /// No file below the test's directory, logs included, and no record of the journal holds the
     /// text.
