@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "agent/globals.h"
@@ -132,6 +133,11 @@ int main(int argc, char** argv) {
     prctl(PR_SET_DUMPABLE, 0);
 
     Machine machine;
+    // With less the toolkit aborts, or waits without an end for a thread that it could not start.
+    if (const int error = velunor::lackOf({.descriptors = 32, .threads = 6}); error != 0) {
+        machine.log.write("Too little to start with: " + std::generic_category().message(error));
+        machine.processExit.exit(1);
+    }
     velunor::Globals globals;
     velunor::fillGlobals(globals, machine.processInfo, machine.log, machine.processExit);
     if (!velunor::prepareDisplay()) {

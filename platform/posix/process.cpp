@@ -10,7 +10,9 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <latch>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -150,6 +152,28 @@ int spawn(const SpawnRequest& request, pid_t& child) {
                                    arguments.data(), request.environment);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
+    return error;
+}
+
+int lackOf(const Room& room) {
+    std::vector<FileDescriptor> descriptors;
+    while (descriptors.size() < room.descriptors) {
+        descriptors.emplace_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        if (!descriptors.back().isOpen()) {
+            return errno;
+        }
+    }
+    std::latch enough(1);
+    std::vector<std::jthread> threads;
+    int error = 0;
+    try {
+        while (threads.size() < room.threads) {
+            threads.emplace_back([&] { enough.wait(); });
+        }
+    } catch (const std::system_error& lack) {
+        error = lack.code().value();
+    }
+    enough.count_down();
     return error;
 }
 

@@ -78,6 +78,16 @@ struct SpawnRequest {
 /// that holds a NUL.
 [[nodiscard]] int spawn(const SpawnRequest& request, pid_t& child);
 
+/// What a process may use at the same time beyond what it has.
+struct Room {
+    std::size_t descriptors = 0;
+    /// Each takes memory for its stack too.
+    std::size_t threads = 0;
+};
+
+/// Whether the system lets this process have that much now. 0, or errno's number of what it lacks.
+[[nodiscard]] int lackOf(const Room& room);
+
 /// Opens /dev/null for each standard stream that is closed. Otherwise the next file or connection
 /// would get its number, and what is written to the stream. Nothing can be written to a standard
 /// output that was closed.

@@ -66,12 +66,40 @@ class CheckerFault : public FaultTest {
         return checkers;
     }
 
+    /// Kills the prompt: its checker ends too, at its own limit.
+    void expectNothingLeftOfAKilledPrompt() {
+        process().sendSignal(SIGKILL);
+        expectEnd({-1, SIGKILL});
+        EXPECT_THAT(serviceProcess().messages(), IsEmpty());
+        EXPECT_EQ(accessLog().starts, 1U);
+        EXPECT_EQ(accessLog().ends, 0U);
+    }
+
+    /// A directory server that knows eve and the user's password answers byte by byte.
+    void useDrippingDirectory() {
+        server_.emplace();
+        server_->addAccount("eve", password);
+        relay_.emplace(server_->tlsPort(), [](bool fromClient, const std::string&) {
+            return fromClient ? Relay::Verdict::pass : Relay::Verdict::passSlowly;
+        });
+        search(R"("/LDAPv3/corp")");
+        addNode("corp", "ldaps://127.0.0.1:" + std::to_string(relay_->port()),
+                server_->authorities());
+    }
+    [[nodiscard]] int drippingConnections() const { return relay_->connections(); }
+    /// Ends the server, which knows the password; what it has said goes on to drip.
+    void stopDirectory() { server_.reset(); }
+
     static void killAll(const std::vector<pid_t>& processes) {
         const AsRoot root;
         for (const pid_t process : processes) {
             ::kill(process, SIGKILL);
         }
     }
+
+  private:
+    std::optional<LdapServer> server_;
+    std::optional<Relay> relay_;
 };
 
 TEST_F(CheckerFault, ThatLiesIsNeverBelieved) {
@@ -159,14 +187,33 @@ TEST_F(CheckerFault, DisplayThatIsKilledInTheCheckLeavesNothing) {
     EXPECT_THAT(serviceProcess().messages(), IsEmpty());
 }
 
+TEST_F(CheckerFault, RequestToEndInTheCheckIsHeardBehindIt) {
+    startServiceProcess("answer");
+    usePamModule("hang");
+    startWithPassword();
+    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    const std::vector<pid_t> checkers = checkersAtWork();
+    process().sendSignal(SIGTERM);
+    killAll(checkers);
+    expectEnd({0, 0});
+    EXPECT_TRUE(logged("Failed to validate credentials ada\n")) << systemLog();
+    EXPECT_THAT(serviceProcess().messages(), IsEmpty());
+    EXPECT_EQ(accessLog().ends, 0U);
+}
+
+TEST_F(CheckerFault, PromptThatIsKilledInTheCheckLeavesNoCheckerBeyondItsLimit) {
+    startServiceProcess("answer");
+    usePamModule("hang");
+    const std::filesystem::path asked = directory() / "asked";
+    useProgram(": >" + asked.string() + "; exec " + reachable(IMPATIENT_CHECKER_PROGRAM));
+    startWithPassword();
+    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    ASSERT_TRUE(eventually([&] { return std::filesystem::remove(asked); }));
+    expectNothingLeftOfAKilledPrompt();
+}
+
 TEST_F(CheckerFault, DirectoryThatDripsIsARefusalInTime) {
-    std::optional<LdapServer> server(std::in_place);
-    server->addAccount("eve", password);
-    const Relay relay(server->tlsPort(), [](bool fromClient, const std::string&) {
-        return fromClient ? Relay::Verdict::pass : Relay::Verdict::passSlowly;
-    });
-    search(R"("/LDAPv3/corp")");
-    addNode("corp", "ldaps://127.0.0.1:" + std::to_string(relay.port()), server->authorities());
+    useDrippingDirectory();
     startServiceProcess("answer");
     noteBefore();
     startPrompt();
@@ -175,14 +222,26 @@ TEST_F(CheckerFault, DirectoryThatDripsIsARefusalInTime) {
     const auto begin = std::chrono::steady_clock::now();
     expectRefusal("eve");
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(12));
-    EXPECT_GT(relay.connections(), 0);
+    EXPECT_GT(drippingConnections(), 0);
     // It is the checker that has ended, by the limit of its step, and not the prompt that ended it.
     EXPECT_TRUE(logged("Node Error Error Domain=LDAP Code=-5 ")) << systemLog();
-    // It knows the password of its account.
-    server.reset();
+    stopDirectory();
     ASSERT_TRUE(clickButton("Later"));
     expectEnd({0, 0});
     EXPECT_EQ(serviceProcess().messages(), std::vector<std::string>{R"({"postponse":{}})"});
+}
+
+TEST_F(CheckerFault, PromptThatIsKilledWhileADirectoryDripsLeavesNoChecker) {
+    useDrippingDirectory();
+    startServiceProcess("answer");
+    noteBefore();
+    startPrompt();
+    typeUserName("eve");
+    enterPassword();
+    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    ASSERT_TRUE(eventually([&] { return drippingConnections() > 0; })) << systemLog();
+    stopDirectory();
+    expectNothingLeftOfAKilledPrompt();
 }
 
 }  // namespace

@@ -84,5 +84,25 @@ TEST_F(Termination, AtAnyMomentLeavesTheAnswerOnceOrNotAtAll) {
     expectEnd({0, 0});
 }
 
+TEST_F(Termination, WithAPasswordTypedGivesNoAnswerAndLeavesItNowhere) {
+    startServiceProcess("answer");
+    startWithPassword();
+    process().sendSignal(SIGTERM);
+    expectEnd({0, 0});
+    EXPECT_THAT(serviceProcess().messages(), ::testing::IsEmpty());
+    EXPECT_EQ(accessLog().starts, 1U);
+    EXPECT_EQ(accessLog().ends, 0U);
+}
+
+TEST_F(Termination, InTheCallWaitsForTheReply) {
+    startServiceProcess("late");
+    startWithPassword();
+    answerUntilTheServiceHasIt();
+    process().sendSignal(SIGTERM);
+    expectEnd({0, 0});
+    EXPECT_TRUE(logged("Reply Received late reply\n")) << systemLog();
+    expectOneAnswer();
+}
+
 }  // namespace
 }  // namespace velunor::testing

@@ -1,11 +1,14 @@
 #include "platform/qt/application/run_loop.h"
 
+#include <sys/resource.h>
+
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QThread>
 #include <QTimer>
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 
 #include "platform/qt/widgets/text_fields.h"
 #include "tests/qt/support/widget_test.h"
@@ -107,6 +110,19 @@ TEST(RunLoopTest, QueuesWorkOfTheMainThreadForLater) {
 
     EXPECT_FALSE(done);
     EXPECT_TRUE(waitUntil([&] { return done; }));
+}
+
+TEST(RunLoopTest, LeavesTheSignalsAloneWhereNoDescriptorIsLeft) {
+    const auto takeOverWithoutAny = [] {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = 0;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        onTerminationSignal([] {});
+        static_cast<void>(std::raise(SIGTERM));
+        std::_Exit(EXIT_SUCCESS);
+    };
+    EXPECT_EXIT(takeOverWithoutAny(), ::testing::KilledBySignal(SIGTERM), "");
 }
 
 }  // namespace
