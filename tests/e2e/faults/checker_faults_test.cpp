@@ -35,7 +35,7 @@ class CheckerFault : public FaultTest {
     void expectRefusal(const std::string& name = "ada") {
         const std::string refusal = "Failed to validate credentials " + name + "\n";
         const std::size_t before = timesLogged(refusal);
-        ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+        clickUpdateNow();
         ASSERT_TRUE(eventually([&] { return timesLogged(refusal) == before + 1; })) << systemLog();
         expectNothingAccepted();
     }
@@ -151,7 +151,7 @@ TEST_F(CheckerFault, ThatIsKilledInTheCheckRefuses) {
     startServiceProcess("answer");
     usePamModule("hang");
     startWithPassword();
-    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    clickUpdateNow();
     killAll(checkersAtWork());
     ASSERT_TRUE(waitForLog("Failed to validate credentials ada\n")) << systemLog();
     EXPECT_TRUE(logged("Credentails Error Error Domain=Checker Code=61 ")) << systemLog();
@@ -164,7 +164,7 @@ TEST_F(CheckerFault, OfTheSystemThatIsKilledInTheCheckCostsNoRightPassword) {
     usePamModule("hang");
     startCheckerService();
     startWithPassword();
-    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    clickUpdateNow();
     const std::vector<pid_t> checkers = checkersAtWork();
     installCredentialChecker();
     killAll(checkers);
@@ -178,7 +178,7 @@ TEST_F(CheckerFault, DisplayThatIsKilledInTheCheckLeavesNothing) {
     startServiceProcess("answer");
     usePamModule("hang");
     startWithPassword();
-    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    clickUpdateNow();
     const std::vector<pid_t> checkers = checkersAtWork();
     display().killServer();
     killAll(checkers);
@@ -191,7 +191,7 @@ TEST_F(CheckerFault, RequestToEndInTheCheckIsHeardBehindIt) {
     startServiceProcess("answer");
     usePamModule("hang");
     startWithPassword();
-    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    clickUpdateNow();
     const std::vector<pid_t> checkers = checkersAtWork();
     process().sendSignal(SIGTERM);
     killAll(checkers);
@@ -207,7 +207,7 @@ TEST_F(CheckerFault, PromptThatIsKilledInTheCheckLeavesNoCheckerBeyondItsLimit) 
     const std::filesystem::path asked = directory() / "asked";
     useProgram(": >" + asked.string() + "; exec " + reachable(IMPATIENT_CHECKER_PROGRAM));
     startWithPassword();
-    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    clickUpdateNow();
     ASSERT_TRUE(eventually([&] { return std::filesystem::remove(asked); }));
     expectNothingLeftOfAKilledPrompt();
 }
@@ -238,7 +238,7 @@ TEST_F(CheckerFault, PromptThatIsKilledWhileADirectoryDripsLeavesNoChecker) {
     startPrompt();
     typeUserName("eve");
     enterPassword();
-    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+    clickUpdateNow();
     ASSERT_TRUE(eventually([&] { return drippingConnections() > 0; })) << systemLog();
     stopDirectory();
     expectNothingLeftOfAKilledPrompt();

@@ -47,6 +47,9 @@ class FaultTest : public CredentialsTest {
     void enterPassword();
     /// Starts a prompt that asks for credentials and enters the user's password.
     void startWithPassword();
+    /// Clicks Update Now until the prompt has taken it: right after a refusal a click counts for
+    /// the same attempt.
+    void clickUpdateNow();
     /// Clicks Update Now and waits until the service has the answer.
     void answerUntilTheServiceHasIt();
 
