@@ -17,9 +17,12 @@ namespace {
 /// For each call, the start of the service included: longer than anybody waits for the reply.
 constexpr std::uint64_t callTimeoutMicroseconds = 30'000'000;
 
-void report(const char* step, int error) {
-    library_log::write(std::string("Agent service: ") + step + ": " +
-                       std::generic_category().message(-error));
+void report(const char* step, const std::string& reason) {
+    library_log::write(std::string("Agent service: ") + step + ": " + reason);
+}
+
+std::string reasonOf(int error) {
+    return std::generic_category().message(-error);
 }
 
 /// The owner of the service's name, started by the bus where it can; null when there is none.
@@ -35,7 +38,7 @@ BusCredentialsHandle ownerOfService(sd_bus* bus) {
         error = sd_bus_get_name_creds(bus, agentBusName, wanted, &credentials);
     }
     if (error < 0) {
-        report("no owner", error);
+        report("no owner", reasonOf(error));
         return nullptr;
     }
     return BusCredentialsHandle(credentials);
@@ -74,7 +77,7 @@ BusMessageHandle requestFor(sd_bus* bus, const std::string& destination, const s
         error = sd_bus_message_append_array(raw, 'y', message.reveal().data(), message.size());
     }
     if (error < 0) {
-        report("no request", error);
+        report("no request", reasonOf(error));
         return nullptr;
     }
     return request;
@@ -98,10 +101,8 @@ void exchange(BusHandle bus, ServiceBus kind, const std::string& key, Secret mes
     const BusMessageHandle reply(raw);
     request.reset();
     const char* text = nullptr;
-    if (error < 0 && failure.message != nullptr) {
-        library_log::write(std::string("Agent service: no reply: ") + failure.message);
-    } else if (error < 0) {
-        report("no reply", error);
+    if (error < 0) {
+        report("no reply", failure.message == nullptr ? reasonOf(error) : failure.message);
     } else if (sd_bus_message_read(raw, "s", &text) <= 0) {
         library_log::write("Agent service: the reply is not a text");
     } else {
@@ -127,7 +128,7 @@ class BusAgentService final : public AgentService {
                 exchange(std::move(bus), kind, key, std::move(message), withReplyData);
             }).detach();
         } catch (const std::system_error& error) {
-            library_log::write(std::string("Agent service: no thread: ") + error.what());
+            report("no thread", error.what());
         }
     }
 
@@ -143,7 +144,7 @@ std::shared_ptr<AgentService> AgentServiceConnection::getService() const {
     // Only the socket is opened here; authentication goes on where the first call is made.
     BusHandle bus = openBus(kind == ServiceBus::system ? sd_bus_open_system : sd_bus_open_user);
     if (!bus) {
-        report("no bus", -errno);
+        report("no bus", reasonOf(-errno));
         return nullptr;
     }
     sd_bus_set_method_call_timeout(bus.get(), callTimeoutMicroseconds);

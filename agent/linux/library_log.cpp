@@ -53,7 +53,7 @@ void append(int file, const Line& line) {
     // The system log has put its lines on standard error already.
     if (file != STDERR_FILENO || line.place == Place::stream) {
         // A log that cannot be written has nowhere else to say so.
-        static_cast<void>(!::write(file, line.text.data(), line.text.size()));
+        [[maybe_unused]] const ssize_t written = ::write(file, line.text.data(), line.text.size());
     }
 }
 

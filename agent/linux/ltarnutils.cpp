@@ -50,7 +50,7 @@ int keepRoom(int file, off_t end, std::size_t length) {
         static_cast<rlim_t>(end + added) > largest.rlim_cur) {
         return EFBIG;
     }
-    if (length == 0 || fallocate(file, FALLOC_FL_KEEP_SIZE, end, added) == 0) {
+    if (fallocate(file, FALLOC_FL_KEEP_SIZE, end, added) == 0) {
         return 0;
     }
     return errno == ENOSPC || errno == EDQUOT ? errno : 0;
@@ -110,7 +110,6 @@ void TarnUtilMac::initializeAgentParams() {
         library_log::writeError(result.error().description);
         return;
     }
-    state().settingsFailed = false;
     AgentSettings& settings = state().settings = *std::move(result);
     state().variables = {.tarnagentBasePath = settings.basePath,
                          .tarnagentDataDictPath = settings.dataPath,

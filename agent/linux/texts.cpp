@@ -100,8 +100,8 @@ bool addPair(std::string_view line, Properties& properties) {
 
 /// Codes that older systems use, each with the one that the texts are kept under. "no" has no
 /// written form of its own: its readers get Bokmål.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 3> renamed{
-    {{"in", "id"}, {"iw", "he"}, {"no", "nb"}}};
+constexpr auto renamed = std::to_array<std::pair<std::string_view, std::string_view>>(
+    {{"in", "id"}, {"iw", "he"}, {"no", "nb"}});
 
 bool isPlain(std::string_view name) {
     return std::all_of(name.begin(), name.end(), [](char character) {

@@ -113,6 +113,12 @@ class Finder:
         begin, end = span or self.span(cursor)
         if not self.is_ours(begin, end):
             return
+        # Each line that follows keeps its number.
+        lines = self.text.count(b"\n", begin, end) - sum(
+            piece.count("\n") if isinstance(piece, str) else self.text.count(b"\n", *piece)
+            for piece in switched)
+        if switched and lines > 0:
+            switched = (*switched, "\n" * lines)
         first, last = (self.text.count(b"\n", 0, at) + 1 for at in (begin, end))
         self.mutants.append(Mutant(begin, end, first, last, self.function(parents), what, changed,
                                    switched, constant=constant))
@@ -281,7 +287,6 @@ class Finder:
             other = self.written(begin, b1) + two + self.written(e1, b2) + one + \
                 self.written(e2, end)
             if "//" not in other:
-                # So that each line that follows keeps its number.
                 other = " ".join(other.split("\n"))
             self.add(cursor, parents, constant, " ".join(f"{one}, {two} swapped".split()), other,
                      ("(mutants::on(\0) ? ", other, " : ", (begin, end), ")"))

@@ -8,7 +8,7 @@ which fault, and then each fault is switched on for the tests that meet it. What
 know is changed in the source and compiled, one after the other. A folder's name stands for the
 folders in it, too, unless it ends in "/.".
 
---living: of a folder whose sources are those of the last run, only the faults that lived then; for
+--living: of the sources that are still those of the last run only the faults that lived then; for
 whoever has added tests since.
 """
 import concurrent.futures
@@ -128,6 +128,17 @@ def with_constant(mutants, constant):
     return sorted([*others, fixed], key=lambda mutant: (mutant.begin, -mutant.end))
 
 
+def known_from(last, place, sources):
+    """What the last run tells of the sources that are still the same: noticed, and senseless."""
+    noticed, senseless = set(), set()
+    for path, (text, mutants) in sources.items():
+        known = last.get(str(path.relative_to(place)), {})
+        if known.get("source") == hashlib.sha256(text).hexdigest():
+            noticed |= {mutants[at].number for at in known["noticed"]}
+            senseless |= {mutants[at].number for at in known["senseless"]}
+    return noticed, senseless
+
+
 def mutate(root, folder, living):
     suite = SUITES[folder]
     directory = root / "build" / "mutate" / suite.preset
@@ -137,22 +148,30 @@ def mutate(root, folder, living):
                 f"-include {HERE}/switch.h -DMUTANTS_BOARD='\"{board}\"'")
     sources, number = mutants_of(tree, folder)
     print(f"== {folder}: {number} mutants", flush=True)
-    digest = hashlib.sha256(b"\0".join(text for text, _ in sources.values())).hexdigest()
     record = directory / (folder.replace("/", "-") + ".json")
-    noticed, senseless = set(), set()
-    if living and record.exists() and json.loads(record.read_text())["sources"] == digest:
-        last = json.loads(record.read_text())
-        noticed, senseless = set(last["noticed"]), set(last["senseless"])
+    last = json.loads(record.read_text()) if living and record.exists() else {}
+    noticed, senseless = known_from(last, tree.place, sources)
     put_in(tree, sources)
     tests = Tests(tree.programs(), Boards(board, number + 1))
     tests.look()
     print(f"== {len(tests.tests)} tests", flush=True)
 
-    waiting = [m for _, mutants in sources.values() for m in mutants
+    met = set().union(*tests.meets)
+
+    def tell(path, mutant, found):
+        if found:
+            noticed.add(mutant.number)
+        else:
+            how = "lives" if mutant.constant or mutant.number in met else "no test meets it"
+            print(f"{how}: {mutant.name(path.relative_to(tree.place))}", flush=True)
+
+    waiting = [(path, m) for path, (_, mutants) in sources.items() for m in mutants
                if not m.constant and m.number not in noticed]
     with concurrent.futures.ThreadPoolExecutor(tests.boards.count) as pool:
-        results = pool.map(lambda m: tests.notice(m.number, tests.meeting({m.number})), waiting)
-        noticed |= {m.number for m, found in zip(waiting, results) if found}
+        results = pool.map(lambda pair: tests.notice(pair[1].number,
+                                                     tests.meeting({pair[1].number})), waiting)
+        for (path, mutant), found in zip(waiting, results):
+            tell(path, mutant, found)
     for path, (text, mutants) in sources.items():
         near = tests.meeting({m.number for m in mutants})
         others = [test for test in tests.tests if test not in near]
@@ -162,17 +181,15 @@ def mutate(root, folder, living):
             path.write_text(switched(text, with_constant(mutants, mutant)))
             if tree.compile().returncode != 0:
                 senseless.add(mutant.number)
-            elif tests.notice(0, near) or tests.notice(0, others):
-                noticed.add(mutant.number)
+            else:
+                tell(path, mutant, tests.notice(0, near) or tests.notice(0, others))
         path.write_text(switched(text, [m for m in mutants if not m.constant]))
-    met = set().union(*tests.meets)
-    for path, (_, mutants) in sources.items():
-        for m in mutants:
-            if m.number not in noticed | senseless:
-                how = "lives" if m.constant or m.number in met else "no test meets it"
-                print(f"{how}: {m.name(path.relative_to(tree.place))}")
-    record.write_text(json.dumps({"sources": digest, "noticed": sorted(noticed),
-                                  "senseless": sorted(senseless)}))
+    record.write_text(json.dumps({
+        str(path.relative_to(tree.place)): {
+            "source": hashlib.sha256(text).hexdigest(),
+            "noticed": [at for at, m in enumerate(mutants) if m.number in noticed],
+            "senseless": [at for at, m in enumerate(mutants) if m.number in senseless]}
+        for path, (text, mutants) in sources.items()}))
     counted = number - len(senseless)
     score = 100 * len(noticed) / counted if counted else 100
     print(f"== {folder}: {len(noticed)} of {counted} mutants noticed, {score:.1f} % "

@@ -33,6 +33,8 @@ INSTANTIATE_TEST_SUITE_P(
                       FallbackCase{"Mexico", "es_MX.UTF-8", {"es_MX", "es"}},
                       FallbackCase{"EncodingAndModifier", "de_DE.UTF-8@euro", {"de_DE", "de"}},
                       FallbackCase{"ModifierAlone", "ca@valencia", {"ca"}},
+                      FallbackCase{"NumberOfARegion", "es_419", {"es_419", "es"}},
+                      FallbackCase{"LastLettersAndDigits", "zz_Z09", {"zz_Z09", "zz"}},
                       FallbackCase{"Hyphens", "pt-BR", {"pt_BR", "pt"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
@@ -77,6 +79,7 @@ INSTANTIATE_TEST_SUITE_P(NoLanguage, LanguageFallbacks,
                          ::testing::Values(FallbackCase{"Empty", "", {}},
                                            FallbackCase{"EncodingAlone", ".UTF-8", {}},
                                            FallbackCase{"ModifierAlone", "@latin", {}},
+                                           FallbackCase{"AnotherSign", "de~x", {}},
                                            FallbackCase{"Path", "../de", {}},
                                            FallbackCase{"Absolute", "/de", {}}),
                          [](const auto& test) { return std::string(test.param.name); });

@@ -33,6 +33,15 @@ TEST(AgentProperties, KeyAndTextAreSeparatedByEqualsColonOrBlank) {
                                      Pair("e", "5")));
 }
 
+TEST(AgentProperties, TildesArePlainText) {
+    EXPECT_THAT(parse("a~b = ~c~d~\n~e = 1\n"),
+                UnorderedElementsAre(Pair("a~b", "~c~d~"), Pair("~e", "1")));
+}
+
+TEST(AgentProperties, KeyMayBeEmpty) {
+    EXPECT_THAT(parse("= 1\n"), UnorderedElementsAre(Pair("", "1")));
+}
+
 TEST(AgentProperties, TextKeepsLaterSeparatorsAndBlanksAtItsEnd) {
     EXPECT_THAT(parse("a = b = c : d \n"), UnorderedElementsAre(Pair("a", "b = c : d ")));
 }
@@ -73,6 +82,10 @@ TEST(AgentProperties, MalformedUnicodeEscapeIsAnErrorThatNamesTheLine) {
 TEST(AgentProperties, LineEndingInABackslashGoesOnWithoutTheNextLinesIndent) {
     EXPECT_THAT(parse("a = one \\\n    two \\\r\n\tthree\nb = 1\n"),
                 UnorderedElementsAre(Pair("a", "one two three"), Pair("b", "1")));
+}
+
+TEST(AgentProperties, LineOfABackslashAloneGoesOn) {
+    EXPECT_THAT(parse("\\\n  a = 1\n"), UnorderedElementsAre(Pair("a", "1")));
 }
 
 TEST(AgentProperties, EscapedBackslashAtTheEndDoesNotContinue) {

@@ -135,10 +135,13 @@ TEST_F(AgentConnectionOnSessionBus, MessageIsNowhereInTheMemoryAfterTheReply) {
     const int before = bus().clientCount();
     const auto service = AgentServiceConnection().getService();
     ASSERT_NE(service, nullptr);
-    const auto replied = std::make_shared<std::atomic<bool>>(false);
-    service->replyDataBlockForKey(statusKey, needle.password(),
-                                  [replied](const std::string&) { *replied = true; });
-    ASSERT_TRUE(eventually([&] { return replied->load(); })) << libraryLog();
+    // Negative as long as there is no reply.
+    const auto found = std::make_shared<std::atomic<int>>(-1);
+    service->replyDataBlockForKey(
+        statusKey, needle.password(),
+        [found, needle](const std::string&) { *found = occurrencesOf(needle); });
+    ASSERT_TRUE(eventually([&] { return *found >= 0; })) << libraryLog();
+    EXPECT_EQ(*found, 0);
     // The library's thread lets its connection go at its end.
     ASSERT_TRUE(eventually([&] { return bus().clientCount() == before; }));
     EXPECT_EQ(occurrencesOf(needle), 0);
@@ -169,7 +172,7 @@ TEST_F(AgentConnectionOnSessionBus, SecondMessageOnOneConnectionIsALogLine) {
         connected->replyDataBlockForKey(statusKey, Secret(message),
                                         [count](const std::string&) { ++*count; });
     }
-    EXPECT_TRUE(waitForLog("one connection takes one message"));
+    EXPECT_TRUE(waitForLog(" Agent service: one connection takes one message\n"));
     EXPECT_TRUE(eventually([&] { return *count == 1; })) << libraryLog();
     EXPECT_THAT(service.requests(), ElementsAre(statusKey + (" " + hexadecimal("first"))));
 }
@@ -194,7 +197,7 @@ TEST_F(AgentConnectionOnSessionBus, SilentServiceDoesNotBlockTheCaller) {
 TEST_F(AgentConnectionOnSessionBus, AbsentServiceIsALogLineAndNoReply) {
     startBus();
     ASSERT_TRUE(send("{}"));
-    EXPECT_TRUE(waitForLog("Agent service: no owner: ")) << libraryLog();
+    EXPECT_TRUE(waitForLog(" Agent service: no owner: ")) << libraryLog();
     EXPECT_THAT(replies(), IsEmpty());
 }
 
@@ -210,7 +213,7 @@ TEST_F(AgentConnectionOnSessionBus, ServiceThatTheBusCanStartIsStarted) {
 TEST_F(AgentConnectionOnSessionBus, ServiceThatDiesInTheCallIsALogLineAndNoReply) {
     const FakeService& service = startService("leave");
     ASSERT_TRUE(send("{}"));
-    EXPECT_TRUE(waitForLog("Agent service: no reply: ")) << libraryLog();
+    EXPECT_TRUE(waitForLog(" Agent service: no reply: ")) << libraryLog();
     EXPECT_THAT(service.requests(), ::testing::SizeIs(1));
     EXPECT_THAT(replies(), IsEmpty());
 }
@@ -220,48 +223,55 @@ TEST_F(AgentConnectionOnSessionBus, BusThatDiesInTheCallIsALogLineAndNoReply) {
     ASSERT_TRUE(send("{}"));
     ASSERT_TRUE(eventually([&] { return !service.requests().empty(); })) << libraryLog();
     bus().stop();
-    EXPECT_TRUE(waitForLog("Agent service: no reply: ")) << libraryLog();
+    EXPECT_TRUE(waitForLog(" Agent service: no reply: ")) << libraryLog();
     EXPECT_THAT(replies(), IsEmpty());
 }
 
 TEST_F(AgentConnectionOnSessionBus, ErrorReplyIsALogLineAndNoReply) {
     startService("refuse");
     ASSERT_TRUE(send("{}"));
-    EXPECT_TRUE(waitForLog("Agent service: no reply: no wish to answer\n")) << libraryLog();
+    EXPECT_TRUE(waitForLog(" Agent service: no reply: no wish to answer\n")) << libraryLog();
+    EXPECT_THAT(replies(), IsEmpty());
+}
+
+TEST_F(AgentConnectionOnSessionBus, ErrorReplyWithoutWordsIsALogLineAndNoReply) {
+    startService("refuse-mutely");
+    ASSERT_TRUE(send("{}"));
+    EXPECT_TRUE(waitForLog(" Agent service: no reply: Permission denied\n")) << libraryLog();
     EXPECT_THAT(replies(), IsEmpty());
 }
 
 TEST_F(AgentConnectionOnSessionBus, ReplyOfAnotherTypeIsALogLineAndNoReply) {
     startService("number");
     ASSERT_TRUE(send("{}"));
-    EXPECT_TRUE(waitForLog("Agent service: the reply is not a text\n")) << libraryLog();
+    EXPECT_TRUE(waitForLog(" Agent service: the reply is not a text\n")) << libraryLog();
     EXPECT_THAT(replies(), IsEmpty());
 }
 
 TEST_F(AgentConnectionOnSessionBus, ReplyWithoutATextIsALogLineAndNoReply) {
     startService("nothing");
     ASSERT_TRUE(send("{}"));
-    EXPECT_TRUE(waitForLog("Agent service: the reply is not a text\n")) << libraryLog();
+    EXPECT_TRUE(waitForLog(" Agent service: the reply is not a text\n")) << libraryLog();
     EXPECT_THAT(replies(), IsEmpty());
 }
 
 TEST_F(AgentConnectionOnSessionBus, AbsentSocketIsNoService) {
     EXPECT_FALSE(send("{}"));
-    EXPECT_THAT(libraryLog(), HasSubstr("Agent service: no bus: No such file or directory\n"));
+    EXPECT_THAT(libraryLog(), HasSubstr(" Agent service: no bus: No such file or directory\n"));
 }
 
 TEST_F(AgentConnectionOnSessionBus, SocketThatNobodyListensOnIsNoService) {
     startBus();
     bus().stop();
     EXPECT_FALSE(send("{}"));
-    EXPECT_THAT(libraryLog(), HasSubstr("Agent service: no bus: "));
+    EXPECT_THAT(libraryLog(), HasSubstr(" Agent service: no bus: "));
 }
 
 TEST_F(AgentConnectionOnSessionBus, MissingAddressIsNoService) {
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     unsetenv("XDG_RUNTIME_DIR");
     EXPECT_FALSE(send("{}"));
-    EXPECT_THAT(libraryLog(), HasSubstr("Agent service: no bus: "));
+    EXPECT_THAT(libraryLog(), HasSubstr(" Agent service: no bus: "));
 }
 
 TEST_F(AgentConnectionOnSessionBus, MalformedAddressIsNoService) {
@@ -284,7 +294,7 @@ TEST_F(AgentConnectionOnSessionBus, BusThatNeverAnswersDoesNotBlockTheCaller) {
     EXPECT_THAT(replies(), IsEmpty());
     // The hung-up bus ends the library's thread with a line in its log.
     close(listener);
-    EXPECT_TRUE(waitForLog("Agent service: no owner: ")) << libraryLog();
+    EXPECT_TRUE(waitForLog(" Agent service: no owner: ")) << libraryLog();
     EXPECT_THAT(replies(), IsEmpty());
 }
 
@@ -316,7 +326,8 @@ class AgentConnectionOnSystemBus : public AgentConnection {
 
     void expectRefusal(const FakeService& service) {
         ASSERT_TRUE(send(R"({"proceed":{"passwd":"geheim"}})"));
-        EXPECT_TRUE(waitForLog("its owner is not root; nothing was sent\n")) << libraryLog();
+        EXPECT_TRUE(waitForLog(" Agent service: its owner is not root; nothing was sent\n"))
+            << libraryLog();
         EXPECT_THAT(service.requests(), IsEmpty());
         EXPECT_THAT(replies(), IsEmpty());
     }
@@ -342,7 +353,7 @@ TEST_F(AgentConnectionOnSystemBus, OwnerOfTheTestIsTrustedAsRootAlone) {
 
 TEST_F(AgentConnectionOnSystemBus, AbsentServiceIsALogLineAndNoReply) {
     ASSERT_TRUE(send("{}"));
-    EXPECT_TRUE(waitForLog("Agent service: no owner: ")) << libraryLog();
+    EXPECT_TRUE(waitForLog(" Agent service: no owner: ")) << libraryLog();
     EXPECT_THAT(replies(), IsEmpty());
 }
 

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <utility>
 
 #include "agent/linux/library_log.h"
 #include "agent/ltarnutils.h"
@@ -100,6 +101,13 @@ TEST(AgentSettingsText, NodeWithTheAddressAloneHasTheDefaults) {
     const DirectoryNodeSettings& node = settings.directory.nodes.at("/LDAPv3/x");
     EXPECT_EQ(node.userFilter, "(uid=%u)");
     EXPECT_EQ(node.timeout, std::chrono::seconds(5));
+}
+
+TEST(AgentSettingsText, ShortestTimeoutIsASecond) {
+    const AgentSettings settings =
+        parse(agentTable + std::string("[directory.node.n]\nuri = \"ldaps://x\"\n"
+                                       "timeout_seconds = 1\n"));
+    EXPECT_EQ(settings.directory.nodes.at("n").timeout, std::chrono::seconds(1));
 }
 
 TEST(AgentSettingsText, EmptyProductNameIsKept) {
@@ -290,6 +298,13 @@ TEST_F(AgentSettingsFile, LoopOfLinksIsAnError) {
     EXPECT_THAT(errorOf(loadSettings(directory() / "loop.toml")), HasSubstr("loop.toml: "));
 }
 
+TEST_F(AgentSettingsFile, LargestFileIsRead) {
+    std::string text = std::string(agentTable) + "# ";
+    text.resize(1'048'576, 'x');
+    writeFile(settingsFile(), text);
+    EXPECT_EQ(errorOf(loadSettings(settingsFile())), "none");
+}
+
 TEST_F(AgentSettingsFile, FileOverTheLimitIsAnError) {
     writeFile(settingsFile(),
               std::string(agentTable) + "# " + std::string(largestSettingsFile, 'x'));
@@ -306,6 +321,20 @@ TEST_F(AgentSettingsFile, SystemsFileIsUsedWithoutTheEnvironment) {
     EXPECT_EQ(*settingsPath(), "/etc/velunor/ostrel-agent.toml");
     unsetenv("VELUNOR_AGENT_SETTINGS");
     EXPECT_EQ(*settingsPath(), "/etc/velunor/ostrel-agent.toml");
+}
+
+TEST_F(AgentSettingsFile, EnvironmentNamesTheBusThatTheFileLeavesOpen) {
+    AgentSettings settings = parse(agentTable);
+    for (const auto& [name, bus] :
+         {std::pair("session", ServiceBus::session), std::pair("system", ServiceBus::system),
+          std::pair("starter", ServiceBus::system)}) {
+        setenv("VELUNOR_AGENT_BUS", name, 1);
+        EXPECT_EQ(serviceBus(settings), bus) << name;
+    }
+    setenv("VELUNOR_AGENT_BUS", "session", 1);
+    settings.bus = ServiceBus::system;
+    EXPECT_EQ(serviceBus(settings), ServiceBus::system);
+    unsetenv("VELUNOR_AGENT_BUS");
 }
 
 TEST_F(AgentSettingsFile, InitialisationFillsTheGlobalsAndTheSettings) {
