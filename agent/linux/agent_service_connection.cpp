@@ -25,23 +25,29 @@ std::string reasonOf(int error) {
     return std::generic_category().message(-error);
 }
 
-/// The owner of the service's name, started by the bus where it can; null when there is none.
-BusCredentialsHandle ownerOfService(sd_bus* bus) {
+/// Who owns the service's name now; null, with the reason in `error`, when nobody does.
+BusCredentialsHandle ownerNow(sd_bus* bus, int& error) {
     constexpr std::uint64_t wanted = SD_BUS_CREDS_UNIQUE_NAME | SD_BUS_CREDS_EUID;
     sd_bus_creds* credentials = nullptr;
-    int error = sd_bus_get_name_creds(bus, agentBusName, wanted, &credentials);
-    if (error < 0) {
+    error = sd_bus_get_name_creds(bus, agentBusName, wanted, &credentials);
+    return BusCredentialsHandle(credentials);
+}
+
+/// The owner of the service's name, started by the bus where it can; null when there is none.
+BusCredentialsHandle ownerOfService(sd_bus* bus) {
+    int error = 0;
+    BusCredentialsHandle owner = ownerNow(bus, error);
+    if (!owner) {
         // Its answer does not matter: the second look-up tells whether there is an owner now.
         sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
                            "org.freedesktop.DBus", "StartServiceByName", nullptr, nullptr, "su",
                            agentBusName, 0U);
-        error = sd_bus_get_name_creds(bus, agentBusName, wanted, &credentials);
+        owner = ownerNow(bus, error);
     }
-    if (error < 0) {
+    if (!owner) {
         report("no owner", reasonOf(error));
-        return nullptr;
     }
-    return BusCredentialsHandle(credentials);
+    return owner;
 }
 
 /// The owner's unique name; empty when it must not be sent an answer.
@@ -101,9 +107,9 @@ void exchange(BusHandle bus, ServiceBus kind, const std::string& key, Secret mes
     const BusMessageHandle reply(raw);
     request.reset();
     const char* text = nullptr;
-    if (error < 0) {
+    if (!reply) {
         report("no reply", failure.message == nullptr ? reasonOf(error) : failure.message);
-    } else if (sd_bus_message_read(raw, "s", &text) <= 0) {
+    } else if (static_cast<void>(sd_bus_message_read(raw, "s", &text)); text == nullptr) {
         library_log::write("Agent service: the reply is not a text");
     } else {
         withReplyData(text);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -37,9 +38,9 @@ std::string_view takeLine(std::string_view& text) {
 }
 
 bool isContinued(std::string_view line) {
-    const auto last = line.find_last_not_of('\\');
-    const std::size_t slashes = line.size() - (last == std::string_view::npos ? 0 : last + 1);
-    return slashes % 2 == 1;
+    const auto slashes =
+        std::find_if(line.rbegin(), line.rend(), [](char character) { return character != '\\'; });
+    return std::distance(line.rbegin(), slashes) % 2 == 1;
 }
 
 std::optional<std::string> unescaped(std::string_view text) {
@@ -119,7 +120,7 @@ std::string languageOf(std::string_view locale) {
     }
     std::string name(plain);
     std::replace(name.begin(), name.end(), '-', '_');
-    const std::size_t end = std::min(name.find('_'), name.size());
+    const std::size_t end = name.substr(0, name.find('_')).size();
     if (locale.ends_with("@latin")) {
         name.insert(end, "_Latn");
     }

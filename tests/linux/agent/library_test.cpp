@@ -129,6 +129,7 @@ TEST_F(AgentServices, TextIsAppendedByteForByte) {
     UtilsWrapper().printAccessToFile(accessLog(), "");
     UtilsWrapper().printAccessToFile(accessLog(), "\t\tlast");
     EXPECT_EQ(readFile(accessLog()), "before" + text + "\t\tlast");
+    EXPECT_EQ(libraryLog(), "");
 }
 
 TEST_F(AgentServices, LargeTextIsWrittenWhole) {

@@ -18,6 +18,9 @@ namespace {
 using namespace std::string_literals;
 using testing::BinaryPropertyList;
 
+/// A text of one letter, as an object.
+const std::string letterZ{'\x51', 'z'};
+
 constexpr std::size_t mostValues = 100'000;
 constexpr const char* impossibleLength = "Binary property list has an impossible length";
 constexpr const char* impossibleTrailer = "Binary property list has an impossible trailer";
@@ -75,7 +78,7 @@ std::string binaryOfSizes(int offsetSize, int referenceSize) {
     const auto number = BinaryPropertyList::number;
     const std::string array = "\xA1" + number(1, referenceSize);
     const std::uint64_t text = 8 + array.size();
-    return binary(array + "\x51z" + number(8, offsetSize) + number(text, offsetSize),
+    return binary(array + letterZ + number(8, offsetSize) + number(text, offsetSize),
                   {.offsetSize = static_cast<std::uint64_t>(offsetSize),
                    .referenceSize = static_cast<std::uint64_t>(referenceSize),
                    .count = 2,
@@ -92,7 +95,7 @@ TEST(BinaryTrailer, TellsTheSizesOfOffsetsAndOfReferences) {
 }
 
 TEST(BinaryTrailer, HasSizesFromOneToEight) {
-    const std::string content = "\x51z" + std::string(9, '\x08');
+    const std::string content = letterZ + std::string(9, '\x08');
     for (const std::uint64_t size : {0U, 9U}) {
         EXPECT_EQ(outcomeOf(binary(content, {.offsetSize = size, .table = 10})), impossibleTrailer);
         EXPECT_EQ(outcomeOf(binary(content, {.referenceSize = size, .table = 10})),
@@ -105,9 +108,10 @@ TEST(BinaryTrailer, HasTheTableBehindTheHeadAndNoMoreObjectsThanThereAreOffsets)
     EXPECT_EQ(outcomeOf(binary("", {})), impossibleTrailer);
     EXPECT_EQ(outcomeOf(binary("\x08", {.table = 7})), impossibleTrailer);
     EXPECT_EQ(outcomeOf(binary("\x08", {})), outside);
-    EXPECT_EQ(outcomeOf(binary("\x51z\x08", {.count = 2, .table = 10})), impossibleTrailer);
-    EXPECT_EQ(outcomeOf(binary("\x51z\0\0\0\x08"s, {.offsetSize = 4, .count = 2, .table = 10})),
-              impossibleTrailer);
+    EXPECT_EQ(outcomeOf(binary(letterZ + "\x08", {.count = 2, .table = 10})), impossibleTrailer);
+    EXPECT_EQ(
+        outcomeOf(binary(letterZ + "\0\0\0\x08"s, {.offsetSize = 4, .count = 2, .table = 10})),
+        impossibleTrailer);
 }
 
 TEST(BinaryLength, MayBeANumberOfUpToEightBytes) {
@@ -120,8 +124,8 @@ TEST(BinaryLength, MayBeANumberOfUpToEightBytes) {
 }
 
 TEST(BinaryLength, EndsWithTheObjects) {
-    for (const std::string& object :
-         {"\x5F\x10"s, "\x5F"s, "\x53z"s, "\x62\0z"s, "\xD1\0\0\0\0\0\0"s}) {
+    for (const std::string& object : {"\x5F\x10"s, std::string{'\x5F'}, std::string{'\x53', 'z'},
+                                      "\x62\0z"s, "\xD1\0\0\0\0\0\0"s}) {
         EXPECT_EQ(outcomeOf(objectAlone(object)), impossibleLength);
     }
     EXPECT_EQ(outcomeOf(objectAlone("\x11\x01")), malformed);
