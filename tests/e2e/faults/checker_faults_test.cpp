@@ -205,7 +205,10 @@ TEST_F(CheckerFault, PromptThatIsKilledInTheCheckLeavesNoCheckerBeyondItsLimit) 
     startServiceProcess("answer");
     usePamModule("hang");
     const std::filesystem::path asked = directory() / "asked";
-    useProgram(": >" + asked.string() + "; exec " + reachable(IMPATIENT_CHECKER_PROGRAM));
+    const std::string request = directory() / "request";
+    // It has the whole request when it says so.
+    useProgram("cat >" + request + "; exec <" + request + "; rm " + request + "; : >" +
+               asked.string() + "; exec " + reachable(IMPATIENT_CHECKER_PROGRAM));
     startWithPassword();
     clickUpdateNow();
     ASSERT_TRUE(eventually([&] { return std::filesystem::remove(asked); }));
