@@ -192,6 +192,16 @@ TEST(TextPropertyListForm, ShortestCommentAndLongestOctalEscape) {
     EXPECT_EQ(valueOf(R"("\1017\377")"), PropertyListValue{"A7\u00FF"s});
 }
 
+TEST(TextPropertyListForm, TellsWhereItEndsTooEarly) {
+    EXPECT_EQ(outcomeOf("(a,\n"), "Property list ends too early on line 2");
+}
+
+TEST(XmlPropertyListForm, TellsWhichTagIsNotWhatItClaims) {
+    EXPECT_EQ(
+        outcomeOf("<plist>\n<integer>x</integer></plist>"),
+        "XML property list is malformed: the content of <integer> is not of its type on line 2");
+}
+
 TEST(XmlPropertyListForm, EveryTagMayBeTheFirst) {
     EXPECT_EQ(valueOf("<string>a</string>"), PropertyListValue{"a"s});
     EXPECT_EQ(valueOf("<integer>0X1F</integer>"), PropertyListValue{std::int64_t{31}});
