@@ -254,7 +254,9 @@ void PromptWindow::keyPressEvent(QKeyEvent* event) {
 }
 
 bool PromptWindow::focusNextPrevChild(bool next) {
-    if (hasFocus() && !entrance_->isOpen()) {
+    const bool isOutside = focusWidget() == nullptr || focusWidget() == this;
+    // On Wayland keys can come before the news that the window has the keyboard.
+    if (isOutside && !(isActiveWindow() && entrance_->isOpen())) {
         return true;
     }
     const bool moved =

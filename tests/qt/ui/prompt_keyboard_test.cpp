@@ -134,6 +134,26 @@ TEST_F(PromptKeyboardTest, TakesNoTabRightAfterItWasGivenTheKeyboard) {
     EXPECT_TRUE(waitUntil(tabLeadsIn));
 }
 
+TEST_F(PromptKeyboardTest, TakesNoTabThatComesBeforeTheNewsThatItHasTheKeyboard) {
+    prompt.credentials = true;
+    show();
+    const auto tabLeadsIn = [&] {
+        QTest::keyClick(&window, Qt::Key_Tab);
+        return window.focusWidget() == &find("passwordTextFiled");
+    };
+    EXPECT_FALSE(tabLeadsIn());
+    activate();
+    ASSERT_TRUE(waitUntil(tabLeadsIn));
+    window.setFocus();
+
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(waitUntil([&] { return other.isActiveWindow(); }));
+
+    EXPECT_FALSE(tabLeadsIn());
+}
+
 TEST_F(PromptKeyboardTest, TakesNoTabThatWasPressedThenHoweverLateItComes) {
     prompt.credentials = true;
     show();
