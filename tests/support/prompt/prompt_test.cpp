@@ -159,20 +159,26 @@ const AccessibilityReader& PromptTest::reader() {
 }
 
 bool PromptTest::clickControl(const std::string& role, const std::string& name) {
-    // The place of a control counts once its window has its final size.
-    std::optional<Accessible> control;
-    std::optional<WindowId> window;
+    // The place of a control counts once its window has its final size: it is to be the same before
+    // and after the pointer came to it.
+    std::optional<PixelRect> pointedAt;
     const bool resting = eventually([&] {
-        const std::optional<Accessible> before = control;
-        control = findControl(controls(), role, name);
-        window = display().screen().windowOf(prompt_);
-        return (window && before && control && before->extents == control->extents) ||
-               !process_->isRunning();
+        const std::optional<Accessible> control = findControl(controls(), role, name);
+        const std::optional<WindowId> window = display().screen().windowOf(prompt_);
+        if (!control || !window) {
+            return !process_->isRunning();
+        }
+        if (control->extents == pointedAt) {
+            return true;
+        }
+        pointedAt = control->extents;
+        display().screen().pointAt(*window, *pointedAt);
+        return false;
     });
-    if (!resting || !control || !window) {
+    if (!resting || !pointedAt) {
         return false;
     }
-    display().screen().click(*window, control->extents);
+    display().screen().click();
     return true;
 }
 
