@@ -1,6 +1,7 @@
 #include "tests/e2e/credentials/credentials_test.h"
 
 #include <regex>
+#include <thread>
 
 namespace velunor::testing {
 namespace {
@@ -147,6 +148,16 @@ void CredentialsTest::typeUserName(const std::string& name) {
 
 void CredentialsTest::type(const std::string& text) {
     display().screen().type(text);
+}
+
+bool CredentialsTest::clickButton(const std::string& title) {
+    if (logged("Update Now Clicked\n")) {
+        constexpr std::chrono::milliseconds longerThanItSettles{150};
+        // The main loop that answers has the check behind it.
+        static_cast<void>(controls());
+        std::this_thread::sleep_for(longerThanItSettles);
+    }
+    return PromptTest::clickButton(title);
 }
 
 void CredentialsTest::updateNowUntil(const std::string& text) {

@@ -71,6 +71,9 @@ class CredentialsTest : protected Desktop, public PromptTest {
     /// Asks for another user by the link where it is shown, and types the name into the field.
     void typeUserName(const std::string& name);
     void type(const std::string& text);
+    /// As every prompt's test does, but after a check not before the window takes clicks again:
+    /// what comes right after one counts as pressed during it.
+    [[nodiscard]] bool clickButton(const std::string& title);
     /// Clicks Update Now and waits until the log holds the text.
     void updateNowUntil(const std::string& logged);
     /// Clicks a button and waits for the end of the prompt.
