@@ -27,7 +27,7 @@ SUITES = {
     "agent": desktop(97, "agent_library_tests", "agent_append_tests", "agent_privilege_tests"),
     "platform": logic(90, "platform_test"),
     "platform/property_list": desktop(90, "platform_property_list_tests"),
-    "platform/posix": desktop(90, "process_tests", "real_user_tests", "credential_checker_tests"),
+    "platform/posix": desktop(90, "process_tests", "real_user_tests"),
     "platform/linux/log": desktop(90, "log_tests"),
     "platform/linux/session": desktop(90, "session_tests"),
     "platform/linux/directory": desktop(
