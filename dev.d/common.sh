@@ -32,7 +32,7 @@ readonly PACKAGES_BUILD=(
     "${PACKAGES_PROGRAM[@]}" libgtest-dev libgmock-dev librapidcheck-dev
     libx11-dev libxfixes-dev libxtst-dev)
 readonly PACKAGES_DISPLAY=(
-    dbus xvfb openbox x11-utils at-spi2-core imagemagick
+    dbus dbus-bin xvfb openbox x11-utils at-spi2-core imagemagick
     fonts-dejavu-core fonts-noto-core fonts-noto-color-emoji)
 # Letters of Chinese, Japanese and Korean, for the pictures and the test that every text fits.
 readonly PACKAGES_SHOTS=(fonts-noto-cjk)
