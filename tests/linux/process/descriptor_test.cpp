@@ -104,6 +104,15 @@ TEST(Polling, TellsWhatIsThereWhatIsNotAndWhatIsNoDescriptor) {
     EXPECT_EQ(pollUntil(number, POLLIN, soon()), EBADF);
 }
 
+TEST(Polling, MayBeOfTheNumberZero) {
+    const auto outcome = inChild([] {
+        const Pipe pipe;
+        dup2(pipe.reader.get(), STDIN_FILENO);
+        return std::to_string(pollUntil(STDIN_FILENO, POLLIN, steady_clock::now() + moment));
+    });
+    EXPECT_EQ(outcome.text, std::to_string(ETIMEDOUT));
+}
+
 TEST(Polling, GoesOnAfterASignal) {
     const auto outcome = inChild([] {
         struct sigaction action {};
@@ -122,7 +131,13 @@ TEST(Polling, GoesOnAfterASignal) {
 TEST(AboveStandardStreams, IsWhateverIsAboveAlreadyAndACopyOfWhatIsNot) {
     const auto outcome = inChild([] {
         close(STDIN_FILENO);
+        close(STDERR_FILENO);
         FileDescriptor low(open("/dev/zero", O_RDONLY | O_CLOEXEC));
+        const FileDescriptor third =
+            aboveStandardStreams(FileDescriptor(open("/dev/zero", O_RDONLY | O_CLOEXEC)));
+        if (third.get() <= STDERR_FILENO) {
+            return std::string("too low");
+        }
         const FileDescriptor high = aboveStandardStreams(std::move(low));
         const int number = high.get();
         const FileDescriptor same = aboveStandardStreams(FileDescriptor(dup(number)));
@@ -149,10 +164,12 @@ TEST(OccupiedStreams, AreReadableInputAndOutputAndAnErrorStreamForBoth) {
             modes += mode == O_RDONLY ? "r" : mode == O_RDWR ? "b" : "w";
         }
         dup2(kept, STDOUT_FILENO);
+        const int next = dup(kept);
+        close(next);
         occupyStandardStreams();
-        return modes;
+        return modes + (dup(kept) == next ? ", no more" : ", and more");
     });
-    EXPECT_EQ(outcome.text, "rrb");
+    EXPECT_EQ(outcome.text, "rrb, no more");
 }
 
 class LocalSocket : public ::testing::Test {
@@ -189,6 +206,13 @@ TEST_F(LocalSocket, TellsWhyThereIsNoConnection) {
     EXPECT_EQ(connectTo(path()), ECONNREFUSED);
     EXPECT_EQ(connectTo(""), EINVAL);
     EXPECT_EQ(connectTo(path() + std::string("\0x", 2)), EINVAL);
+}
+
+TEST_F(LocalSocket, DeadlineMayBeAnyTimeAhead) {
+    const FileDescriptor listener = listenAt(path(), 4);
+    for (const milliseconds ahead : {milliseconds{500}, milliseconds{1500}, milliseconds{60'000}}) {
+        EXPECT_EQ(connectTo(path(), steady_clock::now() + ahead), 0);
+    }
 }
 
 TEST_F(LocalSocket, PathIsAsLongAsAnAddressAllows) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -71,8 +72,6 @@ TEST(Spawn, SignalsThatTheCallerHasIgnoredOnPurposeStayIgnored) {
 }
 
 TEST(Spawn, EmptyStreamsHaveNothingAndTheCallersAreItsOwn) {
-    EXPECT_EQ(statusOf("read line", {}), 1);
-    EXPECT_EQ(statusOf("echo text && [ \"$(readlink /proc/$$/fd/1)\" = /dev/null ]", {}), 0);
     const auto outcome = inChild([] {
         const int null = open("/dev/zero", O_RDWR | O_CLOEXEC);
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -82,9 +81,43 @@ TEST(Spawn, EmptyStreamsHaveNothingAndTheCallersAreItsOwn) {
             "for number in 0 1 2; do "
             "[ \"$(readlink /proc/$$/fd/$number)\" = /dev/zero ] || exit 1; done",
             {.input = callersStream, .output = callersStream, .error = callersStream});
-        return std::to_string(status);
+        const int emptyStatus = statusOf(
+            "for number in 0 1 2; do "
+            "[ \"$(readlink /proc/$$/fd/$number)\" = /dev/null ] || exit 2; done; read line",
+            {});
+        return std::to_string(status) + std::to_string(emptyStatus);
     });
-    EXPECT_EQ(outcome.text, "0");
+    // Nothing can be read.
+    EXPECT_EQ(outcome.text, "01");
+}
+
+TEST(Spawn, EndIsWaitedForThroughSignals) {
+    const auto outcome = inChild([] {
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        sigaction(SIGALRM, &action, nullptr);
+        ualarm(20'000, 0);
+        return std::to_string(shell("sleep 0.2; exit 3").terminationStatus);
+    });
+    EXPECT_EQ(outcome.text, "3");
+}
+
+TEST(Spawn, OutputOfOneByteIsKept) {
+    EXPECT_EQ(shell("printf x").output, "x");
+}
+
+TEST(RoomForMore, IsThereUntilALimitIsMetAndGivenBack) {
+    const auto outcome = inChild([] {
+        const int lowest = dup(STDIN_FILENO);
+        close(lowest);
+        const rlimit limit{static_cast<rlim_t>(lowest) + 5, static_cast<rlim_t>(lowest) + 5};
+        setrlimit(RLIMIT_NOFILE, &limit);
+        std::string text = std::to_string(lackOf({.descriptors = 5, .threads = 3}));
+        text += "," + std::to_string(lackOf({.descriptors = 6, .threads = 0}));
+        const bool isBack = dup(STDIN_FILENO) == lowest;
+        return text + (isBack ? ",back" : ",kept");
+    });
+    EXPECT_EQ(outcome.text, "0," + std::to_string(EMFILE) + ",back");
 }
 
 TEST(Spawn, LeadsAGroupOfItsOwnOnlyWhereItIsTold) {

@@ -97,6 +97,17 @@ TEST_F(Trust, LinkIsFollowedThroughTrustedDirectoriesOnly) {
     EXPECT_EQ(distrust(file("other/env")), EPERM);
 }
 
+TEST_F(Trust, FortyLinksAreFollowedAndNoMore) {
+    std::string target = file("one/two/program");
+    for (int link = 1; link <= 41; ++link) {
+        const std::string name = file("link" + std::to_string(link));
+        std::filesystem::create_symlink(target, name);
+        target = name;
+    }
+    EXPECT_EQ(distrust(file("link40")), 0);
+    EXPECT_EQ(distrust(file("link41")), ELOOP);
+}
+
 TEST_F(Trust, LinkThatLeadsToItself) {
     std::filesystem::create_symlink("loop", file("loop"));
     EXPECT_EQ(distrust(file("loop")), ELOOP);
