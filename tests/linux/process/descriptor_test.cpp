@@ -22,6 +22,36 @@
 #include "tests/support/forked_copy.h"
 #include "tests/support/temporary_directory.h"
 
+namespace {
+
+/// How many of the next writes are interrupted, and how many take nothing then.
+int interruptions = 0;
+int emptyWrites = 0;
+
+}  // namespace
+
+// NOLINTBEGIN(bugprone-reserved-identifier): the names that the linker gives.
+extern "C" {
+
+ssize_t __real_write(int descriptor, const void* bytes, std::size_t count);
+
+ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t count) {
+    if (interruptions > 0) {
+        --interruptions;
+        errno = EINTR;
+        return -1;
+    }
+    if (emptyWrites > 0) {
+        --emptyWrites;
+        errno = EINTR;
+        return 0;
+    }
+    return __real_write(descriptor, bytes, count);
+}
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
+
 namespace velunor::testing {
 namespace {
 
@@ -85,6 +115,15 @@ TEST(Writing, GivesTheErrorOfAWriteThatFails) {
     EXPECT_EQ(writeWhole(pipe.writer.get(), std::string(1'000'000, 'x')), EAGAIN);
     EXPECT_EQ(writeWhole(pipe.reader.get(), "text"), EBADF);
     EXPECT_EQ(writeWhole(pipe.reader.get(), ""), 0);
+}
+
+TEST(Writing, GoesOnAfterASignalAndEndsWhereNothingIsTaken) {
+    const Pipe pipe;
+    interruptions = 2;
+    EXPECT_EQ(writeWhole(pipe.writer.get(), "text"), 0);
+    emptyWrites = 1;
+    EXPECT_EQ(writeWhole(pipe.writer.get(), "text"), EIO);
+    EXPECT_EQ(emptyWrites, 0);
 }
 
 TEST(Polling, TellsWhatIsThereWhatIsNotAndWhatIsNoDescriptor) {

@@ -126,6 +126,19 @@ TEST(Spawn, LeadsAGroupOfItsOwnOnlyWhereItIsTold) {
     EXPECT_EQ(statusOf(leads, {}, ProcessGroup::callers), 1);
 }
 
+TEST(RoomForMore, IsNotThereForThreadsBeyondTheUsersLimit) {
+    const auto outcome = inChild([]() -> std::string {
+        constexpr uid_t nobody = 65534;
+        if (geteuid() == 0 && setresuid(nobody, nobody, nobody) != 0) {
+            return "not that user";
+        }
+        const rlimit none{0, 0};
+        setrlimit(RLIMIT_NPROC, &none);
+        return std::to_string(lackOf({})) + "," + std::to_string(lackOf({.threads = 1}));
+    });
+    EXPECT_EQ(outcome.text, "0," + std::to_string(EAGAIN));
+}
+
 /// What `look` sees on a machine with these accounts and groups.
 std::string onMachineWith(const std::string& accounts, const std::string& groups,
                           const std::function<std::string()>& look) {

@@ -119,6 +119,9 @@ TEST_F(Trust, EnvStartsNoProgramInADirectoryThatOthersMayChange) {
     setMode("one", everybodys);
     const auto result = LinuxChildProcess().run("/usr/bin/env", std::array{program});
     EXPECT_NE(result.terminationStatus, 0);
+    // To other programs it is an argument like any other.
+    EXPECT_EQ(LinuxChildProcess().run("/bin/cat", std::array{program}).output,
+              "#!/bin/sh\necho started\n");
     EXPECT_EQ(result.output,
               "Somebody else may change the program or a directory that leads to it\n");
 }
