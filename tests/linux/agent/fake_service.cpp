@@ -66,7 +66,7 @@ int handle(sd_bus_message* message, void* self, sd_bus_error* error) {
         return sd_bus_error_set(error, SD_BUS_ERROR_FAILED, "no wish to answer");
     }
     if (service.mode == "refuse-mutely") {
-        const sd_bus_error mute = SD_BUS_ERROR_MAKE_CONST(SD_BUS_ERROR_FAILED, nullptr);
+        const sd_bus_error mute{SD_BUS_ERROR_FAILED, nullptr, 0};
         return sd_bus_reply_method_error(message, &mute);
     }
     if (service.mode == "number") {
