@@ -128,7 +128,11 @@ class HeardByAScreenReader : public CredentialsTest {
         hear("Alt+Tab", [this] {
             const std::optional<WindowId> prompt = display().screen().windowOf(process().id());
             ASSERT_TRUE(prompt);
-            display().screen().activate(*prompt);
+            // A new window does not let itself be activated at once.
+            ASSERT_TRUE(eventually([&] {
+                display().screen().activate(*prompt);
+                return display().screen().activeWindow() == *prompt;
+            }));
         });
     }
 
