@@ -32,6 +32,10 @@ void* operator new(std::size_t size) {
     return storage;
 }
 
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return operator new(size);
+}
+
 void operator delete(void* storage) noexcept {
     if (storage != nullptr && storage == watched) {
         watched = nullptr;
