@@ -82,8 +82,9 @@ class PromptWindow final : public QWidget {
     void comeBack();
     /// Lays the window out anew whenever the screens, their panels or the window's frame change.
     void followDesktop();
-    /// Asks for one new layout, once the events of now are done with.
+    /// Asks for one new layout, once the events of now are done with and no button is held.
     void scheduleRelayout();
+    [[nodiscard]] bool isPressed() const;
     /// Takes the size that the texts need, at most what the usable area allows, and that place.
     void relayout();
     void takeSize();

@@ -1,8 +1,10 @@
+#include <QAbstractButton>
 #include <QApplication>
 #include <QBoxLayout>
 #include <QScreen>
 #include <QScrollArea>
 #include <algorithm>
+#include <chrono>
 
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/appearance.h"
@@ -25,6 +27,8 @@ constexpr double lowerShare = 0.7;
 constexpr double timerShare = 0.5;
 /// Distance between the texts that scroll and the countdown.
 constexpr int scrollGap = 12;
+/// Until a layout that waits for a held button is tried again.
+constexpr std::chrono::milliseconds untilReleased{20};
 
 /// Width that the controls of `row` ask for side by side.
 int rowWidth(const QBoxLayout& row) {
@@ -80,8 +84,21 @@ void PromptWindow::followDesktop() {
     afterPictureTimer_.setSingleShot(true);
     connect(&afterPictureTimer_, &QTimer::timeout, this, &PromptWindow::afterFirstPicture);
     relayoutTimer_.setSingleShot(true);
-    connect(&relayoutTimer_, &QTimer::timeout, this, &PromptWindow::relayout);
+    connect(&relayoutTimer_, &QTimer::timeout, this, [this] {
+        // A button that moved away from under the pointer would lose the click.
+        if (isPressed()) {
+            relayoutTimer_.start(untilReleased);
+        } else {
+            relayout();
+        }
+    });
     qApp->installEventFilter(this);
+}
+
+bool PromptWindow::isPressed() const {
+    return std::ranges::any_of(findChildren<QAbstractButton*>(), [](const QAbstractButton* button) {
+        return button->isVisible() && button->isDown();
+    });
 }
 
 void PromptWindow::scheduleRelayout() {

@@ -1,5 +1,6 @@
 #include "ui/prompt_window.h"
 
+#include <QMouseEvent>
 #include <QTimer>
 #include <QWindow>
 #include <set>
@@ -149,6 +150,36 @@ TEST_F(PromptWindowTest, IsPlacedAgainWhenItsHeightChanges) {
     window.view().outlets.messageLabel->setStringValue("one\ntwo\nthree\nfour\nfive\nsix");
 
     EXPECT_TRUE(waitUntil([&] { return placements > before; }));
+}
+
+TEST_F(PromptWindowTest, StaysUnderAButtonThatIsHeld) {
+    prompt.credentials = true;
+    show();
+    auto& button = find<TextButton>("updateNowButton");
+    int clicks = 0;
+    QObject::connect(&button, &TextButton::clicked, [&] { ++clicks; });
+    const int height = window.height();
+    const QPoint pressedAt = button.mapTo(&window, button.rect().center());
+    const auto post = [&](QEvent::Type type, Qt::MouseButtons held) {
+        QMouseEvent event(type, button.mapFrom(&window, pressedAt), window.mapToGlobal(pressedAt),
+                          Qt::LeftButton, held, Qt::NoModifier);
+        QCoreApplication::sendEvent(&button, &event);
+    };
+
+    // What is pressed ends the editing of a name, which shows the notice.
+    post(QEvent::MouseButtonPress, Qt::LeftButton);
+    prompt.notice = true;
+    prompt.fill(window);
+    int turns = 0;
+    QTimer turn;
+    QObject::connect(&turn, &QTimer::timeout, [&] { ++turns; });
+    turn.start(5);
+    ASSERT_TRUE(waitUntil([&] { return turns >= 20; }));
+    EXPECT_EQ(window.height(), height);
+
+    post(QEvent::MouseButtonRelease, Qt::NoButton);
+    EXPECT_EQ(clicks, 1);
+    EXPECT_TRUE(waitUntil([&] { return window.height() > height; }));
 }
 
 TEST_F(PromptWindowTest, IsQuietOnceItIsPlaced) {
