@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/desktops/notifications.h"
+#include "tests/support/desktop/notification_service.h"
 #include "tests/support/desktop/picture.h"
 #include "tests/support/prompt/prompt_test.h"
 
@@ -34,13 +34,13 @@ class Session final : public PromptTest {
     /// Whether a program, started with the session's variables, ends with the status 0.
     [[nodiscard]] bool succeeds(const std::vector<std::string>& command);
 
-    [[nodiscard]] Notifications& notifications() { return notifications_; }
+    [[nodiscard]] NotificationService& notifications() { return notifications_; }
 
   private:
     void TestBody() override {}
 
     /// Before the desktop's own takes the name.
-    Notifications notifications_;
+    NotificationService notifications_;
 };
 
 /// Another program's window in the session.

@@ -214,12 +214,12 @@ Finding Trial::everyWorkspace() {
 }
 
 Finding Trial::fullScreen() {
-    const unsigned before = session_.notifications().count();
+    const std::size_t before = session_.notifications().shown().size();
     Finding finding;
     {
         OtherWindow film(session_, "film", fullScreenColour, {"full"});
         static_cast<void>(film.clickInto());
-        const auto told = [&] { return session_.notifications().count() > before; };
+        const auto told = [&] { return session_.notifications().shown().size() > before; };
         // What is above is so at once, or comes up again in a moment.
         if (isSeen()) {
             finding = {true, "above it"};

@@ -29,6 +29,13 @@ using std::chrono::seconds;
 
 constexpr std::size_t many = 8;
 
+/// Settings of a client that waits less than many silent connections do, one after the other.
+CredentialCheckerSettings impatientSettings() {
+    CredentialCheckerSettings settings = CheckerServiceRunner::settings();
+    settings.timeout = seconds{5};
+    return settings;
+}
+
 /// What a connection gets that says nothing: how many bytes, and when it is over.
 ssize_t answerOfASilentConnection() {
     const FileDescriptor connection = CheckerServiceRunner::connection();
@@ -56,7 +63,7 @@ TEST(CheckerServiceLimits, SilentConnectionsOfTheSameUserDoNotHinderACheck) {
                                    for (FileDescriptor& connection : silent) {
                                        connection = CheckerServiceRunner::connection();
                                    }
-                                   return checked(CheckerServiceRunner::settings());
+                                   return checked(impatientSettings());
                                }),
               "accepted");
 }
@@ -97,7 +104,7 @@ TEST(CheckerServiceLimits, ChurningConnectionsOfTheSameUserDoNotHinderChecks) {
                              }
                              std::string answers;
                              for (int check = 0; check < 3; ++check) {
-                                 answers += checked(CheckerServiceRunner::settings()) + ",";
+                                 answers += checked(impatientSettings()) + ",";
                              }
                              return answers;
                          }),
