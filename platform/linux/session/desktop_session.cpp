@@ -25,14 +25,14 @@ std::string said(int (*ask)(const char*, char**), const std::string& session) {
 Expected<DesktopSession, NoDesktop> desktopAmong(const std::vector<std::string>& sessions) {
     NoDesktop reason = NoDesktop::nobodyThere;
     for (const std::string& session : sessions) {
-        uid_t user = 0;
-        if (!isOpen({session, user}) || said(sd_session_get_class, session) != "user" ||
-            sd_session_get_uid(session.c_str(), &user) < 0) {
+        DesktopSession desktop{.identifier = session};
+        if (!isOpen(desktop) || said(sd_session_get_class, session) != "user" ||
+            sd_session_get_uid(session.c_str(), &desktop.user) < 0) {
             continue;
         }
         const std::string type = said(sd_session_get_type, session);
         if (type == "x11" || type == "wayland" || type == "mir") {
-            return DesktopSession{session, user};
+            return desktop;
         }
         reason = NoDesktop::notGraphical;
     }
@@ -43,7 +43,7 @@ Expected<DesktopSession, NoDesktop> desktopAmong(const std::vector<std::string>&
 
 Expected<DesktopSession, NoDesktop> desktopAtSeat() {
     char* session = nullptr;
-    const bool isTaken = sd_seat_get_active("seat0", &session, nullptr) >= 0 && session != nullptr;
+    const bool isTaken = sd_seat_get_active("seat0", &session, nullptr) >= 0;
     const Text owner(session);
     return desktopAmong(isTaken ? std::vector<std::string>{session} : std::vector<std::string>());
 }

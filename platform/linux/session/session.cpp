@@ -18,19 +18,22 @@ namespace {
 /// The login manager's lock; it lasts as long as the descriptor is open.
 FileDescriptor loginManagerLock(const std::string& reason) {
     const BusHandle bus = openBus(sd_bus_open_system);
+    if (!bus) {
+        return FileDescriptor();
+    }
+    // There is a reply where the call succeeds alone.
     sd_bus_message* reply = nullptr;
-    if (!bus ||
-        sd_bus_call_method(bus.get(), "org.freedesktop.login1", "/org/freedesktop/login1",
-                           "org.freedesktop.login1.Manager", "Inhibit", nullptr, &reply, "ssss",
-                           "idle", "VelunorOSUpdate", reason.c_str(), "block") < 0) {
-        return FileDescriptor();
-    }
+    sd_bus_call_method(bus.get(), "org.freedesktop.login1", "/org/freedesktop/login1",
+                       "org.freedesktop.login1.Manager", "Inhibit", nullptr, &reply, "ssss", "idle",
+                       "VelunorOSUpdate", reason.c_str(), "block");
     const BusMessageHandle owner(reply);
-    int descriptor = -1;
-    if (sd_bus_message_read(reply, "h", &descriptor) < 0) {
+    if (!owner) {
         return FileDescriptor();
     }
-    // The message closes its own descriptor with itself.
+    // It stays so where the reply holds no descriptor.
+    int descriptor = -1;
+    sd_bus_message_read(reply, "h", &descriptor);
+    // The message closes its own with itself.
     return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, 3));
 }
 
@@ -38,15 +41,16 @@ FileDescriptor loginManagerLock(const std::string& reason) {
 BusHandle portalLock(const std::string& reason) {
     constexpr std::uint32_t idle = 8;
     BusHandle bus = openBus(sd_bus_open_user);
-    sd_bus_message* reply = nullptr;
-    if (!bus || sd_bus_call_method(bus.get(), "org.freedesktop.portal.Desktop",
-                                   "/org/freedesktop/portal/desktop",
-                                   "org.freedesktop.portal.Inhibit", "Inhibit", nullptr, &reply,
-                                   "sua{sv}", "", idle, 1, "reason", "s", reason.c_str()) < 0) {
+    if (!bus) {
         return nullptr;
     }
+    sd_bus_message* reply = nullptr;
+    sd_bus_call_method(bus.get(), "org.freedesktop.portal.Desktop",
+                       "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Inhibit",
+                       "Inhibit", nullptr, &reply, "sua{sv}", "", idle, 1, "reason", "s",
+                       reason.c_str());
     const BusMessageHandle owner(reply);
-    return bus;
+    return owner ? std::move(bus) : nullptr;
 }
 
 }  // namespace

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <mutex>
 #include <string>
@@ -9,6 +13,7 @@
 #include "platform/linux/session/session.h"
 #include "tests/support/bus_service.h"
 #include "tests/support/doubles/recording_log.h"
+#include "tests/support/forked_copy.h"
 #include "tests/support/login_manager.h"
 #include "tests/support/wait.h"
 
@@ -35,17 +40,25 @@ class Portal {
         const std::lock_guard guard(mutex_);
         return callers_;
     }
-    std::uint32_t flags() {
+    /// What was asked for: window, flags, and the only option with its value, with bars between.
+    std::vector<std::string> requests() {
         const std::lock_guard guard(mutex_);
-        return flags_;
+        return requests_;
     }
 
   private:
     static int inhibit(sd_bus_message* message, void* owner, sd_bus_error* /*error*/) {
         const char* window = nullptr;
+        std::uint32_t flags = 0;
+        const char* option = nullptr;
+        const char* value = nullptr;
+        if (sd_bus_message_read(message, "sua{sv}", &window, &flags, 1, &option, "s", &value) < 0) {
+            return -EINVAL;
+        }
         auto& self = *static_cast<Portal*>(owner);
         const std::lock_guard guard(self.mutex_);
-        sd_bus_message_read(message, "su", &window, &self.flags_);
+        self.requests_.push_back(std::string(window) + "|" + std::to_string(flags) + "|" + option +
+                                 "|" + value);
         self.callers_.emplace_back(sd_bus_message_get_sender(message));
         return sd_bus_reply_method_return(message, "o", "/org/freedesktop/portal/request/1");
     }
@@ -55,7 +68,7 @@ class Portal {
 
     std::mutex mutex_;
     std::vector<std::string> callers_;
-    std::uint32_t flags_ = 0;
+    std::vector<std::string> requests_;
     BusService service_;
 };
 
@@ -77,6 +90,27 @@ class RefusingService {
                                                         sd_bus_vtable SD_BUS_VTABLE_END};
     BusService service_;
 };
+
+/// A login manager that answers with a text where a lock is expected.
+class WordyLoginManager {
+  public:
+    explicit WordyLoginManager(const PrivateBus& bus)
+        : service_(bus, loginManagerPlace, table.data(), nullptr, [] {}) {}
+
+  private:
+    static int inhibit(sd_bus_message* message, void* /*owner*/, sd_bus_error* /*error*/) {
+        return sd_bus_reply_method_return(message, "s", "granted");
+    }
+
+    static const std::array<sd_bus_vtable, 3> table;
+    BusService service_;
+};
+
+const std::array<sd_bus_vtable, 3> WordyLoginManager::table{
+    sd_bus_vtable SD_BUS_VTABLE_START(0),
+    sd_bus_vtable SD_BUS_METHOD("Inhibit", "ssss", "s", WordyLoginManager::inhibit,
+                                SD_BUS_VTABLE_UNPRIVILEGED),
+    sd_bus_vtable SD_BUS_VTABLE_END};
 
 class ProcessActivityTest : public ::testing::Test {
   protected:
@@ -152,8 +186,8 @@ TEST_F(ProcessActivityTest, AsksThePortalWhereThereIsNoLoginManager) {
     LinuxProcessActivity activity(log);
     const auto token = activity.beginUserInitiated("Timer Enabled");
     ASSERT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
-    constexpr std::uint32_t idle = 8;
-    EXPECT_EQ(portal.flags(), idle);
+    // Without a window of its own; 8 stands for idling.
+    EXPECT_EQ(portal.requests(), std::vector<std::string>{"|8|reason|Timer Enabled"});
     const std::string caller = portal.callers().front();
     EXPECT_TRUE(sessionBus.hasName(caller));
     activity.end(token);
@@ -177,6 +211,27 @@ TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagerRefuses) {
     activity.beginUserInitiated("Timer Enabled");
     EXPECT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
     EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagersAnswerHoldsNoLock) {
+    const WordyLoginManager loginManager(systemBus);
+    Portal portal(sessionBus);
+    LinuxProcessActivity activity(log);
+    activity.beginUserInitiated("Timer Enabled");
+    EXPECT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(ProcessActivityTest, PortalIsLeftAloneWhereTheLoginManagerGrantsTheLock) {
+    LoginManager loginManager(systemBus);
+    Portal portal(sessionBus);
+    LinuxProcessActivity activity(log);
+    const auto token = activity.beginUserInitiated("Timer Enabled");
+    ASSERT_TRUE(eventually([&] { return loginManager.heldLocks() == 1; }));
+    activity.end(token);
+    // The lock goes with its thread, which would have asked before.
+    ASSERT_TRUE(eventually([&] { return loginManager.heldLocks() == 0; }));
+    EXPECT_TRUE(portal.callers().empty());
 }
 
 TEST_F(ProcessActivityTest, RefusalsOfBothAreOneLogLine) {
@@ -203,6 +258,22 @@ TEST_F(ProcessActivityTest, MissingBusesAreOneLogLine) {
     activity.beginUserInitiated("Timer Enabled");
     ASSERT_TRUE(eventually([&] { return !log.lines().empty(); }));
     EXPECT_EQ(log.lines(), std::vector<std::string>{"No idle inhibitor available"});
+}
+
+TEST(ProcessActivityWithoutThreads, IsOneLogLine) {
+    const auto outcome = testing::inChild([]() -> std::string {
+        constexpr uid_t nobody = 65534;
+        const rlimit none{0, 0};
+        if ((geteuid() == 0 && setresuid(nobody, nobody, nobody) != 0) ||
+            setrlimit(RLIMIT_NPROC, &none) != 0) {
+            return "not that user";
+        }
+        RecordingLog log;
+        LinuxProcessActivity activity(log);
+        activity.end(activity.beginUserInitiated("Timer Enabled"));
+        return log.lines().size() == 1 ? log.lines().front() : "another number of lines";
+    });
+    EXPECT_EQ(outcome.text, "No idle inhibitor available");
 }
 
 }  // namespace
