@@ -38,7 +38,7 @@ FileDescriptor newOutput() {
 
 std::int32_t waitFor(pid_t child) {
     int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
+    while (waitpid(child, &status, 0) != child) {
         if (errno != EINTR) {
             return cannotRun;
         }
@@ -49,20 +49,22 @@ std::int32_t waitFor(pid_t child) {
 std::string wholeContent(int file) {
     std::string content;
     std::array<char, 4096> block{};
-    ssize_t count = 0;
-    while ((count = pread(file, block.data(), block.size(), static_cast<off_t>(content.size()))) >
-           0) {
+    while (true) {
+        const ssize_t count =
+            pread(file, block.data(), block.size(), static_cast<off_t>(content.size()));
+        if (count <= 0) {
+            return content;
+        }
         content.append(block.data(), static_cast<std::size_t>(count));
     }
-    return content;
 }
 
 void setStreams(posix_spawn_file_actions_t& actions, const StandardStreams& streams) {
     const auto set = [&](int standard, int stream, int mode) {
-        if (stream >= 0) {
-            posix_spawn_file_actions_adddup2(&actions, stream, standard);
-        } else if (stream == emptyStream) {
+        if (stream == emptyStream) {
             posix_spawn_file_actions_addopen(&actions, standard, "/dev/null", mode, 0);
+        } else if (stream != callersStream) {
+            posix_spawn_file_actions_adddup2(&actions, stream, standard);
         }
     };
     set(STDIN_FILENO, streams.input, O_RDONLY);
@@ -84,7 +86,7 @@ void setSignalsAndGroup(posix_spawnattr_t& attributes, ProcessGroup group) {
     posix_spawnattr_setsigdefault(&attributes, &all);
     int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
     if (group == ProcessGroup::own) {
-        posix_spawnattr_setpgroup(&attributes, 0);
+        // Its number stays 0 in the attributes, which stands for the process itself.
         flags |= POSIX_SPAWN_SETPGROUP;
     }
     posix_spawnattr_setflags(&attributes, static_cast<short>(flags));

@@ -10,10 +10,12 @@
 #include <vector>
 
 #include "platform/posix/password_database.h"
+#include "platform/posix/process.h"
 
 namespace {
 
-/// What the source answers: an error, or an account of this name that takes so much room.
+/// What the source answers about a name: an error, or an account of this name that takes so much
+/// room; about a number, an account without a name.
 struct Source {
     bool isAsked = false;
     int error = 0;
@@ -51,6 +53,17 @@ int __wrap_getpwnam_r(const char* name, passwd* record, char* buffer, std::size_
     return 0;
 }
 
+int __real_getpwuid_r(uid_t user, passwd* record, char* buffer, std::size_t size, passwd** found);
+
+int __wrap_getpwuid_r(uid_t user, passwd* record, char* buffer, std::size_t size, passwd** found) {
+    if (!source.isAsked) {
+        return __real_getpwuid_r(user, record, buffer, size, found);
+    }
+    *record = {};
+    *found = record;
+    return 0;
+}
+
 }  // extern "C"
 // NOLINTEND(bugprone-reserved-identifier)
 
@@ -84,6 +97,13 @@ TEST_F(AccountSource, AccountOfAnotherSpellingIsFoundButIsNotTheOneOfThatName) {
     EXPECT_EQ(accountFoundAs("Alice").account->name, "alice");
     EXPECT_FALSE(localAccountNamed("Alice").account);
     EXPECT_TRUE(localAccountNamed("alice").account);
+}
+
+TEST_F(AccountSource, AccountWithoutANameHasNone) {
+    const auto entry = passwordEntryOf(4001);
+    ASSERT_TRUE(entry);
+    EXPECT_FALSE(entry->name);
+    EXPECT_EQ(LinuxProcessInfo().userName(), "");
 }
 
 TEST_F(AccountSource, IsOfferedTwiceTheRoomUpToSixteenMebibytes) {

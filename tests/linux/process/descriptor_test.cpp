@@ -27,6 +27,8 @@ namespace {
 /// How many of the next writes are interrupted, and how many take nothing then.
 int interruptions = 0;
 int emptyWrites = 0;
+/// What closing leaves in errno, where it leaves something.
+int errorOfClosing = 0;
 
 }  // namespace
 
@@ -47,6 +49,17 @@ ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t count) {
         return 0;
     }
     return __real_write(descriptor, bytes, count);
+}
+
+int __real_close(int descriptor);
+
+int __wrap_close(int descriptor) {
+    const int result = __real_close(descriptor);
+    if (errorOfClosing == 0) {
+        return result;
+    }
+    errno = errorOfClosing;
+    return -1;
 }
 
 }  // extern "C"
@@ -245,6 +258,13 @@ TEST_F(LocalSocket, TellsWhyThereIsNoConnection) {
     EXPECT_EQ(connectTo(path()), ECONNREFUSED);
     EXPECT_EQ(connectTo(""), EINVAL);
     EXPECT_EQ(connectTo(path() + std::string("\0x", 2)), EINVAL);
+}
+
+TEST_F(LocalSocket, ReasonIsNotLostWhereClosingFailsToo) {
+    errorOfClosing = EIO;
+    const int reason = connectTo(path());
+    errorOfClosing = 0;
+    EXPECT_EQ(reason, ENOENT);
 }
 
 TEST_F(LocalSocket, DeadlineMayBeAnyTimeAhead) {

@@ -2,6 +2,7 @@
 // has them.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,6 +28,22 @@ TEST(RealUser, IsTheOneThatIsNamed) {
         return isBoth ? LinuxProcessInfo().userName() : "not that user";
     });
     EXPECT_EQ(outcome.text, "realuser");
+}
+
+TEST(RealUser, HasRoomForThreadsUpToTheLimitOfTheirs) {
+    constexpr uid_t user = 4005;
+    const ChildOutcome outcome = inChild([]() -> std::string {
+        // Of tasks: this process is one.
+        const rlimit limit{16, 16};
+        if (setrlimit(RLIMIT_NPROC, &limit) != 0 || setresuid(user, user, user) != 0) {
+            return "not that user";
+        }
+        // All have to be there at the same time.
+        return std::to_string(lackOf({.threads = 10})) + "," +
+               std::to_string(lackOf({.threads = 200})) + "," +
+               std::to_string(lackOf({.threads = 10}));
+    });
+    EXPECT_EQ(outcome.text, "0," + std::to_string(EAGAIN) + ",0");
 }
 
 TEST(OtherUser, IsNotTrustedWithAProgramOrADirectoryOrALink) {

@@ -71,6 +71,21 @@ TEST(Spawn, SignalsThatTheCallerHasIgnoredOnPurposeStayIgnored) {
     }
 }
 
+TEST(Spawn, EveryOtherSignalHasItsDefaultAgain) {
+    const auto outcome = inChild([] {
+        for (int number = 1; number <= SIGRTMAX; ++number) {
+            static_cast<void>(std::signal(number, SIG_IGN));
+        }
+        // One that has ended could not be waited for.
+        static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
+        // A shell would change some by itself.
+        const std::vector<std::string> line{"-oP", "^SigIgn:\\s*\\K.*", "/proc/self/status"};
+        return LinuxChildProcess().run("/bin/grep", line).output;
+    });
+    // A bit a signal: the first three, and two that the C library keeps for itself.
+    EXPECT_EQ(std::stoull(outcome.text, nullptr, 16) & ~0x180000000ULL, 7U);
+}
+
 TEST(Spawn, EmptyStreamsHaveNothingAndTheCallersAreItsOwn) {
     const auto outcome = inChild([] {
         const int null = open("/dev/zero", O_RDWR | O_CLOEXEC);
@@ -96,7 +111,8 @@ TEST(Spawn, EndIsWaitedForThroughSignals) {
         struct sigaction action {};
         action.sa_handler = [](int) {};
         sigaction(SIGALRM, &action, nullptr);
-        ualarm(20'000, 0);
+        // Again and again, so that one comes in the wait however slow the start is.
+        ualarm(20'000, 20'000);
         return std::to_string(shell("sleep 0.2; exit 3").terminationStatus);
     });
     EXPECT_EQ(outcome.text, "3");
@@ -119,10 +135,14 @@ TEST(RoomForMore, IsThereUntilALimitIsMetAndGivenBack) {
         setrlimit(RLIMIT_NOFILE, &limit);
         std::string text = std::to_string(lackOf({.descriptors = 5, .threads = 3}));
         text += "," + std::to_string(lackOf({.descriptors = 6, .threads = 0}));
+        const rlimit none{0, end};
+        setrlimit(RLIMIT_NOFILE, &none);
+        text += "," + std::to_string(lackOf({}));
+        setrlimit(RLIMIT_NOFILE, &limit);
         const bool isBack = dup(STDIN_FILENO) == lowest;
         return text + (isBack ? ",back" : ",kept");
     });
-    EXPECT_EQ(outcome.text, "0," + std::to_string(EMFILE) + ",back");
+    EXPECT_EQ(outcome.text, "0," + std::to_string(EMFILE) + ",0,back");
 }
 
 TEST(Spawn, LeadsAGroupOfItsOwnOnlyWhereItIsTold) {

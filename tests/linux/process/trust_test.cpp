@@ -12,6 +12,7 @@
 #include <string>
 
 #include "platform/posix/process.h"
+#include "tests/support/forked_copy.h"
 #include "tests/support/temporary_directory.h"
 
 namespace velunor {
@@ -54,6 +55,19 @@ TEST_F(Trust, ProgramOfTheSystem) {
 TEST_F(Trust, NothingThere) {
     EXPECT_EQ(distrust(file("one/three/program")), ENOENT);
     EXPECT_EQ(distrust(""), EPERM);
+}
+
+TEST_F(Trust, RootDirectoryIsNotJudged) {
+    setMode("one", everybodys);
+    const auto outcome = testing::inChild([&]() -> std::string {
+        testing::enterPrivateNamespace();
+        if (chroot(file("one").c_str()) != 0) {
+            return "the same root directory";
+        }
+        return std::to_string(distrust("/two/program")) + "," +
+               std::to_string(distrust("/../two/program"));
+    });
+    EXPECT_EQ(outcome.text, "0,0");
 }
 
 TEST_F(Trust, NoRegularFile) {
