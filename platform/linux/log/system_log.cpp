@@ -43,9 +43,10 @@ std::string recordHead() {
     return {head.data(), static_cast<std::size_t>(length)};
 }
 
+/// Whether writing does not wait: there is room, or it fails at once.
 bool isReadyForWriting(int descriptor) {
     pollfd ready{descriptor, POLLOUT, 0};
-    return poll(&ready, 1, 0) == 1 && (ready.revents & POLLOUT) != 0;
+    return poll(&ready, 1, 0) == 1;
 }
 
 /// A log that cannot be written has nowhere else to say so.
@@ -73,15 +74,17 @@ void writeToStandardError(std::string_view record) {
         tryToWrite(pipe.get(), record);
     } else if (isReadyForWriting(STDERR_FILENO)) {
         // Another user's pipe cannot be opened; up to this size it takes a record without waiting.
-        tryToWrite(STDERR_FILENO, isPipe ? record.substr(0, PIPE_BUF) : record);
+        const bool isCut = isPipe && record.size() > PIPE_BUF;
+        tryToWrite(STDERR_FILENO,
+                   isCut ? std::string(record.substr(0, PIPE_BUF - 1)) + '\n' : record);
     }
 }
 
 /// Whether somebody listens on the socket, and has room for a record now: the calls that send one
 /// would wait.
 struct Listener {
-    bool present = false;
-    bool hasRoom = false;
+    bool present;
+    bool hasRoom;
 };
 
 Listener listenerAt(const char* path) {

@@ -18,28 +18,18 @@
 #include <thread>
 #include <vector>
 
+#include "tests/linux/log/error_pipe.h"
 #include "tests/support/forked_copy.h"
 
 namespace velunor {
 namespace {
 
 using testing::enterPrivateNamespace;
-using ::testing::HasSubstr;
+using testing::ErrorPipe;
 using testing::inChild;
+using testing::lineForm;
 using testing::mountEmptyOver;
-
-constexpr const char* lineForm =
-    R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} VelunorOSUpdate\[(\d+)\] ([^\n]*)\n)";
-
-std::string readAll(int descriptor) {
-    std::string text;
-    std::array<char, 4096> block{};
-    ssize_t count = 0;
-    while ((count = read(descriptor, block.data(), block.size())) > 0) {
-        text.append(block.data(), static_cast<std::size_t>(count));
-    }
-    return text;
-}
+using testing::readAll;
 
 /// A socket that listens for datagrams at `path`, whose directory is made.
 int listeningSocket(const std::string& path) {
@@ -58,13 +48,6 @@ std::string datagram(int descriptor) {
     const ssize_t count = recv(descriptor, block.data(), block.size(), MSG_DONTWAIT);
     return count < 0 ? "(nothing)" : std::string(block.data(), static_cast<std::size_t>(count));
 }
-
-/// A pipe as standard error of a forked copy of the program.
-struct ErrorPipe {
-    ErrorPipe() { EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0); }
-    void take() const { dup2(ends[1], STDERR_FILENO); }
-    std::array<int, 2> ends{};
-};
 
 TEST(SystemLog, LineHasTimeProgramProcessAndText) {
     const auto outcome = inChild([] {
@@ -236,8 +219,9 @@ TEST(SystemLog, JournalGetsTheSameTextWithTheProgramsName) {
         LinuxSystemLog().write("Changed Title: 100%s\nMESSAGE=forged");
         return datagram(journal);
     });
-    EXPECT_THAT(outcome.text, HasSubstr("SYSLOG_IDENTIFIER=VelunorOSUpdate\n"));
-    EXPECT_THAT(outcome.text, HasSubstr("MESSAGE=Changed Title: 100%s\\nMESSAGE=forged\n"));
+    EXPECT_EQ(outcome.text,
+              "MESSAGE=Changed Title: 100%s\\nMESSAGE=forged\n"
+              "SYSLOG_IDENTIFIER=VelunorOSUpdate\nPRIORITY=5\n");
 }
 
 TEST(SystemLog, JournalThatDoesNotReadCostsNoTime) {
@@ -266,11 +250,30 @@ TEST(SystemLog, SyslogGetsTheTextWhereNoJournalListens) {
         mountEmptyOver("/run");
         mountEmptyOver("/dev");
         const int syslogListener = listeningSocket("/dev/log");
-        LinuxSystemLog().write("Not Rebranded %s");
+        LinuxSystemLog().write("Not Rebranded 100%% %s");
         return datagram(syslogListener);
     });
     EXPECT_THAT(outcome.text,
-                ::testing::ContainsRegex("VelunorOSUpdate\\[[0-9]+\\]: Not Rebranded %s$"));
+                ::testing::ContainsRegex("VelunorOSUpdate\\[[0-9]+\\]: Not Rebranded 100%% %s$"));
+}
+
+TEST(SystemLog, SyslogGetsNothingWhereTheJournalHasNoRoom) {
+    const auto outcome = inChild([] {
+        enterPrivateNamespace();
+        mountEmptyOver("/run");
+        mountEmptyOver("/dev");
+        close(STDERR_FILENO);
+        const std::ofstream emptyDevice("/dev/null");
+        const int journal = listeningSocket("/run/systemd/journal/socket");
+        const int syslogListener = listeningSocket("/dev/log");
+        LinuxSystemLog log;
+        constexpr int moreThanFit = 5000;
+        for (int count = 0; count < moreThanFit; ++count) {
+            log.write("text");
+        }
+        return datagram(syslogListener) + (datagram(journal) == "(nothing)" ? ", nor" : "");
+    });
+    EXPECT_EQ(outcome.text, "(nothing)");
 }
 
 }  // namespace

@@ -46,7 +46,8 @@ class UnusableStart : public ::testing::Test {
             mountEmptyOver("/run");
             std::filesystem::create_directories("/run/systemd/journal");
             const Journal journal;
-            for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR"}) {
+            for (const char* variable :
+                 {"DISPLAY", "QT_QPA_PLATFORM", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR"}) {
                 unsetenv(variable);
             }
             setenv("VELUNOR_AGENT_SETTINGS", settings().c_str(), 1);
