@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <security/_pam_types.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,7 +17,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/directory/credential_checker_protocol.h"
 #include "platform/posix/file_descriptor.h"
 #include "tests/linux/credential_checker/checker_support.h"
 #include "tests/support/forked_copy.h"
@@ -31,6 +32,7 @@ using ::testing::Not;
 using ::testing::StartsWith;
 
 constexpr milliseconds shortLimit{1000};
+constexpr std::size_t longestName = 1024;
 
 class ClientProcess : public ::testing::Test {
   protected:
@@ -102,8 +104,8 @@ TEST_F(ClientProcess, RequestHasBothTextsAndAnEnd) {
 }
 
 TEST_F(ClientProcess, LongestRequestFits) {
-    const std::string name(credential_checker_protocol::longestUserName, 'n');
-    const std::string password(credential_checker_protocol::longestPassword, 'p');
+    const std::string name(longestName, 'n');
+    const std::string password(PAM_MAX_RESP_SIZE, 'p');
     const auto checker = settings("cat >" + directory().file("request") + "; echo accepted");
     EXPECT_EQ(checked(checker, name, password), "accepted");
     EXPECT_EQ(directory().read("request"), requestFor(name, password));
@@ -111,8 +113,8 @@ TEST_F(ClientProcess, LongestRequestFits) {
 
 TEST_F(ClientProcess, UnusableTextsAskNobody) {
     const auto checker = settings("touch " + directory().file("asked") + "; echo accepted");
-    const std::string name(credential_checker_protocol::longestUserName + 1, 'n');
-    const std::string password(credential_checker_protocol::longestPassword + 1, 'p');
+    const std::string name(longestName + 1, 'n');
+    const std::string password(PAM_MAX_RESP_SIZE + 1, 'p');
     EXPECT_EQ(checked(checker, ""), "Checker 22 user name: Invalid argument");
     EXPECT_EQ(checked(checker, name), "Checker 22 user name: Invalid argument");
     EXPECT_EQ(checked(checker, std::string("a\0b", 3)), "Checker 22 user name: Invalid argument");
@@ -138,12 +140,17 @@ TEST_F(ClientProcess, OtherAnswersAreNone) {
 TEST_F(ClientProcess, OverlongAnswersAreNone) {
     EXPECT_EQ(answerOf("head -c 100000 /dev/zero"), "Checker 90 answer: Message too long");
     EXPECT_EQ(answerOf("yes accepted"), "Checker 90 answer: Message too long");
+    // "refused 7 ", a text and the end of the line, of 512 bytes and of one more.
+    EXPECT_THAT(answerOf("printf 'refused 7 %0501d\\n' 0"), StartsWith("PAM 7 000"));
+    EXPECT_EQ(answerOf("printf 'refused 7 %0502d\\n' 0"), "Checker 90 answer: Message too long");
 }
 
 TEST_F(ClientProcess, TextOfARefusalIsPrintableAndShort) {
     EXPECT_EQ(answerOf("printf 'refused 7 a\\033[1mb\\nc\\303\\274\\n'"),
               "PAM 7 a\\u{1B}[1mb\\ncü");
-    EXPECT_EQ(answerOf("printf 'refused 7 %0200d\\n' 0"), "PAM 7 " + std::string(120, '0') + "...");
+    EXPECT_EQ(answerOf("printf 'refused 7 a%0119d\\n' 0"), "PAM 7 a" + std::string(119, '0'));
+    EXPECT_EQ(answerOf("printf 'refused 7 a%0120d\\n' 0"),
+              "PAM 7 a" + std::string(119, '0') + "...");
 }
 
 TEST_F(ClientProcess, AcceptedWithAnotherStatusThanZeroIsNone) {
@@ -154,6 +161,7 @@ TEST_F(ClientProcess, AcceptedWithAnotherStatusThanZeroIsNone) {
 TEST_F(ClientProcess, RefusalCountsWhateverTheStatus) {
     EXPECT_EQ(answerOf("echo refused 6 Permission denied; exit 1"), "PAM 6 Permission denied");
     EXPECT_EQ(answerOf("echo refused 6 Permission denied"), "PAM 6 Permission denied");
+    EXPECT_EQ(answerOf("echo refused 1 Failed to load module"), "PAM 1 Failed to load module");
 }
 
 TEST_F(ClientProcess, CheckerThatEndsWithoutAnAnswerIsAnError) {
@@ -218,6 +226,23 @@ TEST_F(ClientProcess, ProgramThatCannotBeStartedIsAnError) {
     const std::string program = settings("echo accepted").program;
     ASSERT_EQ(chmod(directory().path().c_str(), 0777), 0);
     EXPECT_EQ(withProgram(program), "Checker 1 " + program + ": Operation not permitted");
+}
+
+TEST_F(ClientProcess, WithoutDescriptorsForItsPipesTheCheckIsAnError) {
+    const auto checker = settings("touch " + directory().file("asked") + "; echo accepted");
+    for (const rlim_t left : {1U, 2U, 3U}) {
+        const auto outcome = inChild([&] {
+            const FileDescriptor next(open("/dev/null", O_RDONLY));
+            // With `next` itself, which is closed by then.
+            const rlim_t limit = static_cast<rlim_t>(next.get()) + left;
+            const rlimit few{limit, limit};
+            setrlimit(RLIMIT_NOFILE, &few);
+            close(next.get());
+            return checked(checker);
+        });
+        EXPECT_EQ(outcome.text, "Checker 24 pipe: Too many open files") << left;
+    }
+    EXPECT_FALSE(std::filesystem::exists(directory().file("asked")));
 }
 
 TEST_F(ClientProcess, IgnoredChildrenDoNotChangeTheAnswer) {

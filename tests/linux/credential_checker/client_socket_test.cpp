@@ -140,6 +140,16 @@ TEST_F(ClientSocket, AnswerThatDoesNotComeIsAskedForAgain) {
     EXPECT_EQ(connections, 5);
 }
 
+TEST_F(ClientSocket, AnswerThatDoesNotComeIsAskedForLessAndLessOften) {
+    int connections = 0;
+    EXPECT_EQ(answerOfEach([&](int connection) {
+                  ++connections;
+                  hear(connection);
+              }),
+              "Checker 61 no answer: No data available");
+    EXPECT_LE(connections, 5);
+}
+
 TEST_F(ClientSocket, RefusalIsNotAskedForAgain) {
     int connections = 0;
     EXPECT_EQ(answerOfEach(

@@ -2,11 +2,18 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "tests/support/files.h"
+#include "tests/support/forked_copy.h"
 
 namespace velunor {
 namespace {
 
 using ::testing::HasSubstr;
+using testing::inChild;
+
+constexpr const char* noSuchNode = "Error Domain=Directory Code=2 \"No node of this name\"";
 
 std::shared_ptr<DirectorySession> sessionOf(LinuxDirectorySettings settings) {
     return LinuxDirectoryService(std::move(settings)).defaultSession();
@@ -33,7 +40,7 @@ TEST(LinuxDirectory, LocalAndSearchNodesAreAlwaysThere) {
 TEST(LinuxDirectory, NodeThatNobodyConfiguredIsAnError) {
     for (const char* name :
          {"/LDAPv3/corp", "/local/default", "/Local/Default ", "/Search/", "", "Local/Default"}) {
-        EXPECT_THAT(openingError({}, name), HasSubstr("No node of this name")) << name;
+        EXPECT_EQ(openingError({}, name), noSuchNode) << name;
     }
 }
 
@@ -42,8 +49,8 @@ TEST(LinuxDirectory, ConfiguredNodeIsKnownByItsWholeNameOnly) {
     settings.checker.program = CHECKPASS_PROGRAM;
     settings.nodes["/LDAPv3/corp"].uri = "no address";
     EXPECT_THAT(openingError(settings, "/LDAPv3/corp"), HasSubstr("Domain=LDAP"));
-    EXPECT_THAT(openingError(settings, "/LDAPv3/Corp"), HasSubstr("No node of this name"));
-    EXPECT_THAT(openingError(settings, "/LDAPv3"), HasSubstr("No node of this name"));
+    EXPECT_EQ(openingError(settings, "/LDAPv3/Corp"), noSuchNode);
+    EXPECT_EQ(openingError(settings, "/LDAPv3"), noSuchNode);
 }
 
 TEST(LinuxDirectory, SearchNodeTellsTheSearchPathInItsOrder) {
@@ -72,9 +79,39 @@ TEST(LinuxDirectory, SearchNodeTellsOnlyWhatItIsAsked) {
 }
 
 TEST(LinuxDirectory, SearchNodeAcceptsNoPasswordAndHasNoAccounts) {
+    constexpr const char* none =
+        "Error Domain=Directory Code=95 \"The search node has no accounts of its own\"";
     const auto node = searchNode({"/Local/Default"});
-    EXPECT_TRUE(node->setCredentials("root", Secret("x")));
-    EXPECT_FALSE(node->usersNamed("root", 1).has_value());
+    const auto refusal = node->setCredentials("root", Secret("x"));
+    ASSERT_TRUE(refusal);
+    EXPECT_EQ(refusal->description(), none);
+    const auto users = node->usersNamed("root", 1);
+    ASSERT_FALSE(users);
+    EXPECT_EQ(users.error().description(), none);
+}
+
+TEST(LinuxDirectory, AccountsThatCannotBeReadAreAnError) {
+    const auto node = *sessionOf({})->openNode(DirectoryNodeType::localNodes);
+    const auto outcome = inChild([&] {
+        const rlimit none{0, 0};
+        setrlimit(RLIMIT_NOFILE, &none);
+        const auto users = node->usersNamed("root", 1);
+        return users ? std::string("no error") : users.error().description();
+    });
+    EXPECT_EQ(outcome.text, "Error Domain=Password database Code=24 \"Too many open files\"");
+}
+
+/// What a machine has that nobody has configured.
+TEST(LinuxDirectory, DefaultsAreWhatThePackageInstallsAndItsPagesTell) {
+    const CredentialCheckerSettings checker;
+    EXPECT_THAT(testing::readFile(CHECKPASS_SOCKET_UNIT),
+                HasSubstr("\nListenStream=" + checker.socketPath + "\n"));
+    EXPECT_THAT(testing::readFile(CHECKPASS_UNIT),
+                HasSubstr("\nExecStart=" + checker.program + " serve\n"));
+    EXPECT_EQ(LinuxDirectorySettings().searchPath, std::vector<std::string>{"/Local/Default"});
+    EXPECT_THAT(testing::readFile(SHIPPED_SETTINGS),
+                HasSubstr("\n# timeout_seconds = " +
+                          std::to_string(DirectoryNodeSettings().timeout.count()) + "\n"));
 }
 
 TEST(LinuxDirectory, LocalNodeHasNoSearchPath) {
