@@ -14,6 +14,10 @@ dev_lint() {
     "$ROOT/dev.d/check-cppcheck.sh" "$ROOT/build/clang"
     say "clang-tidy"
     "$ROOT/dev.d/tidy.py" "$ROOT/build/clang" "$@"
+    if [ $# -eq 0 ]; then
+        generate_sources fuzz
+        "$ROOT/dev.d/tidy.py" "$ROOT/build/fuzz" tests/fuzz/
+    fi
     say "nothing to say"
 }
 

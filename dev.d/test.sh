@@ -54,6 +54,8 @@ test_fully() {
             printf 'add_test(lint.cppcheck "%s/dev.d/check-cppcheck.sh" "%s/build/clang")\n' \
                 "$ROOT" "$ROOT"
             printf 'add_test(lint.tidy "%s/dev.d/tidy.py" "%s/build/clang")\n' "$ROOT" "$ROOT"
+            printf 'add_test(lint.tidy_fuzzers "%s/dev.d/tidy.py" "%s/build/fuzz" tests/fuzz/)\n' \
+                "$ROOT" "$ROOT"
         fi
         printf 'add_test(package "%s/dev" package)\n' "$ROOT"
         # Each known input once; any finding ends the program.
@@ -63,7 +65,7 @@ test_fully() {
         done
         # Both keep every core busy by themselves, and the first look of clang-tidy is a long one.
         printf 'set_tests_properties(package %s PROPERTIES RUN_SERIAL TRUE TIMEOUT 3600)\n' \
-            "$(has_lint_tools && echo lint.tidy)"
+            "$(has_lint_tools && echo lint.tidy lint.tidy_fuzzers)"
     } >>"$all/CTestTestfile.cmake"
     run_tests "$all"
 }
