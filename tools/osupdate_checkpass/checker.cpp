@@ -23,6 +23,7 @@
 #include <utility>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/posix/process.h"
 #include "tools/osupdate_checkpass/ldap/ldap_check.h"
 #include "tools/osupdate_checkpass/pam/pam_check.h"
 #include "tools/osupdate_checkpass/protocol/messages.h"
@@ -43,21 +44,23 @@ struct Streams {
     FileDescriptor answer;
 };
 
+/// Ends the process where something has failed that never does: without it a password would not be
+/// safe.
+void require(bool isDone) {
+    if (!isDone) {
+        std::abort();
+    }
+}
+
 /// Takes the standard streams away: whatever a module reads or prints is nothing of ours.
 Streams takeStandardStreams() {
     closefrom(STDERR_FILENO + 1);
-    Streams streams{FileDescriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)),
-                    FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))};
-    // Where one of the three was closed this takes its number, which is as well.
-    const int opened = open("/dev/null", O_RDWR);
-    const FileDescriptor nothing(fcntl(opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    if (opened > STDERR_FILENO) {
-        close(opened);
-    }
+    Streams streams{aboveStandardStreams(FileDescriptor(STDIN_FILENO)),
+                    aboveStandardStreams(FileDescriptor(STDOUT_FILENO))};
+    const FileDescriptor nothing =
+        aboveStandardStreams(FileDescriptor(open("/dev/null", O_RDWR | O_CLOEXEC)));
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (dup2(nothing.get(), standard) < 0) {
-            std::abort();
-        }
+        require(dup2(nothing.get(), standard) == standard);
     }
     return streams;
 }
@@ -65,10 +68,8 @@ Streams takeStandardStreams() {
 /// Nothing of the caller's surroundings reaches the libraries, and no password a core dump.
 void closeOff() {
     const rlimit nothing{0, 0};
-    if (prctl(PR_SET_DUMPABLE, 0) != 0 || setrlimit(RLIMIT_CORE, &nothing) != 0 ||
-        clearenv() != 0 || setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1) != 0) {
-        std::abort();
-    }
+    require(prctl(PR_SET_DUMPABLE, 0) == 0 && setrlimit(RLIMIT_CORE, &nothing) == 0 &&
+            clearenv() == 0 && setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1) == 0);
     umask(S_IRWXG | S_IRWXO);
     for (int number = 1; number <= SIGRTMAX; ++number) {
         static_cast<void>(std::signal(number, SIG_DFL));
@@ -159,9 +160,7 @@ std::optional<DirectoryError> directoryVerdict(const Streams& streams,
         return ldapError(LDAP_INSUFFICIENT_ACCESS, "The system service asks no directory server");
     }
     // No file of the user's decides what the directory's library trusts.
-    if (setenv("LDAPNOINIT", "1", 1) != 0) {
-        std::abort();
-    }
+    require(setenv("LDAPNOINIT", "1", 1) == 0);
     const StepLimit limit{streams.answer.get(), settings.timeout};
     const auto handle = openDirectory(settings, limit);
     if (!handle) {

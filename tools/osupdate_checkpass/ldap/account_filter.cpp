@@ -15,7 +15,8 @@ constexpr std::string_view placeholder = "%u";
 
 std::string withName(std::string_view pattern, std::string_view name) {
     std::string result;
-    for (std::size_t place = 0; (place = pattern.find(placeholder)) != std::string_view::npos;) {
+    for (std::size_t place = pattern.find(placeholder); place != std::string_view::npos;
+         place = pattern.find(placeholder)) {
         result += pattern.substr(0, place);
         result += name;
         pattern.remove_prefix(place + placeholder.size());

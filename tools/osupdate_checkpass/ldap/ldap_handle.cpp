@@ -32,7 +32,6 @@ DirectoryResult<Addresses> addressesOf(const LdapAddress& address, const StepLim
     // The resolver knows no time limit of its own.
     const Step step(limit, serverUnreachable(gai_strerror(EAI_AGAIN)));
     addrinfo hints{};
-    hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* first = nullptr;
     int code = EAI_NONAME;

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -72,8 +71,7 @@ bool meansAccount(pam_handle_t* pam, std::string_view userName) {
 
 /// The account's name, or its number where it has none.
 std::string nameOf(uid_t user) {
-    const auto entry = passwordEntryOf(user);
-    return entry && entry->name ? *entry->name : std::to_string(user);
+    return passwordEntryOf(user).value_or(PasswordEntry{}).name.value_or(std::to_string(user));
 }
 
 int authenticate(pam_handle_t* pam, std::string_view userName, const Conversation& conversation) {
@@ -104,7 +102,9 @@ int authenticate(pam_handle_t* pam, std::string_view userName, const Conversatio
         _exit(EXIT_FAILURE);
     }
     const int code = check();
-    _exit(::write(verdict, &code, sizeof code) == sizeof code ? EXIT_SUCCESS : EXIT_FAILURE);
+    // A verdict that does not arrive is none.
+    [[maybe_unused]] const ssize_t written = ::write(verdict, &code, sizeof code);
+    _exit(EXIT_SUCCESS);
 }
 
 /// Ends a process and its group, so that nothing which a module started is left over.
@@ -112,8 +112,7 @@ void endWithGroup(pid_t process) {
     kill(-process, SIGKILL);
     // It may not have come so far as to have a group.
     kill(process, SIGKILL);
-    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    waitpid(process, nullptr, 0);
 }
 
 }  // namespace

@@ -34,9 +34,10 @@ class CheckRequest {
     [[nodiscard]] std::size_t readToEnd(int input, std::chrono::steady_clock::time_point deadline);
 
     /// One byte more than the longest request, so that a longer one is seen.
-    std::array<char, credential_checker_protocol::longestUserName +
-                         credential_checker_protocol::longestDirectoryPassword + 3>
-        bytes_{};
+    static constexpr std::size_t room = credential_checker_protocol::longestUserName +
+                                        credential_checker_protocol::longestDirectoryPassword + 3;
+
+    std::array<char, room> bytes_{};
     std::string_view userName_{};
     std::string_view password_{};
 };

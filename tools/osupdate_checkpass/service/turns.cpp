@@ -22,11 +22,9 @@ constexpr off_t accounts = off_t{1} << 40U;
 constexpr off_t otherAccounts = off_t{1} << 41U;
 
 bool lock(const FileDescriptor& file, off_t byte) {
-    struct flock request {};
-    request.l_type = F_WRLCK;
-    request.l_whence = SEEK_SET;
-    request.l_start = byte;
-    request.l_len = 1;
+    struct flock request {
+        .l_type = F_WRLCK, .l_whence = SEEK_SET, .l_start = byte, .l_len = 1, .l_pid = 0
+    };
     int result = 0;
     while ((result = fcntl(file.get(), F_OFD_SETLKW, &request)) != 0 && errno == EINTR) {
     }
