@@ -31,6 +31,16 @@ long kilobytes(pid_t process, const std::string& name) {
     return 0;
 }
 
+/// A process that this one has started; 0 when there is none.
+pid_t childOf(pid_t process) {
+    const std::string number = std::to_string(process);
+    std::ifstream children("/proc/" + number + "/task/" + number + "/children");
+    pid_t child = 0;
+    return children >> child ? child : 0;
+}
+
+constexpr rlim_t someKilobytes = rlim_t{64} * 1024;
+
 struct Memory {
     long whole = 0;
     long locked = 0;
@@ -44,26 +54,32 @@ bool holdsMost(const Memory& memory) {
     return memory.locked > memory.whole / 2;
 }
 
-/// The memory of a checker that waits for its request, once it is as awaited.
-Memory memoryOfAWaitingChecker(bool (*isAwaited)(const Memory&)) {
+/// The memory of a checker that waits for its request, once it is as awaited; or, where it has got
+/// one and PAM hangs, that of the process which asks PAM.
+Memory memoryOfAWaitingChecker(bool (*isAwaited)(const Memory&), const std::string& request = {}) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         return {};
     }
     const FileDescriptor reader(ends[0]);
-    const FileDescriptor writer(ends[1]);
+    FileDescriptor writer(ends[1]);
     const pid_t checker = fork();
     if (checker == 0) {
         dup2(reader.get(), STDIN_FILENO);
         execl(CHECKPASS_PROGRAM, CHECKPASS_PROGRAM, nullptr);
         _exit(EXIT_FAILURE);
     }
+    if (!request.empty()) {
+        static_cast<void>(writeWhole(writer.get(), request));
+        writer = FileDescriptor();
+    }
     constexpr int tries = 500;
     constexpr std::chrono::milliseconds pause{10};
     Memory memory;
     for (int count = 0; count < tries && !isAwaited(memory); ++count) {
         std::this_thread::sleep_for(pause);
-        memory = {kilobytes(checker, "VmSize"), kilobytes(checker, "VmLck")};
+        const pid_t process = request.empty() ? checker : childOf(checker);
+        memory = {kilobytes(process, "VmSize"), kilobytes(process, "VmLck")};
     }
     kill(checker, SIGKILL);
     waitpid(checker, nullptr, 0);
@@ -72,7 +88,6 @@ Memory memoryOfAWaitingChecker(bool (*isAwaited)(const Memory&)) {
 
 TEST(CheckerMemory, OfAnOrdinaryUserHasThePagesOfTheRequestLocked) {
     constexpr unsigned ordinaryUser = 4003;
-    constexpr rlim_t someKilobytes = rlim_t{64} * 1024;
     const ChildOutcome outcome = inChild([] {
         enterPrivateNamespace(ordinaryUser);
         const rlimit limit{someKilobytes, someKilobytes};
@@ -82,6 +97,21 @@ TEST(CheckerMemory, OfAnOrdinaryUserHasThePagesOfTheRequestLocked) {
     ASSERT_EQ(outcome.status, 0);
     EXPECT_GT(std::stol(outcome.text), 0);
     EXPECT_LE(std::stol(outcome.text), 64);
+}
+
+TEST(CheckerMemory, OfTheProcessThatAsksPamHasTheseLockedToo) {
+    constexpr unsigned ordinaryUser = 4003;
+    const std::string locked = withPam(
+        stackOf("hang"),
+        [] {
+            const rlimit limit{someKilobytes, someKilobytes};
+            setrlimit(RLIMIT_MEMLOCK, &limit);
+            return std::to_string(
+                memoryOfAWaitingChecker(holdsSomething, requestFor("alice", "right")).locked);
+        },
+        ordinaryUser);
+    EXPECT_GT(std::stol(locked), 0);
+    EXPECT_LE(std::stol(locked), 64);
 }
 
 TEST(CheckerMemory, IsLockedAsAWholeForWhoeverMayLiftTheLimit) {

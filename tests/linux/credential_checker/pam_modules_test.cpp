@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -58,9 +60,18 @@ TEST(PamModules, ModuleCannotWriteTheAnswer) {
     EXPECT_EQ(answerOf("print"), "refused 7 Authentication failure\n1");
 }
 
-TEST(PamModules, ProcessLeftBehindDoesNotDelayTheAnswer) {
+TEST(PamModules, ProcessLeftBehindDoesNotDelayTheAnswerAndIsEnded) {
     std::string answer;
-    const auto duration = durationOf([&] { answer = answerOf("leave-process"); });
+    const auto duration = durationOf([&] {
+        answer = withPam(stackOf("leave-process"), [] {
+            // What a process leaves behind becomes a child of this one.
+            prctl(PR_SET_CHILD_SUBREAPER, 1);
+            std::string told = checkerAnswer(requestFor("alice", "right"));
+            while (waitpid(-1, nullptr, 0) > 0) {
+            }
+            return told;
+        });
+    });
     EXPECT_EQ(answer, accepted);
     EXPECT_LT(duration, std::chrono::seconds{5});
 }
@@ -69,6 +80,16 @@ TEST(PamModules, SecondQuestionIsNotAnsweredWithThePassword) {
     EXPECT_EQ(answerOf("ask-twice"), "refused 7 Authentication failure\n1");
     EXPECT_EQ(answerOf("ask-twice-at-once"), "refused 7 Authentication failure\n1");
     EXPECT_EQ(answerOf("accept", "accept"), "refused 7 Authentication failure\n1");
+}
+
+TEST(PamModules, AsManyMessagesAsPamAllowsAreTaken) {
+    EXPECT_EQ(answerOf("accept-among-32"), accepted);
+    EXPECT_EQ(answerOf("accept-among-33"), "refused 7 Authentication failure\n1");
+    EXPECT_EQ(answerOf("accept-nothing-as-an-error"), accepted);
+}
+
+TEST(PamModules, AreToldToShowNothingAndToTakeNoEmptyPassword) {
+    EXPECT_EQ(answerOf("accept-silently", "succeed-silently"), accepted);
 }
 
 TEST(PamModules, VisibleQuestionIsNotAnsweredWithThePassword) {
@@ -83,6 +104,7 @@ TEST(PamModules, PasswordOfAnotherAccountIsARefusal) {
     constexpr const char* unknown =
         "refused 10 User not known to the underlying authentication module\n1";
     EXPECT_EQ(answerOf("change-user"), unknown);
+    EXPECT_EQ(answerOf("forget-user"), unknown);
     EXPECT_EQ(answerOf("accept", "rename"), unknown);
 }
 
@@ -133,6 +155,10 @@ TEST(PamModules, NothingOfTheCallersReachesThem) {
         sigset_t all;
         sigfillset(&all);
         sigprocmask(SIG_SETMASK, &all, nullptr);
+        for (int number = 1; number <= SIGRTMAX; ++number) {
+            // A child whose end is ignored could not be waited for.
+            static_cast<void>(std::signal(number, number == SIGCHLD ? SIG_DFL : SIG_IGN));
+        }
         return checkerAnswer(requestFor("alice", "right"));
     });
     EXPECT_EQ(answer, accepted);

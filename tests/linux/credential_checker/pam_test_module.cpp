@@ -142,6 +142,48 @@ int talk(pam_handle_t* pam) {
                    expected);
 }
 
+/// Asks among so many messages at once.
+std::function<int(pam_handle_t*)> acceptAmong(std::size_t count) {
+    return [count](pam_handle_t* pam) {
+        std::vector<Message> messages(count, {PAM_TEXT_INFO, "Welcome"});
+        messages.back() = {};
+        const std::vector<std::string> answers = ask(pam, messages);
+        return verdict(!answers.empty() && answers.back() == "right");
+    };
+}
+
+/// Accepts where no message at all is an error.
+int acceptNothingAsAnError(pam_handle_t* pam) {
+    const void* item = nullptr;
+    pam_get_item(pam, PAM_CONV, &item);
+    const auto* conversation = static_cast<const pam_conv*>(item);
+    const pam_message* none = nullptr;
+    pam_response* responses = nullptr;
+    const int code = conversation->conv(0, &none, &responses, conversation->appdata_ptr);
+    return code == PAM_CONV_ERR ? accept(pam) : PAM_SERVICE_ERR;
+}
+
+/// How PAM was told to ask.
+int flagsOfTheCall = 0;
+
+/// Accepts where nothing is to be shown and an empty password does not count.
+int acceptSilently(pam_handle_t* pam) {
+    const bool isTold = flagsOfTheCall == (PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
+    return isTold ? accept(pam) : PAM_SERVICE_ERR;
+}
+
+/// The same about an account, which asks nothing.
+int succeedSilently(pam_handle_t*) {
+    const bool isTold = flagsOfTheCall == (PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK);
+    return isTold ? PAM_SUCCESS : PAM_ACCT_EXPIRED;
+}
+
+int forgetUser(pam_handle_t* pam) {
+    const int code = accept(pam);
+    pam_set_item(pam, PAM_USER, nullptr);
+    return code;
+}
+
 int changeUser(pam_handle_t* pam) {
     const int code = accept(pam);
     pam_set_item(pam, PAM_USER, "other");
@@ -151,6 +193,19 @@ int changeUser(pam_handle_t* pam) {
 bool isSmall(char** environment) {
     return environment[0] != nullptr && environment[1] == nullptr &&
            environment[0] == std::string("PATH=/usr/sbin:/usr/bin:/sbin:/bin");
+}
+
+/// Whether each signal does what it does to a fresh program, but SIGPIPE, which is ignored.
+bool signalsAreFresh() {
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+        struct sigaction found {};
+        // The C library keeps two to itself.
+        if (sigaction(number, nullptr, &found) == 0 &&
+            found.sa_handler != (number == SIGPIPE ? SIG_IGN : SIG_DFL)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 /// Whether the module runs with nothing of the caller's and nothing that could leak a password.
@@ -167,7 +222,8 @@ int inspectSurroundings(pam_handle_t* pam) {
     sigprocmask(SIG_BLOCK, nullptr, &blocked);
     const bool closedOff = isSmall(environ) && umask(0) == 077 && core.rlim_max == 0 &&
                            prctl(PR_GET_DUMPABLE) == 0 && descriptors == 1 &&
-                           sigismember(&blocked, SIGTERM) == 0 && open("/dev/tty", O_RDWR) < 0;
+                           sigismember(&blocked, SIGTERM) == 0 && signalsAreFresh() &&
+                           open("/dev/tty", O_RDWR) < 0;
     return closedOff ? accept(pam) : PAM_AUTHINFO_UNAVAIL;
 }
 
@@ -189,6 +245,12 @@ const std::map<std::string_view, Behaviour>& behaviours() {
         {"ask-visibly", askVisibly},
         {"talk", talk},
         {"change-user", changeUser},
+        {"forget-user", forgetUser},
+        {"accept-silently", acceptSilently},
+        {"succeed-silently", succeedSilently},
+        {"accept-among-32", acceptAmong(PAM_MAX_NUM_MSG)},
+        {"accept-among-33", acceptAmong(PAM_MAX_NUM_MSG + 1)},
+        {"accept-nothing-as-an-error", acceptNothingAsAnError},
         {"inspect", inspectSurroundings},
         {"crash", [](pam_handle_t*) { return std::raise(SIGSEGV); }},
         {"exit", [](pam_handle_t*) -> int { std::exit(EXIT_SUCCESS); }},
@@ -198,20 +260,23 @@ const std::map<std::string_view, Behaviour>& behaviours() {
     return all;
 }
 
-int behave(pam_handle_t* pam, int count, const char** arguments) {
+int behave(pam_handle_t* pam, int flags, int count, const char** arguments) {
+    flagsOfTheCall = flags;
     return count == 1 ? behaviours().at(arguments[0])(pam) : PAM_SERVICE_ERR;
 }
 
 }  // namespace
 
-PAM_MODULE_FUNCTION pam_sm_authenticate(pam_handle_t* pam, int, int count, const char** arguments) {
-    return behave(pam, count, arguments);
+PAM_MODULE_FUNCTION pam_sm_authenticate(pam_handle_t* pam, int flags, int count,
+                                        const char** arguments) {
+    return behave(pam, flags, count, arguments);
 }
 
 PAM_MODULE_FUNCTION pam_sm_setcred(pam_handle_t*, int, int, const char**) {
     return PAM_SUCCESS;
 }
 
-PAM_MODULE_FUNCTION pam_sm_acct_mgmt(pam_handle_t* pam, int, int count, const char** arguments) {
-    return behave(pam, count, arguments);
+PAM_MODULE_FUNCTION pam_sm_acct_mgmt(pam_handle_t* pam, int flags, int count,
+                                     const char** arguments) {
+    return behave(pam, flags, count, arguments);
 }

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 
 #include "platform/linux/directory/credential_checker_protocol.h"
 #include "tests/linux/credential_checker/checker_support.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor::testing {
 namespace {
@@ -112,8 +114,18 @@ TEST(Request, ClosedStandardStreamsAreARefusalAtOnce) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds{8});
 }
 
-/// The exit status of the checker with these arguments and nothing on its standard input.
-int statusWith(std::vector<const char*> arguments) {
+TEST(Request, StandardErrorMayBeClosed) {
+    EXPECT_EQ(withPam(stackOf("accept"),
+                      [] {
+                          close(STDERR_FILENO);
+                          return checkerAnswer(requestFor("alice", "right"));
+                      }),
+              accepted);
+}
+
+/// The exit status of the checker with these arguments and nothing on its standard input; what it
+/// complains of goes to `errors`.
+int statusWith(std::vector<const char*> arguments, const char* errors = "/dev/null") {
     arguments.insert(arguments.begin(), CHECKPASS_PROGRAM);
     arguments.push_back(nullptr);
     const pid_t checker = fork();
@@ -122,6 +134,7 @@ int statusWith(std::vector<const char*> arguments) {
         for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             dup2(nothing, standard);
         }
+        dup2(open(errors, O_WRONLY | O_CREAT, S_IRUSR | S_IWUSR), STDERR_FILENO);
         execv(arguments.front(), const_cast<char**>(arguments.data()));
         _exit(EXIT_FAILURE);
     }
@@ -140,8 +153,18 @@ TEST(Request, OtherArgumentsAreWrongUsage) {
         EXPECT_EQ(statusWith({"ldap", "ldaps://127.0.0.1:1", "", "(uid=%u)", "", seconds}), 2)
             << seconds;
     }
-    // This is a right one, of a server that is not there.
-    EXPECT_EQ(statusWith({"ldap", "ldaps://127.0.0.1:1", "", "(uid=%u)", "", "1"}), 1);
+    // These are right ones, of a server that is not there.
+    for (const char* seconds : {"1", "60"}) {
+        EXPECT_EQ(statusWith({"ldap", "ldaps://127.0.0.1:1", "", "(uid=%u)", "", seconds}), 1)
+            << seconds;
+    }
+}
+
+TEST(Request, WrongUsageIsExplained) {
+    const TemporaryDirectory directory;
+    EXPECT_EQ(statusWith({"alice"}, directory.file("errors").c_str()), 2);
+    EXPECT_TRUE(directory.read("errors").starts_with("Usage: osupdate-checkpass ["))
+        << directory.read("errors");
 }
 
 }  // namespace

@@ -89,6 +89,27 @@ TEST(CheckerServiceLimits, RequestsThatNobodyWaitsForTakeNoPlace) {
               "Checker 110 no answer: Connection timed out");
 }
 
+TEST(CheckerServiceLimits, RequestThatHasWaitedForTheServiceIsAnswered) {
+    EXPECT_EQ(
+        onServiceMachine(
+            stackOf("accept"),
+            [] {
+                const CheckerServiceRunner service;
+                FileDescriptor connection;
+                service.whileStopped([&] {
+                    connection = CheckerServiceRunner::connection();
+                    static_cast<void>(writeWhole(connection.get(), requestFor("alice", "right")));
+                    shutdown(connection.get(), SHUT_WR);
+                });
+                std::array<char, 512> block{};
+                const ssize_t count =
+                    recv(connection.get(), block.data(), block.size(), MSG_WAITALL);
+                return count > 0 ? std::string(block.data(), static_cast<std::size_t>(count))
+                                 : std::string("nothing");
+            }),
+        "accepted\n");
+}
+
 TEST(CheckerServiceLimits, ChurningConnectionsOfTheSameUserDoNotHinderChecks) {
     EXPECT_EQ(
         onServiceMachine(stackOf("accept"),

@@ -88,6 +88,7 @@ TEST(CheckerService, OwnerOfAnActiveSessionIsAnswered) {
 TEST(CheckerService, UserWithoutASessionIsNotAnswered) {
     EXPECT_EQ(answerTo(caller, "").answer, denied);
     EXPECT_EQ(answerTo(caller, "NAME=alice\nSTATE=lingering\n").answer, denied);
+    EXPECT_EQ(answerTo(caller, "NAME=alice\n").answer, denied);
 }
 
 TEST(CheckerService, OwnerOfAClosingSessionIsNotAnswered) {

@@ -42,13 +42,17 @@ constexpr mode_t everybody = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
 
 /// What a copy of the checker with these rights, which belongs to root, answers to a stranger who
 /// knows the password.
-std::string answerOfCopy(mode_t mode, const std::vector<std::string>& arguments = {}) {
+std::string answerOfCopy(mode_t mode, const std::vector<std::string>& arguments = {},
+                         const std::string& capabilities = {}) {
     const std::filesystem::path directory = placeOfPrograms();
     const std::string program = directory / "checkpass";
     const std::string module = directory / "module.so";
     std::filesystem::copy_file(CHECKPASS_PROGRAM, program);
     std::filesystem::copy_file(PAM_TEST_MODULE, module);
     chmod(program.c_str(), mode);
+    if (!capabilities.empty()) {
+        Machine::run({"setcap", capabilities, program});
+    }
     std::ofstream("/etc/pam.d/velunor-osupdate")
         << "auth required " + module + " accept\naccount required " + module + " succeed\n";
 
@@ -90,6 +94,11 @@ TEST(CheckerWithForeignRights, SetUserIdIsRefused) {
 
 TEST(CheckerWithForeignRights, SetGroupIdIsRefused) {
     EXPECT_EQ(answerOfCopy(everybody | S_ISGID), "refused 6 Permission denied\n");
+}
+
+TEST(CheckerWithForeignRights, CapabilityOfTheFileIsRefused) {
+    EXPECT_EQ(answerOfCopy(everybody, {}, "cap_net_bind_service+ep"),
+              "refused 6 Permission denied\n");
 }
 
 TEST(CheckerWithForeignRights, SetUserIdAsksNoDirectoryServer) {

@@ -131,7 +131,7 @@ TEST_F(LdapNodeAccounts, LongestNameAndPasswordAreAccepted) {
     constexpr std::size_t longestName = 200;
     server->addAccount(std::string(longestName, 'n'), std::string(longest, 'p'));
     EXPECT_EQ(answer(std::string(longestName, 'n'), std::string(longest, 'p')), accepted);
-    EXPECT_THAT(answer(std::string(longest, 'n'), "p"), HasSubstr("No account has that name"));
+    EXPECT_THAT(answer(std::string(longest, 'n'), "p"), HasSubstr("\"No account has that name"));
     EXPECT_THAT(answer(std::string(longest + 1, 'n'), "p"), HasSubstr("is too long"));
     EXPECT_EQ(answer("alice", std::string(longest + 1, 'p')),
               refusal("User name or password is too long"));
@@ -139,7 +139,7 @@ TEST_F(LdapNodeAccounts, LongestNameAndPasswordAreAccepted) {
 
 TEST_F(LdapNodeAccounts, NobodysNameIsRefusedWithoutABind) {
     const int before = server->binds();
-    EXPECT_THAT(answer("nobody", "Blauer Käse"), HasSubstr("No account has that name"));
+    EXPECT_THAT(answer("nobody", "Blauer Käse"), HasSubstr("\"No account has that name"));
     EXPECT_EQ(server->binds(), before);
 }
 
@@ -148,7 +148,7 @@ TEST_F(LdapNodeAccounts, NameIsNeverReadAsAPartOfTheFilter) {
     for (const char* name :
          {"*", "al*", "*)(uid=*", "alice)(objectClass=*", "alice)", "(alice", "\\61lice", "a\nb",
           "alice\n", "%u", "alice)(|(uid=*", "uid=alice,ou=people,dc=example,dc=org"}) {
-        EXPECT_THAT(answer(name, "Blauer Käse"), HasSubstr("No account has that name")) << name;
+        EXPECT_THAT(answer(name, "Blauer Käse"), HasSubstr("\"No account has that name")) << name;
     }
     EXPECT_EQ(server->binds(), before);
 }
@@ -175,10 +175,10 @@ TEST_F(LdapNodeAccounts, SeveralAccountsWithOneNameAreRefusedWithoutABind) {
     DirectoryNodeSettings settings = node();
     settings.userFilter = "(description=%u)";
     EXPECT_THAT(LdapNode::answer(settings, "twin", "pw"),
-                HasSubstr("Several accounts have that name"));
+                HasSubstr("\"Several accounts have that name"));
     settings.userFilter = "(|(uid=%u)(uid=alice))";
     EXPECT_THAT(LdapNode::answer(settings, "bob", "pw"),
-                HasSubstr("Several accounts have that name"));
+                HasSubstr("\"Several accounts have that name"));
     EXPECT_EQ(server->binds(), before);
 }
 
@@ -188,7 +188,7 @@ TEST_F(LdapNodeAccounts, FilterWithoutAPlaceForTheNameIsRefusedWithoutASearch) {
     for (const char* filter : {"(uid=alice)", "(%u=alice)", "(:dn:2.4.6.8.10:=%u)", ""}) {
         settings.userFilter = filter;
         EXPECT_THAT(LdapNode::answer(settings, "mallory", "Blauer Käse"),
-                    HasSubstr("The filter for accounts has no place for a name"))
+                    HasSubstr("\"The filter for accounts has no place for a name"))
             << filter;
     }
     EXPECT_EQ(server->searches(), before);
@@ -205,17 +205,20 @@ TEST_F(LdapNodeAccounts, MalformedFilterIsRefused) {
 TEST_F(LdapNodeAccounts, UnknownBaseIsRefused) {
     DirectoryNodeSettings settings = node();
     settings.userBase = "ou=nowhere,dc=example,dc=org";
-    EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"), HasSubstr("No such object"));
+    EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"),
+                HasSubstr("\"The account cannot be looked up: No such object"));
     settings.userBase = "no distinguished name";
-    EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"), HasSubstr("Invalid DN syntax"));
+    EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"),
+                HasSubstr("\"The account cannot be looked up: Invalid DN syntax"));
     settings.userBase = "";
-    EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"), HasSubstr("No such object"));
+    EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"),
+                HasSubstr("\"The account cannot be looked up: No such object"));
 }
 
 TEST_F(LdapNodeAccounts, EntriesElsewhereAreNotAsked) {
     DirectoryNodeSettings settings = node();
     EXPECT_THAT(LdapNode::answer(settings, "elsewhere", "pw"),
-                HasSubstr("No account has that name"));
+                HasSubstr("\"No account has that name"));
     settings.userBase = "ou=elsewhere,ou=people,dc=example,dc=org";
     EXPECT_THAT(LdapNode::answer(settings, "alice", "Blauer Käse"), HasSubstr("Referral"));
 }
@@ -250,7 +253,28 @@ TEST_F(LdapNodeAccounts, ServersTextThatRepeatsThePasswordIsNotTold) {
                 AllOf(HasSubstr("Invalid credentials"), Not(HasSubstr("secret"))));
 }
 
+TEST_F(LdapNodeAccounts, RequestThatIsNoneIsRefusedOnceTheServerIsThere) {
+    const TemporaryDirectory directory;
+    Command command;
+    command.arguments = {"/bin/sh",
+                         "-c",
+                         R"(printf alice | exec "$@")",
+                         "sh",
+                         CHECKPASS_PROGRAM,
+                         "ldap",
+                         server->tlsUri(),
+                         LdapServer::accounts(),
+                         "(uid=%u)",
+                         server->authorities(),
+                         "30"};
+    command.output = directory.file("output");
+    EXPECT_EQ(ChildProcess(command).wait(), (Ending{1, 0}));
+    EXPECT_THAT(directory.read("output"),
+                ::testing::StartsWith("ready\nrefused -9 The request is malformed: "));
+}
+
 TEST(LdapNodeError, ServersTextIsToldInOneLineAndNotWithoutEnd) {
+    EXPECT_EQ(ldapError(49, "What").domain, "LDAP");
     EXPECT_EQ(ldapError(49, "What").message, "What: Invalid credentials");
     EXPECT_EQ(ldapError(0, "What", "first\nsecond\x1B[1m\x7F Käse").message,
               "What (first\\nsecond\\u{1B}[1m\\u{7F} Käse)");
@@ -259,9 +283,15 @@ TEST(LdapNodeError, ServersTextIsToldInOneLineAndNotWithoutEnd) {
     for (int count = 0; count < 10000; ++count) {
         endless += "ä";
     }
-    const std::string told = ldapError(0, "What", endless).message;
-    EXPECT_LT(told.size(), 500U);
-    EXPECT_TRUE(told.ends_with("ä ...)"));
+    EXPECT_EQ(ldapError(0, "What", endless).message, "What (" + endless.substr(0, 300) + " ...)");
+    // Cut behind the character in which the limit lies; each of these has bytes of its own.
+    for (const char* character : {"å", "用", "🦊"}) {
+        const std::string whole = std::string(299, 'x') + character;
+        EXPECT_EQ(ldapError(0, "What", whole).message, "What (" + whole + ")");
+        EXPECT_EQ(ldapError(0, "What", whole + "y").message, "What (" + whole + " ...)");
+    }
+    const std::string longest(300, 'x');
+    EXPECT_EQ(ldapError(0, "What", longest).message, "What (" + longest + ")");
 }
 
 TEST_F(LdapNodeAccounts, NodeHasNeitherDetailsNorRecords) {
