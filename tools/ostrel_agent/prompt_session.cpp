@@ -111,8 +111,8 @@ class PromptSession {
         }
         watch();
         if (sd_event_loop(loop_.get()) != 0) {
-            // Nobody can answer a prompt that is cut off from its service.
-            kill(prompt_, SIGTERM);
+            // Nobody can answer a prompt that is cut off from its service; it ends with this
+            // process.
             return fail(busLost, AgentExit::noService);
         }
         return outcome();

@@ -36,7 +36,10 @@ std::shared_ptr<std::atomic<bool>> send(const std::string& key, const std::strin
     const auto service = velunor::AgentServiceConnection().getService();
     if (service) {
         service->replyDataBlockForKey(key, velunor::Secret(body),
-                                      [replied](const std::string&) { *replied = true; });
+                                      [replied](const std::string& reply) {
+                                          std::fprintf(stderr, "the reply is %s\n", reply.c_str());
+                                          *replied = true;
+                                      });
     }
     return replied;
 }

@@ -52,12 +52,12 @@ class AgentStreams : public AgentLauncher {
 
 TEST_F(AgentStreams, AnswerThatNobodyReadsEndsWithFour) {
     EXPECT_EQ(startPromptFrom(unreadOutput).wait(), exited(AgentExit::noAnswer)) << errors();
-    EXPECT_THAT(errors(), EndsWith("the answer cannot be written\n"));
+    EXPECT_THAT(errors(), EndsWith("ostrel-agent: the answer cannot be written\n"));
 }
 
 TEST_F(AgentStreams, ClosedOutputEndsWithFour) {
     EXPECT_EQ(startPromptFrom(closedOutput).wait(), exited(AgentExit::noAnswer)) << errors();
-    EXPECT_THAT(errors(), EndsWith("the answer cannot be written\n"));
+    EXPECT_THAT(errors(), EndsWith("ostrel-agent: the answer cannot be written\n"));
 }
 
 TEST_F(AgentStreams, PromptIsShownWithClosedErrors) {
@@ -69,7 +69,7 @@ TEST_F(AgentStreams, RequestThatNobodyReadsIsAnsweredAllTheSame) {
     ChildProcess& process = startFrom(unreadOutput, {"serve"});
     ASSERT_TRUE(eventually([this] { return errors().find("serving") != std::string::npos; }));
     EXPECT_EQ(request(statusKey, R"({"proceed":{}})"), "OK");
-    EXPECT_THAT(errors(), HasSubstr("a request cannot be written"));
+    EXPECT_THAT(errors(), HasSubstr("ostrel-agent: a request cannot be written\n"));
     process.sendSignal(SIGTERM);
     EXPECT_EQ(process.wait(), exited(AgentExit::proceed));
 }

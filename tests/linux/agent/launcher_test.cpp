@@ -15,6 +15,9 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
+constexpr const char* nameIsTaken =
+    "ostrel-agent: the name com.velunor.OstrelAgent cannot be had: File exists\n";
+
 using AgentPrompt = AgentLauncher;
 using AgentServe = AgentLauncher;
 
@@ -24,6 +27,7 @@ TEST_F(AgentPrompt, ProceedIsPrintedAloneAndEndsWithZero) {
     EXPECT_EQ(startPrompt("answer", json).wait(), exited(AgentExit::proceed)) << errors();
     EXPECT_EQ(output(), json + "\n");
     EXPECT_THAT(errors(), HasSubstr("chatter on standard output"));
+    EXPECT_THAT(errors(), HasSubstr("the reply is OK\n"));
 }
 
 TEST_F(AgentPrompt, PostponementEndsWithTen) {
@@ -59,7 +63,7 @@ TEST_F(AgentPrompt, MalformedAnswerEndsWithFourAndIsNotPrinted) {
     startBus();
     EXPECT_EQ(startPrompt("answer", "\x1b]0;title\x07").wait(), exited(AgentExit::noAnswer));
     EXPECT_EQ(output(), "");
-    EXPECT_THAT(errors(), HasSubstr("the answer is malformed"));
+    EXPECT_THAT(errors(), HasSubstr("ostrel-agent: the answer is malformed: "));
     EXPECT_EQ(errors().find('\x1b'), std::string::npos);
 }
 
@@ -101,6 +105,20 @@ TEST_F(AgentPrompt, AnswerOfAPromptThatTheProgramStartsCounts) {
     EXPECT_EQ(output(), "{\"proceed\":{}}\n");
 }
 
+TEST_F(AgentPrompt, IsTheOneBesideTheLauncherUnlessAnotherIsNamed) {
+    startBus();
+    const auto launcher = directory() / "ostrel-agent";
+    const auto prompt = directory() / "VelunorOSUpdate";
+    std::filesystem::copy_file(LAUNCHER_PROGRAM, launcher);
+    std::filesystem::create_symlink(FAKE_PROMPT_PROGRAM, prompt);
+    EXPECT_EQ(
+        startCommand({launcher, "prompt", "--", "answer", R"({"proceed":{}})", "", "", "", ""})
+            .wait(),
+        exited(AgentExit::proceed))
+        << errors();
+    EXPECT_EQ(output(), "{\"proceed\":{}}\n");
+}
+
 TEST_F(AgentPrompt, PromptThatEndsWithoutAnAnswerEndsWithFour) {
     startBus();
     EXPECT_EQ(startPrompt("silent", "").wait(), exited(AgentExit::noAnswer));
@@ -118,6 +136,7 @@ TEST_F(AgentPrompt, PromptThatCannotStartEndsWithFour) {
 TEST_F(AgentPrompt, TimeOutTellsThePromptToEndAndEndsWithFive) {
     startBus();
     EXPECT_EQ(startPrompt("stay", "", {"--timeout", "1"}).wait(), exited(AgentExit::timeout));
+    EXPECT_THAT(errors(), EndsWith("ostrel-agent: no answer in time\n"));
     EXPECT_EQ(readFile(marker()), "told to end");
     EXPECT_EQ(output(), "");
 }
@@ -180,7 +199,7 @@ TEST_F(AgentPrompt, HangUpThatIsIgnoredAtTheStartStaysSo) {
 
 TEST_F(AgentPrompt, AbsentBusEndsWithThree) {
     EXPECT_EQ(startPrompt("answer", R"({"proceed":{}})").wait(), exited(AgentExit::noService));
-    EXPECT_THAT(errors(), HasSubstr("no message bus"));
+    EXPECT_THAT(errors(), EndsWith("ostrel-agent: no message bus: No such file or directory\n"));
 }
 
 TEST_F(AgentPrompt, BusThatGoesAwayEndsThePromptAndEndsWithThree) {
@@ -196,7 +215,7 @@ TEST_F(AgentPrompt, TakenNameEndsWithThree) {
     startBus();
     const FakeService other(directory(), bus().address(), "answer");
     EXPECT_EQ(startPrompt("answer", R"({"proceed":{}})").wait(), exited(AgentExit::noService));
-    EXPECT_THAT(errors(), HasSubstr("com.velunor.OstrelAgent"));
+    EXPECT_THAT(errors(), EndsWith(nameIsTaken));
     EXPECT_THAT(other.requests(), IsEmpty());
 }
 
@@ -224,7 +243,7 @@ TEST_F(AgentPrompt, OutputThatCannotBeWrittenEndsWithFour) {
                 .output = "/dev/full",
                 .errors = directory() / "err"});
     EXPECT_EQ(process.wait(), exited(AgentExit::noAnswer));
-    EXPECT_THAT(errors(), HasSubstr("the answer cannot be written"));
+    EXPECT_THAT(errors(), EndsWith("ostrel-agent: the answer cannot be written\n"));
 }
 
 struct UsageCase {
@@ -273,6 +292,12 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{"TimeoutIsHuge",
                   {"prompt", "--timeout", "99999999999999999999"},
                   "--timeout takes a whole number of seconds up to a week"},
+        UsageCase{"TimeoutIsBeyondAWeek",
+                  {"prompt", "--timeout", "604801"},
+                  "--timeout takes a whole number of seconds up to a week"},
+        UsageCase{"TimeoutIsAWeek",
+                  {"prompt", "--timeout", "604800"},
+                  "the prompt's six arguments are missing after --"},
         UsageCase{"TimeoutHasAUnit",
                   {"prompt", "--timeout", "5s"},
                   "--timeout takes a whole number of seconds up to a week"},
@@ -281,8 +306,10 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(AgentLauncher, HelpNamesTheStatuses) {
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"--help"}, {"serve", "--help"}, {"prompt", "--help"}}) {
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
+                                                      {"help"},
+                                                      {"serve", "--help"},
+                                                      {"prompt", "--help"}}) {
         std::filesystem::remove(directory() / "out");
         EXPECT_EQ(start(arguments).wait(), exited(AgentExit::proceed));
         EXPECT_THAT(output(), HasSubstr("\n   0  The answer was to proceed.\n"));
@@ -313,6 +340,7 @@ TEST_F(AgentServeRequests, RequestsArePrintedAndAnsweredWithOK) {
     ChildProcess& process = startService({});
     EXPECT_EQ(request(statusKey, R"({"postponse":{}})"), "OK");
     EXPECT_EQ(request("Other", "plain body"), "OK");
+    EXPECT_EQ(errors(), "ostrel-agent: serving\n");
     EXPECT_EQ(output(),
               thisUser() + statusKey + " {\"postponse\":{}}\n" + thisUser() + "Other plain body\n");
     process.sendSignal(SIGTERM);
@@ -374,7 +402,7 @@ TEST_F(AgentServe, TakenNameEndsWithThree) {
     startBus();
     const FakeService other(directory(), bus().address(), "answer");
     EXPECT_EQ(start({"serve"}).wait(), exited(AgentExit::noService));
-    EXPECT_THAT(errors(), HasSubstr("com.velunor.OstrelAgent"));
+    EXPECT_THAT(errors(), EndsWith(nameIsTaken));
 }
 
 }  // namespace
