@@ -39,9 +39,14 @@ SUITES = {
     "platform/qt/desktop": desktop(90, "qt_tests"),
     "platform/qt/password_field": desktop(90, "qt_tests"),
     "platform/qt/widgets": desktop(90, "qt_tests"),
-    "tools/ostrel_agent": desktop(90, "agent_launcher_tests"),
+    "tools/ostrel_agent": desktop(90, "agent_launcher_tests", "agent_user_tests"),
     "tools/osupdate_checkpass": desktop(90, "credential_checker_tests", "foreign_rights_tests",
                                         "ldap_node_tests"),
+    "tools/osupdate_checkpass/ldap": desktop(90, "ldap_node_tests"),
+    "tools/osupdate_checkpass/pam": desktop(90, "credential_checker_tests"),
+    "tools/osupdate_checkpass/protocol": desktop(90, "credential_checker_tests"),
+    "tools/osupdate_checkpass/service": desktop(90, "credential_checker_tests",
+                                                "foreign_rights_tests"),
     "tools/sysadminctl": desktop(90, "process_tests"),
 }
 
