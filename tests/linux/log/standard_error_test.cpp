@@ -33,6 +33,9 @@ using testing::lineForm;
 using testing::mountEmptyOver;
 using testing::readAll;
 
+/// More than a pipe takes in one piece, and less than it has room for.
+constexpr std::size_t longRecord = std::size_t{4} * PIPE_BUF;
+
 /// What comes through the pipe that is standard error of a forked copy which does this.
 std::string piped(const std::function<void()>& body) {
     return inChild([&] {
@@ -67,12 +70,12 @@ TEST(StandardError, RecordBeginsWithTheLocalTime) {
 }
 
 TEST(StandardError, PipeGetsALongRecordWhole) {
-    const std::string text(4 * PIPE_BUF, 'x');
+    const std::string text(longRecord, 'x');
     EXPECT_THAT(piped([&] { LinuxSystemLog().write(text); }), EndsWith("] " + text + "\n"));
 }
 
 TEST(StandardError, FileGetsALongRecordWhole) {
-    const std::string text(4 * PIPE_BUF, 'x');
+    const std::string text(longRecord, 'x');
     const auto outcome = inChild([&] {
         const int file = memfd_create("errors", MFD_CLOEXEC);
         dup2(file, STDERR_FILENO);
@@ -85,7 +88,7 @@ TEST(StandardError, FileGetsALongRecordWhole) {
 
 /// A pipe that cannot be opened anew, as that of another user.
 TEST(StandardError, PipeThatCannotBeOpenedGetsALongRecordCutToOneLine) {
-    const std::string text(4 * PIPE_BUF, 'x');
+    const std::string text(longRecord, 'x');
     const std::string both = piped([&] {
         enterPrivateNamespace();
         mountEmptyOver("/proc");
@@ -109,7 +112,7 @@ TEST(StandardError, PipeThatCannotBeOpenedNorReadCostsRecordsAndNoTime) {
         const ErrorPipe pipe;
         pipe.take();
         LinuxSystemLog log;
-        const std::string text(4 * PIPE_BUF, 'x');
+        const std::string text(longRecord, 'x');
         for (int count = 0; count < 100; ++count) {
             log.write(text);
         }
