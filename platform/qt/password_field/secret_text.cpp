@@ -103,7 +103,7 @@ void drawSecret(QPainter& painter, const QRect& area, std::u32string_view text, 
         caretAt = at < caret ? end : caretAt;
     });
     const double room = area.width();
-    double left = area.left() - std::clamp(caretAt - room, 0.0, std::max(0.0, end - room));
+    double left = area.left() - std::max(0.0, caretAt - room);
     if (painter.layoutDirection() == Qt::RightToLeft && end < room) {
         left = area.left() + room - end;
     }

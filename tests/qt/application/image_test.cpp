@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtEndian>
+#include <cmath>
 
 #include "platform/qt/application/image_reader.h"
 #include "tests/qt/support/widget_test.h"
@@ -46,6 +47,28 @@ TEST(ImageTest, ReadsAGif) {
 
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(image->size(), (Size{1, 1}));
+}
+
+TEST(ImageTest, ReadsAGifOfTheOlderKind) {
+    const ImagePointer image = read(QByteArray::fromHex(
+        "47494638376101000100800000ff0000ffffff2c00000000010001000002024401003b"));
+
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->size(), (Size{1, 1}));
+}
+
+TEST(ImageTest, IsUprightAsTheCameraWasHeld) {
+    QByteArray photo = encoded(sample(30, 20), "JPEG");
+    // What a camera that was turned by a quarter writes behind the picture's first two bytes.
+    photo.insert(2, QByteArray::fromHex("ffe10022457869660000"
+                                        "49492a0008000000"
+                                        "0100120103000100000006000000"
+                                        "00000000"));
+
+    const ImagePointer image = read(photo);
+
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->size(), (Size{20, 30}));
 }
 
 TEST(ImageTest, GoesByTheContentAndNotByTheName) {
@@ -125,6 +148,38 @@ TEST(ImageTest, ClipsToAnEllipseOfTheSameSize) {
     EXPECT_EQ(bitmap.pixelColor(20, 10), Qt::red);
     EXPECT_EQ(bitmap.pixelColor(0, 0).alpha(), 0);
     EXPECT_EQ(bitmap.pixelColor(39, 19).alpha(), 0);
+}
+
+TEST(ImageTest, ClipsWithSoftEdgesAndNothingAround) {
+    const QImage clipped = bitmapOf(
+        QtImageReader().clippedToRoundedRectangle(read(encoded(sample(40, 20), "PNG")), 20, 10));
+
+    double covered = 0;
+    bool soft = false;
+    for (int y = 0; y < 20; ++y) {
+        for (int x = 0; x < 40; ++x) {
+            const int alpha = clipped.pixelColor(x, y).alpha();
+            covered += alpha / 255.0;
+            soft = soft || (alpha > 20 && alpha < 235);
+        }
+    }
+    EXPECT_NEAR(covered, M_PI * 20 * 10, 6);
+    EXPECT_TRUE(soft);
+}
+
+TEST(ImageTest, ClipsAPictureForAScaledScreenInItsPoints) {
+    QImage fine = sample(80, 40);
+    fine.setDevicePixelRatio(2);
+    const QtImageReader reader;
+
+    const ImagePointer clipped =
+        reader.clippedToRoundedRectangle(std::make_shared<QtImage>(fine), 20, 10);
+
+    ASSERT_NE(clipped, nullptr);
+    EXPECT_EQ(clipped->size(), (Size{40, 20}));
+    EXPECT_EQ(bitmapOf(clipped).size(), QSize(80, 40));
+    EXPECT_EQ(bitmapOf(clipped).pixelColor(40, 2), Qt::red);
+    EXPECT_EQ(bitmapOf(clipped).pixelColor(0, 0).alpha(), 0);
 }
 
 TEST(ImageTest, ClipsNothingToNothing) {

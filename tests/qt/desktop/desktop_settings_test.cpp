@@ -29,6 +29,8 @@ class DesktopSettingsTest : public ::testing::Test {
         // The bus has taken note of it once it answers a later question.
         static_cast<void>(connection_.interface()->isServiceRegistered("org.example.Nobody"));
     }
+    void unfollow() { settings_.reset(); }
+    [[nodiscard]] const QWidget& widget() const { return widget_; }
     [[nodiscard]] std::string address() const { return bus_.address(); }
     [[nodiscard]] bool becomes(bool dark, bool reduced) {
         return waitUntil(
@@ -101,6 +103,64 @@ TEST_F(DesktopSettingsTest, TakesTheSizeOfTexts) {
     // No desktop means that.
     portal.change({.textScale = 40});
     EXPECT_TRUE(becomes(1));
+}
+
+TEST_F(DesktopSettingsTest, TakesTheSmallestAndTheLargestSizeThatADesktopOffers) {
+    const double usual = QApplication::font().pointSizeF();
+    FakePortal portal(address(), {.textScale = 0.5});
+    follow();
+    const auto becomes = [usual](double scale) {
+        return waitUntil([&] { return QApplication::font().pointSizeF() == usual * scale; });
+    };
+    EXPECT_TRUE(becomes(0.5));
+    portal.change({.textScale = 0.49});
+    EXPECT_TRUE(becomes(1));
+    portal.change({.textScale = 3});
+    EXPECT_TRUE(becomes(3));
+    portal.change({.textScale = 3.01});
+    EXPECT_TRUE(becomes(1));
+}
+
+TEST_F(DesktopSettingsTest, TakesTheSizeOfTextsInPixelsToo) {
+    const QFont before = QApplication::font();
+    QFont font = before;
+    font.setPixelSize(15);
+    QApplication::setFont(font);
+    const FakePortal portal(address(), {.textScale = 1.5});
+    follow();
+    EXPECT_TRUE(waitUntil([] { return QApplication::font().pixelSize() == 23; }));
+    unfollow();
+    EXPECT_EQ(QApplication::font().pixelSize(), 15);
+    QApplication::setFont(before);
+}
+
+TEST_F(DesktopSettingsTest, LeavesNothingBehind) {
+    const QFont before = QApplication::font();
+    const FakePortal portal(address(), {.animations = false, .contrast = 1, .textScale = 2});
+    follow();
+    ASSERT_TRUE(waitUntil([&] {
+        return currentTheme().highContrast && QApplication::font() != before &&
+               isMotionReduced(widget());
+    }));
+    unfollow();
+    EXPECT_FALSE(currentTheme().highContrast);
+    EXPECT_EQ(QApplication::font(), before);
+    EXPECT_FALSE(isMotionReduced(widget()));
+}
+
+TEST(SessionBusTest, IsTheOneThatIsNamedOrTheUsersOwn) {
+    const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+    const testing::TemporaryDirectory directory;
+    qputenv("XDG_RUNTIME_DIR", directory.path().c_str());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/anything");
+    EXPECT_TRUE(hasSessionBus());
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    EXPECT_FALSE(hasSessionBus());
+    directory.write("bus", "");
+    EXPECT_TRUE(hasSessionBus());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+    runtime.isEmpty() ? qunsetenv("XDG_RUNTIME_DIR") : qputenv("XDG_RUNTIME_DIR", runtime);
 }
 
 TEST_F(DesktopSettingsTest, PulsesInsteadOfShaking) {

@@ -56,6 +56,33 @@ TEST(StrutTest, PassesOverWidthsThatNoDesktopHas) {
     EXPECT_EQ(withoutStrut(leftMonitor, negative, twoMonitors), leftMonitor);
 }
 
+TEST(StrutTest, CountsOnlyWhereItSpansAPixelOfTheMonitor) {
+    // From the monitor's first pixel to its last, and those beside them.
+    const auto bottomFrom = [](std::uint32_t first, std::uint32_t last) {
+        return withoutStrut(rightMonitor, {0, 0, 0, 230, 0, 0, 0, 0, 0, 0, first, last},
+                            twoMonitors)
+            .height();
+    };
+    EXPECT_EQ(bottomFrom(0, 999), 800);
+    EXPECT_EQ(bottomFrom(0, 1000), 770);
+    EXPECT_EQ(bottomFrom(1999, 2500), 770);
+    EXPECT_EQ(bottomFrom(2000, 2500), 800);
+    const auto leftFrom = [](std::uint32_t first, std::uint32_t last) {
+        return withoutStrut(QRect(0, 100, 1000, 800), {7, 0, 0, 0, first, last, 0, 0, 0, 0, 0, 0},
+                            twoMonitors)
+            .x();
+    };
+    EXPECT_EQ(leftFrom(0, 99), 0);
+    EXPECT_EQ(leftFrom(0, 100), 7);
+    EXPECT_EQ(leftFrom(899, 950), 7);
+    EXPECT_EQ(leftFrom(900, 950), 0);
+    // A width of one pixel is one.
+    EXPECT_EQ(withoutStrut(leftMonitor, {0, 1, 0, 0, 0, 0, 0, 999, 0, 0, 0, 0}, twoMonitors),
+              leftMonitor);
+    EXPECT_EQ(withoutStrut(rightMonitor, {0, 1, 0, 0, 0, 0, 0, 799, 0, 0, 0, 0}, twoMonitors),
+              QRect(1000, 0, 999, 800));
+}
+
 TEST(WorkAreaTest, IsTheFirstWithinTheMonitor) {
     EXPECT_EQ(workAreaWithin(rightMonitor, {0, 0, 1000, 960, 1000, 20, 1000, 780, 1000, 0, 9, 9}),
               QRect(1000, 20, 1000, 780));
@@ -74,6 +101,8 @@ TEST(FrameTest, IsCountedInPoints) {
 }
 
 TEST(FrameTest, IsNoneThatNoDesktopHasRoomFor) {
+    EXPECT_EQ(frameMargins({2, 4, 0xFFFF, 6}, 1), QMargins(2, 0xFFFF, 4, 6));
+    EXPECT_EQ(frameMargins({2, 4, 0x10000, 6}, 1), QMargins());
     EXPECT_EQ(frameMargins({2, 4, 0xFFFFFFFF, 6}, 1), QMargins());
 }
 

@@ -1,8 +1,15 @@
 #include "platform/qt/desktop/display.h"
 
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <QDir>
+#include <QLibraryInfo>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <string>
 
+#include "platform/posix/file_descriptor.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {
@@ -100,6 +107,70 @@ TEST(DisplayTest, LeavesAPlatformThatSomebodyChose) {
 
     EXPECT_TRUE(prepareDisplay());
     EXPECT_EQ(qgetenv("QT_QPA_PLATFORM"), "minimal");
+}
+
+/// A compositor's socket, to which nobody has to speak.
+class WaylandTest : public testing::Test {
+  protected:
+    WaylandTest() { EXPECT_TRUE(directory_.isValid()); }
+    /// Whether the toolkit has the plug-in for a compositor; without it there is none.
+    [[nodiscard]] static bool isUsable() {
+        const QDir plugIns(QLibraryInfo::path(QLibraryInfo::PluginsPath) + "/platforms");
+        return !plugIns.entryList({"libqwayland*"}, QDir::Files).isEmpty();
+    }
+    /// A socket that listens at this place in the directory.
+    [[nodiscard]] FileDescriptor listenAt(const QString& name) const {
+        FileDescriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        place(name).copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+                  0);
+        EXPECT_EQ(listen(listener.get(), 1), 0);
+        return listener;
+    }
+    [[nodiscard]] std::string place(const QString& name) const {
+        return directory_.filePath(name).toStdString();
+    }
+
+  private:
+    const QTemporaryDir directory_;
+    const Variable runtime_{"XDG_RUNTIME_DIR", directory_.path().toLocal8Bit()};
+    const Variable x_{"DISPLAY", {}};
+};
+
+TEST_F(WaylandTest, CompositorThatListensIsTakenWhereThereIsNoXServer) {
+    const Variable platform("QT_QPA_PLATFORM", {});
+    const Variable wayland("WAYLAND_DISPLAY", "wayland-7");
+    EXPECT_FALSE(prepareDisplay());
+    const FileDescriptor server = listenAt("wayland-7");
+    EXPECT_EQ(prepareDisplay(), isUsable());
+    EXPECT_EQ(qgetenv("QT_QPA_PLATFORM"), isUsable() ? "wayland" : "");
+}
+
+TEST_F(WaylandTest, CompositorHasItsUsualNameOrAWholePath) {
+    const Variable platform("QT_QPA_PLATFORM", " wayland-egl ");
+    const Variable wayland("WAYLAND_DISPLAY", {});
+    EXPECT_FALSE(prepareDisplay());
+    const FileDescriptor server = listenAt("wayland-0");
+    EXPECT_EQ(prepareDisplay(), isUsable());
+    const Variable elsewhere("WAYLAND_DISPLAY", QByteArray::fromStdString(place("other")));
+    EXPECT_FALSE(prepareDisplay());
+    const FileDescriptor other = listenAt("other");
+    EXPECT_EQ(prepareDisplay(), isUsable());
+}
+
+TEST(DisplayTest, PlatformsWithoutAServerAreKnownByTheirNames) {
+    const Variable x("DISPLAY", {});
+    for (const char* name : {"offscreen", "minimal", "minimalegl", "vnc", "linuxfb", "eglfs",
+                             "eglfs_kms", "vnc:size=800x600", "nothing;vnc"}) {
+        const Variable platform("QT_QPA_PLATFORM", name);
+        EXPECT_TRUE(prepareDisplay()) << name;
+    }
+    for (const char* name : {"nothing", "xcb", "xcb;nothing", "an eglfs", "offscreens"}) {
+        const Variable platform("QT_QPA_PLATFORM", name);
+        EXPECT_FALSE(prepareDisplay()) << name;
+    }
 }
 
 }  // namespace

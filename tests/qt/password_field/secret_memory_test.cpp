@@ -240,5 +240,21 @@ TEST_F(SecretMemoryTest, LeavesNothingInStorageThatItOutgrows) {
     expectNothingLeft();
 }
 
+TEST_F(SecretMemoryTest, LeavesNothingWhenTheFieldIsDestroyed) {
+    {
+        SecretText text;
+        // The allocator itself overwrites the beginning of what is given back.
+        constexpr std::size_t before = 50;
+        for (std::size_t index = 0; index < before; ++index) {
+            text.insert(0, U'-');
+        }
+        for (std::size_t index = 0; index < MaskedNeedle::length; ++index) {
+            text.insert(before + index, needle.letter(index));
+        }
+        EXPECT_EQ(memory.search(needle).utf32, 1U);
+    }
+    expectNothingLeft();
+}
+
 }  // namespace
 }  // namespace velunor

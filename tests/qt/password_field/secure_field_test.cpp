@@ -165,7 +165,8 @@ TEST_F(SecureFieldTest, ShowsAndSharesNothing) {
     EXPECT_EQ(widget.echoMode(), QLineEdit::Password);
     EXPECT_FALSE(widget.dragEnabled());
     EXPECT_EQ(widget.contextMenuPolicy(), Qt::NoContextMenu);
-    const auto wanted = Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText;
+    const auto wanted =
+        Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase;
     EXPECT_EQ(widget.inputMethodHints() & wanted, wanted);
 }
 
@@ -218,16 +219,27 @@ TEST(SecretTextTest, KeepsItsTextWhileItGrows) {
     EXPECT_EQ(text.utf8().reveal(), expected);
 }
 
+TEST(SecretTextTest, IsEmptyOnceItIsCleared) {
+    SecretText text;
+    for (const char32_t letter : {U'a', U'b', U'c'}) {
+        text.insert(0, letter);
+    }
+    EXPECT_EQ(text.reveal(), U"cba");
+    text.clear();
+    EXPECT_EQ(text.size(), 0U);
+    EXPECT_EQ(text.utf8().reveal(), "");
+}
+
 TEST(SecretTextTest, EncodesEveryLengthAndReplacesWhatIsNoCharacter) {
     SecretText text;
     for (const char32_t codePoint : {U'a', U'\u00E9', U'\u20AC', U'\U0001F511'}) {
         text.insert(text.size(), codePoint);
     }
-    for (const unsigned invalid : {0xD800U, 0xDFFFU, 0x110000U}) {
+    for (const unsigned invalid : {0xD800U, 0xDFFFU, 0x110000U, 0x10FFFFU}) {
         text.insert(text.size(), static_cast<char32_t>(invalid));
     }
 
-    EXPECT_EQ(text.utf8().reveal(), "a\u00E9\u20AC\U0001F511\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(text.utf8().reveal(), "a\u00E9\u20AC\U0001F511\uFFFD\uFFFD\uFFFD\U0010FFFF");
 }
 
 }  // namespace

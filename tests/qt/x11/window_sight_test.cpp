@@ -1,0 +1,87 @@
+// Whether the desktop shows a window, as the X server and the window manager tell it.
+
+#include "platform/qt/desktop/window_sight.h"
+
+#include <QTest>
+#include <memory>
+
+#include "tests/qt/x11/x11_test.h"
+
+namespace velunor {
+namespace {
+
+using testing::WindowId;
+
+class WindowSightTest : public X11Test {
+  protected:
+    /// Shows the window at its place and watches it.
+    void watch() {
+        window.setGeometry(300, 200, 400, 300);
+        ASSERT_TRUE(isShown(window));
+        sight = std::make_unique<WindowSight>(window);
+        QObject::connect(sight.get(), &WindowSight::lost, [this] { ++lost; });
+        QObject::connect(sight.get(), &WindowSight::found, [this] { ++found; });
+    }
+    [[nodiscard]] bool isLost(int times = 1) {
+        return becomes([&] { return lost == times && found == times - 1; });
+    }
+    [[nodiscard]] bool isFound(int times = 1) {
+        return becomes([&] { return lost == times && found == times; });
+    }
+
+    QWidget window;
+    std::unique_ptr<WindowSight> sight;
+    int lost = 0;
+    int found = 0;
+};
+
+TEST_F(WindowSightTest, WindowOfWhichAPartIsInSightIsNotLost) {
+    watch();
+    const auto frame = screen().frameOf(idOf(window));
+    add(screen().addWindow({frame.x + 10, 0, 900, 900}));
+    const WindowId brief = screen().addCover({0, 0, 1280, 900});
+    QTest::qWait(1000);
+    // Nor one that is covered for a moment.
+    screen().removeWindow(brief);
+    QTest::qWait(2500);
+    EXPECT_EQ(lost, 0);
+    EXPECT_EQ(found, 0);
+}
+
+TEST_F(WindowSightTest, MinimizedWindowIsLost) {
+    watch();
+    screen().minimize(idOf(window));
+    EXPECT_TRUE(isLost());
+    screen().activate(idOf(window));
+    EXPECT_TRUE(isFound());
+}
+
+TEST_F(WindowSightTest, WindowOnAnotherWorkspaceIsLost) {
+    screen().makeTwoWorkspaces();
+    watch();
+    ASSERT_TRUE(screen().goToWorkspace(1));
+    EXPECT_TRUE(isLost());
+    ASSERT_TRUE(screen().goToWorkspace(0));
+    EXPECT_TRUE(isFound());
+}
+
+TEST_F(WindowSightTest, WindowBelowAFullScreenOneIsLostUnderACompositorToo) {
+    if (!screen().hasCompositor()) {
+        display().startCompositor();
+    }
+    watch();
+    // The card's window is below it, and a window of nobody's that only covers is no reason.
+    const WindowId film = add(screen().addFullScreenWindow());
+    ASSERT_TRUE(screen().comeInto(film));
+    EXPECT_TRUE(isLost());
+    screen().fillScreen(film, false);
+    bringToFront(window, {});
+    EXPECT_TRUE(isFound());
+    // It becomes a full-screen one while it is the active one: no other window changes.
+    ASSERT_TRUE(screen().comeInto(film));
+    screen().fillScreen(film, true);
+    EXPECT_TRUE(isLost(2));
+}
+
+}  // namespace
+}  // namespace velunor
