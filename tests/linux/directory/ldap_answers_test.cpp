@@ -155,6 +155,11 @@ TEST(LdapAnswers, AnswerToABindThatCannotBeReadIsARefusal) {
                            "password: "));
 }
 
+TEST(LdapAnswers, ControlsThatCannotBeReadAreARefusal) {
+    // They could have told that the password must be changed.
+    EXPECT_THAT(boundAnswer(boundWith(element(sequence, ""))), StartsWith("Error Domain=LDAP "));
+}
+
 TEST(LdapAnswers, EntryWithoutANameIsNotBoundAs) {
     // A bind without a name succeeds as nobody.
     EXPECT_THAT(

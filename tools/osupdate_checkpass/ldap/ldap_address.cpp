@@ -17,17 +17,17 @@ std::optional<LdapAddress> parseLdapAddress(const std::string& uri) {
     if (uri.size() > longest || !std::regex_match(uri, parts, form)) {
         return std::nullopt;
     }
-    LdapAddress address;
-    address.beginsWithTls = parts.length(1) != 0;
-    address.host = parts[2].matched ? parts.str(2) : parts.str(3);
-    address.port = address.beginsWithTls ? defaultTlsPort : defaultPort;
+    const bool beginsWithTls = parts.length(1) != 0;
+    int port = beginsWithTls ? defaultTlsPort : defaultPort;
     if (parts[4].matched) {
-        address.port = std::stoi(parts.str(4));
+        port = std::stoi(parts.str(4));
     }
-    if (address.port < 1 || address.port > highestPort) {
+    if (port < 1 || port > highestPort) {
         return std::nullopt;
     }
-    return address;
+    return LdapAddress{.beginsWithTls = beginsWithTls,
+                       .host = parts[2].matched ? parts.str(2) : parts.str(3),
+                       .port = port};
 }
 
 }  // namespace velunor

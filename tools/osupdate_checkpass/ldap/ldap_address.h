@@ -7,11 +7,11 @@ namespace velunor {
 
 /// Where a directory server is.
 struct LdapAddress {
-    bool beginsWithTls = false;
+    bool beginsWithTls;
     /// A name, or an address in numbers without brackets.
     std::string host;
     /// 1 to 65535.
-    int port = 0;
+    int port;
 };
 
 /// The server at "ldaps://host[:port]" or "ldap://host[:port]", a slash at the end allowed; none

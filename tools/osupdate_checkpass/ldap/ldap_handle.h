@@ -17,7 +17,7 @@ struct LdapSocket {
     /// Close-on-exec.
     FileDescriptor socket;
     /// Whether TLS comes first; else the connection begins in clear text and is upgraded.
-    bool beginsWithTls = false;
+    bool beginsWithTls;
 };
 
 /// To be called first. At its first use the library looks up the machine's own full name, which is
