@@ -28,6 +28,8 @@ class X11Environment : public ::testing::Environment {
         qputenv("QT_QPA_PLATFORM", "xcb");
         // The desktop that the tests run on has no say.
         qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        // Qt 6.8 leaks what waits for the portal's answer when there is none.
+        qputenv("QT_NO_XDG_DESKTOP_PORTAL", "1");
         application_ = std::make_unique<QApplication>(argumentCount_, arguments_.data());
         QApplication::setQuitOnLastWindowClosed(false);
         initializeResources();
