@@ -18,6 +18,10 @@ inline Ending exited(AgentExit status) {
     return {static_cast<int>(status), 0};
 }
 
+/// What the launcher says where another program has the service's name.
+inline constexpr const char* nameIsTaken =
+    "ostrel-agent: the name com.velunor.OstrelAgent cannot be had: File exists\n";
+
 /// The local agent service and launcher, as a process on a bus of the test's own.
 class AgentLauncher : public AgentFiles {
   protected:

@@ -1,4 +1,4 @@
-// The local agent service and launcher, as a process on a bus of the test's own.
+// The launcher that starts a prompt, as a process on a bus of the test's own.
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -15,11 +15,7 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr const char* nameIsTaken =
-    "ostrel-agent: the name com.velunor.OstrelAgent cannot be had: File exists\n";
-
 using AgentPrompt = AgentLauncher;
-using AgentServe = AgentLauncher;
 
 TEST_F(AgentPrompt, ProceedIsPrintedAloneAndEndsWithZero) {
     startBus();
@@ -246,138 +242,6 @@ TEST_F(AgentPrompt, OutputThatCannotBeWrittenEndsWithFour) {
     EXPECT_THAT(errors(), EndsWith("ostrel-agent: the answer cannot be written\n"));
 }
 
-struct UsageCase {
-    const char* name;
-    std::vector<std::string> arguments;
-    const char* expected;
-};
-
-void PrintTo(const UsageCase& value, std::ostream* out) {
-    *out << value.name;
-}
-
-class AgentUsage : public AgentLauncher, public ::testing::WithParamInterface<UsageCase> {};
-
-TEST_P(AgentUsage, EndsWithTwoAndSaysWhy) {
-    EXPECT_EQ(start(GetParam().arguments).wait(), exited(AgentExit::usage));
-    EXPECT_EQ(output(), "");
-    EXPECT_THAT(errors(), EndsWith(std::string("ostrel-agent: ") + GetParam().expected + "\n"));
-    EXPECT_THAT(errors(), HasSubstr("Usage: "));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Wrong, AgentUsage,
-    ::testing::Values(
-        UsageCase{"Nothing", {}, "no command given"},
-        UsageCase{"UnknownCommand", {"show\x1b[31m"}, "unknown command show\\u{1B}[31m"},
-        UsageCase{"ServeArgument", {"serve", "extra"}, "unknown argument extra"},
-        UsageCase{"ReplyWithoutText", {"serve", "--reply"}, "--reply needs a text"},
-        UsageCase{
-            "NoPromptArguments", {"prompt"}, "the prompt's six arguments are missing after --"},
-        UsageCase{"FivePromptArguments",
-                  {"prompt", "--", "1", "2", "3", "4", "5"},
-                  "the prompt takes six arguments after --"},
-        UsageCase{"SevenPromptArguments",
-                  {"prompt", "--", "1", "2", "3", "4", "5", "6", "7"},
-                  "the prompt takes six arguments after --"},
-        UsageCase{"TimeoutIsNoNumber",
-                  {"prompt", "--timeout", "soon"},
-                  "--timeout takes a whole number of seconds up to a week"},
-        UsageCase{"TimeoutIsZero",
-                  {"prompt", "--timeout", "0"},
-                  "--timeout takes a whole number of seconds up to a week"},
-        UsageCase{"TimeoutIsNegative",
-                  {"prompt", "--timeout", "-5"},
-                  "--timeout takes a whole number of seconds up to a week"},
-        UsageCase{"TimeoutIsHuge",
-                  {"prompt", "--timeout", "99999999999999999999"},
-                  "--timeout takes a whole number of seconds up to a week"},
-        UsageCase{"TimeoutIsBeyondAWeek",
-                  {"prompt", "--timeout", "604801"},
-                  "--timeout takes a whole number of seconds up to a week"},
-        UsageCase{"TimeoutIsAWeek",
-                  {"prompt", "--timeout", "604800"},
-                  "the prompt's six arguments are missing after --"},
-        UsageCase{"TimeoutHasAUnit",
-                  {"prompt", "--timeout", "5s"},
-                  "--timeout takes a whole number of seconds up to a week"},
-        UsageCase{"ProgramWithoutPath", {"prompt", "--program"}, "--program needs a value"},
-        UsageCase{"UnknownOption", {"prompt", "--colour", "red"}, "unknown argument --colour"}),
-    [](const auto& test) { return std::string(test.param.name); });
-
-TEST_F(AgentLauncher, HelpNamesTheStatuses) {
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
-                                                      {"help"},
-                                                      {"serve", "--help"},
-                                                      {"prompt", "--help"}}) {
-        std::filesystem::remove(directory() / "out");
-        EXPECT_EQ(start(arguments).wait(), exited(AgentExit::proceed));
-        EXPECT_THAT(output(), HasSubstr("\n   0  The answer was to proceed.\n"));
-        EXPECT_THAT(output(), HasSubstr("\n  10  The answer was to postpone.\n"));
-        for (int status = 1; status < 10; ++status) {
-            EXPECT_THAT(output(), HasSubstr("\n   " + std::to_string(status) + "  "));
-        }
-    }
-}
-
-TEST_F(AgentLauncher, VersionIsOneLine) {
-    EXPECT_EQ(start({"--version"}).wait(), exited(AgentExit::proceed));
-    EXPECT_THAT(output(), ::testing::MatchesRegex("ostrel-agent [0-9]+\\.[0-9]+\\.[0-9]+\n"));
-}
-
-class AgentServeRequests : public AgentLauncher {
-  protected:
-    AgentServeRequests() {
-        startBus();
-        initialiseLibrary();
-    }
-
-    /// What the line of a request from this process begins with.
-    static std::string thisUser() { return std::to_string(getuid()) + " "; }
-};
-
-TEST_F(AgentServeRequests, RequestsArePrintedAndAnsweredWithOK) {
-    ChildProcess& process = startService({});
-    EXPECT_EQ(request(statusKey, R"({"postponse":{}})"), "OK");
-    EXPECT_EQ(request("Other", "plain body"), "OK");
-    EXPECT_EQ(errors(), "ostrel-agent: serving\n");
-    EXPECT_EQ(output(),
-              thisUser() + statusKey + " {\"postponse\":{}}\n" + thisUser() + "Other plain body\n");
-    process.sendSignal(SIGTERM);
-    EXPECT_EQ(process.wait(), exited(AgentExit::proceed));
-}
-
-TEST_F(AgentServeRequests, ReplyIsTheOneGiven) {
-    startService({"--reply", "noted, thanks"});
-    EXPECT_EQ(request(statusKey, "{}"), "noted, thanks");
-}
-
-TEST_F(AgentServeRequests, OnceEndsAfterTheFirstRequest) {
-    ChildProcess& process = startService({"--once"});
-    EXPECT_EQ(request(statusKey, R"({"proceed":{}})"), "OK");
-    EXPECT_EQ(process.wait(), exited(AgentExit::proceed));
-    EXPECT_EQ(output(), thisUser() + statusKey + " {\"proceed\":{}}\n");
-}
-
-TEST_F(AgentServeRequests, BytesThatAreNoAnswerCannotHarmATerminal) {
-    startService({});
-    EXPECT_EQ(request("key\x1b[2J", "\x1b[31m\nred\xff\x7f"), "OK");
-    EXPECT_EQ(output(), thisUser() + "key\\u{1B}[2J \\u{1B}[31m\\nred\uFFFD\\u{7F}\n");
-}
-
-TEST_F(AgentServeRequests, KeyCannotPassForTheUserId) {
-    startService({});
-    EXPECT_EQ(request("0 PatchOSUpdateNotificationStatus", "{}"), "OK");
-    EXPECT_EQ(output(), thisUser() + "0 PatchOSUpdateNotificationStatus {}\n");
-}
-
-TEST_F(AgentServeRequests, BusThatGoesAwayEndsWithThree) {
-    ChildProcess& process = startService({});
-    bus().stop();
-    EXPECT_EQ(process.wait(), exited(AgentExit::noService));
-    EXPECT_THAT(errors(), EndsWith("the message bus is gone\n"));
-}
-
 TEST_F(AgentPrompt, OtherUserIsAskedByRootAlone) {
     const Ending ending =
         start({"prompt", "--user", "no such user", "--", "", "", "", "", "", ""}).wait().value();
@@ -396,13 +260,6 @@ TEST_F(AgentPrompt, UserWhoIsNotLoggedInIsNobodyToAsk) {
         start({"prompt", "--user", "nobody", "--", "", "", "", "", "", ""}).wait().value();
     EXPECT_EQ(ending, exited(geteuid() == 0 ? AgentExit::nobodyThere : AgentExit::usage));
     EXPECT_EQ(output(), "");
-}
-
-TEST_F(AgentServe, TakenNameEndsWithThree) {
-    startBus();
-    const FakeService other(directory(), bus().address(), "answer");
-    EXPECT_EQ(start({"serve"}).wait(), exited(AgentExit::noService));
-    EXPECT_THAT(errors(), EndsWith(nameIsTaken));
 }
 
 }  // namespace
