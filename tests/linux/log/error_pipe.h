@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
@@ -19,6 +20,14 @@ struct ErrorPipe {
     void take() const { dup2(ends[1], STDERR_FILENO); }
     std::array<int, 2> ends{};
 };
+
+/// Makes a stream's socket standard error of a forked copy of the program; the other end's number.
+inline int takeSocket() {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+    dup2(ends[1], STDERR_FILENO);
+    return ends[0];
+}
 
 /// Everything up to the end of the stream.
 inline std::string readAll(int descriptor) {

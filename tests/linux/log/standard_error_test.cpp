@@ -5,10 +5,8 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
 #include <climits>
 #include <cstdlib>
 #include <ctime>
@@ -32,6 +30,7 @@ using testing::inChild;
 using testing::lineForm;
 using testing::mountEmptyOver;
 using testing::readAll;
+using testing::takeSocket;
 
 /// More than a pipe takes in one piece, and less than it has room for.
 constexpr std::size_t longRecord = std::size_t{4} * PIPE_BUF;
@@ -47,6 +46,15 @@ std::string piped(const std::function<void()>& body) {
                return readAll(pipe.ends[0]);
            })
         .text;
+}
+
+/// More than a pipe or a socket has room for.
+void writeOften() {
+    LinuxSystemLog log;
+    const std::string text(longRecord, 'x');
+    for (int count = 0; count < 100; ++count) {
+        log.write(text);
+    }
 }
 
 TEST(StandardError, RecordBeginsWithTheLocalTime) {
@@ -111,11 +119,7 @@ TEST(StandardError, PipeThatCannotBeOpenedNorReadCostsRecordsAndNoTime) {
         mountEmptyOver("/proc");
         const ErrorPipe pipe;
         pipe.take();
-        LinuxSystemLog log;
-        const std::string text(longRecord, 'x');
-        for (int count = 0; count < 100; ++count) {
-            log.write(text);
-        }
+        writeOften();
         return std::string("alive");
     });
     EXPECT_EQ(outcome.text, "alive");
@@ -123,14 +127,8 @@ TEST(StandardError, PipeThatCannotBeOpenedNorReadCostsRecordsAndNoTime) {
 
 TEST(StandardError, SocketThatNobodyReadsCostsRecordsAndNoTime) {
     const auto outcome = inChild([] {
-        std::array<int, 2> ends{};
-        socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data());
-        dup2(ends[1], STDERR_FILENO);
-        LinuxSystemLog log;
-        const std::string text(10'000, 'x');
-        for (int count = 0; count < 100; ++count) {
-            log.write(text);
-        }
+        takeSocket();
+        writeOften();
         return std::string("alive");
     });
     EXPECT_EQ(outcome.text, "alive");

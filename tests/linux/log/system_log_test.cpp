@@ -30,6 +30,7 @@ using testing::inChild;
 using testing::lineForm;
 using testing::mountEmptyOver;
 using testing::readAll;
+using testing::takeSocket;
 
 /// A socket that listens for datagrams at `path`, whose directory is made.
 int listeningSocket(const std::string& path) {
@@ -183,10 +184,7 @@ TEST(SystemLog, ReaderThatIsGoneDoesNotEndTheProcess) {
 
 TEST(SystemLog, SocketWhoseReaderIsGoneDoesNotEndTheProcess) {
     const auto outcome = inChild([] {
-        std::array<int, 2> ends{};
-        socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data());
-        dup2(ends[1], STDERR_FILENO);
-        close(ends[0]);
+        close(takeSocket());
         LinuxSystemLog().write("text");
         return std::string("alive");
     });

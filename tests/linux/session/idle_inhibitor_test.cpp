@@ -119,6 +119,14 @@ class ProcessActivityTest : public ::testing::Test {
         setenv("DBUS_SESSION_BUS_ADDRESS", sessionBus.address().c_str(), 1);
     }
 
+    /// An activity begins, and the portal on the session's bus is asked once.
+    void expectThePortalIsAsked() {
+        Portal portal(sessionBus);
+        LinuxProcessActivity activity(log);
+        activity.beginUserInitiated("Timer Enabled");
+        EXPECT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
+    }
+
     PrivateBus systemBus;
     PrivateBus sessionBus;
     RecordingLog log;
@@ -197,28 +205,19 @@ TEST_F(ProcessActivityTest, AsksThePortalWhereThereIsNoLoginManager) {
 
 TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagerIsSilent) {
     LoginManager loginManager(systemBus, false);
-    Portal portal(sessionBus);
-    LinuxProcessActivity activity(log);
-    activity.beginUserInitiated("Timer Enabled");
-    EXPECT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
+    expectThePortalIsAsked();
     EXPECT_EQ(loginManager.calls().size(), 1U);
 }
 
 TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagerRefuses) {
     const RefusingService loginManager(systemBus, loginManagerPlace);
-    Portal portal(sessionBus);
-    LinuxProcessActivity activity(log);
-    activity.beginUserInitiated("Timer Enabled");
-    EXPECT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
+    expectThePortalIsAsked();
     EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(ProcessActivityTest, AsksThePortalWhereTheLoginManagersAnswerHoldsNoLock) {
     const WordyLoginManager loginManager(systemBus);
-    Portal portal(sessionBus);
-    LinuxProcessActivity activity(log);
-    activity.beginUserInitiated("Timer Enabled");
-    EXPECT_TRUE(eventually([&] { return portal.callers().size() == 1; }));
+    expectThePortalIsAsked();
     EXPECT_TRUE(log.lines().empty());
 }
 

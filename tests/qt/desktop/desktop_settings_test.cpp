@@ -37,7 +37,13 @@ class DesktopSettingsTest : public ::testing::Test {
             [&] { return currentTheme().dark == dark && isMotionReduced(widget_) == reduced; });
     }
 
+    /// Whether texts get so many times the size that they had before the test.
+    [[nodiscard]] bool textsBecome(double scale) const {
+        return waitUntil([&] { return QApplication::font().pointSizeF() == usualSize_ * scale; });
+    }
+
   private:
+    const double usualSize_ = QApplication::font().pointSizeF();
     testing::TemporaryDirectory directory_;
     testing::PrivateBus bus_{directory_.path()};
     QDBusConnection connection_;
@@ -90,35 +96,27 @@ TEST_F(DesktopSettingsTest, TakesHighContrastFromEitherSetting) {
 }
 
 TEST_F(DesktopSettingsTest, TakesTheSizeOfTexts) {
-    const double usual = QApplication::font().pointSizeF();
     FakePortal portal(address(), {.textScale = 1.5});
     follow();
-    const auto becomes = [usual](double scale) {
-        return waitUntil([&] { return QApplication::font().pointSizeF() == usual * scale; });
-    };
-    EXPECT_TRUE(becomes(1.5));
+    EXPECT_TRUE(textsBecome(1.5));
 
     portal.change({.textScale = 1.25});
-    EXPECT_TRUE(becomes(1.25));
+    EXPECT_TRUE(textsBecome(1.25));
     // No desktop means that.
     portal.change({.textScale = 40});
-    EXPECT_TRUE(becomes(1));
+    EXPECT_TRUE(textsBecome(1));
 }
 
 TEST_F(DesktopSettingsTest, TakesTheSmallestAndTheLargestSizeThatADesktopOffers) {
-    const double usual = QApplication::font().pointSizeF();
     FakePortal portal(address(), {.textScale = 0.5});
     follow();
-    const auto becomes = [usual](double scale) {
-        return waitUntil([&] { return QApplication::font().pointSizeF() == usual * scale; });
-    };
-    EXPECT_TRUE(becomes(0.5));
+    EXPECT_TRUE(textsBecome(0.5));
     portal.change({.textScale = 0.49});
-    EXPECT_TRUE(becomes(1));
+    EXPECT_TRUE(textsBecome(1));
     portal.change({.textScale = 3});
-    EXPECT_TRUE(becomes(3));
+    EXPECT_TRUE(textsBecome(3));
     portal.change({.textScale = 3.01});
-    EXPECT_TRUE(becomes(1));
+    EXPECT_TRUE(textsBecome(1));
 }
 
 TEST_F(DesktopSettingsTest, TakesTheSizeOfTextsInPixelsToo) {
