@@ -190,9 +190,10 @@ std::optional<DirectoryNodeSettings> nodeIn(int count, char** arguments) {
         return std::nullopt;
     }
     const std::string_view text = arguments[6];
+    // What is no number, or too great for one, leaves it as it is.
     int seconds = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (error != std::errc() || end != text.data() + text.size() || seconds < 1 ||
+    const char* const end = text.data() + text.size();
+    if (std::from_chars(text.data(), end, seconds).ptr != end || seconds < 1 ||
         seconds > longestLimit) {
         return std::nullopt;
     }

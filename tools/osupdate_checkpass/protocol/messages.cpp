@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 
 #include "platform/posix/file_descriptor.h"
 #include "platform/posix/memory_lock.h"
@@ -47,14 +46,13 @@ std::size_t CheckRequest::readToEnd(int input, std::chrono::steady_clock::time_p
     std::size_t size = 0;
     while (size < bytes_.size() && pollUntil(input, POLLIN, deadline) == 0) {
         const ssize_t count = ::read(input, bytes_.data() + size, bytes_.size() - size);
+        if (count < 0) {
+            break;
+        }
         if (count == 0) {
             return size;
         }
-        if (count > 0) {
-            size += static_cast<std::size_t>(count);
-        } else if (errno != EINTR && errno != EAGAIN) {
-            break;
-        }
+        size += static_cast<std::size_t>(count);
     }
     return 0;
 }

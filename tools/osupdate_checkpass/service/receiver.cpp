@@ -55,7 +55,7 @@ void receiveConnections(const FileDescriptor& listener, std::chrono::millisecond
     UnderWay underWay;
     while (true) {
         const bool atRest = underWay.empty();
-        const auto wait = atRest ? idle : std::min(idle, betweenLooks);
+        const auto wait = atRest ? idle : betweenLooks;
         const int error =
             pollUntil(listener.get(), POLLIN, std::chrono::steady_clock::now() + wait);
         reap(underWay);

@@ -19,24 +19,26 @@ constexpr const char* path = "/run/velunor/osupdate-checkpass.lock";
 // First those of the callers, behind them the accounts that the password database knows, then
 // others.
 constexpr off_t accounts = off_t{1} << 40U;
-constexpr off_t otherAccounts = off_t{1} << 41U;
+constexpr off_t otherAccounts = accounts << 1U;
 
 bool lock(const FileDescriptor& file, off_t byte) {
     struct flock request {
         .l_type = F_WRLCK, .l_whence = SEEK_SET, .l_start = byte, .l_len = 1, .l_pid = 0
     };
-    int result = 0;
-    while ((result = fcntl(file.get(), F_OFD_SETLKW, &request)) != 0 && errno == EINTR) {
+    while (fcntl(file.get(), F_OFD_SETLKW, &request) != 0) {
+        if (errno != EINTR) {
+            return false;
+        }
     }
-    return result == 0;
+    return true;
 }
 
 off_t byteOf(const std::string& account) {
     const LocalAccountResult found = accountFoundAs(account);
     if (found.account) {
-        return accounts + found.account->user;
+        return accounts | found.account->user;
     }
-    return otherAccounts + static_cast<std::uint32_t>(std::hash<std::string>()(account));
+    return otherAccounts | static_cast<std::uint32_t>(std::hash<std::string>()(account));
 }
 
 }  // namespace
