@@ -15,6 +15,8 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "platform/posix/file_descriptor.h"
 #include "tests/linux/credential_checker/checker_support.h"
@@ -44,6 +46,31 @@ FileDescriptor pipeWith(const std::string& text) {
     return FileDescriptor(ends[0]);
 }
 
+/// A pipe into which each piece comes once the one before it has been read, and then the end.
+class PiecewisePipe {
+  public:
+    explicit PiecewisePipe(std::vector<std::string> pieces) {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+        reader_ = FileDescriptor(ends[0]);
+        sender_ = std::jthread([writer = FileDescriptor(ends[1]), pieces = std::move(pieces)] {
+            for (const std::string& piece : pieces) {
+                EXPECT_TRUE(eventually([&] {
+                    int left = -1;
+                    return ioctl(writer.get(), FIONREAD, &left) == 0 && left == 0;
+                }));
+                EXPECT_EQ(writeWhole(writer.get(), piece), 0);
+            }
+        });
+    }
+
+    [[nodiscard]] int reader() const { return reader_.get(); }
+
+  private:
+    FileDescriptor reader_;
+    std::jthread sender_;
+};
+
 TEST(CheckRequest, IsOverwrittenAtItsEnd) {
     const std::string password = "a password to be looked for";
     alignas(CheckRequest) std::array<char, sizeof(CheckRequest)> storage{};
@@ -68,20 +95,34 @@ TEST(CheckRequest, WritesNothingBehindItselfHoweverItIsSent) {
         CheckRequest request;
         std::array<char, 8192> behind{};
     } place;
-    std::array<int, 2> ends{};
-    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-    const FileDescriptor reader(ends[0]);
-    const std::jthread sender([writer = FileDescriptor(ends[1])] {
-        EXPECT_EQ(writeWhole(writer.get(), std::string(1000, 'x')), 0);
-        // The rest comes once this is read.
-        EXPECT_TRUE(eventually([&] {
-            int left = -1;
-            return ioctl(writer.get(), FIONREAD, &left) == 0 && left == 0;
-        }));
-        EXPECT_EQ(writeWhole(writer.get(), std::string(8000, 'x')), 0);
-    });
-    EXPECT_FALSE(place.request.read(reader.get(), soon(), 1024));
+    const PiecewisePipe pipe({std::string(1000, 'x'), std::string(8000, 'x')});
+    EXPECT_FALSE(place.request.read(pipe.reader(), soon(), 1024));
     EXPECT_EQ(std::count(place.behind.begin(), place.behind.end(), '\0'), 8192);
+}
+
+TEST(CheckRequest, MayComeByteByByte) {
+    std::vector<std::string> bytes;
+    for (const char byte : requestFor("me", "right")) {
+        bytes.emplace_back(1, byte);
+    }
+    const PiecewisePipe pipe(bytes);
+    CheckRequest request;
+    EXPECT_TRUE(request.read(pipe.reader(), soon(), 100));
+    EXPECT_EQ(request.userName(), "me");
+    EXPECT_EQ(request.password(), "right");
+}
+
+TEST(CheckRequest, HoldsTheLongestForADirectoryAndNoLongerOne) {
+    using credential_checker_protocol::longestDirectoryPassword;
+    const std::string name(credential_checker_protocol::longestUserName, 'n');
+    const std::string password(longestDirectoryPassword, 'p');
+    const auto isTaken = [](const std::string& text) {
+        CheckRequest request;
+        return request.read(pipeWith(text).get(), soon(), longestDirectoryPassword);
+    };
+    EXPECT_TRUE(isTaken(requestFor(name, password)));
+    EXPECT_FALSE(isTaken(requestFor(name, password + "p")));
+    EXPECT_FALSE(isTaken(requestFor(name, password) + "p"));
 }
 
 TEST(CheckRequest, ThatCannotBeReadIsGivenUpAtOnce) {

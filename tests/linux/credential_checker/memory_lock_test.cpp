@@ -114,14 +114,33 @@ TEST(CheckerMemory, OfTheProcessThatAsksPamHasTheseLockedToo) {
     EXPECT_LE(std::stol(locked), 64);
 }
 
+/// Whether this process may lift the limit, and has.
+bool liftsTheLimit() {
+    const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
+    return setrlimit(RLIMIT_MEMLOCK, &none) == 0;
+}
+
+/// Whether a checker whose limit may be lifted holds most of its memory; that of another one holds
+/// something. With a request it is the process that asks PAM.
+std::string holdsWhatItMay(const std::string& request = {}) {
+    return inChild([&] {
+               const auto isAwaited = liftsTheLimit() ? holdsMost : holdsSomething;
+               return withPam(stackOf("hang"), [&] {
+                   const Memory memory = memoryOfAWaitingChecker(isAwaited, request);
+                   return isAwaited(memory) ? std::string("yes")
+                                            : std::to_string(memory.locked) + " of " +
+                                                  std::to_string(memory.whole);
+               });
+           })
+        .text;
+}
+
 TEST(CheckerMemory, IsLockedAsAWholeForWhoeverMayLiftTheLimit) {
-    const ChildOutcome lifted = inChild([] {
-        const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
-        return std::string(setrlimit(RLIMIT_MEMLOCK, &none) == 0 ? "yes" : "no");
-    });
-    const auto isAwaited = lifted.text == "yes" ? holdsMost : holdsSomething;
-    const Memory memory = memoryOfAWaitingChecker(isAwaited);
-    EXPECT_TRUE(isAwaited(memory)) << memory.locked << " of " << memory.whole;
+    EXPECT_EQ(holdsWhatItMay(), "yes");
+}
+
+TEST(CheckerMemory, OfTheProcessThatAsksPamIsSoToo) {
+    EXPECT_EQ(holdsWhatItMay(requestFor("alice", "right")), "yes");
 }
 
 TEST(CheckerMemory, OfTheServiceHasNoLimit) {

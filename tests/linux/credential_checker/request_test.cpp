@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "platform/linux/directory/credential_checker_protocol.h"
+#include "platform/posix/file_descriptor.h"
 #include "tests/linux/credential_checker/checker_support.h"
 #include "tests/support/temporary_directory.h"
 
@@ -124,8 +126,9 @@ TEST(Request, StandardErrorMayBeClosed) {
 }
 
 /// The exit status of the checker with these arguments and nothing on its standard input; what it
-/// complains of goes to `errors`.
-int statusWith(std::vector<const char*> arguments, const char* errors = "/dev/null") {
+/// complains of goes to `errors`, and where the service manager passes a socket it has `passed`.
+int statusWith(std::vector<const char*> arguments, const char* errors = "/dev/null",
+               const FileDescriptor& passed = FileDescriptor()) {
     arguments.insert(arguments.begin(), CHECKPASS_PROGRAM);
     arguments.push_back(nullptr);
     const pid_t checker = fork();
@@ -135,6 +138,11 @@ int statusWith(std::vector<const char*> arguments, const char* errors = "/dev/nu
             dup2(nothing, standard);
         }
         dup2(open(errors, O_WRONLY | O_CREAT, S_IRUSR | S_IWUSR), STDERR_FILENO);
+        if (passed.isOpen()) {
+            constexpr int firstPassedDescriptor = 3;
+            dup2(passed.get(), firstPassedDescriptor);
+            fcntl(firstPassedDescriptor, F_SETFD, 0);
+        }
         execv(arguments.front(), const_cast<char**>(arguments.data()));
         _exit(EXIT_FAILURE);
     }
@@ -158,6 +166,11 @@ TEST(Request, OtherArgumentsAreWrongUsage) {
         EXPECT_EQ(statusWith({"ldap", "ldaps://127.0.0.1:1", "", "(uid=%u)", "", seconds}), 1)
             << seconds;
     }
+}
+
+TEST(Request, ServiceWantsASocketThatListens) {
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(statusWith({"serve"}, "/dev/null", socket), 2);
 }
 
 TEST(Request, WrongUsageIsExplained) {

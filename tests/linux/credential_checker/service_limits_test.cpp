@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,6 +28,7 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+using ::testing::HasSubstr;
 
 constexpr std::size_t many = 8;
 
@@ -36,11 +39,15 @@ CredentialCheckerSettings impatientSettings() {
     return settings;
 }
 
-/// What a connection gets that says nothing: how many bytes, and when it is over.
-ssize_t answerOfASilentConnection() {
-    const FileDescriptor connection = CheckerServiceRunner::connection();
+/// How many bytes a connection gets until it is over.
+ssize_t answerOn(const FileDescriptor& connection) {
     std::array<char, 512> block{};
     return recv(connection.get(), block.data(), block.size(), MSG_WAITALL);
+}
+
+/// The same of one that says nothing.
+ssize_t answerOfASilentConnection() {
+    return answerOn(CheckerServiceRunner::connection());
 }
 
 TEST(CheckerServiceLimits, SilentConnectionEndsAfterASecond) {
@@ -89,25 +96,42 @@ TEST(CheckerServiceLimits, RequestsThatNobodyWaitsForTakeNoPlace) {
               "Checker 110 no answer: Connection timed out");
 }
 
+TEST(CheckerServiceLimits, CallerHasSixteenPlacesAndNoMore) {
+    constexpr std::size_t places = 16;
+    const auto asksInVain = [](const FileDescriptor& connection) {
+        pollfd entry{connection.get(), POLLIN, 0};
+        return poll(&entry, 1, 0) == 0;
+    };
+    EXPECT_EQ(onServiceMachine(stackOf("hang"),
+                               [&] {
+                                   const CheckerServiceRunner service;
+                                   std::vector<FileDescriptor> asking(places);
+                                   for (FileDescriptor& connection : asking) {
+                                       connection = CheckerServiceRunner::request();
+                                   }
+                                   // Who has a place is at least told that this is no request.
+                                   const ssize_t told = answerOfASilentConnection();
+                                   const auto waiting = std::ranges::count_if(asking, asksInVain);
+                                   return std::to_string(waiting) + " wait, the next gets " +
+                                          std::to_string(told) + " bytes";
+                               }),
+              "16 wait, the next gets 0 bytes");
+}
+
 TEST(CheckerServiceLimits, RequestThatHasWaitedForTheServiceIsAnswered) {
-    EXPECT_EQ(
-        onServiceMachine(
-            stackOf("accept"),
-            [] {
-                const CheckerServiceRunner service;
-                FileDescriptor connection;
-                service.whileStopped([&] {
-                    connection = CheckerServiceRunner::connection();
-                    static_cast<void>(writeWhole(connection.get(), requestFor("alice", "right")));
-                    shutdown(connection.get(), SHUT_WR);
-                });
-                std::array<char, 512> block{};
-                const ssize_t count =
-                    recv(connection.get(), block.data(), block.size(), MSG_WAITALL);
-                return count > 0 ? std::string(block.data(), static_cast<std::size_t>(count))
-                                 : std::string("nothing");
-            }),
-        "accepted\n");
+    EXPECT_EQ(onServiceMachine(
+                  stackOf("accept"),
+                  [] {
+                      const CheckerServiceRunner service;
+                      FileDescriptor connection;
+                      service.whileStopped([&] { connection = CheckerServiceRunner::request(); });
+                      std::array<char, 512> block{};
+                      const ssize_t count =
+                          recv(connection.get(), block.data(), block.size(), MSG_WAITALL);
+                      return count > 0 ? std::string(block.data(), static_cast<std::size_t>(count))
+                                       : std::string("nothing");
+                  }),
+              "accepted\n");
 }
 
 TEST(CheckerServiceLimits, ChurningConnectionsOfTheSameUserDoNotHinderChecks) {
@@ -162,6 +186,19 @@ TEST(CheckerServiceLimits, WhoWaitsIsMorePatientThanWhoAnswers) {
     EXPECT_GT(CredentialCheckerSettings().timeout, CheckerLimits().check + CheckerLimits().request);
 }
 
+TEST(CheckerServiceLimits, AreThoseThatTheManPageTells) {
+    const auto packaging = std::filesystem::path(CHECKPASS_UNIT).parent_path();
+    std::ifstream file(packaging / "man/osupdate-checkpass.8.scd");
+    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    const CheckerLimits limits;
+    EXPECT_EQ(limits.check, seconds{40});
+    EXPECT_THAT(page, HasSubstr("complete after 40 seconds"));
+    EXPECT_EQ(limits.request, seconds{1});
+    EXPECT_THAT(page, HasSubstr("complete a second after the connection"));
+    EXPECT_EQ(limits.idle, std::chrono::minutes{1});
+    EXPECT_THAT(page, HasSubstr("ends after a minute without any"));
+}
+
 TEST(CheckerServiceLimits, ServiceThatNobodyAsksEndsAfterItsLastCheck) {
     EXPECT_EQ(onServiceMachine(stackOf("accept"),
                                [] {
@@ -171,6 +208,19 @@ TEST(CheckerServiceLimits, ServiceThatNobodyAsksEndsAfterItsLastCheck) {
                                    return answer + ", " + std::to_string(service.waitForEnd());
                                }),
               "accepted, 0");
+}
+
+TEST(CheckerServiceLimits, ServiceStaysForAWhileBeforeItIsAsked) {
+    EXPECT_EQ(
+        onServiceMachine(stackOf("accept"),
+                         [] {
+                             const auto time = durationOf([] {
+                                 CheckerServiceRunner service(IMPATIENT_CHECKER_PROGRAM);
+                                 service.waitForEnd();
+                             });
+                             return std::string(time >= milliseconds{700} ? "a while" : "at once");
+                         }),
+        "a while");
 }
 
 TEST(CheckerServiceLimits, ProcessThatHasAnsweredIsGoneSoon) {
@@ -187,21 +237,37 @@ TEST(CheckerServiceLimits, ProcessThatHasAnsweredIsGoneSoon) {
 }
 
 TEST(CheckerServiceLimits, ProcessThatAnswersHasTheProgramsName) {
+    const std::string names = "osupdate-checkp osupdate-checkpass";
     EXPECT_EQ(onServiceMachine(stackOf("hang"),
-                               [] {
+                               [&] {
                                    const CheckerServiceRunner service;
-                                   const FileDescriptor asking = CheckerServiceRunner::connection();
+                                   const FileDescriptor asking = CheckerServiceRunner::request();
                                    std::string seen;
                                    static_cast<void>(eventually(
                                        [&] {
                                            const auto processes = service.processes();
                                            seen = processes.empty() ? "" : processes.front();
-                                           return seen.starts_with("osupdate");
+                                           return seen == names;
                                        },
                                        seconds{10}));
-                                   return seen.substr(0, seen.find(' '));
+                                   return seen;
                                }),
-              "osupdate-checkp");
+              names);
+}
+
+TEST(CheckerServiceLimits, ProcessThatCannotStartIsNoAnswerAtOnce) {
+    EXPECT_EQ(onServiceMachine(
+                  stackOf("accept"),
+                  [] {
+                      const std::string program = ownCopyOf(CHECKPASS_PROGRAM);
+                      const CheckerServiceRunner service(program);
+                      const bool isAnswered = answerOn(CheckerServiceRunner::request()) > 0;
+                      std::filesystem::permissions(program, std::filesystem::perms::owner_read);
+                      const bool isStillAnswered = answerOn(CheckerServiceRunner::request()) > 0;
+                      return std::string(isAnswered ? "an answer" : "none") +
+                             (isStillAnswered ? ", another one" : ", then none");
+                  }),
+              "an answer, then none");
 }
 
 TEST(CheckerServiceLimits, SocketStaysHoweverOftenSomebodyConnects) {

@@ -84,7 +84,9 @@ std::vector<std::string> CheckerServiceRunner::processes() const {
         pid_t parent = 0;
         rest >> state >> parent;
         if (parent == process_) {
-            found.push_back(line.substr(begin + 1, end - begin - 1) + " " + state);
+            std::string calledAs;
+            std::getline(std::ifstream(entry.path() / "cmdline"), calledAs, '\0');
+            found.push_back(line.substr(begin + 1, end - begin - 1) + " " + calledAs);
         }
     }
     return found;
@@ -105,6 +107,14 @@ CredentialCheckerSettings CheckerServiceRunner::settings() {
 
 FileDescriptor CheckerServiceRunner::connection() {
     return connectLocalSocket(SOCK_STREAM, socketPath);
+}
+
+FileDescriptor CheckerServiceRunner::request() {
+    FileDescriptor connected = connection();
+    const std::string request = requestFor("alice", "right");
+    send(connected.get(), request.data(), request.size(), MSG_NOSIGNAL);
+    shutdown(connected.get(), SHUT_WR);
+    return connected;
 }
 
 std::string onServiceMachine(const std::string& stack, const std::function<std::string()>& body,

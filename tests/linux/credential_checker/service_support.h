@@ -31,7 +31,8 @@ class CheckerServiceRunner {
 
     /// Runs `body` while the service's receiving process stands still.
     void whileStopped(const std::function<void()>& body) const;
-    /// The processes that it has started and that are still there, as "name state" each.
+    /// The processes that it has started and that are still there: the name of each and, behind a
+    /// blank, what it was called as.
     [[nodiscard]] std::vector<std::string> processes() const;
     /// Its exit status once it ends by itself; -1 where it is killed.
     int waitForEnd();
@@ -40,6 +41,8 @@ class CheckerServiceRunner {
     [[nodiscard]] static CredentialCheckerSettings settings();
     /// A new connection to it.
     [[nodiscard]] static FileDescriptor connection();
+    /// One with a whole request about alice's password, the right one.
+    [[nodiscard]] static FileDescriptor request();
 
   private:
     pid_t process_;

@@ -1,7 +1,6 @@
 // What several callers can take of the service. Root, on a machine of its own, can be anybody.
 
 #include <gmock/gmock.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -65,10 +64,7 @@ TEST_F(SeveralCallers, OneWithoutAFreePlaceIsTurnedAwayAndAnotherIsNot) {
                                     }
                                     std::vector<FileDescriptor> waiting(places);
                                     for (FileDescriptor& connection : waiting) {
-                                        connection = CheckerServiceRunner::connection();
-                                        const std::string request = requestFor("alice", "right");
-                                        static_cast<void>(writeWhole(connection.get(), request));
-                                        shutdown(connection.get(), SHUT_WR);
+                                        connection = CheckerServiceRunner::request();
                                     }
                                     auto settings = CheckerServiceRunner::settings();
                                     settings.timeout = seconds{1};

@@ -6,10 +6,14 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <optional>
 #include <string>
 
 #include "tests/linux/credential_checker/service_support.h"
@@ -29,16 +33,29 @@ struct Check {
     std::string account;
 };
 
+/// A machine of its own, with the service's directory alone in /run.
+void enterMachine() {
+    enterPrivateNamespace();
+    mountEmptyOver("/run");
+    std::filesystem::create_directory("/run/velunor");
+}
+
+/// The number that stands for an account's name where the password database does not know it.
+std::string numberFor(const std::string& account) {
+    return std::to_string(static_cast<std::uint32_t>(std::hash<std::string>()(account)));
+}
+
 /// Whether a check waits for another one that goes on, on a machine where "alice" has the number
-/// 4001 and "bob" 4002; whoever waits so many seconds does.
+/// 4001, "bob" 4002 and "eve" that which stands for "ghost"; whoever waits so many seconds does.
 std::string behind(const Check& first, const Check& second, unsigned patience = 1) {
     const TemporaryDirectory directory;
-    directory.write("passwd", "alice:x:4001:4001::/:/bin/sh\nbob:x:4002:4002::/:/bin/sh\n");
+    directory.write("passwd",
+                    "alice:x:4001:4001::/:/bin/sh\nbob:x:4002:4002::/:/bin/sh\n"
+                    "eve:x:" +
+                        numberFor("ghost") + ":4003::/:/bin/sh\n");
     return inChild([&]() -> std::string {
-               enterPrivateNamespace();
+               enterMachine();
                mountFileOver(directory.file("passwd"), "/etc/passwd");
-               mountEmptyOver("/run");
-               std::filesystem::create_directory("/run/velunor");
                const Turns turns(first.caller);
                if (!turns.isOpen() || !turns.wait(first.account)) {
                    return "no turn";
@@ -74,13 +91,41 @@ TEST(Turns, ChecksOfAnotherCallerAndAccountDoNotWait) {
     // The same number of a caller and of an account are two things.
     EXPECT_EQ(behind({4003, "alice"}, {4001, "bob"}, longTime), "goes on");
     EXPECT_EQ(behind({4001, "bob"}, {4003, "alice"}, longTime), "goes on");
+    // So is an account's beside what stands for a name that nobody has.
+    EXPECT_EQ(behind({4003, "eve"}, {4004, "ghost"}, longTime), "goes on");
+}
+
+/// The turn of a check that ends at the third signal.
+std::optional<Turns> untilTheThirdSignal;
+int signalsSoFar = 0;
+
+TEST(Turns, AreWaitedForWhateverSignalsCome) {
+    const auto outcome = inChild([]() -> std::string {
+        enterMachine();
+        untilTheThirdSignal.emplace(4003);
+        if (!untilTheThirdSignal->wait("ghost")) {
+            return "no turn";
+        }
+        struct sigaction action {};
+        action.sa_handler = [](int) {
+            if (++signalsSoFar == 3) {
+                untilTheThirdSignal.reset();
+            }
+        };
+        sigaction(SIGALRM, &action, nullptr);
+        constexpr suseconds_t pause = 20'000;
+        const itimerval timer{{0, pause}, {0, pause}};
+        setitimer(ITIMER_REAL, &timer, nullptr);
+        const bool hasTurn = Turns(4003).wait("ghost");
+        return std::string(hasTurn ? "a turn" : "no turn") +
+               (signalsSoFar >= 3 ? " after three" : " before");
+    });
+    EXPECT_EQ(outcome.text, "a turn after three");
 }
 
 TEST(Turns, AreInAFileOfTheServicesOwnThatIsNoLink) {
     const auto outcome = inChild([]() -> std::string {
-        enterPrivateNamespace();
-        mountEmptyOver("/run");
-        std::filesystem::create_directory("/run/velunor");
+        enterMachine();
         const std::string file = "/run/velunor/osupdate-checkpass.lock";
         umask(0);
         struct stat status {};
