@@ -1,8 +1,10 @@
 // Which servers a directory node trusts, and what cannot change that.
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include "tests/linux/directory/ldap_node_fixture.h"
@@ -16,6 +18,7 @@ using ::testing::AllOf;
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 constexpr const char* opens = "opened";
 
@@ -199,23 +202,24 @@ TEST_F(LdapNodeTls, SchemeMayBeInCapitalsAndASlashMayEndTheAddress) {
 /// A program of its own, so that the library reads what is around it.
 class LdapNodeEnvironment : public LdapNode {
   protected:
-    std::string probed(const testing::Environment& environment) {
+    /// What a program prints that finds these variables and works in the directory.
+    std::string printed(const std::vector<std::string>& program,
+                        const testing::Environment& environment, int status) {
         testing::Command command;
-        // The program looks for a file of its own in the working directory as well.
-        command.arguments = {"/bin/sh",
-                             "-c",
-                             R"(cd "$0" && exec "$@")",
-                             directory.path(),
-                             LDAP_PROBE_PROGRAM,
-                             server.tlsUri(),
-                             authorities};
+        command.arguments = {"/bin/sh", "-c", R"(cd "$0" && exec "$@")", directory.path()};
+        command.arguments.insert(command.arguments.end(), program.begin(), program.end());
         command.environment = environment;
         command.output = directory.path() / "output";
         command.errors = directory.path() / "errors";
         std::filesystem::remove(command.output);
         std::filesystem::remove(command.errors);
-        EXPECT_EQ(testing::ChildProcess(command).wait(), (testing::Ending{0, 0}));
+        EXPECT_EQ(testing::ChildProcess(command).wait(), (testing::Ending{status, 0}));
         return testing::readFile(command.output);
+    }
+
+    std::string probed(const testing::Environment& environment) {
+        // The program looks for a file of its own in the working directory as well.
+        return printed({LDAP_PROBE_PROGRAM, server.tlsUri(), authorities}, environment, 0);
     }
 
     testing::TemporaryDirectory directory;
@@ -266,9 +270,12 @@ TEST_F(LdapNodeEnvironment, FilesDoNotWeakenTheCheck) {
 }
 
 TEST_F(LdapNodeEnvironment, FilesAreNotReadAtAll) {
-    authorities = server.authorities();
-    testing::writeFile(directory.path() / "ldaprc", "TLS_CIPHER_SUITE no-such-cipher\n");
-    EXPECT_THAT(probed({}), HasSubstr("opens"));
+    // Who opened it would wait for somebody to write to it.
+    ASSERT_EQ(mkfifo((directory.path() / "ldaprc").c_str(), S_IRUSR | S_IWUSR), 0);
+    EXPECT_THAT(printed({CHECKPASS_PROGRAM, "ldap", server.tlsUri(), "dc=test", "(uid=%u)",
+                         server.authorities(), "5"},
+                        {}, 1),
+                StartsWith("ready\n"));
 }
 
 TEST_F(LdapNodeEnvironment, VariablesDoNotHaveTheKeysWrittenDown) {
