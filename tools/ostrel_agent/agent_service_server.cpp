@@ -20,9 +20,8 @@ void noteSender(sd_bus_message* message, AgentRequest& request) {
     if (sd_bus_creds_get_euid(raw, &user) >= 0) {
         request.user = user;
     }
-    if (sd_bus_creds_get_pid(raw, &request.sender) < 0) {
-        request.sender = 0;
-    }
+    // What is not told stays 0.
+    sd_bus_creds_get_pid(raw, &request.sender);
 }
 
 }  // namespace

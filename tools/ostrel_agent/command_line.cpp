@@ -23,10 +23,10 @@ std::optional<std::string> take(Arguments& arguments) {
 
 std::optional<std::chrono::seconds> parseSeconds(const std::string& text) {
     constexpr int longest = 7 * 24 * 3600;
+    // What is no number, or too great for one, leaves it as it is.
     int value = 0;
     const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end || value < 1 || value > longest) {
+    if (std::from_chars(text.data(), end, value).ptr != end || value < 1 || value > longest) {
         return std::nullopt;
     }
     return std::chrono::seconds(value);

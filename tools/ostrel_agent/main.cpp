@@ -1,5 +1,6 @@
 #include <sys/prctl.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -47,7 +48,7 @@ int main(int argc, char** argv) {
     // A reader that has gone is an answer that cannot be written, and no reason to leave a request
     // without its reply.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     const auto command = velunor::parseCommandLine(arguments);
     if (!command) {
         std::fputs(velunor::helpText, stderr);

@@ -76,8 +76,10 @@ pid_t parentOf(pid_t process) {
         return 0;
     }
     const BusCredentialsHandle credentials(raw);
+    // What is not told stays as it is.
     pid_t parent = 0;
-    return sd_bus_creds_get_ppid(raw, &parent) < 0 ? 0 : parent;
+    sd_bus_creds_get_ppid(raw, &parent);
+    return parent;
 }
 
 /// Whether `process` is `ancestor` or one of its descendants.

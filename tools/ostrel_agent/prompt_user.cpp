@@ -54,8 +54,8 @@ Expected<std::optional<PromptUser>, Refusal> PromptUser::find(const PromptComman
     if (!session) {
         return std::move(session).error();
     }
-    const auto entry = passwordEntryOf(session->user);
-    const auto account = localAccountNamed(entry ? entry->name.value_or("") : "").account;
+    const PasswordEntry entry = passwordEntryOf(session->user).value_or(PasswordEntry{});
+    const auto account = localAccountNamed(entry.name.value_or("")).account;
     if (!account) {
         return Refusal{AgentExit::unknownUser,
                        "the user " + std::to_string(session->user) + " has no account"};
