@@ -38,7 +38,6 @@ void RevealButton::setHeld(bool held) {
     if (held != held_ && mayChange) {
         held_ = held;
         setDown(held);
-        update();
         emit heldChanged(held);
     }
 }

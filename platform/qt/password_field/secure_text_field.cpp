@@ -72,18 +72,12 @@ CustomSecureTextField::CustomSecureTextField(QWidget* parent)
     : RoundedField(parent), reveal_(new RevealButton(this)) {
     describeFields();
     setEchoMode(QLineEdit::Password);
-    setDragEnabled(false);
     setAcceptDrops(false);
     setContextMenuPolicy(Qt::NoContextMenu);
     setInputMethodHints(Qt::ImhHiddenText | Qt::ImhSensitiveData | Qt::ImhNoPredictiveText |
                         Qt::ImhNoAutoUppercase);
     connect(this, &QLineEdit::textChanged, this, &CustomSecureTextField::followEditor);
-    connect(reveal_, &RevealButton::heldChanged, this, [this](bool held) {
-        if (held && !reveal_->hasFocus()) {
-            setFocus(Qt::MouseFocusReason);
-        }
-        update();
-    });
+    connect(reveal_, &RevealButton::heldChanged, this, [this] { update(); });
     reveal_->setEnabled(false);
     placeTrailingParts();
 }
@@ -126,15 +120,14 @@ void CustomSecureTextField::followEditor() {
 
 void CustomSecureTextField::keyPressEvent(QKeyEvent* event) {
     if (isForbidden(*event)) {
-        event->accept();
-    } else if (event->matches(QKeySequence::Paste)) {
+        return;
+    }
+    if (event->matches(QKeySequence::Paste)) {
         QString copied = QGuiApplication::clipboard()->text(QClipboard::Clipboard);
         type(copied);
         wipe(copied);
-        event->accept();
     } else if (isTyped(*event)) {
         type(event->text());
-        event->accept();
     } else {
         RoundedField::keyPressEvent(event);
     }
@@ -149,16 +142,13 @@ void CustomSecureTextField::inputMethodEvent(QInputMethodEvent* event) {
     if (!event->commitString().isEmpty() || event->replacementLength() > 0) {
         type(event->commitString());
     }
-    event->accept();
 }
 
 void CustomSecureTextField::mouseReleaseEvent(QMouseEvent* event) {
-    if (event->button() == Qt::MiddleButton) {
-        // Otherwise whatever was last selected anywhere would be pasted.
-        event->accept();
-        return;
+    // With the middle button whatever was last selected anywhere would be pasted.
+    if (event->button() != Qt::MiddleButton) {
+        RoundedField::mouseReleaseEvent(event);
     }
-    RoundedField::mouseReleaseEvent(event);
 }
 
 void CustomSecureTextField::updateCapsLockHint() {
@@ -168,7 +158,6 @@ void CustomSecureTextField::updateCapsLockHint() {
         QAccessibleEvent described(this, QAccessible::DescriptionChanged);
         QAccessible::updateAccessibility(&described);
         placeTrailingParts();
-        update();
     }
 }
 
@@ -202,11 +191,6 @@ void CustomSecureTextField::paintEvent(QPaintEvent* event) {
 }
 
 bool CustomSecureTextField::event(QEvent* event) {
-    // Otherwise the editor claims these shortcuts for itself.
-    if (event->type() == QEvent::ShortcutOverride && isForbidden(*static_cast<QKeyEvent*>(event))) {
-        event->accept();
-        return true;
-    }
     const bool isTaken = RoundedField::event(event);
     switch (event->type()) {
         case QEvent::FocusOut:

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/qt/controls/control_adapters.h"
+#include "tests/qt/support/widget_events.h"
 #include "tests/qt/support/widget_test.h"
 #include "ui/form.h"
 
@@ -56,27 +57,6 @@ TEST(LabelTest, IsStaticTextToAScreenReader) {
     EXPECT_EQ(accessible->role(), QAccessible::StaticText);
     EXPECT_EQ(accessible->text(QAccessible::Name), "<b>A</b> & B");
 }
-
-/// Counts the events of one type that reach a widget.
-class Events final : public QObject {
-  public:
-    Events(QWidget& widget, QEvent::Type type) : type_(type) { widget.installEventFilter(this); }
-    bool eventFilter(QObject*, QEvent* event) override {
-        count_ += event->type() == type_ ? 1 : 0;
-        return false;
-    }
-    [[nodiscard]] int soFar() const { return count_; }
-    /// Those since the last call, once all events of now are done with.
-    int take() {
-        QCoreApplication::sendPostedEvents();
-        QCoreApplication::processEvents();
-        return std::exchange(count_, 0);
-    }
-
-  private:
-    QEvent::Type type_;
-    int count_ = 0;
-};
 
 void countDown(QtLabel& label, const std::string& seconds) {
     label.setAttributedStringValue(

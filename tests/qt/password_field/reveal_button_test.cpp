@@ -3,12 +3,12 @@
 #include <QAccessible>
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QPaintEvent>
 #include <QTest>
 #include <QVBoxLayout>
 
 #include "platform/qt/desktop/appearance.h"
 #include "platform/qt/password_field/secure_text_field.h"
+#include "tests/qt/support/widget_events.h"
 #include "tests/qt/support/widget_test.h"
 
 /// Makes the drawings known, which the linker would drop.
@@ -18,26 +18,6 @@ static void initializeResources() {
 
 namespace velunor {
 namespace {
-
-/// Counts how often a widget is asked to paint the middle of itself.
-class Paints final : public QObject {
-  public:
-    explicit Paints(QWidget& widget) : middle_(widget.rect().center()) {
-        widget.installEventFilter(this);
-    }
-    bool eventFilter(QObject*, QEvent* event) override {
-        if (event->type() == QEvent::Paint) {
-            const auto& paint = static_cast<const QPaintEvent&>(*event);
-            count_ += paint.region().contains(middle_) ? 1 : 0;
-        }
-        return false;
-    }
-    [[nodiscard]] int count() const { return count_; }
-
-  private:
-    QPoint middle_;
-    int count_ = 0;
-};
 
 class RevealButtonTest : public testing::Test {
   protected:
@@ -138,7 +118,7 @@ TEST_F(RevealButtonTest, TellsOfEachChangeOnce) {
 TEST_F(RevealButtonTest, FieldIsPaintedAnewWhenTheTextIsShownAndWhenItIsHidden) {
     eye->setFocus();
     QCoreApplication::processEvents();
-    const Paints paints(*field);
+    const Paints paints(*field, field->rect().center());
     press(Qt::Key_Space);
     EXPECT_TRUE(waitUntil([&] { return paints.count() == 1; }));
     eye->letGo();
@@ -158,6 +138,12 @@ TEST_F(RevealButtonTest, StandsAtTheTrailingEdgeWithRoomForNoText) {
     window.resize(500, 200);
     QCoreApplication::processEvents();
     EXPECT_EQ(roomAtTheRight(), 6);
+}
+
+TEST_F(RevealButtonTest, HasItsRoomBeforeTheFieldIsShown) {
+    const CustomSecureTextField unseen;
+    EXPECT_GE(unseen.textMargins().right(), unseen.revealButton().sizeHint().width() + 6);
+    EXPECT_EQ(unseen.revealButton().size(), unseen.revealButton().sizeHint());
 }
 
 TEST_F(RevealButtonTest, GrowsWithLargeText) {

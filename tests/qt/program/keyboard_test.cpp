@@ -59,6 +59,7 @@ TEST_F(KeyboardOnTheDesktop, TypesIntoTheFirstEmptyFieldAndGoesOnByTab) {
 }
 
 TEST_F(KeyboardOnTheDesktop, HintsAtCapsLockWhileItIsOn) {
+    AccessibilityEvents events(bus().accessibilityAddress());
     startWithCredentials();
     clickTheCard();
     ASSERT_TRUE(hasFocus("User name"));
@@ -68,12 +69,18 @@ TEST_F(KeyboardOnTheDesktop, HintsAtCapsLockWhileItIsOn) {
         const auto field = findControl(controls(), "text", "Password");
         return field ? field->description : "no field";
     };
+    const auto isTold = [&](std::size_t times) {
+        return events.waitUntil(
+            [&] { return events.count("PropertyChange", "accessible-description") == times; });
+    };
     const std::string hint = "Caps Lock is on";
     EXPECT_EQ(description(), "");
 
     display().screen().pressKey("Caps_Lock");
+    EXPECT_TRUE(isTold(1));
     EXPECT_TRUE(eventually([&] { return description() == hint; }));
     display().screen().pressKey("Caps_Lock");
+    EXPECT_TRUE(isTold(2));
     EXPECT_TRUE(eventually([&] { return description().empty(); }));
     // It may change while the focus is elsewhere.
     display().screen().pressKey("Tab");

@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "platform/qt/password_field/secure_text_field.h"
+#include "tests/qt/support/widget_events.h"
 #include "tests/qt/x11/x11_test.h"
 
 namespace velunor {
@@ -95,12 +96,25 @@ TEST_F(CapsLockTest, GlyphStandsBetweenTheTextAndTheEye) {
     EXPECT_NEAR(glyph.center().y(), field->rect().center().y(), 3);
 }
 
+TEST_F(CapsLockTest, ChangeIsShownAtOnce) {
+    const QPoint besideTheEye(field->revealButton().x() - 12, field->height() / 2);
+    for (const bool hint : {true, false}) {
+        QCoreApplication::processEvents();
+        const Paints paints(*field, besideTheEye);
+        press();
+        ASSERT_TRUE(becomesHint(hint));
+        EXPECT_TRUE(becomes([&] { return paints.count() > 0; }));
+    }
+}
+
 TEST_F(CapsLockTest, NothingIsPastedByTheMiddleButton) {
     QGuiApplication::clipboard()->setText("elsewhere", QClipboard::Selection);
     field->type(u"ab");
     QTest::mouseClick(field, Qt::MiddleButton, Qt::NoModifier, QPoint(20, field->height() / 2));
     EXPECT_EQ(field->secret().reveal(), "ab");
     EXPECT_EQ(field->length(), 2);
+    // Nor has the editor had it for a moment, which would have moved the caret to the end.
+    EXPECT_LT(field->cursorPosition(), 2);
     EXPECT_EQ(field->text(), QString(2, QChar(0x25CF)));
     QGuiApplication::clipboard()->clear(QClipboard::Selection);
 }
