@@ -64,10 +64,7 @@ QString AccessibleField::attributes(int, int* start, int* end) const {
 void AccessibleField::replaceText(int start, int end, const QString& text) {
     const int first = std::clamp(start, 0, characterCount());
     const int last = std::clamp(end, first, characterCount());
-    field().setCursorPosition(first);
-    if (last > first) {
-        field().setSelection(first, last - first);
-    }
+    field().setSelection(first, last - first);
     type(text);
 }
 

@@ -26,11 +26,9 @@ class AccessibleField : public QAccessibleWidget,
 
     void selection(int index, int* start, int* end) const override;
     [[nodiscard]] int selectionCount() const override { return field().hasSelectedText() ? 1 : 0; }
-    void addSelection(int start, int end) override { setSelection(0, start, end); }
+    void addSelection(int start, int end) override { field().setSelection(start, end - start); }
     void removeSelection(int) override { field().deselect(); }
-    void setSelection(int, int start, int end) override {
-        field().setSelection(start, end - start);
-    }
+    void setSelection(int, int start, int end) override { addSelection(start, end); }
     [[nodiscard]] int cursorPosition() const override { return field().cursorPosition(); }
     void setCursorPosition(int position) override { field().setCursorPosition(position); }
     [[nodiscard]] QString text(int start, int end) const override {

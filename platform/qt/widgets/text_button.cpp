@@ -156,7 +156,7 @@ void TextButton::paintEvent(QPaintEvent*) {
 
 void TextButton::changeEvent(QEvent* event) {
     QPushButton::changeEvent(event);
-    if (event->type() == QEvent::FontChange || event->type() == QEvent::LayoutDirectionChange) {
+    if (event->type() == QEvent::FontChange) {
         updateFont();
     }
 }
@@ -174,7 +174,7 @@ void TextButton::keyPressEvent(QKeyEvent* event) {
 void TextButton::updateFont() {
     QFont titleFont = font();
     titleFont.setWeight(isLink() ? QFont::Medium : QFont::DemiBold);
-    layout_.setFont(titleFont, layoutDirection());
+    layout_.setFont(titleFont);
     updateGeometry();
     update();
 }

@@ -49,7 +49,6 @@ RoundedField::RoundedField(QWidget* parent) : QLineEdit(parent) {
 void RoundedField::setGlyph(const QString& path) {
     glyph_ = path;
     placeText();
-    update();
 }
 
 void RoundedField::setTrailingRoom(int room) {

@@ -119,8 +119,7 @@ QSize TextLabel::sizeHint() const {
 }
 
 QSize TextLabel::minimumSizeHint() const {
-    const int width = std::min(narrowestHint, sizeHint().width());
-    return {width, layout_.heightForWidth(widestHint)};
+    return {narrowestHint, layout_.heightForWidth(widestHint)};
 }
 
 int TextLabel::heightForWidth(int width) const {
