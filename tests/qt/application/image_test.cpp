@@ -2,6 +2,7 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QImageReader>
 #include <QTemporaryDir>
 #include <QtEndian>
 #include <cmath>
@@ -86,6 +87,19 @@ TEST(ImageTest, RefusesWhatIsNotAnImage) {
 
 TEST(ImageTest, RefusesVectorDrawings) {
     EXPECT_EQ(read(R"(<svg xmlns="http://www.w3.org/2000/svg" width="9" height="9"/>)"), nullptr);
+}
+
+TEST(ImageTest, AsksOnlyTheDecoderThatTheContentNames) {
+    // Another decoder would find its picture behind the first line.
+    EXPECT_EQ(read("BM\n#define a_width 8\n#define a_height 1\nstatic char a_bits[] = {0x01};\n"),
+              nullptr);
+}
+
+TEST(ImageTest, LimitsTheMemoryToTwoOfTheLargestPictures) {
+    QImageReader::setAllocationLimit(0);
+    const QtImageReader reader;
+    EXPECT_EQ(QImageReader::allocationLimit(),
+              2 * 4 * largestImageSide * (largestImageSide / 1024) / 1024);
 }
 
 TEST(ImageTest, RefusesATruncatedPicture) {

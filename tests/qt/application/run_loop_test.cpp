@@ -1,14 +1,19 @@
 #include "platform/qt/application/run_loop.h"
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QThread>
 #include <QTimer>
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <vector>
 
 #include "platform/qt/widgets/text_fields.h"
 #include "tests/qt/support/widget_test.h"
@@ -123,6 +128,29 @@ TEST(RunLoopTest, LeavesTheSignalsAloneWhereNoDescriptorIsLeft) {
         std::_Exit(EXIT_SUCCESS);
     };
     EXPECT_EXIT(takeOverWithoutAny(), ::testing::KilledBySignal(SIGTERM), "");
+}
+
+/// Bytes of this process that are in the machine's memory.
+long residentBytes() {
+    long all = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+TEST(FreeMemoryTest, IsGivenBackToTheSystem) {
+    constexpr std::size_t pieces = 2000;
+    constexpr std::size_t size = 8192;
+    std::vector<std::unique_ptr<std::array<char, size>>> memory(pieces);
+    for (auto& piece : memory) {
+        piece = std::make_unique<std::array<char, size>>();
+        piece->fill('x');
+    }
+    // The last one stands at the end of what the allocator has.
+    memory.erase(memory.begin(), memory.end() - 1);
+    const long before = residentBytes();
+    releaseFreeMemory();
+    EXPECT_LT(residentBytes(), before - static_cast<long>(pieces * size / 2));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QPainter>
+#include <map>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -54,6 +55,30 @@ TEST_P(ApprovedPicturesTest, LooksAsApproved) {
         ASSERT_TRUE(directory.mkpath(".") && now.save(path));
         ADD_FAILURE() << share * 100 << " % of the pixels differ. The new picture is "
                       << path.toStdString() << "; ./dev shots --approve approves it.";
+    }
+}
+
+/// How many pixels a picture has of each colour.
+std::map<QRgb, int> coloursOf(const QImage& image) {
+    std::map<QRgb, int> counts;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            ++counts[image.pixel(x, y)];
+        }
+    }
+    return counts;
+}
+
+TEST_P(ApprovedPicturesTest, HasTheVeryColoursThatWereApproved) {
+    // More than the edges of letters have of any mixed colour.
+    constexpr int plenty = 100;
+    const QImage approved(
+        QDir(APPROVED_DIRECTORY).filePath(QLatin1String(GetParam().name) + ".png"));
+    const std::map<QRgb, int> now = coloursOf(renderNow(GetParam()));
+    for (const auto& [colour, count] : coloursOf(approved.convertToFormat(QImage::Format_ARGB32))) {
+        const auto found = now.find(colour);
+        EXPECT_TRUE(count < plenty || (found != now.end() && found->second > plenty / 2))
+            << QColor(colour).name().toStdString();
     }
 }
 

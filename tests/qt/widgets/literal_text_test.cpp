@@ -39,7 +39,51 @@ TEST(LiteralTextTest, KeepsEmptyLines) {
 }
 
 TEST(LiteralTextTest, TakesALineForAnEmptyText) {
-    EXPECT_GT(heightOf(""), 0);
+    EXPECT_EQ(heightOf(""), heightOf("a"));
+    LiteralText empty;
+    empty.setFont(QFont());
+    EXPECT_EQ(empty.naturalWidth(), 0);
+    EXPECT_EQ(empty.widestWord(), 0);
+}
+
+TEST(LiteralTextTest, LeavesSomeRoomBetweenLines) {
+    const int one = heightOf("a");
+    const int between = qRound(0.12 * QFontMetricsF(QFont()).height());
+    ASSERT_GT(between, 0);
+    EXPECT_NEAR(heightOf("a\nb"), 2 * one + between, 1);
+    EXPECT_NEAR(heightOf("a\nb\nc\nd"), 4 * one + 3 * between, 3);
+    // Letters that another font has to lend take no less.
+    EXPECT_GE(heightOf("\u05D0"), one);
+    EXPECT_GE(heightOf("\u0E01"), one);
+}
+
+TEST(LiteralTextTest, TellsItsWidestWord) {
+    LiteralText literal;
+    literal.setFont(QFont());
+    literal.setText({"a wwwww mm", {}});
+    LiteralText word;
+    word.setFont(QFont());
+    word.setText({"wwwww", {}});
+    EXPECT_EQ(literal.widestWord(), word.naturalWidth());
+    literal.setText({"a b", {}});
+    EXPECT_LT(literal.widestWord(), word.naturalWidth());
+}
+
+TEST(LiteralTextTest, BeginsAnewWithAnotherTextOrFont) {
+    LiteralText literal;
+    literal.setFont(QFont());
+    literal.setText({"word", {}});
+    const int width = literal.naturalWidth();
+    const int height = literal.heightForWidth(lineWidth);
+    literal.setText({"word word", {}});
+    EXPECT_GT(literal.naturalWidth(), width);
+    literal.setText({"word", {}});
+    QFont large;
+    large.setPixelSize(60);
+    literal.setFont(large);
+    EXPECT_GT(literal.naturalWidth(), width);
+    EXPECT_GT(literal.heightForWidth(lineWidth), height);
+    EXPECT_EQ(literal.font(), large);
 }
 
 TEST(LiteralTextTest, BreaksAWordThatIsWiderThanTheLine) {

@@ -25,6 +25,15 @@ TEST(ShownTextTest, StylesTheGivenUnitsOfEachRun) {
     EXPECT_DOUBLE_EQ(shown.formats.at(0).format.fontPointSize(), desktopSize * 17 / 13);
 }
 
+TEST(ShownTextTest, HasTheWeightOfEachRun) {
+    const TextAttributes regular{FontWeight::regular, 13.0, TextColor::standard};
+    const ShownText shown = shownText({{"a", regular, 1}, {"b", bold(), 1}});
+    ASSERT_EQ(shown.formats.size(), 2);
+    EXPECT_EQ(shown.formats.at(0).format.fontWeight(), QFont::Normal);
+    EXPECT_EQ(shown.formats.at(1).format.fontWeight(), QFont::Bold);
+    EXPECT_EQ(shown.formats.at(1).start, 1);
+}
+
 TEST(ShownTextTest, WidensAStyleThatWouldCutASurrogatePair) {
     const ShownText shown = shownText({{"\U0001F600\U0001F601", bold(), 1}});
 
@@ -86,10 +95,21 @@ TEST(BoundedTextTest, KeepsSurrogatesAndCombinedCharactersTogether) {
 }
 
 TEST(BoundedTextTest, CutsTheFormatsWithTheText) {
-    QTextLayout::FormatRange format{static_cast<int>(mostUnits) - 2, 10, {}};
-    const ShownText bounded = boundedText({QString(mostUnits + 10, 'w'), {format, format}});
+    const QTextLayout::FormatRange whole{0, 5, {}};
+    const QTextLayout::FormatRange cut{static_cast<int>(mostUnits) - 2, 10, {}};
+    const ShownText bounded = boundedText({QString(mostUnits + 10, 'w'), {whole, cut}});
     ASSERT_EQ(bounded.formats.size(), 2);
-    EXPECT_EQ(bounded.formats.at(0).length, 2);
+    EXPECT_EQ(bounded.formats.at(0), whole);
+    EXPECT_EQ(bounded.formats.at(1).length, 2);
+}
+
+TEST(FormatsWithinTest, AreCutAtBothEndsAndCountedFromTheFirst) {
+    using Formats = QList<QTextLayout::FormatRange>;
+    const Formats all{{0, 2, {}}, {2, 5, {}}, {7, 3, {}}};
+    EXPECT_EQ(formatsWithin(all, 3, 8), (Formats{{0, 4, {}}, {4, 1, {}}}));
+    // Those that only touch an end are not within.
+    EXPECT_EQ(formatsWithin(all, 2, 7), (Formats{{0, 5, {}}}));
+    EXPECT_EQ(formatsWithin(all, 5, 5), Formats());
 }
 
 }  // namespace
