@@ -3,8 +3,6 @@
 #include <QElapsedTimer>
 #include <QProxyStyle>
 #include <QSignalSpy>
-#include <algorithm>
-#include <vector>
 
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/appearance.h"
@@ -54,32 +52,6 @@ TEST_F(MovingLayerTest, PassesOnceWhereItIsNotToldHowOften) {
         EXPECT_EQ(widget.pos(), rest + QPoint(8, 0)) << count;
         EXPECT_TRUE(comesToRest()) << count;
     }
-}
-
-TEST_F(MovingLayerTest, GoesFromOnePlaceToTheNextAndBackAgain) {
-    std::vector<int> places;
-    struct Watch : QObject {
-        explicit Watch(std::vector<int>& all) : all_(all) {}
-        bool eventFilter(QObject* watched, QEvent* event) override {
-            if (event->type() == QEvent::Move) {
-                all_.push_back(static_cast<QWidget*>(watched)->x());
-            }
-            return false;
-        }
-        std::vector<int>& all_;
-    } watch(places);
-    widget.installEventFilter(&watch);
-    parent.show();
-    // On a busy machine a pass may have few steps.
-    do {
-        layer->addAnimation({"transform", {-20, 0, 40}, true, 1, milliseconds(30)});
-        ASSERT_TRUE(comesToRest());
-    } while (std::ranges::max(places) <= rest.x() + 10);
-    // Every place is between both ends, and on the way back it comes to the first again.
-    EXPECT_EQ(std::ranges::min(places), rest.x() - 20);
-    EXPECT_LE(std::ranges::max(places), rest.x() + 40);
-    EXPECT_LT(places[places.size() - 2], rest.x());
-    widget.removeEventFilter(&watch);
 }
 
 TEST_F(MovingLayerTest, NextOneBeginsFromThePlaceOfRest) {
