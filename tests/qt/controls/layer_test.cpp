@@ -66,14 +66,6 @@ TEST_F(MovingLayerTest, NextOneBeginsFromThePlaceOfRest) {
     EXPECT_EQ(started.count(), 2);
 }
 
-TEST_F(MovingLayerTest, RestsWhereTheLayoutHasPutItMeanwhile) {
-    layer->addAnimation({"transform", {7, 27}, false, 1, milliseconds(60)});
-    widget.move(50, 60);
-    EXPECT_TRUE(waitUntil([&] { return widget.x() > 50; }));
-    EXPECT_LE(widget.x(), 50 + 27);
-    EXPECT_TRUE(waitUntil([&] { return widget.pos() == QPoint(50, 60); }));
-}
-
 /// A desktop that wants nothing to move.
 class StillStyle final : public QProxyStyle {
   public:
