@@ -123,6 +123,16 @@ TEST(Turns, AreWaitedForWhateverSignalsCome) {
     EXPECT_EQ(outcome.text, "a turn after three");
 }
 
+TEST(Turns, CannotBeHadWithoutTheirFile) {
+    const auto outcome = inChild([]() -> std::string {
+        enterPrivateNamespace();
+        mountEmptyOver("/run");
+        const Turns turns(4003);
+        return turns.isOpen() || turns.wait("ghost") ? "a turn" : "none";
+    });
+    EXPECT_EQ(outcome.text, "none");
+}
+
 TEST(Turns, AreInAFileOfTheServicesOwnThatIsNoLink) {
     const auto outcome = inChild([]() -> std::string {
         enterMachine();
