@@ -142,16 +142,18 @@ TEST_F(X11DesktopTest, ChangesOfPanelsAndFramesAreTold) {
     EXPECT_TRUE(becomes([&] { return changes > 0; }));
     QWidget window;
     ASSERT_TRUE(isShown(window));
-    QCoreApplication::processEvents();
-    changes = 0;
-    put(idOf(window), "_NET_FRAME_EXTENTS", {9, 9, 9, 9});
-    EXPECT_TRUE(becomes([&] { return changes == 1; }));
-    // Another property of the same windows is nothing to tell of.
-    put(idOf(window), "_VELUNOR_TEST", {1});
-    put(root(), "_VELUNOR_TEST", {1});
-    put(idOf(window), "_NET_FRAME_EXTENTS", {8, 8, 8, 8});
-    EXPECT_TRUE(becomes([&] { return x11FrameMargins(window)->top() == 8 && changes >= 2; }));
-    EXPECT_EQ(changes, 2);
+    // Another property of the same windows is nothing to tell of. Where news of the window manager
+    // come in between, it is tried once more.
+    std::uint32_t extent = 9;
+    EXPECT_TRUE(becomes([&] {
+        ++extent;
+        changes = 0;
+        put(idOf(window), "_VELUNOR_TEST", {1});
+        put(root(), "_VELUNOR_TEST", {1});
+        put(idOf(window), "_NET_FRAME_EXTENTS", Numbers(4, extent));
+        return becomes([&] { return changes > 0; }) && changes == 1 &&
+               x11FrameMargins(window)->top() == static_cast<int>(extent);
+    }));
 }
 
 TEST_F(X11DesktopTest, FrameIsWhatTheWindowManagerPutAroundTheWindow) {
