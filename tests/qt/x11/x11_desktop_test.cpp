@@ -144,6 +144,7 @@ TEST_F(X11DesktopTest, ChangesOfPanelsAndFramesAreTold) {
     ASSERT_TRUE(isShown(window));
     // Another property of the same windows is nothing to tell of. Where news of the window manager
     // come in between, it is tried once more.
+    const Requests requests;
     std::uint32_t extent = 9;
     EXPECT_TRUE(becomes([&] {
         ++extent;
@@ -151,8 +152,13 @@ TEST_F(X11DesktopTest, ChangesOfPanelsAndFramesAreTold) {
         put(idOf(window), "_VELUNOR_TEST", {1});
         put(root(), "_VELUNOR_TEST", {1});
         put(idOf(window), "_NET_FRAME_EXTENTS", Numbers(4, extent));
-        return becomes([&] { return changes > 0; }) && changes == 1 &&
-               x11FrameMargins(window)->top() == static_cast<int>(extent);
+        // Comes behind the news of all three.
+        requestOfX11(x(), idOf(window), "_VELUNOR_TEST", {extent});
+        return becomes([&] {
+                   const auto seen = requests.about(idOf(window), "_VELUNOR_TEST", 1);
+                   return !seen.empty() && seen.back() == Numbers{extent};
+               }) &&
+               changes == 1 && x11FrameMargins(window)->top() == static_cast<int>(extent);
     }));
 }
 
