@@ -3,12 +3,15 @@
 #include <QApplication>
 #include <QFont>
 #include <QFontDatabase>
+#include <QPainter>
 #include <QPixmap>
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/qt/desktop/appearance.h"
 #include "tests/qt/support/sample_states.h"
 
 namespace velunor {
@@ -72,6 +75,34 @@ QImage renderNow(const ApprovedPicture& picture) {
         return {};
     }
     return window.grab().toImage().convertToFormat(QImage::Format_ARGB32);
+}
+
+QImage coloursNow() {
+    constexpr std::array colours{&Theme::card,          &Theme::cardBorder,    &Theme::panel,
+                                 &Theme::text,          &Theme::secondaryText, &Theme::link,
+                                 &Theme::linkHover,     &Theme::accent,        &Theme::accentHover,
+                                 &Theme::accentPressed, &Theme::onAccent,      &Theme::button,
+                                 &Theme::buttonHover,   &Theme::buttonPressed, &Theme::buttonBorder,
+                                 &Theme::field,         &Theme::fieldBorder,   &Theme::notice,
+                                 &Theme::noticeBorder,  &Theme::noticeText,    &Theme::refused};
+    constexpr int side = 16;
+    QImage picture(side * static_cast<int>(colours.size()), 4 * side, QImage::Format_ARGB32);
+    QPainter painter(&picture);
+    int row = 0;
+    for (const bool highContrast : {false, true}) {
+        setHighContrast(highContrast);
+        for (const bool dark : {false, true}) {
+            setDesktopLook(dark);
+            int column = 0;
+            for (const auto colour : colours) {
+                painter.fillRect(side * column, side * row, side, side, currentTheme().*colour);
+                ++column;
+            }
+            ++row;
+        }
+    }
+    setHighContrast(false);
+    return picture;
 }
 
 double differingShare(const QImage& one, const QImage& other) {

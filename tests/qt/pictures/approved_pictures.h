@@ -21,6 +21,12 @@ void prepareApprovedFont();
 /// Draws with DejaVu Sans from now on; false, with a line on standard error, where it is missing.
 [[nodiscard]] bool useApprovedFont();
 
+/// The name of the picture of all colours.
+inline constexpr const char* coloursName = "colours";
+
+/// All colours of the themes: light, dark, and both in high contrast, a row for each.
+[[nodiscard]] QImage coloursNow();
+
 /// The window as it looks now; null when its texts cannot be read.
 [[nodiscard]] QImage renderNow(const ApprovedPicture& picture);
 

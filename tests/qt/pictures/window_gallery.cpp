@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QPixmap>
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -57,15 +58,19 @@ bool saveStates(const QDir& directory, int scale) {
 }
 
 bool saveApproved(const QDir& directory) {
-    for (const ApprovedPicture& each : approvedPictures()) {
-        const QImage picture = renderNow(each);
-        const QString path = directory.filePath(QLatin1String(each.name) + ".png");
-        if (picture.isNull() || !picture.save(path, nullptr, 0)) {
-            std::fprintf(stderr, "window_gallery: cannot make %s\n", qPrintable(path));
-            return false;
+    const auto save = [&](const QImage& picture, const char* name) {
+        const QString path = directory.filePath(QLatin1String(name) + ".png");
+        if (!picture.isNull() && picture.save(path, nullptr, 0)) {
+            return true;
         }
-    }
-    return true;
+        std::fprintf(stderr, "window_gallery: cannot make %s\n", qPrintable(path));
+        return false;
+    };
+    const auto& pictures = approvedPictures();
+    return save(coloursNow(), coloursName) &&
+           std::all_of(pictures.begin(), pictures.end(), [&](const ApprovedPicture& each) {
+               return save(renderNow(each), each.name);
+           });
 }
 
 }  // namespace
