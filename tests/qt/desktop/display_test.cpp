@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/qt/desktop/layer_shell.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {
@@ -158,6 +159,40 @@ TEST_F(WaylandTest, CompositorHasItsUsualNameOrAWholePath) {
     EXPECT_FALSE(prepareDisplay());
     const FileDescriptor other = listenAt("other");
     EXPECT_EQ(prepareDisplay(), isUsable());
+}
+
+/// What the plug-in that stands in for the real one goes by.
+constexpr const char* fakeLayerShell = "VELUNOR_FAKE_LAYER_SHELL";
+
+TEST_F(WaylandTest, CompositorThatPutsWindowsWhereTheyAskToBeIsPreferredToAnXServer) {
+    const XServer server;
+    const Variable x("DISPLAY", server.display());
+    const FileDescriptor compositor = listenAt("wayland-0");
+    const auto chosen = [](const QByteArray& name, const QByteArray& layerShell) {
+        const Variable platform("QT_QPA_PLATFORM", {});
+        const Variable wayland("WAYLAND_DISPLAY", name);
+        const Variable offers(fakeLayerShell, layerShell);
+        return prepareDisplay() ? qgetenv("QT_QPA_PLATFORM") : QByteArray();
+    };
+    EXPECT_EQ(chosen("wayland-0", "offered"), isUsable() ? "wayland" : "xcb");
+    EXPECT_EQ(chosen("wayland-0", "no"), "xcb");
+    EXPECT_EQ(chosen("wayland-1", "offered"), "xcb");
+    // Somebody else's, where the session names none.
+    EXPECT_EQ(chosen({}, "offered"), "xcb");
+}
+
+TEST(LayerShellTest, IsOfferedWhereTheCompositorSaysSo) {
+    const Variable offers(fakeLayerShell, "offered");
+    EXPECT_TRUE(offersLayerShell());
+    const Variable none(fakeLayerShell, "no");
+    EXPECT_FALSE(offersLayerShell());
+}
+
+TEST(LayerShellTest, PutsNoWindowIntoACornerElsewhere) {
+    const Variable untouched(fakeLayerShell, "untouched");
+    QWidget window;
+    putIntoCorner(window, 30);
+    EXPECT_EQ(qgetenv(fakeLayerShell), "untouched");
 }
 
 TEST(DisplayTest, PlatformsWithoutAServerAreKnownByTheirNames) {
