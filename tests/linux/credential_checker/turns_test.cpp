@@ -46,11 +46,11 @@ std::string numberFor(const std::string& account) {
 }
 
 /// Whether a check waits for another one that goes on, on a machine where "alice" has the number
-/// 4001, "bob" 4002 and "eve" that which stands for "ghost"; whoever waits so many seconds does.
+/// 4001, "bob" 4000 and "eve" that which stands for "ghost"; whoever waits so many seconds does.
 std::string behind(const Check& first, const Check& second, unsigned patience = 1) {
     const TemporaryDirectory directory;
     directory.write("passwd",
-                    "alice:x:4001:4001::/:/bin/sh\nbob:x:4002:4002::/:/bin/sh\n"
+                    "alice:x:4001:4001::/:/bin/sh\nbob:x:4000:4000::/:/bin/sh\n"
                     "eve:x:" +
                         numberFor("ghost") + ":4003::/:/bin/sh\n");
     return inChild([&]() -> std::string {

@@ -18,8 +18,8 @@ constexpr const char* path = "/run/velunor/osupdate-checkpass.lock";
 // Each byte of the file, which stays empty, stands for a turn that one process alone may have.
 // First those of the callers, behind them the accounts that the password database knows, then
 // others.
-constexpr off_t accounts = off_t{1} << 40U;
-constexpr off_t otherAccounts = accounts << 1U;
+constexpr off_t accounts = 0x1'0000'0000;
+constexpr off_t otherAccounts = 0x2'0000'0000;
 
 bool lock(const FileDescriptor& file, off_t byte) {
     struct flock request {
