@@ -107,7 +107,11 @@ def put_in(tree, sources):
 
 def mutants_of(tree, folder):
     sources, number = {}, 0
-    for path in sources_of(tree.place, folder):
+    paths = sources_of(tree.place, folder)
+    # What the toolkit makes of such a source has to be there before clang reads it.
+    if any(b'.moc"' in path.read_bytes() for path in paths):
+        tree.compile()
+    for path in paths:
         # What the preset does not build has no tests here.
         arguments = arguments_of(tree.build, path)
         if arguments is None:
