@@ -40,8 +40,8 @@ QVariant unwrapped(QVariant value) {
 }
 
 QPalette paletteOf(bool dark) {
-    const QColor window = dark ? QColor(0x24, 0x28, 0x30) : QColor(0xF2, 0xF3, 0xF5);
-    const QColor text = dark ? QColor(0xF0, 0xF3, 0xF8) : QColor(0x18, 0x20, 0x2F);
+    const QColor window(dark ? 0x242830U : 0xF2F3F5U);
+    const QColor text(dark ? 0xF0F3F8U : 0x18202FU);
     QPalette palette(window);
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
         palette.setColor(role, text);

@@ -22,6 +22,13 @@ using ::testing::ExitedWithCode;
 constexpr int terminated = 7;
 constexpr std::array numbers{SIGTERM, SIGINT, SIGHUP};
 
+/// Has none of them ignored, however the tests themselves were started.
+void hearAll() {
+    for (const int number : numbers) {
+        static_cast<void>(std::signal(number, SIG_DFL));
+    }
+}
+
 /// Takes the signals over; the first one ends the process with `terminated`.
 void takeOver() {
     onTerminationSignal([] { std::_Exit(terminated); });
@@ -49,6 +56,7 @@ TEST(TerminationTest, EachOfTheSignalsIsHeardOnTheMainLoop) {
     for (const int number : numbers) {
         EXPECT_EXIT(
             {
+                hearAll();
                 takeOver();
                 raiseAndWait(number);
             },
@@ -59,6 +67,7 @@ TEST(TerminationTest, EachOfTheSignalsIsHeardOnTheMainLoop) {
 
 TEST(TerminationTest, BlockedSignalsAreHeardToo) {
     const auto blocked = [](int number) {
+        hearAll();
         sigset_t all;
         sigfillset(&all);
         pthread_sigmask(SIG_BLOCK, &all, nullptr);

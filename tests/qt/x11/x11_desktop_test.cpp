@@ -2,13 +2,17 @@
 
 #include "platform/qt/desktop/x11_desktop.h"
 
-#include <QGuiApplication>
+#include <QApplication>
+#include <QDBusConnection>
 #include <QScreen>
 #include <algorithm>
 
+#include "platform/qt/desktop/desktop_settings.h"
 #include "platform/qt/desktop/display.h"
 #include "platform/qt/desktop/x11_properties.h"
 #include "tests/qt/x11/x11_test.h"
+#include "tests/support/desktop/fake_portal.h"
+#include "tests/support/temporary_directory.h"
 
 namespace velunor {
 namespace {
@@ -30,13 +34,33 @@ class X11DesktopTest : public X11Test {
         EXPECT_TRUE(becomes([] { return QGuiApplication::screens().size() == 1; }));
         X11Test::TearDown();
     }
-    /// Makes the screen two monitors side by side.
-    [[nodiscard]] bool makeTwoMonitors() {
-        display().addMonitor({"left", left, true});
-        display().addMonitor({"right", right});
+    /// Makes the screen two monitors, of which the first is the main one.
+    [[nodiscard]] bool makeTwoMonitors(const PixelRect& main = left,
+                                       const PixelRect& other = right) {
+        display().addMonitor({"left", main, true});
+        display().addMonitor({"right", other});
         hasMonitors_ = true;
-        return becomes(
-            [] { return QGuiApplication::screens().size() == 2 && screenAt(right.x) != nullptr; });
+        return becomes([&] {
+            return QGuiApplication::screens().size() == 2 && screenAt(other.x) != nullptr &&
+                   QGuiApplication::primaryScreen() == screenAt(main.x);
+        });
+    }
+    /// Whether a window is put where it is told, and tells so, with what the window manager puts
+    /// around it; `corner` is the main screen's lower left one.
+    static void expectPlacesAreCountedFrom(const QPoint& corner) {
+        QWidget widget;
+        widget.setFixedSize(300, 200);
+        QtWindow window(widget);
+        ASSERT_TRUE(isShown(widget));
+        const auto decoration = *screen().decorationOf(idOf(widget));
+        window.setFrameOrigin({70, 50});
+        const int height = 200 + decoration.top + decoration.bottom;
+        const PixelRect wanted{corner.x() + 70, corner.y() - 50 - height,
+                               300 + decoration.left + decoration.right, height};
+        EXPECT_TRUE(becomes([&] { return screen().frameOf(idOf(widget)) == wanted; }));
+        EXPECT_TRUE(becomes([&] {
+            return window.frame() == Rect{{70, 50}, {double(wanted.width), double(wanted.height)}};
+        }));
     }
     static const QScreen* screenAt(int place) {
         for (const QScreen* screen : QGuiApplication::screens()) {
@@ -173,19 +197,24 @@ TEST_F(X11DesktopTest, FrameIsWhatTheWindowManagerPutAroundTheWindow) {
 }
 
 TEST_F(X11DesktopTest, WindowIsPlacedWithItsFrame) {
-    QWidget widget;
-    widget.setFixedSize(300, 200);
-    QtWindow window(widget);
-    ASSERT_TRUE(isShown(widget));
-    const auto decoration = *screen().decorationOf(idOf(widget));
-    window.setFrameOrigin({70, 50});
-    const int height = 200 + decoration.top + decoration.bottom;
-    const PixelRect wanted{70, testing::usualHeight - 50 - height,
-                           300 + decoration.left + decoration.right, height};
-    EXPECT_TRUE(becomes([&] { return screen().frameOf(idOf(widget)) == wanted; }));
-    EXPECT_TRUE(becomes([&] {
-        return window.frame() == Rect{{70, 50}, {double(wanted.width), double(wanted.height)}};
-    }));
+    expectPlacesAreCountedFrom({0, testing::usualHeight});
+}
+
+TEST_F(X11DesktopTest, WindowIsPlacedFromTheMainScreensCornerWhereverThatIs) {
+    ASSERT_TRUE(makeTwoMonitors({640, 300, 640, 500}, {0, 0, 640, 300}));
+    EXPECT_EQ(QtScreens().mainScreenVisibleFrame(), (Rect{{0, 0}, {640, 500}}));
+    expectPlacesAreCountedFrom({640, 800});
+}
+
+TEST_F(X11DesktopTest, TextsGetTheirSizeFromTheSettingsWhereTheServerHasNoOther) {
+    const testing::TemporaryDirectory directory;
+    const testing::PrivateBus bus(directory.path());
+    const testing::FakePortal portal(bus.address(), {.textScale = 1.5});
+    const double usual = QApplication::font().pointSizeF();
+    const auto settings = followDesktopSettings(
+        QDBusConnection::connectToBus(QString::fromStdString(bus.address()), "settings"));
+    EXPECT_TRUE(becomes([&] { return QApplication::font().pointSizeF() == usual * 1.5; }));
+    QDBusConnection::disconnectFromBus("settings");
 }
 
 TEST_F(X11DesktopTest, WindowFloatsWhileItIsShown) {
