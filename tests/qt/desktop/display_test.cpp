@@ -39,8 +39,9 @@ class Variable {
 class XServer {
   public:
     XServer() {
-        process_.start("Xvfb",
-                       {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp"});
+        // It must not begin anew when its only client goes: the next one would be refused.
+        process_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp",
+                                "-noreset"});
         while (process_.waitForReadyRead(10000) && !process_.canReadLine()) {
         }
         display_ = ":" + process_.readLine().trimmed();
@@ -127,7 +128,8 @@ class WaylandTest : public testing::Test {
         place(name).copy(address.sun_path, sizeof address.sun_path - 1);
         EXPECT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
                   0);
-        EXPECT_EQ(listen(listener.get(), 1), 0);
+        // Nobody takes the connections off, and one too many would be waited for.
+        EXPECT_EQ(listen(listener.get(), 16), 0);
         return listener;
     }
     [[nodiscard]] std::string place(const QString& name) const {
