@@ -69,7 +69,6 @@ ImagePointer QtImageReader::imageFromData(std::span<const std::byte> data) const
         return nullptr;
     }
     QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
     // Naming the format keeps every other decoder away from the bytes.
     QImageReader reader(&buffer, format);
     reader.setAutoDetectImageFormat(false);
@@ -94,16 +93,17 @@ ImagePointer QtImageReader::clippedToRoundedRectangle(const ImagePointer& image,
     QImage clipped(source.size(), QImage::Format_ARGB32_Premultiplied);
     clipped.setDevicePixelRatio(source.devicePixelRatio());
     clipped.fill(Qt::transparent);
-    QPainter painter(&clipped);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Qt::black);
-    const QRectF whole(QPointF(0, 0), source.deviceIndependentSize());
-    // A shape drawn smoothly and used as a stencil has soft edges, which a clip path has not.
-    painter.drawRoundedRect(whole, radiusX, radiusY);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    painter.drawImage(whole, source);
-    painter.end();
+    {
+        QPainter painter(&clipped);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Qt::black);
+        const QRectF whole(QPointF(0, 0), source.deviceIndependentSize());
+        // A shape drawn smoothly and used as a stencil has soft edges, which a clip path has not.
+        painter.drawRoundedRect(whole, radiusX, radiusY);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.drawImage(whole, source);
+    }
     return std::make_shared<QtImage>(std::move(clipped));
 }
 

@@ -31,7 +31,7 @@ int wakeUpDescriptor = -1;
 void wakeUp(int /*number*/) {
     const int kept = errno;
     const std::uint64_t one = 1;
-    static_cast<void>(!::write(wakeUpDescriptor, &one, sizeof one));
+    [[maybe_unused]] const ssize_t written = ::write(wakeUpDescriptor, &one, sizeof one);
     errno = kept;
 }
 
@@ -76,9 +76,7 @@ void onTerminationSignal(std::function<void()> terminate) {
     struct sigaction action {};
     action.sa_handler = wakeUp;
     action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    sigset_t handled;
-    sigemptyset(&handled);
+    sigset_t handled{};
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
         struct sigaction inherited {};
         sigaction(number, nullptr, &inherited);

@@ -90,9 +90,14 @@ TEST(ImageTest, RefusesVectorDrawings) {
 }
 
 TEST(ImageTest, AsksOnlyTheDecoderThatTheContentNames) {
-    // Another decoder would find its picture behind the first line.
-    EXPECT_EQ(read("BM\n#define a_width 8\n#define a_height 1\nstatic char a_bits[] = {0x01};\n"),
-              nullptr);
+    // Another decoder would find its picture behind the first line, also where there is none for
+    // what the line says.
+    for (const char* start : {"BM", "RIFF"}) {
+        EXPECT_EQ(read(QByteArray(start) + "\n#define a_width 8\n#define a_height 1\n"
+                                           "static char a_bits[] = {0x01};\n"),
+                  nullptr)
+            << start;
+    }
 }
 
 TEST(ImageTest, LimitsTheMemoryToTwoOfTheLargestPictures) {

@@ -51,6 +51,30 @@ TEST(RunLoopTest, RunsATimerThatDoesNotRepeatOnce) {
     EXPECT_EQ(once, 1);
 }
 
+/// Of which kind the toolkit's timers are that run out.
+class TimersSeen final : public QObject {
+  public:
+    TimersSeen() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const auto* timer = qobject_cast<QTimer*>(watched);
+        if (timer != nullptr && event->type() == QEvent::Timer) {
+            kinds.push_back(timer->timerType());
+        }
+        return false;
+    }
+
+    std::vector<Qt::TimerType> kinds;
+};
+
+TEST(RunLoopTest, CountsByTimersThatRunOutAtTheirMillisecond) {
+    const TimersSeen seen;
+    QtRunLoop runLoop;
+    bool done = false;
+    runLoop.scheduleTimer(milliseconds(1), TimerKind::once, [&](Timer&) { done = true; });
+    ASSERT_TRUE(waitUntil([&] { return done; }));
+    EXPECT_EQ(seen.kinds, std::vector{Qt::PreciseTimer});
+}
+
 TEST(RunLoopTest, InvalidatesATimerThatHasRunOnce) {
     QtRunLoop runLoop;
     int once = 0;
