@@ -206,7 +206,8 @@ std::optional<DirectoryError> bind(LDAP* handle, const std::string& name, std::s
     constexpr const char* refused = "The server does not accept name and password";
     std::array<char, sizeof LDAP_CONTROL_PASSWORDPOLICYREQUEST> policyName{
         LDAP_CONTROL_PASSWORDPOLICYREQUEST};
-    LDAPControl policy{policyName.data(), {0, nullptr}, 0};
+    LDAPControl policy{};
+    policy.ldctl_oid = policyName.data();
     std::array<LDAPControl*, 2> controls{&policy, nullptr};
     berval credentials{password.size(), const_cast<char*>(password.data())};
     const Step step(limit, ldapError(LDAP_TIMEOUT, silent));

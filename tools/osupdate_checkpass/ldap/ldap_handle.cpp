@@ -37,7 +37,7 @@ DirectoryResult<Addresses> addressesOf(const LdapAddress& address, const StepLim
     int code = EAI_NONAME;
     // An address in numbers needs no network interface of its family.
     for (const int flags : {AI_NUMERICHOST, AI_ADDRCONFIG}) {
-        hints.ai_flags = flags | AI_NUMERICSERV;
+        hints.ai_flags = flags;
         if (code != 0) {
             code = getaddrinfo(address.host.c_str(), std::to_string(address.port).c_str(), &hints,
                                &first);

@@ -16,10 +16,10 @@ namespace {
 
 /// What the signal's handler needs; it is changed only while no alarm is set.
 struct {
-    int stream = -1;
-    std::array<char, credential_checker_protocol::longestAnswer> line{};
-    std::size_t size = 0;
-} atTheLimit;
+    int stream;
+    std::array<char, credential_checker_protocol::longestAnswer> line;
+    std::size_t size;
+} atTheLimit{};
 
 void tellAndEnd(int /*signal*/) {
     [[maybe_unused]] const ssize_t written =
