@@ -4,6 +4,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
 #include <QTest>
 #include <QVBoxLayout>
 #include <array>
@@ -32,14 +35,15 @@ class MaskedNeedle {
     [[nodiscard]] unsigned char letter(std::size_t index) const {
         return static_cast<unsigned char>(masked_[index] ^ mask);
     }
-    /// Whether the letters begin at `bytes`, `width` bytes each, low byte first.
-    [[nodiscard]] bool isAt(const unsigned char* bytes, std::size_t width) const {
-        for (std::size_t index = 0; index < length; ++index) {
-            if (static_cast<unsigned char>(bytes[index * width] ^ mask) != masked_[index]) {
+    /// Whether the letters from `first` on begin at `bytes`, `width` bytes each, low byte first.
+    [[nodiscard]] bool isAt(const unsigned char* bytes, std::size_t width,
+                            std::size_t first) const {
+        for (std::size_t index = first; index < length; ++index, bytes += width) {
+            if (static_cast<unsigned char>(*bytes ^ mask) != masked_[index]) {
                 return false;
             }
             for (std::size_t high = 1; high < width; ++high) {
-                if (bytes[index * width + high] != 0) {
+                if (bytes[high] != 0) {
                     return false;
                 }
             }
@@ -95,7 +99,8 @@ class MemorySearch {
         close(memory_);
     }
 
-    [[nodiscard]] Findings search(const MaskedNeedle& needle) const {
+    /// Searches for the needle's letters from `first` on.
+    [[nodiscard]] Findings search(const MaskedNeedle& needle, std::size_t first = 0) const {
         Findings found;
         std::ifstream maps("/proc/self/maps");
         std::string line;
@@ -106,7 +111,7 @@ class MemorySearch {
             std::string rights;
             std::istringstream(line) >> std::hex >> start >> dash >> end >> rights;
             if (rights.starts_with("rw") && start != reinterpret_cast<std::uintptr_t>(window_)) {
-                searchRegion(start, end, needle, found);
+                searchRegion(start, end, needle, first, found);
             }
         }
         return found;
@@ -117,7 +122,7 @@ class MemorySearch {
     static constexpr std::size_t longest = MaskedNeedle::length * 4;
 
     void searchRegion(std::uintptr_t start, std::uintptr_t end, const MaskedNeedle& needle,
-                      Findings& found) const {
+                      std::size_t first, Findings& found) const {
         // Windows overlap, so that nothing is missed between two of them.
         for (std::uintptr_t at = start; at < end; at += windowSize - longest) {
             const std::size_t wanted = std::min<std::size_t>(windowSize, end - at);
@@ -129,9 +134,10 @@ class MemorySearch {
             found.scannedBytes += size;
             for (std::size_t offset = 0; offset + MaskedNeedle::length <= size; ++offset) {
                 const unsigned char* bytes = window_ + offset;
-                found.utf8 += needle.isAt(bytes, 1) ? 1 : 0;
-                found.utf16 += offset + 2 * MaskedNeedle::length <= size && needle.isAt(bytes, 2);
-                if (offset + longest <= size && needle.isAt(bytes, 4)) {
+                found.utf8 += needle.isAt(bytes, 1, first) ? 1 : 0;
+                found.utf16 +=
+                    offset + 2 * MaskedNeedle::length <= size && needle.isAt(bytes, 2, first);
+                if (offset + longest <= size && needle.isAt(bytes, 4, first)) {
                     ++found.utf32;
                     found.utf32Place = at + offset;
                 }
@@ -144,6 +150,28 @@ class MemorySearch {
 
     unsigned char* window_ = nullptr;
     int memory_ = -1;
+};
+
+/// A text behind others on the clipboard that is made for whoever asks for it, as one that another
+/// program has copied.
+class ForeignText final : public QMimeData {
+  public:
+    explicit ForeignText(const MaskedNeedle& needle) : needle_(needle) {}
+    [[nodiscard]] QStringList formats() const override { return {"text/plain"}; }
+
+  protected:
+    [[nodiscard]] QVariant retrieveData(const QString&, QMetaType) const override {
+        // So long a block does not become another one's soon.
+        constexpr qsizetype before = 1000;
+        QString text(before + static_cast<qsizetype>(MaskedNeedle::length), u'-');
+        for (std::size_t index = 0; index < MaskedNeedle::length; ++index) {
+            text[before + static_cast<qsizetype>(index)] = QChar(needle_.letter(index));
+        }
+        return text;
+    }
+
+  private:
+    const MaskedNeedle& needle_;
 };
 
 class SecretMemoryTest : public testing::Test {
@@ -161,7 +189,8 @@ class SecretMemoryTest : public testing::Test {
         QCoreApplication::processEvents();
     }
     void expectNothingLeft() const {
-        const Findings left = memory.search(needle);
+        // What is overwritten only in part, or given back to the allocator, keeps its end.
+        const Findings left = memory.search(needle, MaskedNeedle::length / 2);
         EXPECT_EQ(left.utf8, 0U);
         EXPECT_EQ(left.utf16, 0U);
         EXPECT_EQ(left.utf32, 0U);
@@ -209,6 +238,15 @@ TEST_F(SecretMemoryTest, LeavesNothingWhenTheTextIsRemovedByKeys) {
     EXPECT_EQ(memory.search(needle).utf32, 1U);
     widget().selectAll();
     QTest::keyClick(&widget(), Qt::Key_Delete);
+    expectNothingLeft();
+}
+
+TEST_F(SecretMemoryTest, LeavesNothingOfATextThatWasPasted) {
+    QGuiApplication::clipboard()->setMimeData(new ForeignText(needle));
+    QTest::keySequence(&widget(), QKeySequence::Paste);
+    QGuiApplication::clipboard()->clear();
+    EXPECT_EQ(memory.search(needle).utf32, 1U);
+    widget().wipeText();
     expectNothingLeft();
 }
 
