@@ -200,6 +200,20 @@ TEST_F(RevealButtonTest, HasAPlateWhileItIsHeld) {
     QTest::mouseRelease(eye, Qt::LeftButton);
 }
 
+TEST_F(RevealButtonTest, HasARingWhileItHasTheFocus) {
+    eye->setFocus();
+    const QImage focused = look();
+    const int middle = focused.height() / 2;
+    for (const int x : {0, 1, focused.width() - 2, focused.width() - 1}) {
+        EXPECT_EQ(focused.pixelColor(x, middle), currentTheme().link) << x;
+    }
+    EXPECT_NE(focused.pixelColor(2, middle), currentTheme().link);
+}
+
+TEST_F(RevealButtonTest, NoticesThePointerWhateverTheStyle) {
+    EXPECT_TRUE(RevealButton(nullptr).testAttribute(Qt::WA_Hover));
+}
+
 TEST_F(RevealButtonTest, FieldKeepsItsOutlineWhileItsTextIsShown) {
     field->setFocus();
     const QPoint onOutline(field->width() / 2, 0);
