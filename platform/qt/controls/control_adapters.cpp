@@ -82,8 +82,6 @@ void WidgetLayer::addAnimation(const KeyFrameAnimation& animation) {
 }
 
 void WidgetLayer::shake(const KeyFrameAnimation& animation) {
-    rest_ = widget_->pos();
-    shifted_ = rest_;
     // One loop is a pass and, when the animation reverses, the way back.
     const std::vector<double>& offsets = animation.translationsX;
     const double last = offsets.size() > 1 ? static_cast<double>(offsets.size() - 1) : 1.0;
@@ -112,7 +110,7 @@ void WidgetLayer::pulse() {
 }
 
 bool WidgetLayer::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Paint && background_.alpha() > 0) {
+    if (event->type() == QEvent::Paint) {
         QPainter painter(widget_);
         drawRounded(painter, widget_->rect(), radius_, background_);
     }

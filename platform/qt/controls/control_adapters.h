@@ -46,8 +46,8 @@ class WidgetLayer final : public QObject, public Layer {
     QWidget* widget_;
     QColor background_ = Qt::transparent;
     double radius_ = 0;
-    QVariantAnimation animation_;
-    QVariantAnimation pulse_;
+    QVariantAnimation animation_{this};
+    QVariantAnimation pulse_{this};
     /// Where the widget is without animation, and where the animation has moved it.
     QPoint rest_;
     QPoint shifted_;

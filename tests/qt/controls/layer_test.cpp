@@ -1,8 +1,10 @@
 // What a view's layer paints and how it moves the view.
 
-#include <QElapsedTimer>
 #include <QProxyStyle>
 #include <QSignalSpy>
+#include <QVariantAnimation>
+#include <utility>
+#include <vector>
 
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/appearance.h"
@@ -14,7 +16,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A view at a place of rest.
+/// A view at a place of rest. No time passes but where a test moves an animation on.
 class MovingLayerTest : public testing::Test {
   protected:
     MovingLayerTest() {
@@ -22,8 +24,19 @@ class MovingLayerTest : public testing::Test {
         view.setWantsLayer(true);
         layer = widget.findChild<WidgetLayer*>();
     }
-    [[nodiscard]] bool comesToRest() {
-        return waitUntil([&] { return widget.pos() == rest; });
+    /// The animation that runs; null when none does.
+    [[nodiscard]] QVariantAnimation* running() const {
+        for (auto* animation : layer->findChildren<QVariantAnimation*>()) {
+            if (animation->state() == QAbstractAnimation::Running) {
+                return animation;
+            }
+        }
+        return nullptr;
+    }
+    /// How far the view is from its place after so much of the time of what runs.
+    [[nodiscard]] QPoint shiftAt(int time) {
+        running()->setCurrentTime(time);
+        return widget.pos() - rest;
     }
 
     const QPoint rest{30, 10};
@@ -33,37 +46,71 @@ class MovingLayerTest : public testing::Test {
     WidgetLayer* layer = nullptr;
 };
 
-TEST_F(MovingLayerTest, TakesTheTimeOfAllItsPasses) {
-    QElapsedTimer since;
-    since.start();
-    layer->addAnimation({"transform", {5, 5}, true, 2, milliseconds(20)});
-    EXPECT_EQ(widget.pos(), rest + QPoint(5, 0));
-    EXPECT_TRUE(comesToRest());
-    EXPECT_GE(since.restart(), 2 * 2 * 20);
-    layer->addAnimation({"transform", {6}, true, 3, milliseconds(20)});
-    EXPECT_EQ(widget.pos(), rest + QPoint(6, 0));
-    EXPECT_TRUE(comesToRest());
-    EXPECT_GE(since.elapsed(), 3 * 2 * 20);
+/// An animation, all of its time, and where the view is at some moments.
+struct Course {
+    const char* name;
+    KeyFrameAnimation animation;
+    int length;
+    std::vector<std::pair<int, int>> shifts;
+};
+
+class CourseTest : public MovingLayerTest, public testing::WithParamInterface<Course> {};
+
+TEST_P(CourseTest, LeadsThroughItsPlacesBackToRest) {
+    layer->addAnimation(GetParam().animation);
+    ASSERT_NE(running(), nullptr);
+    EXPECT_EQ(running()->totalDuration(), GetParam().length);
+    for (const auto& [time, shift] : GetParam().shifts) {
+        EXPECT_EQ(shiftAt(time), QPoint(shift, 0)) << time;
+    }
+    EXPECT_EQ(shiftAt(GetParam().length), QPoint(0, 0));
+    EXPECT_EQ(running(), nullptr);
 }
 
-TEST_F(MovingLayerTest, PassesOnceWhereItIsNotToldHowOften) {
-    for (const int count : {-1, 0}) {
-        layer->addAnimation({"transform", {8, 4}, false, count, milliseconds(20)});
-        EXPECT_EQ(widget.pos(), rest + QPoint(8, 0)) << count;
-        EXPECT_TRUE(comesToRest()) << count;
-    }
-}
+INSTANTIATE_TEST_SUITE_P(
+    Courses, CourseTest,
+    testing::Values(Course{"ThereAndBackTwice",
+                           {"transform", {-10, 10}, true, 2, milliseconds(70)},
+                           280,
+                           {{0, -10}, {35, 0}, {70, 10}, {105, 0}, {140, -10}, {210, 10}}},
+                    Course{"ThreePlacesOnce",
+                           {"transform", {0, 8, -4}, false, 1, milliseconds(100)},
+                           100,
+                           {{0, 0}, {25, 4}, {50, 8}, {75, 2}}},
+                    Course{"OnePlace",
+                           {"transform", {6}, true, 3, milliseconds(20)},
+                           120,
+                           {{0, 6}, {10, 6}, {50, 6}}},
+                    Course{"OnceWhereItIsToBeNoTimes",
+                           {"transform", {8, 4}, false, 0, milliseconds(20)},
+                           20,
+                           {{0, 8}, {10, 6}}},
+                    Course{"OnceWhereItIsToBeLessThanNoTimes",
+                           {"transform", {8, 4}, false, -1, milliseconds(20)},
+                           20,
+                           {{0, 8}, {10, 6}}}),
+    [](const auto& each) { return each.param.name; });
 
 TEST_F(MovingLayerTest, NextOneBeginsFromThePlaceOfRest) {
     const QSignalSpy started(layer, &WidgetLayer::animationStarted);
-    layer->addAnimation({"transform", {7, 7}, false, 1, milliseconds(20)});
-    layer->addAnimation({"transform", {3, 3}, false, 1, milliseconds(20)});
+    layer->addAnimation({"transform", {7, 7}, false, 1, milliseconds(100)});
+    EXPECT_EQ(shiftAt(60), QPoint(7, 0));
+    layer->addAnimation({"transform", {3, 3}, false, 1, milliseconds(100)});
     EXPECT_EQ(widget.pos(), rest + QPoint(3, 0));
+    EXPECT_EQ(running()->currentTime(), 0);
     EXPECT_EQ(started.count(), 2);
     // One without any place ends the one that runs.
     layer->addAnimation({});
     EXPECT_EQ(widget.pos(), rest);
+    EXPECT_EQ(running(), nullptr);
     EXPECT_EQ(started.count(), 2);
+}
+
+TEST_F(MovingLayerTest, GoesOnWhereTheLayoutPutsTheView) {
+    layer->addAnimation({"transform", {4, 8}, false, 1, milliseconds(100)});
+    widget.move(rest + QPoint(0, 50));
+    EXPECT_EQ(shiftAt(50), QPoint(6, 50));
+    EXPECT_EQ(shiftAt(100), QPoint(0, 50));
 }
 
 /// A desktop that wants nothing to move.
@@ -80,14 +127,23 @@ class StillStyle final : public QProxyStyle {
 TEST_F(MovingLayerTest, EachPulseBeginsAnewWhereNothingIsToMove) {
     StillStyle still;
     widget.setStyle(&still);
-    const auto outline = [&] { return colourAt(widget, {100, 0}); };
-    const KeyFrameAnimation shake{"transform", {-10, 10}, true, 2, milliseconds(70)};
+    const auto outlineAt = [&](int time) {
+        EXPECT_EQ(shiftAt(time), QPoint(0, 0));
+        return colourAt(widget, {100, 0});
+    };
     for (int time = 0; time < 2; ++time) {
-        layer->addAnimation(shake);
-        EXPECT_EQ(outline(), currentTheme().fieldBorder) << time;
-        EXPECT_TRUE(waitUntil([&] { return outline() == currentTheme().refused; })) << time;
+        layer->addAnimation({"transform", {-10, 10}, true, 2, milliseconds(70)});
+        ASSERT_NE(running(), nullptr);
+        EXPECT_EQ(running()->currentTime(), 0) << time;
+        EXPECT_EQ(running()->totalDuration(), 1500);
+        EXPECT_EQ(outlineAt(0), currentTheme().fieldBorder);
+        EXPECT_NE(outlineAt(200), currentTheme().fieldBorder);
+        EXPECT_NE(outlineAt(200), currentTheme().refused);
+        EXPECT_EQ(outlineAt(300), currentTheme().refused);
+        EXPECT_EQ(outlineAt(900), currentTheme().refused);
+        EXPECT_NE(outlineAt(1000), currentTheme().refused);
     }
-    EXPECT_EQ(widget.pos(), rest);
+    EXPECT_EQ(outlineAt(1500), currentTheme().fieldBorder);
     widget.setStyle(nullptr);
 }
 
@@ -104,6 +160,7 @@ TEST(LayerGroundTest, HasItsColourAndIsPaintedAnewWhenItChanges) {
     EXPECT_GT(paints.take(), 0);
     EXPECT_EQ(colourAt(widget, {20, 20}), QColor(51, 102, 153));
     EXPECT_EQ(colourAt(widget, {0, 0}), QColor(51, 102, 153));
+    paints.take();
     layer->setCornerRadius(20);
     EXPECT_GT(paints.take(), 0);
     EXPECT_NE(colourAt(widget, {0, 0}), QColor(51, 102, 153));
