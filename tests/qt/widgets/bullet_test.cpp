@@ -42,6 +42,13 @@ class BulletTest : public testing::TestWithParam<Qt::LayoutDirection> {
         }
         return sign;
     }
+    /// Of what is in `area`, the letter is at the left of its dots whichever way the line runs.
+    void expectLetterBeforeDots(const QRect& area) const {
+        const QRect name = inkIn(area);
+        const int third = name.width() / 3;
+        const int left = GetParam() == Qt::LeftToRight ? name.left() : name.right() - third;
+        EXPECT_EQ(inkIn(QRect(left, area.top(), third, area.height())).height(), name.height());
+    }
 
   private:
     QImage image_;
@@ -60,14 +67,9 @@ TEST_P(BulletTest, StandsAtTheBeginningOfTheLineBeforeANameOfAnyScript) {
 
 TEST_P(BulletTest, LeavesTheNamesOwnOrderAlone) {
     draw("M....", 400);
-    const QRect bullet = firstSign();
-    const QRect name = inkIn(all().adjusted(bullet.right() + 1, 0, 0, 0));
-    // The letter is at the left of its dots whichever way the line runs.
-    const QRect atLeft =
-        GetParam() == Qt::LeftToRight
-            ? inkIn(QRect(name.left(), 0, name.width() / 3, all().height()))
-            : inkIn(QRect(name.right() - name.width() / 3, 0, name.width() / 3, all().height()));
-    EXPECT_EQ(atLeft.height(), name.height());
+    expectLetterBeforeDots(all().adjusted(firstSign().right() + 1, 0, 0, 0));
+    draw("i\nM....", 400);
+    expectLetterBeforeDots(all().adjusted(0, all().height() / 2, 0, 0));
 }
 
 TEST_P(BulletTest, HasTheLinesOfALongNameHangBesideIt) {

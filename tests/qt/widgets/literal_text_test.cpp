@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 
+#include "tests/qt/support/widget_events.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {
@@ -38,6 +40,7 @@ TEST(LiteralTextTest, GrowsWithEveryKindOfLineBreak) {
 TEST(LiteralTextTest, KeepsEmptyLines) {
     EXPECT_GT(heightOf("a\n\n\nb"), heightOf("a\nb"));
     EXPECT_GT(heightOf("a\n"), heightOf("a"));
+    EXPECT_EQ(heightOf("\na"), heightOf("a\n"));
 }
 
 TEST(LiteralTextTest, TakesALineForAnEmptyText) {
@@ -66,6 +69,8 @@ TEST(LiteralTextTest, TellsItsWidestWord) {
         return static_cast<int>(std::ceil(QFontMetricsF(QFont()).horizontalAdvance(word)));
     };
     literal.setText({"a wwwww mm", {}});
+    EXPECT_EQ(literal.widestWord(), widthOf("wwwww"));
+    literal.setText({"wwwww a", {}});
     EXPECT_EQ(literal.widestWord(), widthOf("wwwww"));
     literal.setText({"a b", {}});
     EXPECT_EQ(literal.widestWord(), std::max(widthOf("a"), widthOf("b")));
@@ -109,37 +114,58 @@ TEST(LiteralTextTest, DrawsMarkupAsItsCharacters) {
     EXPECT_GT(markup, 3 * literal.naturalWidth());
 }
 
-TEST(LiteralTextTest, PutsARightToLeftTextAtTheRight) {
-    LiteralText literal;
-    literal.setFont(QFont());
-    literal.setText({QString::fromUtf8("\u05D0\u05D1"), {}});
-    QImage picture(lineWidth, literal.heightForWidth(lineWidth), QImage::Format_RGB32);
+/// The text in lines of this width, black on white.
+QImage drawn(const LiteralText& literal, int width = lineWidth) {
+    QImage picture(width, literal.heightForWidth(width), QImage::Format_RGB32);
     picture.fill(Qt::white);
     QPainter painter(&picture);
     literal.draw(painter, picture.rect(), Qt::black);
     painter.end();
+    return picture;
+}
 
-    const auto isBlank = [&](int from, int to) {
-        for (int y = 0; y < picture.height(); ++y) {
-            for (int x = from; x < to; ++x) {
-                if (picture.pixelColor(x, y) != Qt::white) {
-                    return false;
-                }
-            }
-        }
-        return true;
-    };
-    EXPECT_TRUE(isBlank(0, lineWidth / 2));
-    EXPECT_FALSE(isBlank(lineWidth / 2, lineWidth));
+TEST(LiteralTextTest, PutsARightToLeftTextAtTheRight) {
+    LiteralText literal;
+    literal.setFont(QFont());
+    literal.setText({QString::fromUtf8("\u05D0\u05D1"), {}});
+    const QRect ink = inkOn(drawn(literal), Qt::white);
+    EXPECT_FALSE(ink.isEmpty());
+    EXPECT_GE(ink.left(), lineWidth / 2);
+}
+
+TEST(LiteralTextTest, LinesThatHangBeginInTheMiddleAtMost) {
+    constexpr int width = 120;
+    LiteralText literal;
+    literal.setFont(QFont());
+    literal.setText({QString(20, u'w') + QString(200, u'i'), {}}, 20);
+    const QImage picture = drawn(literal, width);
+    const QRect lowerHalf(0, picture.height() / 2, width, picture.height() / 2);
+    EXPECT_NEAR(inkOn(picture.copy(lowerHalf), Qt::white).left(), width / 2, 3);
+}
+
+TEST(LiteralTextTest, LinesOfSmallLettersTakeNoLessRoom) {
+    LiteralText literal;
+    literal.setFont(QFont("DejaVu Sans", 40));
+    literal.setText({"M", {}});
+    const QImage large = drawn(literal);
+    QTextCharFormat small;
+    small.setFontPointSize(8);
+    literal.setText({"M\nM", {{0, 3, small}}});
+    const QImage picture = drawn(literal);
+    EXPECT_GE(picture.height(), 2 * large.height() - 1);
+    // The first stands on the same line as a large one.
+    const QRect ink = inkOn(picture.copy(large.rect()), Qt::white);
+    EXPECT_LT(ink.height(), inkOn(large, Qt::white).height() / 2);
+    EXPECT_NEAR(ink.bottom(), inkOn(large, Qt::white).bottom(), 1);
 }
 
 /// A countdown of `texts`: before the minutes, between them and the seconds, and after these.
 ShownText countdown(const std::array<std::string, 3>& texts, const std::string& minutes,
-                    const std::string& seconds) {
+                    const std::string& seconds, const TextAttributes& ofSeconds = bold()) {
     return shownText({{texts[0], std::nullopt, 0},
                       {minutes, bold(), minutes.size()},
                       {texts[1], std::nullopt, 0},
-                      {seconds, bold(), seconds.size()},
+                      {seconds, ofSeconds, seconds.size()},
                       {texts[2], std::nullopt, 0}});
 }
 
@@ -155,17 +181,31 @@ TEST(LiteralTextTest, KeepsItsWidthWhileACountdownRuns) {
     // Not every font has digits of one width, and some scripts run the other way.
     const std::array<std::array<std::string, 3>, 2> languages{
         {{"In ", ":", " left"}, {"\u0628\u0639\u062F ", " \u062F \u0648", " \u062B."}}};
-    for (const QString& family : QFontDatabase::families()) {
-        const QFont font(family, 11);
-        for (const auto& texts : languages) {
-            const int first = countdownWidth(font, texts, "1", "59");
+    const TextAttributes small{FontWeight::regular, 9.0, TextColor::standard};
+    for (const auto& texts : languages) {
+        LiteralText running;
+        for (const QString& family : QFontDatabase::families()) {
+            running.setFont(QFont(family, 11));
+            running.setText(countdown(texts, "1", "59", small));
+            const int first = running.naturalWidth();
             for (const auto& [minutes, seconds] :
                  {std::pair{"1", "48"}, std::pair{"0", "11"}, std::pair{"7", "10"}}) {
-                EXPECT_EQ(countdownWidth(font, texts, minutes, seconds), first)
+                running.setText(countdown(texts, minutes, seconds, small));
+                EXPECT_EQ(running.naturalWidth(), first)
                     << family.toStdString() << ": " << minutes << ":" << seconds;
             }
         }
     }
+}
+
+TEST(LiteralTextTest, KeepsTheStyleOfAWordBesideAFigure) {
+    const auto widthWith = [](std::optional<TextAttributes> attributes) {
+        LiteralText text;
+        text.setFont(QFont());
+        text.setText(shownText({{"now ", attributes, 4}, {"5", bold(), 1}}));
+        return text.naturalWidth();
+    };
+    EXPECT_GT(widthWith(bold()), widthWith(std::nullopt));
 }
 
 TEST(LiteralTextTest, GivesTheFiguresOfACountdownTheRoomOfTheirDigits) {
@@ -211,20 +251,12 @@ TEST(LiteralTextTest, MeasuresAWidthTheSameAfterAnother) {
 }
 
 TEST(LiteralTextTest, DrawsTheSameAfterItWasMeasuredForAnotherWidth) {
-    const auto picture = [](bool measuredBetween) {
-        LiteralText literal;
-        literal.setFont(QFont());
-        literal.setText({QString("word ").repeated(20), {}});
-        QImage image(lineWidth, literal.heightForWidth(lineWidth), QImage::Format_RGB32);
-        image.fill(Qt::white);
-        if (measuredBetween) {
-            static_cast<void>(literal.heightForWidth(50));
-        }
-        QPainter painter(&image);
-        literal.draw(painter, image.rect(), Qt::black);
-        return image;
-    };
-    EXPECT_EQ(picture(true), picture(false));
+    LiteralText literal;
+    literal.setFont(QFont());
+    literal.setText({QString("word ").repeated(20), {}});
+    const QImage before = drawn(literal);
+    EXPECT_GT(literal.heightForWidth(50), before.height());
+    EXPECT_EQ(drawn(literal), before);
 }
 
 }  // namespace

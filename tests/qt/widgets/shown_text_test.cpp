@@ -2,6 +2,7 @@
 
 #include <QFontInfo>
 #include <QGuiApplication>
+#include <vector>
 
 #include "tests/qt/support/widget_test.h"
 
@@ -101,6 +102,16 @@ TEST(BoundedTextTest, CutsTheFormatsWithTheText) {
     ASSERT_EQ(bounded.formats.size(), 2);
     EXPECT_EQ(bounded.formats.at(0), whole);
     EXPECT_EQ(bounded.formats.at(1).length, 2);
+}
+
+TEST(LineBreakTest, IsOneSignOrACarriageReturnWithItsLineFeed) {
+    const QStringView text = u"a\r\n\n\rb\u2028\u2029";
+    const std::vector<qsizetype> expected{0, 2, 1, 1, 1, 0, 1, 1};
+    std::vector<qsizetype> found;
+    for (qsizetype index = 0; index < text.size(); ++index) {
+        found.push_back(lineBreakAt(text, index));
+    }
+    EXPECT_EQ(found, expected);
 }
 
 TEST(FormatsWithinTest, AreCutAtBothEndsAndCountedFromTheFirst) {
