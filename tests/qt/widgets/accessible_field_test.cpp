@@ -40,6 +40,7 @@ TEST_F(AccessibleFieldTest, IsTextThatCanBeSelectedAndEdited) {
     EXPECT_EQ(text().text(4, 8), "love");
 
     text().setSelection(0, 0, 4);
+    EXPECT_EQ(field.cursorPosition(), 4);
     int start = -1;
     int end = -1;
     text().selection(0, &start, &end);
@@ -60,7 +61,7 @@ TEST_F(AccessibleFieldTest, ItsCharactersStandSideBySideInsideOfIt) {
             EXPECT_EQ(place.left(), text().characterRect(offset - 1).right() + 1) << offset;
         }
     }
-    EXPECT_TRUE(text().characterRect(12).isEmpty());
+    EXPECT_EQ(text().characterRect(12), QRect());
 
     field.setLayoutDirection(Qt::RightToLeft);
     EXPECT_EQ(text().characterRect(1).right() + 1, text().characterRect(0).left());
@@ -119,7 +120,7 @@ TEST_F(AccessibleFieldTest, NameIsNotItsText) {
 }
 
 TEST_F(AccessibleFieldTest, ItsCharactersAreWhereTheyAreClicked) {
-    EXPECT_TRUE(text().characterRect(-1).isEmpty());
+    EXPECT_EQ(text().characterRect(-1), QRect());
     const int height = field.fontMetrics().height();
     const QPoint middle = field.mapToGlobal(field.rect().center());
     for (const int offset : {0, 5, 11}) {

@@ -65,6 +65,10 @@ TEST_F(PictureViewTest, DrawingIsSharpOnAScaledScreen) {
     expected.setDevicePixelRatio(2);
     EXPECT_EQ(scaled, expected);
     EXPECT_EQ(drawnInto(area, file, red, 2), expected);
+    // The half of an odd width ends between two points.
+    const QImage odd = drawnInto(QRect(10, 20, 33, 64), file, {}, 2);
+    EXPECT_EQ(odd.pixelColor(20 + 32, 100), red);
+    EXPECT_EQ(odd.pixelColor(20 + 33, 100), QColor(Qt::white));
 }
 
 TEST_F(PictureViewTest, PixmapIsTransparentWhereNothingIsDrawn) {
@@ -77,6 +81,7 @@ TEST_F(PictureViewTest, PixmapIsTransparentWhereNothingIsDrawn) {
 TEST_F(PictureViewTest, ShowsTheDrawingUntilAnImageIsSet) {
     PictureView view;
     view.setProperty("source", file);
+    EXPECT_EQ(view.sizeHint(), QSize(16, 16));
     view.setProperty("side", 32);
     EXPECT_EQ(view.sizeHint(), QSize(32, 32));
     EXPECT_EQ(view.sizePolicy(), QSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed));

@@ -157,6 +157,11 @@ TEST_F(TextButtonTest, ShowsThreeDotsWhileItIsBusy) {
     EXPECT_NEAR(dots[1] - dots[0], 0.55 * button.fontMetrics().height(), 1);
     EXPECT_NEAR(dots[2] - dots[1], 0.55 * button.fontMetrics().height(), 1);
     EXPECT_NEAR(100 - dots[1], 0.13 * button.fontMetrics().height(), 1.5);
+    // The dots have no outline, as the plate of this role has one.
+    button.setButtonRole("primary");
+    const QRect inside(20, 10, 160, 40);
+    EXPECT_EQ(look().copy(inside), busy.copy(inside));
+    button.setButtonRole("secondary");
     button.setLiteralText("");
     EXPECT_EQ(look(), busy);
     button.setBusy(false);
@@ -174,6 +179,8 @@ TEST_F(TextButtonTest, FocusHasARingAroundThePlate) {
     EXPECT_NE(at(2, 30), currentTheme().link);
     EXPECT_NE(at(0, 0), currentTheme().link);
     EXPECT_EQ(at(0, 13), currentTheme().link);
+    // Its corners are rounder than the plate's.
+    EXPECT_NE(at(0, 7), currentTheme().link);
 }
 
 TEST_F(TextButtonTest, HasRoomAroundItsTitle) {
@@ -231,6 +238,7 @@ TEST_F(TextButtonTest, UsesOfAWidthWhatItsLinesNeed) {
 }
 
 TEST_F(TextButtonTest, RolesHaveAWeightAndAPointer) {
+    EXPECT_EQ(TextButton().textFont().weight(), QFont::DemiBold);
     EXPECT_EQ(button.textFont().weight(), QFont::DemiBold);
     EXPECT_EQ(button.cursor().shape(), Qt::ArrowCursor);
     button.setButtonRole("link");
@@ -239,6 +247,12 @@ TEST_F(TextButtonTest, RolesHaveAWeightAndAPointer) {
     useFontOf(33);
     EXPECT_EQ(button.textFont().pixelSize(), 33);
     EXPECT_EQ(button.textFont().weight(), QFont::Medium);
+}
+
+TEST_F(TextButtonTest, IsLetGoWhenItIsDisabled) {
+    button.setDown(true);
+    button.setEnabled(false);
+    EXPECT_FALSE(button.isDown());
 }
 
 TEST_F(TextButtonTest, IsNoDialoguesDefaultAndTakesTheFocus) {

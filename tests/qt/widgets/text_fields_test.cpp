@@ -54,7 +54,7 @@ class TextFieldTest : public testing::Test {
 };
 
 TEST_F(TextFieldTest, KeepsItsTextClearOfTheGlyphAtEitherSide) {
-    EXPECT_EQ(field.textMargins(), QMargins(10, 0, 10, 0));
+    EXPECT_EQ(CustomTextField().textMargins(), QMargins(10, 0, 10, 0));
     field.setGlyph(glyph);
     EXPECT_EQ(field.textMargins(), QMargins(34, 0, 10, 0));
     EXPECT_EQ(field.alignment(), Qt::AlignLeft | Qt::AlignAbsolute | Qt::AlignVCenter);
@@ -142,6 +142,9 @@ TEST_F(TextFieldTest, TextIsNotSelectedByTheKeyThatBringsTheFocus) {
     // A label's key is the toolkit's own matter.
     takeFocus(Qt::ShortcutFocusReason);
     EXPECT_EQ(field.selectedText(), "ada");
+    QFocusEvent leaves(QEvent::FocusOut, Qt::TabFocusReason);
+    QCoreApplication::sendEvent(&field, &leaves);
+    EXPECT_FALSE(field.hasSelectedText());
 }
 
 TEST_F(TextFieldTest, HasTheColoursOfTheTheme) {
@@ -167,6 +170,10 @@ TEST_F(TextFieldTest, ShowsItsText) {
     const QImage empty = field.grab().toImage();
     field.setText("M");
     EXPECT_NE(field.grab().toImage(), empty);
+    // The second letter begins where the first one ends.
+    field.setText("MMMM");
+    const int letter = field.fontMetrics().horizontalAdvance('M');
+    EXPECT_EQ(field.cursorPositionAt(QPoint(field.textMargins().left() + letter, 25)), 1);
 }
 
 }  // namespace

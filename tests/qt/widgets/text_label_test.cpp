@@ -102,6 +102,8 @@ TEST_F(TextLabelTest, BreaksNamesAloneAtTheirJoints) {
     const QRect broken = lookOf("userName", {name, {}});
     EXPECT_EQ(lookOf("update", {name, {}}), broken);
     EXPECT_GT(lookOf("productName", {name, {}}).right(), broken.right() + 5);
+    // Behind the first sign, too.
+    EXPECT_LT(lookOf("userName", {".wwwwwwwwwwwwmm", {}}).right(), width / 4);
     const QTextLayout::FormatRange styled{0, 1, {}};
     EXPECT_GT(lookOf("userName", {name, {styled}}).right(), broken.right() + 5);
 }
