@@ -140,7 +140,7 @@ TEST(LiteralTextTest, LinesThatHangBeginInTheMiddleAtMost) {
     literal.setText({QString(20, u'w') + QString(200, u'i'), {}}, 20);
     const QImage picture = drawn(literal, width);
     const QRect lowerHalf(0, picture.height() / 2, width, picture.height() / 2);
-    EXPECT_NEAR(inkOn(picture.copy(lowerHalf), Qt::white).left(), width / 2, 3);
+    EXPECT_NEAR(inkOn(picture.copy(lowerHalf), Qt::white).left(), width / 2.0, 3);
 }
 
 TEST(LiteralTextTest, LinesOfSmallLettersTakeNoLessRoom) {
