@@ -98,6 +98,9 @@ QMargins frameMargins(const QWidget& widget) {
 }  // namespace
 
 bool prepareDisplay() {
+    // A picture in memory that is shared with the X server takes a descriptor each time the window
+    // changes its size. Where none is left, the toolkit waits for that without an end.
+    qputenv("QT_XCB_NO_MITSHM", "1");
     const QByteArray wanted = qgetenv(platformVariable);
     if (!wanted.isEmpty()) {
         const QByteArrayList platforms = wanted.split(';');

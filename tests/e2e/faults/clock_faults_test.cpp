@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
-#include <regex>
 
 #include "tests/e2e/faults/fault_test.h"
 
@@ -41,18 +40,6 @@ class ClockFault : public FaultTest {
         startPromptOf(QUICK_PROMPT_PROGRAM, minutes);
         enterPassword();
         ASSERT_GT(secondsShown(), 0);
-    }
-
-    /// The seconds that are left as the window shows them; -1 where it shows none.
-    int secondsShown() {
-        static const std::regex form(R"(Waits for (\d+) min (\d+) sec\.)");
-        for (const Accessible& control : controls()) {
-            std::smatch parts;
-            if (control.role == "label" && std::regex_match(control.name, parts, form)) {
-                return std::stoi(parts[1]) * 60 + std::stoi(parts[2]);
-            }
-        }
-        return -1;
     }
 
     /// The countdown ends by its own length, and `pause` of the time did not count.

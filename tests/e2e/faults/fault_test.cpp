@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -83,6 +84,17 @@ void FaultTest::clickUpdateNow() {
 void FaultTest::answerUntilTheServiceHasIt() {
     clickUpdateNow();
     ASSERT_TRUE(eventually([&] { return serviceProcess_->messages().size() == 1; })) << systemLog();
+}
+
+int FaultTest::secondsShown() {
+    static const std::regex form(R"(Waits for (\d+) min (\d+) sec\.)");
+    for (const Accessible& control : controls()) {
+        std::smatch parts;
+        if (control.role == "label" && std::regex_match(control.name, parts, form)) {
+            return std::stoi(parts[1]) * 60 + std::stoi(parts[2]);
+        }
+    }
+    return -1;
 }
 
 void FaultTest::expectEnd(Ending ending) {

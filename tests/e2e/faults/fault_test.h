@@ -53,6 +53,9 @@ class FaultTest : public CredentialsTest {
     /// Clicks Update Now and waits until the service has the answer.
     void answerUntilTheServiceHasIt();
 
+    /// The seconds that are left as the window shows them; -1 where it shows none.
+    [[nodiscard]] int secondsShown();
+
     /// The prompt ends so, with every entry of its log whole and nothing left behind: no process,
     /// no file, and the password nowhere but in the one message to the service.
     void expectEnd(Ending ending);

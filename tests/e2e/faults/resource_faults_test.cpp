@@ -57,6 +57,29 @@ class ResourceFault : public FaultTest {
 
     [[nodiscard]] bool wasRefused() const { return logged("Secure Token not enabled for ada\n"); }
 
+    /// A password that nothing is left to check with: it is refused, the window grows by the notice
+    /// of that and counts on, and the next one is accepted once there is enough again.
+    void expectRefusalUntilThereAreSome(const std::string& resource, const std::string& none) {
+        const std::optional<WindowId> window = waitForWindow();
+        ASSERT_TRUE(window);
+        const int height = display().screen().frameOf(*window).height;
+        limit(resource, none);
+        ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
+        ASSERT_TRUE(eventually([&] { return wasRefused(); })) << systemLog();
+        ASSERT_TRUE(
+            eventually([&] { return display().screen().frameOf(*window).height > height; }));
+        // It draws anew as soon as it is higher, which is long before a second tick from there.
+        const int seconds = secondsShown();
+        ASSERT_GT(seconds, 0);
+        ASSERT_TRUE(eventually([&] { return secondsShown() < seconds - 1; })) << systemLog();
+        EXPECT_THAT(serviceProcess().messages(), IsEmpty());
+        expectSound();
+        limit(resource, usual(resource));
+        answerUntilTheServiceHasIt();
+        expectEnd({0, 0});
+        EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
+    }
+
     /// An answer with nothing left to send it by: it is lost, with a line that says why, after the
     /// wait of any lost answer.
     void expectLossWithoutAny(const std::string& resource, const std::string& none,
@@ -79,18 +102,16 @@ TEST_F(ResourceFault, WithoutDescriptorsTheAnswerIsLostAndTold) {
     EXPECT_THAT(libraryLog(), ::testing::HasSubstr("rebootaccess.log: Too many open files\n"));
 }
 
+TEST_F(ResourceFault, WithoutDescriptorsNothingIsAcceptedAndTheWindowGoesOn) {
+    startServiceProcess("answer");
+    startWithPassword();
+    expectRefusalUntilThereAreSome("nofile", noMoreDescriptors());
+}
+
 TEST_F(ResourceFault, WithoutProcessesNothingIsAccepted) {
     startServiceProcess("answer");
     startWithPassword();
-    limit("nproc", "0");
-    ASSERT_TRUE(clickButton("Go ahead")) << systemLog();
-    ASSERT_TRUE(eventually([&] { return wasRefused(); })) << systemLog();
-    EXPECT_THAT(serviceProcess().messages(), IsEmpty());
-    expectSound();
-    limit("nproc", usual("nproc"));
-    answerUntilTheServiceHasIt();
-    expectEnd({0, 0});
-    EXPECT_TRUE(serviceProcess().messages() == std::vector<std::string>{proceeding()});
+    expectRefusalUntilThereAreSome("nproc", "0");
 }
 
 TEST_F(ResourceFault, WithoutProcessesTheAnswerIsLostAndTold) {
