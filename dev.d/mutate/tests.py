@@ -1,12 +1,37 @@
 """The tests of a folder: what each meets, and which notices a fault."""
 import concurrent.futures
 import os
+import pathlib
 import queue
+import signal
 import subprocess
 import sys
 import time
 
 CORES = os.cpu_count() or 1
+
+
+def members_of(session):
+    """The processes of a session that still run."""
+    for status in pathlib.Path("/proc").glob("[0-9]*/stat"):
+        try:
+            # Behind the name, which may hold any sign: state, parent, group and session.
+            fields = status.read_text(errors="replace").rpartition(")")[2].split()
+        except (FileNotFoundError, ProcessLookupError):
+            continue
+        if int(fields[3]) == session and fields[0] not in "ZX":
+            yield int(status.parent.name)
+
+
+def end_session(session):
+    """Kills all of a test's processes: what it starts has groups of its own, and may start more in
+    the meantime."""
+    while members := list(members_of(session)):
+        for process in members:
+            try:
+                os.kill(process, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
 
 
 class Boards:
@@ -59,10 +84,7 @@ class Tests:
             status = process.wait(limit)
         except subprocess.TimeoutExpired:
             status = "late"
-        try:
-            os.killpg(process.pid, 9)
-        except ProcessLookupError:
-            pass
+        end_session(process.pid)
         process.wait()
         met = board.read_bytes()[4:]
         self.boards.free.put(board)
