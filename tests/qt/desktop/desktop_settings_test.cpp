@@ -2,6 +2,8 @@
 
 #include <QApplication>
 #include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
+#include <QProxyStyle>
 
 #include "platform/qt/controls/control_adapters.h"
 #include "platform/qt/desktop/appearance.h"
@@ -30,6 +32,17 @@ class DesktopSettingsTest : public ::testing::Test {
         static_cast<void>(connection_.interface()->isServiceRegistered("org.example.Nobody"));
     }
     void unfollow() { settings_.reset(); }
+    /// Tells of one setting alone, as a portal does that knows no other.
+    void tell(const QString& group, const QString& key, const QVariant& value) {
+        QDBusMessage news = QDBusMessage::createSignal(
+            "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings", "SettingChanged");
+        news << group << key << QVariant::fromValue(QDBusVariant(value));
+        connection_.send(news);
+    }
+    /// How many are asked and not done with.
+    [[nodiscard]] qsizetype questions() const {
+        return settings_->findChildren<QDBusPendingCallWatcher*>().size();
+    }
     [[nodiscard]] const QWidget& widget() const { return widget_; }
     [[nodiscard]] std::string address() const { return bus_.address(); }
     [[nodiscard]] bool becomes(bool dark, bool reduced) {
@@ -56,6 +69,24 @@ TEST_F(DesktopSettingsTest, TakesOverWhatTheDesktopPrefers) {
     follow();
 
     EXPECT_TRUE(becomes(true, true));
+}
+
+TEST_F(DesktopSettingsTest, TextsOfTheDarkSchemeAreLightOnItsGround) {
+    const FakePortal portal(address(), {.colorScheme = 1});
+    follow();
+    ASSERT_TRUE(becomes(true, false));
+    const QPalette palette = QApplication::palette();
+    EXPECT_EQ(palette.color(QPalette::Window), QColor(0x24, 0x28, 0x30));
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        EXPECT_EQ(palette.color(role), QColor(0xF0, 0xF3, 0xF8));
+    }
+}
+
+TEST_F(DesktopSettingsTest, QuestionsAreForgottenWithTheirAnswers) {
+    const FakePortal portal(address());
+    follow();
+    EXPECT_EQ(questions(), 5);
+    EXPECT_TRUE(waitUntil([&] { return questions() == 0; }));
 }
 
 TEST_F(DesktopSettingsTest, FollowsEachChange) {
@@ -93,6 +124,55 @@ TEST_F(DesktopSettingsTest, TakesHighContrastFromEitherSetting) {
     EXPECT_TRUE(becomesStrong(true));
     portal.change({.colorScheme = 1, .contrast = 1});
     EXPECT_TRUE(waitUntil([] { return currentTheme().highContrast && currentTheme().dark; }));
+}
+
+TEST_F(DesktopSettingsTest, TakesHighContrastFromThePortalsFirstAnswers) {
+    const FakePortal portal(address(), {.highContrast = true});
+    follow();
+    EXPECT_TRUE(waitUntil([] { return currentTheme().highContrast; }));
+}
+
+TEST_F(DesktopSettingsTest, TakesEachSettingAloneAndNoneOfOtherNames) {
+    follow();
+    const auto becomesStrong = [](bool strong) {
+        return waitUntil([strong] { return currentTheme().highContrast == strong; });
+    };
+    tell("org.freedesktop.appearance", "contrast", 1U);
+    EXPECT_TRUE(becomesStrong(true));
+    tell("org.freedesktop.appearance", "contrast", 0U);
+    EXPECT_TRUE(becomesStrong(false));
+    tell("org.gnome.desktop.a11y.interface", "high-contrast", true);
+    EXPECT_TRUE(becomesStrong(true));
+    tell("org.gnome.desktop.a11y.interface", "high-contrast", false);
+    EXPECT_TRUE(becomesStrong(false));
+
+    tell("org.freedesktop.appearance", "high-contrast", true);
+    tell("org.gnome.desktop.interface", "contrast", 1U);
+    tell("org.gnome.desktop.interface", "color-scheme", 1U);
+    tell("org.freedesktop.appearance", "text-scaling-factor", 2.0);
+    // Only a yes or no says whether something moves.
+    tell("org.gnome.desktop.interface", "enable-animations", 0U);
+    tell("org.gnome.desktop.interface", "text-scaling-factor", 1.25);
+    EXPECT_TRUE(textsBecome(1.25));
+    EXPECT_FALSE(currentTheme().highContrast || currentTheme().dark || isMotionReduced(widget()));
+}
+
+TEST_F(DesktopSettingsTest, ContrastOfOneNameAloneIsNotThatOfTheOther) {
+    follow();
+    tell("org.gnome.desktop.a11y.interface", "high-contrast", false);
+    tell("org.gnome.desktop.interface", "text-scaling-factor", 1.25);
+    EXPECT_TRUE(textsBecome(1.25));
+    EXPECT_FALSE(currentTheme().highContrast);
+}
+
+TEST_F(DesktopSettingsTest, LightSchemeLeavesTheToolkitsOwnColoursWhereTheyAreLight) {
+    const QPalette before = QApplication::palette();
+    FakePortal portal(address(), {.colorScheme = 1});
+    follow();
+    ASSERT_TRUE(becomes(true, false));
+    portal.change({.colorScheme = 2});
+    ASSERT_TRUE(becomes(false, false));
+    EXPECT_EQ(QApplication::palette(), before);
 }
 
 TEST_F(DesktopSettingsTest, TakesTheSizeOfTexts) {
@@ -144,6 +224,30 @@ TEST_F(DesktopSettingsTest, LeavesNothingBehind) {
     EXPECT_FALSE(currentTheme().highContrast);
     EXPECT_EQ(QApplication::font(), before);
     EXPECT_FALSE(isMotionReduced(widget()));
+}
+
+/// A style whose animations take so many milliseconds.
+class StyleOf final : public QProxyStyle {
+  public:
+    explicit StyleOf(int duration) : duration_(duration) {}
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* answer) const override {
+        return hint == SH_Widget_Animation_Duration
+                   ? duration_
+                   : QProxyStyle::styleHint(hint, option, widget, answer);
+    }
+
+  private:
+    int duration_;
+};
+
+TEST(MotionTest, IsReducedWhereTheStyleHasNoTimeForIt) {
+    for (const int duration : {-1, 0, 1}) {
+        StyleOf style(duration);
+        QWidget widget;
+        widget.setStyle(&style);
+        EXPECT_EQ(isMotionReduced(widget), duration < 1) << duration;
+    }
 }
 
 TEST(SessionBusTest, IsTheOneThatIsNamedOrTheUsersOwn) {

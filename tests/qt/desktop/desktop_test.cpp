@@ -1,14 +1,20 @@
 #include <QApplication>
 #include <QIcon>
 #include <QScreen>
+#include <algorithm>
+#include <cmath>
 
 #include "platform/qt/application/image_reader.h"
 #include "platform/qt/desktop/display.h"
+#include "platform/qt/desktop/window_sight.h"
 #include "platform/qt/desktop/x11_geometry.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {
 namespace {
+
+/// Where the toolkit looks for what allows a window to come to the front.
+constexpr const char* tokenVariable = "XDG_ACTIVATION_TOKEN";
 
 using Strut = std::vector<std::uint32_t>;
 
@@ -142,6 +148,47 @@ TEST(WindowTest, FloatsBeforeAndAfterItIsShown) {
     window.setLevel(floatingWindowLevel);
     EXPECT_TRUE(widget.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
     EXPECT_TRUE(widget.isVisible());
+}
+
+TEST(WindowShapeTest, HoldsThePixelsWhoseMiddleIsInside) {
+    struct Shape {
+        QSize size;
+        int radius;
+        /// What fits of the radius.
+        int corner;
+    };
+    for (const auto& [size, radius, corner] :
+         {Shape{{40, 30}, 12, 12}, {{9, 5}, 12, 2}, {{6, 7}, -3, 0}}) {
+        const QRegion shape = roundedRegion(size, radius);
+        EXPECT_EQ(shape.boundingRect(), QRect(QPoint(0, 0), size));
+        const auto beyond = [corner = double(corner)](double place, int length) {
+            return std::max({corner - place, place - (length - corner), 0.0});
+        };
+        for (int y = 0; y < size.height(); ++y) {
+            for (int x = 0; x < size.width(); ++x) {
+                const double away =
+                    std::hypot(beyond(x + 0.5, size.width()), beyond(y + 0.5, size.height()));
+                EXPECT_EQ(shape.contains(QPoint(x, y)), away <= corner) << x << ' ' << y;
+            }
+        }
+    }
+}
+
+TEST(BringToFrontTest, TokenIsLeftWhereTheToolkitLooksForIt) {
+    QWidget other;
+    QWidget window;
+    window.show();
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(waitUntil([&] { return other.isActiveWindow(); }));
+    window.setWindowState(Qt::WindowMinimized | Qt::WindowMaximized);
+    bringToFront(window, "a-token");
+    EXPECT_EQ(qgetenv(tokenVariable), "a-token");
+    EXPECT_EQ(window.windowState(), Qt::WindowMaximized);
+    EXPECT_TRUE(waitUntil([&] { return window.isActiveWindow(); }));
+    bringToFront(window, {});
+    EXPECT_EQ(qgetenv(tokenVariable), "a-token");
+    qunsetenv(tokenVariable);
 }
 
 TEST(ApplicationTest, HasItsOneWindow) {

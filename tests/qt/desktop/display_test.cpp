@@ -7,6 +7,8 @@
 #include <QLibraryInfo>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <filesystem>
+#include <iterator>
 #include <string>
 
 #include "platform/posix/file_descriptor.h"
@@ -100,6 +102,19 @@ TEST(DisplayTest, PrefersTheXServerOnAWaylandDesktop) {
 
     EXPECT_TRUE(prepareDisplay());
     EXPECT_EQ(qgetenv("QT_QPA_PLATFORM"), "xcb");
+}
+
+TEST(DisplayTest, LeavesNoConnectionBehind) {
+    const XServer server;
+    const Variable platform("QT_QPA_PLATFORM", "xcb");
+    const Variable x("DISPLAY", server.display());
+    const auto descriptors = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = descriptors();
+
+    EXPECT_TRUE(prepareDisplay());
+    EXPECT_EQ(descriptors(), before);
 }
 
 TEST(DisplayTest, LeavesAPlatformThatSomebodyChose) {

@@ -7,6 +7,7 @@
 #include <QDBusConnectionInterface>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QTimer>
 
 #include "tests/qt/support/widget_test.h"
 #include "tests/support/desktop/notification_service.h"
@@ -49,6 +50,16 @@ class NotificationTest : public ::testing::Test {
         QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, [&] { answered = true; });
         return waitUntil([&] { return answered; });
     }
+    /// Clicks on the last one; whether the program hears of it.
+    [[nodiscard]] bool isHeard(NotificationService& service, const std::string& action,
+                               const std::string& token) {
+        QTimer heard;
+        connection_.connect(QString(), "/org/freedesktop/Notifications",
+                            "org.freedesktop.Notifications", "ActionInvoked", &heard,
+                            SLOT(start()));
+        service.click(action, token);
+        return waitUntil([&] { return heard.isActive(); });
+    }
 
   private:
     testing::TemporaryDirectory directory_;
@@ -66,12 +77,14 @@ TEST_F(NotificationTest, SaysWhoTellsWhatAndStaysUntilItIsTakenBack) {
     ASSERT_TRUE(isShown(service));
     const testing::Notification told = service.shown().front();
     EXPECT_EQ(told.application, "Agent");
+    EXPECT_EQ(told.replaced, 0U);
     EXPECT_EQ(told.icon, "velunor-test");
     EXPECT_EQ(told.title, "Title");
     EXPECT_EQ(told.body, "<b>Body</b> & more");
     EXPECT_THAT(told.actions, ElementsAre("default", "Title"));
     EXPECT_EQ(told.desktopEntry, "velunor-test");
     EXPECT_EQ(told.urgency, 2) << "others are kept back while a window fills the screen";
+    EXPECT_EQ(told.timeOut, 0) << "it stays";
     EXPECT_THAT(service.withdrawn(), ElementsAre());
     notification.withdraw();
     EXPECT_TRUE(waitUntil([&] { return service.withdrawn() == std::vector{1U}; }));
@@ -105,6 +118,27 @@ TEST_F(NotificationTest, ClickBringsTheTokenOnce) {
     ASSERT_TRUE(waitUntil([&] { return other->withdrawn().size() == 1; }));
     ASSERT_TRUE(answersAreIn());
     EXPECT_THAT(clicks, ElementsAre("token-of-the-test"));
+}
+
+TEST_F(NotificationTest, TokenOfTheOneBeforeIsNotThatOfTheNext) {
+    NotificationService service(address());
+    show();
+    ASSERT_TRUE(isShown(service));
+    ASSERT_TRUE(isHeard(service, "another", "a-token"));
+    EXPECT_THAT(clicks, ElementsAre());
+    show();
+    ASSERT_TRUE(isShown(service, 2));
+    ASSERT_TRUE(isHeard(service, "default", ""));
+    EXPECT_THAT(clicks, ElementsAre(""));
+}
+
+TEST_F(NotificationTest, QuestionIsForgottenWithItsAnswer) {
+    const NotificationService service(address());
+    const auto asked = [&] { return notification.findChildren<QDBusPendingCallWatcher*>().size(); };
+    show();
+    EXPECT_EQ(asked(), 1);
+    ASSERT_TRUE(isShown(service));
+    EXPECT_TRUE(waitUntil([&] { return asked() == 0; }));
 }
 
 TEST_F(NotificationTest, NextOneTakesThePlaceOfTheOneBefore) {

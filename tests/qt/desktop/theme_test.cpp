@@ -86,6 +86,17 @@ TEST_P(ThemeTest, HasEnoughContrastInBothSchemes) {
     }
 }
 
+TEST_P(ThemeTest, IsDarkOnlyWhereTextIsLighterThanItsGround) {
+    QPalette palette(QColor(0x30, 0x30, 0x30), QColor(0x20, 0x20, 0x20));
+    const auto isDarkWith = [&](const QColor& text) {
+        palette.setColor(QPalette::WindowText, text);
+        return themeFor(palette).dark;
+    };
+    EXPECT_TRUE(isDarkWith(QColor(0x21, 0x21, 0x21)));
+    EXPECT_FALSE(isDarkWith(QColor(0x20, 0x20, 0x20)));
+    EXPECT_FALSE(isDarkWith(QColor(0x1F, 0x1F, 0x1F)));
+}
+
 class ThemedWindowInALook : public PromptWindowTest, public ::testing::WithParamInterface<Look> {
   protected:
     void SetUp() override { setHighContrast(GetParam().highContrast); }

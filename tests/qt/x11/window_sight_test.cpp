@@ -5,6 +5,7 @@
 #include <QTest>
 #include <memory>
 
+#include "platform/qt/desktop/x11_properties.h"
 #include "tests/qt/x11/x11_test.h"
 
 namespace velunor {
@@ -46,6 +47,19 @@ TEST_F(WindowSightTest, WindowOfWhichAPartIsInSightIsNotLost) {
     QTest::qWait(2500);
     EXPECT_EQ(lost, 0);
     EXPECT_EQ(found, 0);
+}
+
+TEST_F(WindowSightTest, WindowThatTheServerCallsCoveredIsLostWhoeverCoversIt) {
+    if (screen().hasCompositor()) {
+        GTEST_SKIP() << "nothing obscures what is composed";
+    }
+    watch();
+    // The server has taken note of it once it answers a later question.
+    static_cast<void>(x11Descendants(x(), root(), 1));
+    const WindowId cover = screen().addCover({0, 0, 1280, 900});
+    EXPECT_TRUE(isLost());
+    screen().removeWindow(cover);
+    EXPECT_TRUE(isFound());
 }
 
 TEST_F(WindowSightTest, MinimizedWindowIsLost) {

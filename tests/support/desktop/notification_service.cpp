@@ -72,9 +72,9 @@ std::vector<std::uint32_t> NotificationService::withdrawn() const {
     return withdrawn_;
 }
 
-void NotificationService::click(const std::string& action) {
+void NotificationService::click(const std::string& action, const std::string& token) {
     const std::lock_guard lock(mutex_);
-    clicks_.push_back(action);
+    clicks_.emplace_back(action, token);
 }
 
 int NotificationService::capabilities(sd_bus_message* message, void* self, sd_bus_error*) {
@@ -96,7 +96,7 @@ int NotificationService::notify(sd_bus_message* message, void* self, sd_bus_erro
     ++service.calls_;
     Notification notification;
     notification.application = text(message);
-    sd_bus_message_skip(message, "u");
+    sd_bus_message_read(message, "u", &notification.replaced);
     notification.icon = text(message);
     notification.title = text(message);
     notification.body = text(message);
@@ -107,6 +107,7 @@ int NotificationService::notify(sd_bus_message* message, void* self, sd_bus_erro
     }
     sd_bus_message_exit_container(message);
     readHints(message, notification);
+    sd_bus_message_read(message, "i", &notification.timeOut);
     const std::lock_guard lock(service.mutex_);
     service.shown_.push_back(std::move(notification));
     return sd_bus_reply_method_return(message, "u",
@@ -129,16 +130,18 @@ void NotificationService::serve(const std::stop_token& stop) {
         if (sd_bus_process(bus_.get(), nullptr) == 0) {
             sd_bus_wait(bus_.get(), pauseMicroseconds);
         }
-        std::vector<std::string> clicks;
+        std::vector<std::pair<std::string, std::string>> clicks;
         std::uint32_t last = 0;
         {
             const std::lock_guard lock(mutex_);
             clicks.swap(clicks_);
             last = static_cast<std::uint32_t>(shown_.size());
         }
-        for (const std::string& action : clicks) {
-            sd_bus_emit_signal(bus_.get(), object, interface, "ActivationToken", "us", last,
-                               "token-of-the-test");
+        for (const auto& [action, token] : clicks) {
+            if (!token.empty()) {
+                sd_bus_emit_signal(bus_.get(), object, interface, "ActivationToken", "us", last,
+                                   token.c_str());
+            }
             sd_bus_emit_signal(bus_.get(), object, interface, "ActionInvoked", "us", last,
                                action.c_str());
         }

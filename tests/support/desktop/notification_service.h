@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/private_bus.h"
@@ -15,6 +16,8 @@ namespace velunor::testing {
 /// A notification as it came off the bus.
 struct Notification {
     std::string application;
+    /// Number of the one in whose place it is to come; 0 for none.
+    std::uint32_t replaced = 99;
     std::string icon;
     std::string title;
     std::string body;
@@ -22,6 +25,8 @@ struct Notification {
     std::vector<std::string> actions;
     std::string desktopEntry;
     int urgency = -1;
+    /// Milliseconds after which it goes by itself; 0 for never.
+    std::int32_t timeOut = -1;
 };
 
 /// How the service of a test treats the programs that ask it.
@@ -50,8 +55,9 @@ class NotificationService {
     /// How many calls have come in.
     [[nodiscard]] int calls() const { return calls_; }
 
-    /// The user clicks on the last one.
-    void click(const std::string& action = "default");
+    /// The user clicks on the last one; an empty token is not told.
+    void click(const std::string& action = "default",
+               const std::string& token = "token-of-the-test");
 
   private:
     static int capabilities(sd_bus_message* message, void* self, sd_bus_error* error);
@@ -65,7 +71,8 @@ class NotificationService {
     mutable std::mutex mutex_;
     std::vector<Notification> shown_;
     std::vector<std::uint32_t> withdrawn_;
-    std::vector<std::string> clicks_;
+    /// Pairs of an action and a token.
+    std::vector<std::pair<std::string, std::string>> clicks_;
     std::jthread thread_;
 };
 
