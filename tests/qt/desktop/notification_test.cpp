@@ -12,6 +12,7 @@
 #include "tests/qt/support/widget_test.h"
 #include "tests/support/desktop/notification_service.h"
 #include "tests/support/temporary_directory.h"
+#include "tests/support/wait.h"
 
 namespace velunor {
 namespace {
@@ -171,15 +172,26 @@ TEST_F(NotificationTest, WithdrawnBeforeItIsAnsweredForItIsNotLeftThere) {
 TEST_F(NotificationTest, WithdrawnWhileTheServiceShowsItIsTakenBackWithItsAnswer) {
     NotificationService service(address());
     show();
-    // The service has it, and its answer waits for this program's loop.
-    ASSERT_TRUE(waitUntil([&] {
-        if (service.calls() == 2 && service.shown().size() == 1) {
-            notification.withdraw();
+    // The service has it, and its answer waits for this program's loop, which runs a turn at a
+    // time.
+    ASSERT_TRUE(testing::eventually([&] {
+        if (service.shown().size() == 1) {
             return true;
         }
+        QCoreApplication::processEvents();
         return false;
     }));
+    notification.withdraw();
+    EXPECT_THAT(service.withdrawn(), ElementsAre());
     EXPECT_TRUE(waitUntil([&] { return service.withdrawn() == std::vector{1U}; }));
+}
+
+TEST_F(NotificationTest, IsTakenBackWithoutTheLoopBeforeTheProcessEnds) {
+    const NotificationService service(address());
+    show();
+    ASSERT_TRUE(isShown(service));
+    notification.withdrawAtEnd();
+    EXPECT_TRUE(testing::eventually([&] { return service.withdrawn() == std::vector{1U}; }));
 }
 
 TEST_F(NotificationTest, ServiceThatIsMissingOrMuteCostsNoTime) {
