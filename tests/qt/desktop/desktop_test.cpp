@@ -6,15 +6,11 @@
 
 #include "platform/qt/application/image_reader.h"
 #include "platform/qt/desktop/display.h"
-#include "platform/qt/desktop/window_sight.h"
 #include "platform/qt/desktop/x11_geometry.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {
 namespace {
-
-/// Where the toolkit looks for what allows a window to come to the front.
-constexpr const char* tokenVariable = "XDG_ACTIVATION_TOKEN";
 
 using Strut = std::vector<std::uint32_t>;
 
@@ -172,23 +168,6 @@ TEST(WindowShapeTest, HoldsThePixelsWhoseMiddleIsInside) {
             }
         }
     }
-}
-
-TEST(BringToFrontTest, TokenIsLeftWhereTheToolkitLooksForIt) {
-    QWidget other;
-    QWidget window;
-    window.show();
-    other.show();
-    other.activateWindow();
-    ASSERT_TRUE(waitUntil([&] { return other.isActiveWindow(); }));
-    window.setWindowState(Qt::WindowMinimized | Qt::WindowMaximized);
-    bringToFront(window, "a-token");
-    EXPECT_EQ(qgetenv(tokenVariable), "a-token");
-    EXPECT_EQ(window.windowState(), Qt::WindowMaximized);
-    EXPECT_TRUE(waitUntil([&] { return window.isActiveWindow(); }));
-    bringToFront(window, {});
-    EXPECT_EQ(qgetenv(tokenVariable), "a-token");
-    qunsetenv(tokenVariable);
 }
 
 TEST(ApplicationTest, HasItsOneWindow) {

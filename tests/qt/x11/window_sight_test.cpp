@@ -22,6 +22,8 @@ class WindowSightTest : public X11Test {
         sight = std::make_unique<WindowSight>(window);
         QObject::connect(sight.get(), &WindowSight::lost, [this] { ++lost; });
         QObject::connect(sight.get(), &WindowSight::found, [this] { ++found; });
+        // The server has taken note of it once it answers a later question.
+        static_cast<void>(x11Descendants(x(), root(), 1));
     }
     [[nodiscard]] bool isLost(int times = 1) {
         return becomes([&] { return lost == times && found == times - 1; });
@@ -54,8 +56,6 @@ TEST_F(WindowSightTest, WindowThatTheServerCallsCoveredIsLostWhoeverCoversIt) {
         GTEST_SKIP() << "nothing obscures what is composed";
     }
     watch();
-    // The server has taken note of it once it answers a later question.
-    static_cast<void>(x11Descendants(x(), root(), 1));
     const WindowId cover = screen().addCover({0, 0, 1280, 900});
     EXPECT_TRUE(isLost());
     screen().removeWindow(cover);
