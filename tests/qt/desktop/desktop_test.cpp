@@ -149,9 +149,9 @@ TEST(WindowTest, FloatsBeforeAndAfterItIsShown) {
 TEST(WindowShapeTest, HoldsThePixelsWhoseMiddleIsInside) {
     struct Shape {
         QSize size;
-        int radius;
+        int radius = 0;
         /// What fits of the radius.
-        int corner;
+        int corner = 0;
     };
     for (const auto& [size, radius, corner] :
          {Shape{{40, 30}, 12, 12}, {{9, 5}, 12, 2}, {{6, 7}, -3, 0}}) {
