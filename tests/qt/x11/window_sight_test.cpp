@@ -52,9 +52,6 @@ TEST_F(WindowSightTest, WindowOfWhichAPartIsInSightIsNotLost) {
 }
 
 TEST_F(WindowSightTest, WindowThatTheServerCallsCoveredIsLostWhoeverCoversIt) {
-    if (screen().hasCompositor()) {
-        GTEST_SKIP() << "nothing obscures what is composed";
-    }
     watch();
     const WindowId cover = screen().addCover({0, 0, 1280, 900});
     EXPECT_TRUE(isLost());
@@ -79,10 +76,17 @@ TEST_F(WindowSightTest, WindowOnAnotherWorkspaceIsLost) {
     EXPECT_TRUE(isFound());
 }
 
-TEST_F(WindowSightTest, WindowBelowAFullScreenOneIsLostUnderACompositorToo) {
-    if (!screen().hasCompositor()) {
-        display().startCompositor();
+/// The server obscures nothing that is composed.
+class ComposedWindowSightTest : public WindowSightTest {
+  protected:
+    void SetUp() override { display().startCompositor(); }
+    void TearDown() override {
+        display().endCompositor();
+        WindowSightTest::TearDown();
     }
+};
+
+TEST_F(ComposedWindowSightTest, WindowBelowAFullScreenOneIsLostToo) {
     watch();
     // The card's window is below it, and a window of nobody's that only covers is no reason.
     const WindowId film = add(screen().addFullScreenWindow());

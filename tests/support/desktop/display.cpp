@@ -114,6 +114,13 @@ void Display::startCompositor() {
     }
 }
 
+void Display::endCompositor() {
+    compositor_.reset();
+    if (!eventually([this] { return !screen_->hasCompositor(); })) {
+        throw std::runtime_error("the compositor did not end");
+    }
+}
+
 void Display::killServer() {
     screen_.reset();
     server_.reset();

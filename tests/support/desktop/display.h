@@ -191,6 +191,8 @@ class Display {
     void setResolution(int newWidth, int newHeight);
     /// Starts a compositor and waits until it works.
     void startCompositor();
+    /// Ends the one that was started, and waits until it is gone.
+    void endCompositor();
     /// Kills the server. Nothing but the name is to be asked for after that.
     void killServer();
 
