@@ -270,7 +270,9 @@ class Finder:
     def swapped(self, cursor, parents, constant):
         arguments = [a for a in cursor.get_arguments() if a is not None]
         begin, end = self.span(cursor)
-        if len(arguments) < 2 or not self.written(begin, end).endswith(")"):
+        # Of two values the least and the greatest are the same in either order.
+        unordered = cursor.spelling in ("min", "max") and len(arguments) == 2
+        if len(arguments) < 2 or unordered or not self.written(begin, end).endswith(")"):
             return
         spans = [self.span(a) for a in arguments]
         for index in range(len(arguments) - 1):
