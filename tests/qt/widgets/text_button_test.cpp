@@ -157,6 +157,13 @@ TEST_F(TextButtonTest, ShowsThreeDotsWhileItIsBusy) {
     EXPECT_NEAR(dots[1] - dots[0], 0.55 * button.fontMetrics().height(), 1);
     EXPECT_NEAR(dots[2] - dots[1], 0.55 * button.fontMetrics().height(), 1);
     EXPECT_NEAR(100 - dots[1], 0.13 * button.fontMetrics().height(), 1.5);
+    // In the middle of the height, too.
+    for (int y = 0; y < 30; ++y) {
+        const int mirrored = 59 - y;
+        EXPECT_EQ(busy.pixelColor(dots[1] + 1, y) == currentTheme().card,
+                  busy.pixelColor(dots[1] + 1, mirrored) == currentTheme().card)
+            << y;
+    }
     // The dots have no outline, as the plate of this role has one.
     button.setButtonRole("primary");
     const QRect inside(20, 10, 160, 40);
