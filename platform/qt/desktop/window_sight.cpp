@@ -77,6 +77,8 @@ WindowSight::WindowSight(QWidget& window) : window_(window) {
                     x11Atom(x, "_NET_CURRENT_DESKTOP"), x11Atom(x, state)};
         addX11Events(x, static_cast<xcb_window_t>(window_.winId()),
                      XCB_EVENT_MASK_VISIBILITY_CHANGE);
+        // The server tells of no cover that came before it has heard of the wish.
+        xcb_flush(x);
         qGuiApp->installNativeEventFilter(this);
     }
     lookSoon();

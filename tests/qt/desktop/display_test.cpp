@@ -9,10 +9,12 @@
 #include <QTemporaryDir>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <string>
 
 #include "platform/posix/file_descriptor.h"
 #include "platform/qt/desktop/layer_shell.h"
+#include "platform/qt/desktop/x11_desktop.h"
 #include "tests/qt/support/widget_test.h"
 
 namespace velunor {
@@ -210,6 +212,14 @@ TEST(LayerShellTest, PutsNoWindowIntoACornerElsewhere) {
     QWidget window;
     putIntoCorner(window, 30);
     EXPECT_EQ(qgetenv(fakeLayerShell), "untouched");
+}
+
+TEST(DisplayTest, DesktopWithoutAnXServerDoesWhatItIsAskedAndHoldsNoKey) {
+    EXPECT_TRUE(movesWindowsOnRequest());
+    EXPECT_TRUE(hasCompositor());
+    EXPECT_FALSE(capsLockIsOn());
+    const QWidget window;
+    EXPECT_EQ(x11FrameMargins(window), std::nullopt);
 }
 
 TEST(DisplayTest, PlatformsWithoutAServerAreKnownByTheirNames) {

@@ -3,7 +3,10 @@
 #include "platform/qt/desktop/window_sight.h"
 
 #include <QTest>
+#include <cstdint>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "platform/qt/desktop/x11_properties.h"
 #include "tests/qt/x11/x11_test.h"
@@ -11,6 +14,7 @@
 namespace velunor {
 namespace {
 
+using Numbers = std::vector<std::uint32_t>;
 using testing::WindowId;
 
 class WindowSightTest : public X11Test {
@@ -22,8 +26,6 @@ class WindowSightTest : public X11Test {
         sight = std::make_unique<WindowSight>(window);
         QObject::connect(sight.get(), &WindowSight::lost, [this] { ++lost; });
         QObject::connect(sight.get(), &WindowSight::found, [this] { ++found; });
-        // The server has taken note of it once it answers a later question.
-        static_cast<void>(x11Descendants(x(), root(), 1));
     }
     [[nodiscard]] bool isLost(int times = 1) {
         return becomes([&] { return lost == times && found == times - 1; });
@@ -44,8 +46,12 @@ TEST_F(WindowSightTest, WindowOfWhichAPartIsInSightIsNotLost) {
     add(screen().addWindow({frame.x + 10, 0, 900, 900}));
     const WindowId brief = screen().addCover({0, 0, 1280, 900});
     QTest::qWait(1000);
-    // Nor one that is covered for a moment.
+    // Nor one that is covered for a moment, nor for two.
     screen().removeWindow(brief);
+    QTest::qWait(500);
+    const WindowId again = screen().addCover({0, 0, 1280, 900});
+    QTest::qWait(1000);
+    screen().removeWindow(again);
     QTest::qWait(2500);
     EXPECT_EQ(lost, 0);
     EXPECT_EQ(found, 0);
@@ -76,6 +82,19 @@ TEST_F(WindowSightTest, WindowOnAnotherWorkspaceIsLost) {
     EXPECT_TRUE(isFound());
 }
 
+TEST_F(WindowSightTest, WindowThatTheWindowManagerCallsHiddenIsLost) {
+    watch();
+    const Numbers states = x11Values(x(), idOf(window), "_NET_WM_STATE");
+    Numbers hidden = states;
+    hidden.push_back(x11Atom(x(), "_NET_WM_STATE_HIDDEN"));
+    setX11Values(x(), idOf(window), "_NET_WM_STATE", "ATOM", hidden);
+    xcb_flush(x());
+    EXPECT_TRUE(isLost());
+    setX11Values(x(), idOf(window), "_NET_WM_STATE", "ATOM", states);
+    xcb_flush(x());
+    EXPECT_TRUE(isFound());
+}
+
 /// The server obscures nothing that is composed.
 class ComposedWindowSightTest : public WindowSightTest {
   protected:
@@ -92,14 +111,52 @@ TEST_F(ComposedWindowSightTest, WindowBelowAFullScreenOneIsLostToo) {
     const WindowId film = add(screen().addFullScreenWindow());
     ASSERT_TRUE(screen().comeInto(film));
     EXPECT_TRUE(isLost());
+    screen().minimize(film);
+    EXPECT_TRUE(isFound());
+    ASSERT_TRUE(screen().comeInto(film));
+    EXPECT_TRUE(isLost(2));
     screen().fillScreen(film, false);
     bringToFront(window, {});
-    EXPECT_TRUE(isFound());
+    EXPECT_TRUE(isFound(2));
     // It becomes a full-screen one while it is the active one: no other window changes.
     ASSERT_TRUE(screen().comeInto(film));
     screen().fillScreen(film, true);
-    EXPECT_TRUE(isLost(2));
+    EXPECT_TRUE(isLost(3));
 }
+
+/// A property of the root window, and the type of its numbers.
+using News = std::pair<const char*, const char*>;
+
+class WindowSightNewsTest : public ComposedWindowSightTest,
+                            public ::testing::WithParamInterface<News> {
+  protected:
+    /// Tells who is a client, which is no news by itself, and then the news.
+    static void tell(const Numbers& clients) {
+        setX11Values(x(), root(), "_NET_CLIENT_LIST", "WINDOW", clients);
+        const auto& [name, type] = GetParam();
+        setX11Values(x(), root(), name, type, x11Values(x(), root(), name));
+        xcb_flush(x());
+    }
+};
+
+TEST_P(WindowSightNewsTest, LetItLookWhetherAClientWithoutAFrameCoversTheWindow) {
+    watch();
+    const WindowId cover = add(screen().addCover({0, 0, 1280, 900}));
+    // It has looked by then, and found a window of nobody's.
+    QTest::qWait(400);
+    const Numbers clients = x11Values(x(), root(), "_NET_CLIENT_LIST");
+    Numbers more = clients;
+    more.push_back(static_cast<std::uint32_t>(cover));
+    tell(more);
+    EXPECT_TRUE(isLost());
+    tell(clients);
+    EXPECT_TRUE(isFound());
+}
+
+INSTANTIATE_TEST_SUITE_P(Desktops, WindowSightNewsTest,
+                         ::testing::Values(News("_NET_ACTIVE_WINDOW", "WINDOW"),
+                                           News("_NET_CLIENT_LIST_STACKING", "WINDOW"),
+                                           News("_NET_CURRENT_DESKTOP", "CARDINAL")));
 
 }  // namespace
 }  // namespace velunor

@@ -121,6 +121,9 @@ TEST_F(X11DesktopTest, PanelsWithTheOlderPropertySpanTheWholeEdge) {
     put(panel, "_NET_WM_STRUT_PARTIAL", {0, 0, 70, 0, 0, 0, 0, 0, 0, 1279, 0});
     put(panel, "_NET_WM_STRUT", {0, 0, 5, 0});
     EXPECT_TRUE(becomes([] { return areas()[0].y() == 5; }));
+    // Nor does what stands behind the four.
+    put(panel, "_NET_WM_STRUT", {0, 0, 6, 0, 77});
+    EXPECT_TRUE(becomes([] { return areas()[0].y() == 6; }));
 }
 
 TEST_F(X11DesktopTest, WindowManagersOwnWorkAreasWin) {
@@ -129,6 +132,12 @@ TEST_F(X11DesktopTest, WindowManagersOwnWorkAreasWin) {
     put(root(), "_GTK_WORKAREAS_D0", {0, 10, 640, 800, 640, 20, 600, 700});
     EXPECT_TRUE(becomes([] { return areas()[0] == QRect(0, 10, 640, 800); }));
     EXPECT_EQ(areas()[1], QRect(640, 20, 600, 700));
+    // Each workspace has its own.
+    screen().makeTwoWorkspaces();
+    put(root(), "_GTK_WORKAREAS_D1", {0, 30, 640, 500});
+    ASSERT_TRUE(screen().goToWorkspace(1));
+    EXPECT_TRUE(becomes([] { return areas()[0] == QRect(0, 30, 640, 500); }));
+    ASSERT_TRUE(screen().goToWorkspace(0));
 }
 
 TEST_F(X11DesktopTest, PanelsAreFoundWhereTheWorkAreaIsHidden) {
@@ -145,8 +154,10 @@ TEST_F(X11DesktopTest, PanelsAreFoundWhereTheWorkAreaIsHidden) {
     }));
     EXPECT_EQ(usableArea(&only), only.geometry());
     changes = 0;
+    int changesLater = 0;
+    const X11DesktopChanges watchingLater([&] { ++changesLater; });
     const auto panel = add(screen().addCover({0, 0, 1280, 35}));
-    EXPECT_TRUE(becomes([&] { return changes > 0; })) << "a window has come";
+    EXPECT_TRUE(becomes([&] { return changes > 0 && changesLater > 0; })) << "a window has come";
     put(static_cast<xcb_window_t>(panel), "_NET_WM_STRUT", {0, 0, 35, 0});
     EXPECT_TRUE(becomes([&] { return usableArea(&only).y() == 35; }));
     QCoreApplication::processEvents();
@@ -183,6 +194,34 @@ TEST_F(X11DesktopTest, ChangesOfPanelsAndFramesAreTold) {
                    return !seen.empty() && seen.back() == Numbers{extent};
                }) &&
                changes == 1 && x11FrameMargins(window)->top() == static_cast<int>(extent);
+    }));
+}
+
+TEST_F(X11DesktopTest, AnotherWindowManagerIsTold) {
+    int changes = 0;
+    const X11DesktopChanges watching([&] { ++changes; });
+    setX11Values(x(), root(), "_NET_SUPPORTING_WM_CHECK", "WINDOW",
+                 x11Values(x(), root(), "_NET_SUPPORTING_WM_CHECK"));
+    EXPECT_TRUE(becomes([&] { return changes > 0; }));
+}
+
+TEST_F(X11DesktopTest, WindowsThatComeAreNoNewsWhereTheWorkAreaIsKnown) {
+    EXPECT_EQ(x11UsableArea(*QGuiApplication::primaryScreen()), std::nullopt);
+    int changes = 0;
+    const X11DesktopChanges watching([&] { ++changes; });
+    // The events come all the same, because others ask for them.
+    const Requests requests;
+    // Where news of the window manager come in between, it is tried once more.
+    EXPECT_TRUE(becomes([&] {
+        changes = 0;
+        const testing::WindowId cover = screen().addCover({0, 0, 9, 9});
+        const bool hasCome = becomes([&] {
+            const auto all = x11Descendants(x(), root(), 1);
+            return std::ranges::find(all, cover) != all.end();
+        });
+        QCoreApplication::processEvents();
+        screen().removeWindow(cover);
+        return hasCome && changes == 0;
     }));
 }
 

@@ -30,6 +30,13 @@ class X11FocusTest : public X11Test {
     [[nodiscard]] static Numbers protocols(const QWidget& window) {
         return x11Values(x(), idOf(window), "WM_PROTOCOLS");
     }
+    /// What kind of values a property has.
+    [[nodiscard]] static xcb_atom_t typeOf(const QWidget& window, const char* property) {
+        const ReplyPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+            x(), xcb_get_property(x(), 0, idOf(window), x11Atom(x(), property), XCB_ATOM_ANY, 0, 0),
+            nullptr));
+        return reply ? reply->type : xcb_atom_t{XCB_ATOM_NONE};
+    }
     /// Tells as a window manager that this window is the active one.
     static void makeActive(xcb_window_t active) {
         setX11Values(x(), root(), "_NET_ACTIVE_WINDOW", "WINDOW", {active});
@@ -53,9 +60,26 @@ TEST_F(X11FocusTest, WithheldWindowTellsThatItTakesNoKeysAndLeavesThemWhereTheyA
 
     focus.offer();
     EXPECT_EQ(hints(window), std::pair(true, 1U));
-    EXPECT_THAT(protocols(window), Contains(x11Atom(x(), "WM_TAKE_FOCUS")));
+    const Numbers offered = protocols(window);
+    EXPECT_THAT(offered, Contains(x11Atom(x(), "WM_TAKE_FOCUS")));
+    EXPECT_EQ(typeOf(window, "WM_HINTS"), xcb_atom_t{XCB_ATOM_WM_HINTS});
+    EXPECT_EQ(typeOf(window, "WM_PROTOCOLS"), xcb_atom_t{XCB_ATOM_ATOM});
     screen().activate(idOf(window));
     EXPECT_TRUE(becomes([&] { return window.isActiveWindow(); }));
+    // It is offered once.
+    focus.offer();
+    EXPECT_EQ(protocols(window), offered);
+}
+
+TEST_F(X11FocusTest, HintThatTellsNothingOfKeysComesToTellIt) {
+    QWidget window;
+    Numbers values = x11Values(x(), idOf(window), "WM_HINTS");
+    ASSERT_GE(values.size(), 2U);
+    values[0] &= ~1U;
+    setX11Values(x(), idOf(window), "WM_HINTS", "WM_HINTS", values);
+    X11Focus focus(window);
+    focus.withhold();
+    EXPECT_EQ(hints(window), std::pair(true, 0U));
 }
 
 TEST_F(X11FocusTest, OfferingWhatWasNeverWithheldChangesNothing) {
