@@ -106,6 +106,13 @@ TEST(DisplayTest, PrefersTheXServerOnAWaylandDesktop) {
     EXPECT_EQ(qgetenv("QT_QPA_PLATFORM"), "xcb");
 }
 
+TEST(DisplayTest, ToolkitIsToTakeNoDescriptorForAPicture) {
+    const Variable platform("QT_QPA_PLATFORM", "offscreen");
+    const Variable untold("QT_XCB_NO_MITSHM", {});
+    EXPECT_TRUE(prepareDisplay());
+    EXPECT_EQ(qEnvironmentVariableIntValue("QT_XCB_NO_MITSHM"), 1);
+}
+
 TEST(DisplayTest, LeavesNoConnectionBehind) {
     const XServer server;
     const Variable platform("QT_QPA_PLATFORM", "xcb");

@@ -2,6 +2,7 @@
 
 #include "platform/qt/desktop/window_sight.h"
 
+#include <QCoreApplication>
 #include <QWidget>
 #include <QWindow>
 
@@ -17,6 +18,8 @@ TEST(ToolkitsSightTest, HiddenWindowIsLostAndShownOneFound) {
     QWidget window;
     window.show();
     window.hide();
+    // It hears of no event afterwards.
+    QCoreApplication::processEvents();
     const WindowSight sight(window);
     int lost = 0;
     int found = 0;

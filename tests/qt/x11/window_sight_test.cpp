@@ -5,7 +5,6 @@
 #include <QTest>
 #include <cstdint>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "platform/qt/desktop/x11_properties.h"
@@ -124,8 +123,12 @@ TEST_F(ComposedWindowSightTest, WindowBelowAFullScreenOneIsLostToo) {
     EXPECT_TRUE(isLost(3));
 }
 
-/// A property of the root window, and the type of its numbers.
-using News = std::pair<const char*, const char*>;
+/// A property of the root window, or of the active one, and the type of its numbers.
+struct News {
+    const char* name = nullptr;
+    const char* type = nullptr;
+    bool ofActiveWindow = false;
+};
 
 class WindowSightNewsTest : public ComposedWindowSightTest,
                             public ::testing::WithParamInterface<News> {
@@ -133,14 +136,18 @@ class WindowSightNewsTest : public ComposedWindowSightTest,
     /// Tells who is a client, which is no news by itself, and then the news.
     static void tell(const Numbers& clients) {
         setX11Values(x(), root(), "_NET_CLIENT_LIST", "WINDOW", clients);
-        const auto& [name, type] = GetParam();
-        setX11Values(x(), root(), name, type, x11Values(x(), root(), name));
+        const auto& [name, type, ofActiveWindow] = GetParam();
+        const auto teller =
+            ofActiveWindow ? static_cast<xcb_window_t>(screen().activeWindow()) : root();
+        setX11Values(x(), teller, name, type, x11Values(x(), teller, name));
         xcb_flush(x());
     }
 };
 
 TEST_P(WindowSightNewsTest, LetItLookWhetherAClientWithoutAFrameCoversTheWindow) {
     watch();
+    add(screen().addTerminal({0, 0, 90, 90}));
+    ASSERT_NE(screen().activeWindow(), idOf(window));
     const WindowId cover = add(screen().addCover({0, 0, 1280, 900}));
     // It has looked by then, and found a window of nobody's.
     QTest::qWait(400);
@@ -154,9 +161,10 @@ TEST_P(WindowSightNewsTest, LetItLookWhetherAClientWithoutAFrameCoversTheWindow)
 }
 
 INSTANTIATE_TEST_SUITE_P(Desktops, WindowSightNewsTest,
-                         ::testing::Values(News("_NET_ACTIVE_WINDOW", "WINDOW"),
-                                           News("_NET_CLIENT_LIST_STACKING", "WINDOW"),
-                                           News("_NET_CURRENT_DESKTOP", "CARDINAL")));
+                         ::testing::Values(News{"_NET_ACTIVE_WINDOW", "WINDOW"},
+                                           News{"_NET_CLIENT_LIST_STACKING", "WINDOW"},
+                                           News{"_NET_CURRENT_DESKTOP", "CARDINAL"},
+                                           News{"_NET_WM_STATE", "ATOM", true}));
 
 }  // namespace
 }  // namespace velunor

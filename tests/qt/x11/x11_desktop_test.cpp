@@ -129,9 +129,12 @@ TEST_F(X11DesktopTest, PanelsWithTheOlderPropertySpanTheWholeEdge) {
 TEST_F(X11DesktopTest, WindowManagersOwnWorkAreasWin) {
     ASSERT_TRUE(makeTwoMonitors());
     add(screen().addPanel(Edge::bottom, 40, right));
+    // The first workspace's, where no window manager says which it is.
+    takeAway(root(), "_NET_CURRENT_DESKTOP");
     put(root(), "_GTK_WORKAREAS_D0", {0, 10, 640, 800, 640, 20, 600, 700});
     EXPECT_TRUE(becomes([] { return areas()[0] == QRect(0, 10, 640, 800); }));
     EXPECT_EQ(areas()[1], QRect(640, 20, 600, 700));
+    setX11Values(x(), root(), "_NET_CURRENT_DESKTOP", "CARDINAL", {0});
     // Each workspace has its own.
     screen().makeTwoWorkspaces();
     put(root(), "_GTK_WORKAREAS_D1", {0, 30, 640, 500});
@@ -219,7 +222,7 @@ TEST_F(X11DesktopTest, WindowsThatComeAreNoNewsWhereTheWorkAreaIsKnown) {
             const auto all = x11Descendants(x(), root(), 1);
             return std::ranges::find(all, cover) != all.end();
         });
-        QCoreApplication::processEvents();
+        handleNews();
         screen().removeWindow(cover);
         return hasCome && changes == 0;
     }));

@@ -132,6 +132,18 @@ void X11Test::put(xcb_window_t window, const std::string& name,
     properties_.emplace_back(window, name);
 }
 
+void X11Test::handleNews() {
+    // A thread of the toolkit takes the events in, those of requests behind what came before them.
+    const Requests requests;
+    static std::uint32_t turn = 0;
+    ++turn;
+    requestOfX11(x(), root(), "_VELUNOR_TURN", {turn});
+    ASSERT_TRUE(becomes([&] {
+        const auto seen = requests.about(root(), "_VELUNOR_TURN", 1);
+        return !seen.empty() && seen.back().front() == turn;
+    }));
+}
+
 void X11Test::takeAway(xcb_window_t window, const std::string& name) {
     xcb_delete_property(x(), window, x11Atom(x(), name));
     xcb_flush(x());

@@ -54,6 +54,8 @@ class X11Test : public ::testing::Test {
     /// Gives a window a property, for this test alone.
     void put(xcb_window_t window, const std::string& name,
              const std::vector<std::uint32_t>& values);
+    /// Handles the events that the server has sent until now.
+    static void handleNews();
     /// Takes a window's property away.
     static void takeAway(xcb_window_t window, const std::string& name);
 
