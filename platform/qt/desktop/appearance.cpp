@@ -97,7 +97,6 @@ void setHighContrast(bool high) {
         // As when the palette changes, on which all of this depends besides.
         QEvent change(QEvent::PaletteChange);
         QCoreApplication::sendEvent(widget, &change);
-        widget->update();
     }
 }
 

@@ -175,6 +175,33 @@ TEST_F(DesktopSettingsTest, LightSchemeLeavesTheToolkitsOwnColoursWhereTheyAreLi
     EXPECT_EQ(QApplication::palette(), before);
 }
 
+/// A style that is dark by itself.
+class DarkStyle final : public QProxyStyle {
+  public:
+    using QProxyStyle::polish;
+    void polish(QPalette& palette) override {
+        palette.setColor(QPalette::Window, QColor(0x30, 0x30, 0x30));
+        palette.setColor(QPalette::WindowText, Qt::white);
+    }
+};
+
+TEST_F(DesktopSettingsTest, TextsOfTheLightSchemeAreDarkOnItsGroundWhereTheToolkitIsDark) {
+    const QString usual = QApplication::style()->name();
+    QApplication::setStyle(new DarkStyle);
+    QApplication::setPalette(QPalette());
+    ASSERT_TRUE(currentTheme().dark);
+    FakePortal portal(address(), {.colorScheme = 2});
+    follow();
+    ASSERT_TRUE(becomes(false, false));
+    const QPalette palette = QApplication::palette();
+    EXPECT_EQ(palette.color(QPalette::Window), QColor(0xF2, 0xF3, 0xF5));
+    EXPECT_EQ(palette.color(QPalette::WindowText), QColor(0x18, 0x20, 0x2F));
+    // No preference is the toolkit's.
+    portal.change({});
+    EXPECT_TRUE(becomes(true, false));
+    QApplication::setStyle(usual);
+}
+
 TEST_F(DesktopSettingsTest, TakesTheSizeOfTexts) {
     FakePortal portal(address(), {.textScale = 1.5});
     follow();

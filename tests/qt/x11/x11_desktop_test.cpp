@@ -270,6 +270,18 @@ TEST_F(X11DesktopTest, WindowFloatsWhileItIsShown) {
     EXPECT_TRUE(becomes([&] { return !screen().isAbove(idOf(widget)); }));
 }
 
+TEST_F(X11DesktopTest, AttentionIsDemandedForTheWindow) {
+    QWidget widget;
+    QtWindow window(widget);
+    QtApplication application(widget, window);
+    ASSERT_TRUE(isShown(widget));
+    add(screen().addTerminal({0, 0, 90, 90}));
+    ASSERT_TRUE(becomes([&] { return !widget.isActiveWindow(); }));
+    EXPECT_FALSE(screen().demandsAttention(idOf(widget)));
+    application.requestCriticalAttention();
+    EXPECT_TRUE(becomes([&] { return screen().demandsAttention(idOf(widget)); }));
+}
+
 TEST_F(X11DesktopTest, WindowIsAskedForOnEveryWorkspaceInBothWays) {
     const Requests requests;
     QWidget window;

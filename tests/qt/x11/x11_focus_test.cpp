@@ -2,7 +2,7 @@
 
 #include "platform/qt/desktop/x11_focus.h"
 
-#include <QCoreApplication>
+#include <QWindow>
 #include <algorithm>
 
 #include "platform/qt/desktop/window_sight.h"
@@ -56,6 +56,8 @@ TEST_F(X11FocusTest, WithheldWindowTellsThatItTakesNoKeysAndLeavesThemWhereTheyA
     EXPECT_THAT(protocols(window), Not(Contains(x11Atom(x(), "WM_TAKE_FOCUS"))));
     EXPECT_THAT(protocols(window), Contains(x11Atom(x(), "WM_DELETE_WINDOW")));
     EXPECT_EQ(screen().keyFocus(), terminal);
+    // The toolkit goes on hearing what there is.
+    EXPECT_TRUE(becomes([&] { return window.windowHandle()->isExposed(); }));
     // Whoever had them before it was withheld gets them back.
     const Requests requests;
     makeActive(idOf(window));
@@ -108,6 +110,8 @@ TEST_F(X11FocusTest, FocusThatAWindowManagerGivesAllTheSameGoesBack) {
         const std::size_t before = given();
         return becomes([&] {
             makeActive(static_cast<xcb_window_t>(first));
+            // Between two of them there is none.
+            makeActive(XCB_WINDOW_NONE);
             makeActive(active);
             return given() > before;
         });
