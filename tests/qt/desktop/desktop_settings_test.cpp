@@ -188,6 +188,7 @@ class DarkStyle final : public QProxyStyle {
 TEST_F(DesktopSettingsTest, TextsOfTheLightSchemeAreDarkOnItsGroundWhereTheToolkitIsDark) {
     const QString usual = QApplication::style()->name();
     QApplication::setStyle(new DarkStyle);
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the application owns its style.
     QApplication::setPalette(QPalette());
     ASSERT_TRUE(currentTheme().dark);
     FakePortal portal(address(), {.colorScheme = 2});

@@ -49,7 +49,7 @@ class X11DesktopTest : public X11Test {
     /// around it; `corner` is the main screen's lower left one.
     static void expectPlacesAreCountedFrom(const QPoint& corner) {
         QWidget widget;
-        widget.setFixedSize(300, 200);
+        widget.resize(300, 200);
         QtWindow window(widget);
         ASSERT_TRUE(isShown(widget));
         const auto decoration = *screen().decorationOf(idOf(widget));
