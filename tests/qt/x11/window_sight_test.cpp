@@ -148,8 +148,9 @@ class WindowSightNewsTest : public ComposedWindowSightTest,
 
 TEST_P(WindowSightNewsTest, LetItLookWhetherAClientWithoutAFrameCoversTheWindow) {
     watch();
-    add(screen().addTerminal({0, 0, 90, 90}));
-    ASSERT_NE(screen().activeWindow(), idOf(window));
+    ASSERT_TRUE(isActivated(window));
+    const WindowId terminal = add(screen().addTerminal({0, 0, 90, 90}));
+    ASSERT_TRUE(becomes([&] { return screen().activeWindow() == terminal; }));
     const WindowId cover = add(screen().addCover({0, 0, 1280, 900}));
     // It has looked by then, and found a window of nobody's.
     QTest::qWait(400);

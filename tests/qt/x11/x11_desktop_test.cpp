@@ -275,10 +275,12 @@ TEST_F(X11DesktopTest, AttentionIsDemandedForTheWindow) {
     QtWindow window(widget);
     QtApplication application(widget, window);
     ASSERT_TRUE(isShown(widget));
+    ASSERT_TRUE(isActivated(widget));
     add(screen().addTerminal({0, 0, 90, 90}));
     ASSERT_TRUE(becomes([&] { return !widget.isActiveWindow(); }));
     EXPECT_FALSE(screen().demandsAttention(idOf(widget)));
     application.requestCriticalAttention();
+    xcb_flush(x());
     EXPECT_TRUE(becomes([&] { return screen().demandsAttention(idOf(widget)); }));
 }
 

@@ -120,6 +120,11 @@ bool X11Test::isShown(QWidget& window) {
     });
 }
 
+bool X11Test::isActivated(QWidget& window) {
+    window.activateWindow();
+    return becomes([&] { return window.isActiveWindow(); });
+}
+
 testing::WindowId X11Test::add(testing::WindowId window) {
     windows_.push_back(window);
     return window;

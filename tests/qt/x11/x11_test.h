@@ -49,6 +49,8 @@ class X11Test : public ::testing::Test {
     }
     /// Shows a window; true once the window manager has taken it in.
     [[nodiscard]] static bool isShown(QWidget& window);
+    /// Gives a shown window the keys; true once the toolkit knows.
+    [[nodiscard]] static bool isActivated(QWidget& window);
     /// A window of somebody else, which is taken away at the end of the test.
     testing::WindowId add(testing::WindowId window);
     /// Gives a window a property, for this test alone.
