@@ -1,85 +1,15 @@
-#include "platform/qt/desktop/desktop_settings.h"
-
-#include <QApplication>
-#include <QDBusConnectionInterface>
-#include <QDBusPendingCallWatcher>
-#include <QProxyStyle>
-
-#include "platform/qt/controls/control_adapters.h"
-#include "platform/qt/desktop/appearance.h"
-#include "tests/qt/support/widget_test.h"
-#include "tests/support/desktop/fake_portal.h"
-#include "tests/support/temporary_directory.h"
+#include "tests/qt/desktop/desktop_settings_test.h"
 
 namespace velunor {
 namespace {
 
 using testing::FakePortal;
 
-class DesktopSettingsTest : public ::testing::Test {
-  protected:
-    DesktopSettingsTest()
-        : connection_(QDBusConnection::connectToBus(QString::fromStdString(bus_.address()),
-                                                    "desktop settings")) {}
-    void TearDown() override {
-        settings_.reset();
-        QDBusConnection::disconnectFromBus("desktop settings");
-        QApplication::setPalette(QPalette());
-    }
-    void follow() {
-        settings_ = followDesktopSettings(connection_);
-        // The bus has taken note of it once it answers a later question.
-        static_cast<void>(connection_.interface()->isServiceRegistered("org.example.Nobody"));
-    }
-    void unfollow() { settings_.reset(); }
-    /// Tells of one setting alone, as a portal does that knows no other.
-    void tell(const QString& group, const QString& key, const QVariant& value) {
-        QDBusMessage news = QDBusMessage::createSignal(
-            "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings", "SettingChanged");
-        news << group << key << QVariant::fromValue(QDBusVariant(value));
-        connection_.send(news);
-    }
-    /// How many are asked and not done with.
-    [[nodiscard]] qsizetype questions() const {
-        return settings_->findChildren<QDBusPendingCallWatcher*>().size();
-    }
-    [[nodiscard]] const QWidget& widget() const { return widget_; }
-    [[nodiscard]] std::string address() const { return bus_.address(); }
-    [[nodiscard]] bool becomes(bool dark, bool reduced) {
-        return waitUntil(
-            [&] { return currentTheme().dark == dark && isMotionReduced(widget_) == reduced; });
-    }
-
-    /// Whether texts get so many times the size that they had before the test.
-    [[nodiscard]] bool textsBecome(double scale) const {
-        return waitUntil([&] { return QApplication::font().pointSizeF() == usualSize_ * scale; });
-    }
-
-  private:
-    const double usualSize_ = QApplication::font().pointSizeF();
-    testing::TemporaryDirectory directory_;
-    testing::PrivateBus bus_{directory_.path()};
-    QDBusConnection connection_;
-    std::unique_ptr<QObject> settings_;
-    QWidget widget_;
-};
-
 TEST_F(DesktopSettingsTest, TakesOverWhatTheDesktopPrefers) {
     const FakePortal portal(address(), {.colorScheme = 1, .animations = false});
     follow();
 
     EXPECT_TRUE(becomes(true, true));
-}
-
-TEST_F(DesktopSettingsTest, TextsOfTheDarkSchemeAreLightOnItsGround) {
-    const FakePortal portal(address(), {.colorScheme = 1});
-    follow();
-    ASSERT_TRUE(becomes(true, false));
-    const QPalette palette = QApplication::palette();
-    EXPECT_EQ(palette.color(QPalette::Window), QColor(0x24, 0x28, 0x30));
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-        EXPECT_EQ(palette.color(role), QColor(0xF0, 0xF3, 0xF8));
-    }
 }
 
 TEST_F(DesktopSettingsTest, QuestionsAreForgottenWithTheirAnswers) {
@@ -110,28 +40,6 @@ TEST_F(DesktopSettingsTest, StaysAsItIsWithoutAPortal) {
     EXPECT_TRUE(becomes(true, false));
 }
 
-TEST_F(DesktopSettingsTest, TakesHighContrastFromEitherSetting) {
-    FakePortal portal(address(), {.contrast = 1});
-    follow();
-    const auto becomesStrong = [](bool strong) {
-        return waitUntil([strong] { return currentTheme().highContrast == strong; });
-    };
-    EXPECT_TRUE(becomesStrong(true));
-
-    portal.change({.contrast = 0});
-    EXPECT_TRUE(becomesStrong(false));
-    portal.change({.contrast = 0, .highContrast = true});
-    EXPECT_TRUE(becomesStrong(true));
-    portal.change({.colorScheme = 1, .contrast = 1});
-    EXPECT_TRUE(waitUntil([] { return currentTheme().highContrast && currentTheme().dark; }));
-}
-
-TEST_F(DesktopSettingsTest, TakesHighContrastFromThePortalsFirstAnswers) {
-    const FakePortal portal(address(), {.highContrast = true});
-    follow();
-    EXPECT_TRUE(waitUntil([] { return currentTheme().highContrast; }));
-}
-
 TEST_F(DesktopSettingsTest, TakesEachSettingAloneAndNoneOfOtherNames) {
     follow();
     const auto becomesStrong = [](bool strong) {
@@ -155,52 +63,6 @@ TEST_F(DesktopSettingsTest, TakesEachSettingAloneAndNoneOfOtherNames) {
     tell("org.gnome.desktop.interface", "text-scaling-factor", 1.25);
     EXPECT_TRUE(textsBecome(1.25));
     EXPECT_FALSE(currentTheme().highContrast || currentTheme().dark || isMotionReduced(widget()));
-}
-
-TEST_F(DesktopSettingsTest, ContrastOfOneNameAloneIsNotThatOfTheOther) {
-    follow();
-    tell("org.gnome.desktop.a11y.interface", "high-contrast", false);
-    tell("org.gnome.desktop.interface", "text-scaling-factor", 1.25);
-    EXPECT_TRUE(textsBecome(1.25));
-    EXPECT_FALSE(currentTheme().highContrast);
-}
-
-TEST_F(DesktopSettingsTest, LightSchemeLeavesTheToolkitsOwnColoursWhereTheyAreLight) {
-    const QPalette before = QApplication::palette();
-    FakePortal portal(address(), {.colorScheme = 1});
-    follow();
-    ASSERT_TRUE(becomes(true, false));
-    portal.change({.colorScheme = 2});
-    ASSERT_TRUE(becomes(false, false));
-    EXPECT_EQ(QApplication::palette(), before);
-}
-
-/// A style that is dark by itself.
-class DarkStyle final : public QProxyStyle {
-  public:
-    using QProxyStyle::polish;
-    void polish(QPalette& palette) override {
-        palette.setColor(QPalette::Window, QColor(0x30, 0x30, 0x30));
-        palette.setColor(QPalette::WindowText, Qt::white);
-    }
-};
-
-TEST_F(DesktopSettingsTest, TextsOfTheLightSchemeAreDarkOnItsGroundWhereTheToolkitIsDark) {
-    const QString usual = QApplication::style()->name();
-    QApplication::setStyle(new DarkStyle);
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the application owns its style.
-    QApplication::setPalette(QPalette());
-    ASSERT_TRUE(currentTheme().dark);
-    FakePortal portal(address(), {.colorScheme = 2});
-    follow();
-    ASSERT_TRUE(becomes(false, false));
-    const QPalette palette = QApplication::palette();
-    EXPECT_EQ(palette.color(QPalette::Window), QColor(0xF2, 0xF3, 0xF5));
-    EXPECT_EQ(palette.color(QPalette::WindowText), QColor(0x18, 0x20, 0x2F));
-    // No preference is the toolkit's.
-    portal.change({});
-    EXPECT_TRUE(becomes(true, false));
-    QApplication::setStyle(usual);
 }
 
 TEST_F(DesktopSettingsTest, TakesTheSizeOfTexts) {
@@ -254,30 +116,6 @@ TEST_F(DesktopSettingsTest, LeavesNothingBehind) {
     EXPECT_FALSE(isMotionReduced(widget()));
 }
 
-/// A style whose animations take so many milliseconds.
-class StyleOf final : public QProxyStyle {
-  public:
-    explicit StyleOf(int duration) : duration_(duration) {}
-    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
-                  QStyleHintReturn* answer) const override {
-        return hint == SH_Widget_Animation_Duration
-                   ? duration_
-                   : QProxyStyle::styleHint(hint, option, widget, answer);
-    }
-
-  private:
-    int duration_;
-};
-
-TEST(MotionTest, IsReducedWhereTheStyleHasNoTimeForIt) {
-    for (const int duration : {-1, 0, 1}) {
-        StyleOf style(duration);
-        QWidget widget;
-        widget.setStyle(&style);
-        EXPECT_EQ(isMotionReduced(widget), duration < 1) << duration;
-    }
-}
-
 TEST(SessionBusTest, IsTheOneThatIsNamedOrTheUsersOwn) {
     const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
     const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
@@ -291,36 +129,6 @@ TEST(SessionBusTest, IsTheOneThatIsNamedOrTheUsersOwn) {
     EXPECT_TRUE(hasSessionBus());
     qputenv("DBUS_SESSION_BUS_ADDRESS", address);
     runtime.isEmpty() ? qunsetenv("XDG_RUNTIME_DIR") : qputenv("XDG_RUNTIME_DIR", runtime);
-}
-
-TEST_F(DesktopSettingsTest, PulsesInsteadOfShaking) {
-    const FakePortal portal(address(), {.animations = false});
-    follow();
-    ASSERT_TRUE(becomes(false, true));
-    QWidget parent;
-    CustomSecureTextField widget(&parent);
-    widget.setGeometry(30, 10, 200, 40);
-    QtSecureField field(widget);
-    field.setWantsLayer(true);
-    const QImage resting = widget.grab().toImage();
-    bool moved = false;
-    bool coloured = false;
-    const auto look = [&] {
-        moved = moved || widget.pos() != QPoint(30, 10);
-        return widget.grab().toImage();
-    };
-
-    field.layer()->addAnimation({"transform", {-10, 10}, true, 2, std::chrono::milliseconds(70)});
-    coloured = waitUntil([&] {
-        // In the middle of the outline's upper edge.
-        const QColor edge = look().pixelColor(100, 0);
-        return edge == currentTheme().refused;
-    });
-    const bool rests = waitUntil([&] { return look() == resting; });
-
-    EXPECT_TRUE(coloured);
-    EXPECT_TRUE(rests);
-    EXPECT_FALSE(moved);
 }
 
 }  // namespace

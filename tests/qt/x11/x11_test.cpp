@@ -154,4 +154,34 @@ void X11Test::takeAway(xcb_window_t window, const std::string& name) {
     xcb_flush(x());
 }
 
+void X11MonitorsTest::TearDown() {
+    if (hasMonitors_) {
+        for (const char* name : {"left", "right"}) {
+            display().removeMonitor(name);
+        }
+    }
+    EXPECT_TRUE(becomes([] { return QGuiApplication::screens().size() == 1; }));
+    X11Test::TearDown();
+}
+
+bool X11MonitorsTest::makeTwoMonitors(const testing::PixelRect& main,
+                                      const testing::PixelRect& other) {
+    display().addMonitor({"left", main, true});
+    display().addMonitor({"right", other});
+    hasMonitors_ = true;
+    return becomes([&] {
+        return QGuiApplication::screens().size() == 2 && screenAt(other.x) != nullptr &&
+               QGuiApplication::primaryScreen() == screenAt(main.x);
+    });
+}
+
+const QScreen* X11MonitorsTest::screenAt(int place) {
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        if (screen->geometry().x() == place) {
+            return screen;
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace velunor

@@ -5,6 +5,8 @@
 #include <xcb/xcb.h>
 
 #include <QAbstractNativeEventFilter>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QWidget>
 #include <cstdint>
 #include <functional>
@@ -64,6 +66,24 @@ class X11Test : public ::testing::Test {
   private:
     std::vector<testing::WindowId> windows_;
     std::vector<std::pair<xcb_window_t, std::string>> properties_;
+};
+
+/// Tests that part the screen into monitors.
+class X11MonitorsTest : public X11Test {
+  protected:
+    void TearDown() override;
+
+    static constexpr testing::PixelRect left{0, 0, 640, testing::usualHeight};
+    static constexpr testing::PixelRect right{640, 0, 640, testing::usualHeight};
+
+    /// Makes the screen two monitors, of which the first is the main one.
+    [[nodiscard]] bool makeTwoMonitors(const testing::PixelRect& main = left,
+                                       const testing::PixelRect& other = right);
+    /// The one whose left edge is there; null where there is none.
+    static const QScreen* screenAt(int place);
+
+  private:
+    bool hasMonitors_ = false;
 };
 
 }  // namespace velunor
