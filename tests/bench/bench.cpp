@@ -1,5 +1,6 @@
 // Measures the prompt beside other programs that show one small window. They take turns, so that
-// the state of the machine is the same for each. Prints a line for each value: what was measured,
+// the state of the machine is the same for each, and in another order each time, so that none
+// always comes behind the same other one. Prints a line for each value: what was measured,
 // of which program, the value; dev.d/bench_report.py makes tables and plots of them.
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -245,8 +247,12 @@ void run(int runs, const std::string& build) {
             desk.findButton(program);
         }
     }
+    std::vector<Program> turns = programs;
+    // The same orders in each run.
+    std::mt19937 random(1);
     for (int round = 0; round < runs; ++round) {
-        for (const Program& program : programs) {
+        std::ranges::shuffle(turns, random);
+        for (const Program& program : turns) {
             measureStart(desk, program);
             measureEnd(desk, program);
         }
