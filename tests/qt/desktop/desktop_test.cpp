@@ -157,8 +157,8 @@ TEST(WindowShapeTest, HoldsThePixelsWhoseMiddleIsInside) {
          {Shape{{40, 30}, 12, 12}, {{9, 5}, 12, 2}, {{6, 7}, -3, 0}}) {
         const QRegion shape = roundedRegion(size, radius);
         EXPECT_EQ(shape.boundingRect(), QRect(QPoint(0, 0), size));
-        const auto beyond = [corner = double(corner)](double place, int length) {
-            return std::max({corner - place, place - (length - corner), 0.0});
+        const auto beyond = [inset = double(corner)](double place, int length) {
+            return std::max({inset - place, place - (length - inset), 0.0});
         };
         for (int y = 0; y < size.height(); ++y) {
             for (int x = 0; x < size.width(); ++x) {
